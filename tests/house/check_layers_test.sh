@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Builds a tree in which every rule of scripts/check-layers is broken once, and expects each break to be named and
+# nothing else.
+set -euo pipefail
+
+check=$1
+tree=$(mktemp -d)
+trap 'rm -rf "$tree"' EXIT
+
+put() { # put FILE LINE...
+  mkdir -p "$tree/$(dirname "$1")"
+  printf '%s\n' "${@:2}" >"$tree/$1"
+}
+
+# Everything here is allowed.
+put tessivar/tessivar.h '#include "tessivar/control/client.h"'
+put tessivar/platform/osapi.cpp '#include "tessivar/platform/osapi.h"' '#include <pthread.h>' '#include <pugixml.hpp>'
+put tessivar/platform/cyclone/engine.cpp '#include "tessivar/platform/cyclone/engine.h"' '#include <dds/dds.h>'
+put tessivar/types/command/command.cpp '#include "tessivar/platform/cdr.h"' '#include <vector>'
+put tessivar/framework/log/logger.cpp '#include "tessivar/types/command/command.h"' '  #  include <string>'
+put tessivar/routing/client.cpp '#include "tessivar/framework/log/logger.h"'
+put tools/command/main.cpp '#include "tessivar/tessivar.h"' '#include <unistd.h>'
+put tests/platform/engine_test.cpp '#include <dds/dds.h>' '#include <gtest/gtest.h>' '#include "helper.h"'
+"$check" "$tree" || {
+  echo "an allowed include was refused"
+  exit 1
+}
+
+put tessivar/platform/a.cpp '' '#include "tessivar/types/command/command.h"'
+put tessivar/platform/b.cpp '#include <dds/dds.h>'
+put tessivar/platform/c.cpp '#include "tessivar/platform/cyclone/engine.h"'
+put tessivar/types/d.h '#include "tessivar/framework/log/logger.h"'
+put tessivar/framework/e.cpp '#include <unistd.h>'
+put tessivar/framework/f.cpp '#include "tessivar/control/client.h"'
+put tessivar/control/g.cpp '#include "tessivar/routing/client.h"'
+put tessivar/control/h.cpp '#include "tessivar/tessivar.h"'
+put tessivar/control/i.cpp '#include "client.h"'
+put tessivar/control/j.cpp '#include <tessivar/control/client.h>'
+put tessivar/cellar/k.cpp '// empty'
+put tessivar/control/l.cpp '#include HEADER'
+put examples/m.cpp '#include <pthread.h>'
+put tools/n.cpp '#include <dds/dds.h>'
+put tools/o.cpp '#include <pugixml.hpp>'
+put tests/control/p_test.cpp '#include "tessivar/platform/cyclone/engine.h"'
+put tests/control/q_test.cpp '#include <dds/dds.h>'
+
+expected='examples/m.cpp:1
+tessivar/cellar/k.cpp:1
+tessivar/control/g.cpp:1
+tessivar/control/h.cpp:1
+tessivar/control/i.cpp:1
+tessivar/control/j.cpp:1
+tessivar/control/l.cpp:1
+tessivar/framework/e.cpp:1
+tessivar/framework/f.cpp:1
+tessivar/platform/a.cpp:2
+tessivar/platform/b.cpp:1
+tessivar/platform/c.cpp:1
+tessivar/types/d.h:1
+tests/control/p_test.cpp:1
+tests/control/q_test.cpp:1
+tools/n.cpp:1
+tools/o.cpp:1'
+
+if said=$("$check" "$tree"); then
+  echo "a tree full of breaks passed"
+  exit 1
+fi
+found=$(printf '%s\n' "$said" | cut -d: -f1,2 | LC_ALL=C sort)
+diff <(printf '%s\n' "$expected") <(printf '%s\n' "$found")
