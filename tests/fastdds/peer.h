@@ -1,0 +1,93 @@
+// A participant of Fast DDS on the loopback, with readers and writers of raw encodings.
+#pragma once
+
+#include "raw_type.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <fastdds/dds/domain/DomainParticipant.hpp>
+#include <fastdds/dds/publisher/DataWriter.hpp>
+#include <fastdds/dds/publisher/Publisher.hpp>
+#include <fastdds/dds/subscriber/DataReader.hpp>
+#include <fastdds/dds/subscriber/Subscriber.hpp>
+
+namespace fastdds_peer {
+
+/// No test waits that long unless it fails.
+constexpr std::chrono::seconds patience{20};
+
+enum class State { alive, disposed, no_writers };
+
+/// What arrived of one instance; `encoding` is empty when only the instance's state changed.
+struct Arrival {
+  Bytes encoding;
+  KeyHash key_hash;  // as it was on the wire
+  State state;
+};
+
+class Reader {
+ public:
+  /// The first arrival from now on that `wanted` accepts; others are dropped. Nothing after `patience`.
+  std::optional<Arrival> await(const std::function<bool(const Arrival&)>& wanted);
+
+  /// How often Fast DDS had to ask for a key hash because a received sample carried none.
+  int hashes_missing() const { return *hashes_asked_; }
+
+ private:
+  friend class Peer;
+  eprosima::fastdds::dds::DataReader* reader_ = nullptr;
+  std::shared_ptr<std::atomic<int>> hashes_asked_ = std::make_shared<std::atomic<int>>(0);
+};
+
+class Writer {
+ public:
+  bool await_match();
+  bool write(Bytes encoding);
+
+ private:
+  friend class Peer;
+  eprosima::fastdds::dds::DataWriter* writer_ = nullptr;
+};
+
+/// Deletes its readers and writers with itself. For one thread.
+class Peer {
+ public:
+  /// Throws std::runtime_error when there can be no participant.
+  explicit Peer(unsigned domain);
+  ~Peer();
+  Peer(const Peer&) = delete;
+  Peer& operator=(const Peer&) = delete;
+
+  /// Reliable; with the history of what was written before, when `history` says so.
+  template <class Sample>
+  Reader reader(const std::string& topic, bool history) {
+    Reader reader;
+    reader.reader_ =
+        make_reader(this->topic(topic, Sample::type_name, Sample::key_hash, reader.hashes_asked_), history);
+    return reader;
+  }
+  template <class Sample>
+  Writer writer(const std::string& topic) {
+    Writer writer;
+    writer.writer_ = make_writer(this->topic(topic, Sample::type_name, Sample::key_hash, nullptr));
+    return writer;
+  }
+
+ private:
+  typedef std::shared_ptr<std::atomic<int>> Counter;
+
+  eprosima::fastdds::dds::Topic* topic(const std::string& name, const std::string& type, KeyHash (*)(const Bytes&),
+                                       Counter hashes_asked);
+  eprosima::fastdds::dds::DataReader* make_reader(eprosima::fastdds::dds::Topic* topic, bool history);
+  eprosima::fastdds::dds::DataWriter* make_writer(eprosima::fastdds::dds::Topic* topic);
+
+  eprosima::fastdds::dds::DomainParticipant* participant_ = nullptr;
+  eprosima::fastdds::dds::Subscriber* subscriber_ = nullptr;
+  eprosima::fastdds::dds::Publisher* publisher_ = nullptr;
+};
+
+}  // namespace fastdds_peer
