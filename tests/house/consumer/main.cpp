@@ -1,0 +1,17 @@
+// What a stranger's first program may look like: makes a sample, encodes it, and starts nothing.
+#include "tessivar/tessivar.h"
+
+#include <cstdio>
+#include <vector>
+
+int main() {
+  using namespace TessivarDDS;
+  const DDSPtr<Tessivar::Command> command(TessivarMessageHelper::createCommand(AddressEx("0001:02:00"), 7, 42));
+  unsigned int size = 0;
+  if (!Tessivar::CommandPlugin_serialize_to_cdr_buffer(nullptr, &size, command.get())) return 1;
+  std::vector<char> encoding(size);
+  if (!Tessivar::CommandPlugin_serialize_to_cdr_buffer(encoding.data(), &size, command.get())) return 1;
+  TessivarClient client;
+  std::printf("a command of %u octets; a client that is %s\n", size, client.services() ? "running" : "not there");
+  return 0;
+}

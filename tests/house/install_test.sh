@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# install_test.sh BUILD_DIR CXX: installs the library somewhere else and uses it as a stranger would: through its CMake
+# package, through pkg-config, and by including each installed header alone.
+set -euo pipefail
+
+build=$1
+export CXX=$2
+consumer=$(realpath "$(dirname "$0")/consumer")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+
+cmake --install "$build" --prefix "$prefix" >"$work/install.log" || {
+  cat "$work/install.log"
+  exit 1
+}
+
+cmake -S "$consumer" -B "$work/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log" || {
+  cat "$work/configure.log"
+  exit 1
+}
+cmake --build "$work/consumer" -- --quiet
+"$work/consumer/consumer"
+
+config=$(dirname "$(find "$prefix" -name tessivardds.pc)")
+export PKG_CONFIG_PATH=$config
+[ "$(pkg-config --modversion tessivardds)" = "$(sed -n 's/^Version: //p' "$config/tessivardds.pc")" ]
+# shellcheck disable=SC2046  # flags are words
+"$CXX" -std=c++20 "$consumer/main.cpp" $(pkg-config --cflags --libs tessivardds) -o "$work/with-pkg-config"
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir tessivardds) "$work/with-pkg-config"
+
+cd "$prefix/include"
+find tessivar -name '*.h' -print0 |
+  xargs -0 -P2 -I{} "$CXX" -std=c++20 -Wall -Wextra -Werror -fsyntax-only -x c++ -I. -include {} /dev/null
+! find tessivar -path '*cyclone*' | grep .
