@@ -1,0 +1,94 @@
+// The library's messages: where they go, and how the library's own classes compose them.
+//
+// One logger serves the whole process. A message is the full signature of the function that reports, immediately
+// followed by the text: `logError() << "void __cdecl TessivarDDS::X::y(void)" << " Failed. Error code: " << code;`.
+#pragma once
+
+#include "tessivar/platform/export.h"
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <type_traits>
+
+namespace TessivarDDS {
+
+/// How grave a message is. Each is a bit of its own, used one at a time.
+enum LogLevel : int {
+  LogDebug = 1,    ///< progress
+  LogInfo = 2,     ///< information
+  LogWarning = 4,  ///< a fault that the library recovers from
+  LogError = 8,    ///< a failure
+};
+
+/// Where messages go. Derive from it and install it with setLogger() to have them in a file, a window, a system log.
+///
+/// log() is called by any thread, by several at once, also from callbacks of the bus: it must be thread-safe and should
+/// be quick. An exception that it throws is dropped together with its message; so is a message that it causes itself by
+/// calling the library.
+class TESSIVAR_API Logger {
+ public:
+  virtual ~Logger();
+  /// One whole message, without end of line; `level` is one of LogLevel.
+  virtual void log(int level, const std::string& message) = 0;
+};
+
+/// Installs `logger`, made with `new`, and deletes the one installed before; null installs a new DefaultLogger. The
+/// library owns it from now on (the last one lives until the process ends, so that every late message is seen). Call it
+/// at start-up, before other threads log: one that logs right now may still use the old one.
+TESSIVAR_API void setLogger(Logger* logger);
+
+/// Which messages are composed at all: 0 none, 15 (initially) all, otherwise those of at least this level. Any thread.
+TESSIVAR_API void setLogThreshold(int threshold);
+TESSIVAR_API int logThreshold();
+
+/// A message being composed: stream pieces into it; it is delivered when it is destroyed, at the end of the full
+/// expression. A message that the threshold suppresses allocates nothing. Belongs to one thread.
+class TESSIVAR_API LogRecord {
+ public:
+  explicit LogRecord(int level) noexcept;
+  ~LogRecord();
+  LogRecord(LogRecord&&) noexcept = default;
+  LogRecord(const LogRecord&) = delete;
+  LogRecord& operator=(const LogRecord&) = delete;
+  LogRecord& operator=(LogRecord&&) = delete;
+
+  /// Numbers, enumerations and octets come as decimals, a null text as nothing.
+  template <class Piece>
+  LogRecord& operator<<(const Piece& piece) {
+    if (stream_) append(*stream_, piece);
+    return *this;
+  }
+
+ private:
+  template <class Piece>
+  static void append(std::ostream& stream, const Piece& piece) {
+    if constexpr (std::is_enum_v<Piece>) {
+      append(stream, static_cast<std::underlying_type_t<Piece>>(piece));
+    } else if constexpr (std::is_same_v<Piece, unsigned char> || std::is_same_v<Piece, signed char>) {
+      stream << static_cast<int>(piece);
+    } else if constexpr (std::is_same_v<Piece, char*> || std::is_same_v<Piece, const char*>) {
+      if (piece) stream << piece;
+    } else {
+      stream << piece;
+    }
+  }
+
+  std::unique_ptr<std::ostringstream> stream_;  // null: suppressed
+  int level_;
+};
+
+inline LogRecord logDebug() {
+  return LogRecord(LogDebug);
+}
+inline LogRecord logInfo() {
+  return LogRecord(LogInfo);
+}
+inline LogRecord logWarning() {
+  return LogRecord(LogWarning);
+}
+inline LogRecord logError() {
+  return LogRecord(LogError);
+}
+
+}  // namespace TessivarDDS

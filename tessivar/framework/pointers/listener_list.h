@@ -1,0 +1,131 @@
+// The application's listeners of one service object.
+#pragma once
+
+#include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/sync/sync.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+#include <vector>
+
+namespace TessivarDDS {
+
+/// Listeners of class L in the order in which they were attached.
+///
+/// Thread-safe: every operation waits up to 1000 ms for the list's lock; without it, it logs "Error locking list" and
+/// does nothing. The lock is held while listeners are notified: from within a notification a listener must not attach
+/// or detach listeners of the same list.
+template <class L>
+class ListenerList {
+ public:
+  /// `listenerClass` is the name of L in messages ("TessivarDDS::RoutingClientListener"), a literal.
+  explicit ListenerList(const char* listenerClass = "listener") : listenerClass_(listenerClass) {}
+  /// As clear().
+  ~ListenerList() { clear(); }
+  ListenerList(const ListenerList&) = delete;
+  ListenerList& operator=(const ListenerList&) = delete;
+
+  /// Appends `listener`; when it is in the list already, only `owned` is set anew. An owned listener is deleted by
+  /// clear(), any other must outlive its time in the list.
+  void attachListener(L* listener, bool owned) {
+    Lock lock(mutex_);
+    if (!lock) return reportLocking("attachListener(class ", " *,bool)");
+    const auto entry = find(listener);
+    if (entry != entries_.end()) {
+      entry->owned = owned;
+    } else {
+      entries_.push_back({listener, owned});
+    }
+  }
+
+  /// Takes `listener` out. It is not deleted, even when it is owned: it is the caller's again.
+  void detachListener(L* listener) {
+    Lock lock(mutex_);
+    if (!lock) return reportLocking("detachListener(class ", " *)");
+    const auto entry = find(listener);
+    if (entry != entries_.end()) entries_.erase(entry);
+  }
+
+  /// Deletes the owned listeners, each once. The entries stay: only for a list that is being discarded, with no
+  /// notification to follow.
+  void clear() {
+    Lock lock(mutex_);
+    if (!lock) return reportLocking("clear(void)");
+    for (Entry& entry : entries_) {
+      if (std::exchange(entry.owned, false)) delete entry.listener;
+    }
+  }
+
+  /// Calls `call(listener)` for each listener, in order. `call` may return bool: false asks no further listener. An
+  /// exception is logged, and the next listener is called. `signature`, of the notifying function, begins the messages.
+  /// False when the lock could not be had.
+  template <class F>
+  bool notify(const char* signature, F&& call) {
+    Lock lock(mutex_);
+    if (!lock) {
+      logError() << signature << "Error locking list";
+      return false;
+    }
+    for (const Entry& entry : entries_) {
+      if (entry.listener && !callGuarded(signature, call, *entry.listener)) break;
+    }
+    return true;
+  }
+
+ private:
+  struct Entry {
+    L* listener;
+    bool owned;
+  };
+
+  class Lock {
+   public:
+    explicit Lock(TessivarMutex& mutex) : mutex_(mutex), held_(mutex.lock(1000)) {}
+    ~Lock() {
+      if (held_) mutex_.unlock();
+    }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+    explicit operator bool() const { return held_; }
+
+   private:
+    TessivarMutex& mutex_;
+    bool held_;
+  };
+
+  auto find(L* listener) {
+    return std::find_if(entries_.begin(), entries_.end(),
+                        [&](const Entry& entry) { return entry.listener == listener; });
+  }
+
+  template <class F>
+  static bool callGuarded(const char* signature, F& call, L& listener) noexcept {
+    try {
+      if constexpr (std::is_same_v<decltype(call(listener)), bool>) {
+        return call(listener);
+      } else {
+        call(listener);
+      }
+    } catch (const std::exception& exception) {
+      logError() << signature << " Exception in a listener: " << exception.what();
+    } catch (...) {
+      logError() << signature << " Exception in a listener.";
+    }
+    return true;
+  }
+
+  /// `operation` up to the name of L among its parameters, and `rest` from there, if it has one.
+  void reportLocking(const char* operation, const char* rest = nullptr) const {
+    LogRecord record = logError();
+    record << "void __cdecl TessivarDDS::ListenerList<class " << listenerClass_ << ">::" << operation;
+    if (rest) record << listenerClass_ << rest;
+    record << "Error locking list";
+  }
+
+  const char* listenerClass_;
+  std::vector<Entry> entries_;
+  TessivarMutex mutex_;
+};
+
+}  // namespace TessivarDDS
