@@ -1,0 +1,107 @@
+// The untyped data reader (OMG DDS 1.4, 2.2.2.5.3). Typed readers (types/) derive from it and only cast.
+//
+// Thread-safe. Samples are kept encoded, as the engine received them; a read or take decodes them into pooled samples
+// of the reader and lends those, until return_loan. In steady state nothing is allocated.
+#pragma once
+
+#include "tessivar/platform/condition.h"
+#include "tessivar/platform/entity.h"
+#include "tessivar/platform/listener.h"
+#include "tessivar/platform/qos.h"
+
+#include <memory>
+
+class DDSTopicDescription;
+class DDSSubscriber;
+
+/// What one read or take selects.
+struct DDS_ReadSelectionI {
+  DDS_Boolean take = DDS_BOOLEAN_FALSE;
+  DDS_Long max_samples = DDS_LENGTH_UNLIMITED;
+  DDS_SampleStateMask sample_states = DDS_ANY_SAMPLE_STATE;
+  DDS_ViewStateMask view_states = DDS_ANY_VIEW_STATE;
+  DDS_InstanceStateMask instance_states = DDS_ANY_INSTANCE_STATE;
+  enum Instances { all, one, next } instances = all;
+  /// The instance, or with `next` the one before it (nil: before the first).
+  DDS_InstanceHandle_t instance = DDS_HANDLE_NIL;
+  /// When set, its masks replace those above; it must be a condition of this reader.
+  DDSReadCondition* condition = nullptr;
+};
+
+/// Where the samples of a read or take go. In: the state of the caller's sequence. Out: `count`, and for a loan
+/// `lent_samples`.
+struct DDS_SampleBufferI {
+  // in
+  DDS_Long length = 0;
+  DDS_Long maximum = 0;  // 0 with `owned`: the reader lends
+  DDS_Boolean owned = DDS_BOOLEAN_TRUE;
+  void* contiguous = nullptr;
+  DDS_Long sample_size = 0;  // octets between elements of `contiguous`
+  // out
+  DDS_Boolean lent = DDS_BOOLEAN_FALSE;
+  void** lent_samples = nullptr;
+  DDS_Long lent_maximum = 0;
+  DDS_Long count = 0;
+};
+
+class TESSIVAR_API DDSDataReader : public DDSEntity {
+ public:
+  struct Impl;
+  /// Lets a typed class hand the implementation on without knowing it.
+  struct ImplDelete {
+    TESSIVAR_API void operator()(Impl* impl) const;
+  };
+  typedef std::unique_ptr<Impl, ImplDelete> ImplPtr;
+
+  DDS_ReturnCode_t enable() override;
+  DDS_InstanceHandle_t get_instance_handle() const override;
+  DDSTopicDescription* get_topicdescription() const;
+  DDSSubscriber* get_subscriber() const;
+  DDS_ReturnCode_t get_qos(DDS_DataReaderQos& qos) const;
+  DDS_ReturnCode_t set_listener(DDSDataReaderListener* listener, DDS_StatusMask mask);
+  DDSDataReaderListener* get_listener() const;
+  DDS_ReturnCode_t get_subscription_matched_status(DDS_SubscriptionMatchedStatus& status);
+  DDS_ReturnCode_t get_liveliness_changed_status(DDS_LivelinessChangedStatus& status);
+  DDS_ReturnCode_t get_requested_deadline_missed_status(DDS_RequestedDeadlineMissedStatus& status);
+  DDS_ReturnCode_t get_requested_incompatible_qos_status(DDS_RequestedIncompatibleQosStatus& status);
+  DDS_ReturnCode_t get_sample_lost_status(DDS_SampleLostStatus& status);
+  DDS_ReturnCode_t get_sample_rejected_status(DDS_SampleRejectedStatus& status);
+  DDS_ReturnCode_t get_matched_publications(DDS_InstanceHandleSeq& handles);
+  /// Waits until the history that the matched writers held has arrived; TIMEOUT otherwise. A volatile reader has none.
+  DDS_ReturnCode_t wait_for_historical_data(const DDS_Duration_t& max_wait);
+
+  /// Owned by the reader; deleted with delete_readcondition or delete_contained_entities.
+  DDSReadCondition* create_readcondition(DDS_SampleStateMask, DDS_ViewStateMask, DDS_InstanceStateMask);
+  /// PRECONDITION_NOT_MET when it is not this reader's.
+  DDS_ReturnCode_t delete_readcondition(DDSReadCondition* condition);
+  /// Deletes all read conditions.
+  DDS_ReturnCode_t delete_contained_entities();
+
+  /// Name of the type this reader was made for.
+  const char* get_type_name() const;
+
+  // Untyped forms of what the typed readers offer.
+
+  /// PRECONDITION_NOT_MET when the two sequences do not fit together or still hold a loan; NO_DATA when nothing fits;
+  /// BAD_PARAMETER for an instance this reader does not know.
+  DDS_ReturnCode_t read_or_take_untypedI(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
+                                         const DDS_ReadSelectionI& selection);
+  /// One sample into the caller's.
+  DDS_ReturnCode_t read_or_take_next_sample_untypedI(void* sample, DDS_SampleInfo& info, DDS_Boolean take);
+  /// Gives back a loan of this reader; PRECONDITION_NOT_MET when it is not one. Unloans `infos`.
+  DDS_ReturnCode_t return_loan_untypedI(void** lent_samples, DDS_Long maximum, DDS_SampleInfoSeq& infos);
+  /// Works for instances that are no longer alive as long as the reader has something of them.
+  DDS_ReturnCode_t get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle);
+  /// Nil when the reader holds nothing of that instance.
+  DDS_InstanceHandle_t lookup_instance_untypedI(const void* key_holder);
+
+  Impl& impl() const { return *impl_; }
+
+ protected:
+  explicit DDSDataReader(ImplPtr impl);
+  ~DDSDataReader() override;
+
+ private:
+  friend class DDSDomainParticipant;
+  ImplPtr impl_;
+};
