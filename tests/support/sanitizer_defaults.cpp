@@ -3,14 +3,20 @@
 extern "C" {
 
 const char* __asan_default_options();
-const char* __asan_default_options() { return "strict_string_checks=1:detect_stack_use_after_return=1"; }
+const char* __asan_default_options() {
+  return "strict_string_checks=1:detect_stack_use_after_return=1";
+}
 
 const char* __ubsan_default_options();
-const char* __ubsan_default_options() { return "print_stacktrace=1"; }
+const char* __ubsan_default_options() {
+  return "print_stacktrace=1";
+}
 
 // The engine is not instrumented: what it does to memory inside memcpy and the like is not judged, its locks still
 // order our accesses.
 const char* __tsan_default_options();
-const char* __tsan_default_options() { return "ignore_noninstrumented_modules=1:second_deadlock_stack=1"; }
+const char* __tsan_default_options() {
+  return "ignore_noninstrumented_modules=1:second_deadlock_stack=1:halt_on_error=1";
+}
 
 }  // extern "C"
