@@ -1,0 +1,104 @@
+#include "tessivar/platform/cyclone/configuration.h"
+
+#include "tessivar/platform/cyclone/network.h"
+#include "tessivar/platform/log.h"
+
+#include <vector>
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+constexpr DDS_DomainId_t highest_domain = 232;  // DDSI-RTPS 2.3, 9.6.1.1: ports end at 65535
+
+std::string element(const char* name, const std::string& content) {
+  return std::string("<") + name + ">" + content + "</" + name + ">";
+}
+
+std::string element(const char* name, long long value) {
+  return element(name, std::to_string(value));
+}
+
+std::string duration(const char* name, std::int64_t nanoseconds) {
+  return nanoseconds > 0 ? element(name, std::to_string(nanoseconds) + " ns") : "";
+}
+
+std::string interface_elements(const std::vector<Interface>& interfaces, bool multicast) {
+  std::string result;
+  for (const Interface& one : interfaces) {
+    // The loopback interface does not offer multicast, but it works.
+    result += "<NetworkInterface address=\"" + xml_escaped(one.address) + "\"";
+    if (multicast && one.loopback) result += " multicast=\"true\"";
+    result += "/>";
+  }
+  return element("Interfaces", result);
+}
+
+std::string peer_elements(const std::vector<std::string>& peers) {
+  // Processes of this machine see each other through the first one, whatever the interfaces.
+  std::string result = "<Peer address=\"127.0.0.1\"/>";
+  for (const std::string& peer : peers) {
+    const std::optional<std::string> address = resolve_peer(peer);
+    if (!address)
+      log(LogLevel::warning, "engine", "peer \"" + peer + "\" cannot be resolved and is left out");
+    else if (*address != "127.0.0.1")
+      result += "<Peer address=\"" + xml_escaped(*address) + "\"/>";
+  }
+  return element("Peers", result);
+}
+
+}  // namespace
+
+std::string xml_escaped(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      case '\'':
+        result += "&apos;";
+        break;
+      default:
+        result += c;
+    }
+  }
+  return result;
+}
+
+std::optional<std::string> engine_configuration(const EngineParticipantConfig& config, std::string& error) {
+  if (config.domain_id < 0 || config.domain_id > highest_domain) {
+    error = "domain id " + std::to_string(config.domain_id) + " is not within 0 to " + std::to_string(highest_domain);
+    return std::nullopt;
+  }
+  std::string general = element("AllowMulticast", config.multicast ? "true" : "false");
+  if (!config.interfaces.empty()) {
+    const auto interfaces = select_interfaces(config.interfaces, local_interfaces(), error);
+    if (!interfaces) return std::nullopt;
+    general += interface_elements(*interfaces, config.multicast);
+  }
+  const std::string discovery = element("ExternalDomainId", config.domain_id) + element("ParticipantIndex", "auto") +
+                                element("MaxAutoParticipantIndex", config.max_participant_index) +
+                                peer_elements(config.peers) + duration("LeaseDuration", config.lease_duration) +
+                                duration("SPDPInterval", config.announcement_period);
+  const std::string internal =
+      // Peers of other makes need it with a dispose.
+      element("GenerateKeyhash", "true") +
+      // Samples reach the caches on the receive threads, however the writer is configured: wait_for_historical_data
+      // relies on it.
+      element("SynchronousDeliveryPriorityThreshold", INT32_MIN);
+  return element("Domain", element("General", general) + element("Discovery", discovery) +
+                               element("Internal", internal) +
+                               // Otherwise the engine makes an empty file in the working directory.
+                               element("Tracing", element("OutputFile", "stderr")));
+}
+
+}  // namespace tessivar::platform::cyclone

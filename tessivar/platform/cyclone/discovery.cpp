@@ -1,0 +1,183 @@
+#include "tessivar/platform/cyclone/discovery.h"
+
+#include "tessivar/platform/cyclone/qos.h"
+#include "tessivar/platform/cyclone/translate.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+using std::chrono::steady_clock;
+
+// An ignored participant is dropped at each announcement, so its end is not noticed. One that was silent for so long is
+// taken for gone.
+constexpr std::chrono::hours ignored_kept(1);
+constexpr std::size_t ignored_kept_always = 64;
+
+Guid to_guid(const std::uint8_t octets[16]) {
+  Guid guid;
+  std::copy(octets, octets + guid.size(), guid.begin());
+  return guid;
+}
+
+char* duplicate(const char* text) {
+  return text ? DDS_String_dup(text) : nullptr;
+}
+
+void copy_properties(const cyclone_participant& from, DDS_ParticipantBuiltinTopicData& to) {
+  for (std::uint32_t i = 0; i < from.property_count; ++i) {
+    const cyclone_property& property = from.properties[i];
+    if (!property.name || !property.value) continue;
+    if (std::strcmp(property.name, role_name_property) == 0)
+      to.participant_name.role_name = duplicate(property.value);
+    else
+      DDSPropertyQosPolicyHelper::assert_property(to.property, property.name, property.value, DDS_BOOLEAN_TRUE);
+  }
+}
+
+DDS_ParticipantBuiltinTopicData to_builtin_data(const cyclone_participant& from) {
+  DDS_ParticipantBuiltinTopicData to;
+  std::copy(from.guid, from.guid + sizeof to.key, to.key);
+  if (from.user_data_size > 0)
+    to.user_data.value.from_array(from.user_data, static_cast<DDS_Long>(from.user_data_size));
+  to.participant_name.name = duplicate(from.name);
+  copy_properties(from, to);
+  const auto count = static_cast<DDS_Long>(from.locator_count);
+  if (to.default_unicast_locators.ensure_length(count, count)) {
+    for (DDS_Long i = 0; i < count; ++i) {
+      const cyclone_locator& locator = from.locators[i];
+      DDS_Locator_t& out = to.default_unicast_locators[i];
+      out.kind = locator.kind;
+      out.port = locator.port;
+      std::copy(std::begin(locator.address), std::end(locator.address), out.address);
+    }
+  }
+  return to;
+}
+
+}  // namespace
+
+Discovery::Discovery(ddsi_domaingv* gv, EngineParticipantEvents* events) : gv_(gv), events_(events) {
+  if (!gv_) return;
+  watcher_ = {this, on_alive, on_gone};
+  watch_ = cyclone_start_watch(gv_, &watcher_);
+}
+
+Discovery::~Discovery() {
+  cyclone_free_watch(watch_);
+}
+
+bool Discovery::is_ignored(const Guid& guid) {
+  const std::lock_guard guard(lock_);
+  const auto found = remotes_.find(guid);
+  return found != remotes_.end() && found->second.ignored;
+}
+
+void Discovery::forget_old_ignored() {
+  if (remotes_.size() < ignored_kept_always) return;
+  const steady_clock::time_point oldest = steady_clock::now() - ignored_kept;
+  std::erase_if(remotes_, [&](const auto& one) { return one.second.ignored && one.second.last_seen < oldest; });
+}
+
+bool Discovery::on_alive(void* self, const cyclone_participant* participant, bool locked) {
+  auto& discovery = *static_cast<Discovery*>(self);
+  const Guid guid = to_guid(participant->guid);
+  {
+    const std::lock_guard guard(discovery.lock_);
+    if (discovery.stopped_) return false;
+    discovery.forget_old_ignored();
+    Remote& remote = discovery.remotes_[guid];
+    remote.last_seen = steady_clock::now();
+    if (remote.ignored) return true;
+    if (discovery.events_) discovery.queue_.push_back({to_builtin_data(*participant), guid, true});
+  }
+  if (locked)
+    discovery.worker_.post([&discovery] { discovery.deliver(); });
+  else
+    discovery.deliver();
+  return discovery.is_ignored(guid);
+}
+
+void Discovery::on_gone(void* self, const std::uint8_t octets[16]) {
+  auto& discovery = *static_cast<Discovery*>(self);
+  const Guid guid = to_guid(octets);
+  const std::lock_guard guard(discovery.lock_);
+  const auto found = discovery.remotes_.find(guid);
+  if (discovery.stopped_ || found == discovery.remotes_.end() || found->second.ignored) return;
+  discovery.remotes_.erase(found);
+  if (!discovery.events_) return;
+  Event event = {{}, guid, false};
+  std::copy(guid.begin(), guid.end(), event.data.key);
+  discovery.queue_.push_back(std::move(event));
+  discovery.worker_.post([&discovery] { discovery.deliver(); });
+}
+
+void Discovery::deliver() {
+  const std::lock_guard delivering(delivery_);
+  for (;;) {
+    std::unique_lock guard(lock_);
+    if (queue_.empty() || stopped_) return;
+    const Event event = std::move(queue_.front());
+    queue_.pop_front();
+    const auto found = remotes_.find(event.guid);
+    if (event.alive && found != remotes_.end() && found->second.ignored) continue;
+    guard.unlock();
+    events_->participant_seen(event.data, to_handle(event.data.key), event.alive);
+  }
+}
+
+void Discovery::show_known(dds_entity_t participant) {
+  if (!active()) return;
+  const dds_entity_t reader = dds_create_reader(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, nullptr, nullptr);
+  if (reader < 0) return;
+  constexpr std::size_t chunk = 64;
+  void* samples[chunk] = {};
+  dds_sample_info_t infos[chunk];
+  for (;;) {
+    const dds_return_t count = dds_take(reader, samples, infos, chunk, chunk);
+    for (dds_return_t i = 0; i < count; ++i) {
+      if (!infos[i].valid_data) continue;
+      const auto* seen = static_cast<const dds_builtintopic_participant_t*>(samples[i]);
+      const Guid guid = to_guid(seen->key.v);
+      bool missed;
+      {
+        const std::lock_guard guard(lock_);
+        missed = !remotes_.contains(guid);
+      }
+      // This participant's own GUID is among them; nothing remote is found for it.
+      if (missed) cyclone_show_participant(gv_, guid.data(), &watcher_);
+    }
+    if (count <= 0) break;
+    dds_return_loan(reader, samples, count);
+    std::fill(std::begin(samples), std::end(samples), nullptr);
+  }
+  dds_delete(reader);
+}
+
+void Discovery::stop() {
+  {
+    const std::lock_guard guard(lock_);
+    stopped_ = true;
+  }
+  worker_.stop();
+  const std::lock_guard delivering(delivery_);  // the discovery thread may be delivering
+}
+
+void Discovery::ignore(const Guid& remote) {
+  bool known;
+  {
+    const std::lock_guard guard(lock_);
+    known = remotes_.contains(remote);
+    remotes_[remote] = {true, steady_clock::now()};
+  }
+  // When this is called while the participant is being shown, the discovery thread drops it first.
+  if (known) rediscover(remote);
+}
+
+void Discovery::rediscover(const Guid& remote) {
+  worker_.post([this, remote] { cyclone_drop_participant(gv_, remote.data()); });
+}
+
+}  // namespace tessivar::platform::cyclone

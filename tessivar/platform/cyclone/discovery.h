@@ -1,0 +1,74 @@
+// Remote participants: who is there, who is told, who is ignored.
+#pragma once
+
+#include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/cyclone/worker.h"
+
+#include <array>
+#include <chrono>
+#include <deque>
+#include <map>
+#include <mutex>
+
+namespace tessivar::platform::cyclone {
+
+typedef std::array<std::uint8_t, 16> Guid;
+
+/// Watches the discovery of one domain. Thread-safe.
+///
+/// A participant that is new is shown on the discovery thread, where it can be turned away before anything of it is
+/// known. Whatever else there is to tell happens while the engine holds locks, so the worker tells it. Both deliver
+/// from one queue, so that the order is kept.
+class Discovery {
+ public:
+  Discovery(ddsi_domaingv* gv, EngineParticipantEvents* events);
+  /// After the domain's deletion. stop() was called before it.
+  ~Discovery();
+  Discovery(const Discovery&) = delete;
+  Discovery& operator=(const Discovery&) = delete;
+
+  /// False when the engine's internals are unavailable: nothing is shown or ignored then.
+  bool active() const { return watch_ != nullptr; }
+  /// Shows those that were discovered before the watch began.
+  void show_known(dds_entity_t participant);
+  /// Before the domain's deletion. Nothing is told any more when it returns. Not from inside a callback.
+  void stop();
+
+  void ignore(const Guid& remote);
+  /// Forgets the participant, on the worker, so that its next announcement brings it back with everything it has.
+  void rediscover(const Guid& remote);
+
+ private:
+  struct Event {
+    DDS_ParticipantBuiltinTopicData data;
+    Guid guid;
+    bool alive;
+  };
+  struct Remote {
+    bool ignored = false;
+    std::chrono::steady_clock::time_point last_seen = {};
+  };
+
+  static bool on_alive(void* self, const cyclone_participant* participant, bool locked);
+  static void on_gone(void* self, const std::uint8_t guid[16]);
+  void deliver();
+  bool is_ignored(const Guid& guid);
+  void forget_old_ignored();
+
+  ddsi_domaingv* const gv_;
+  EngineParticipantEvents* const events_;
+  cyclone_watcher watcher_ = {};
+  cyclone_watch* watch_ = nullptr;
+
+  std::mutex lock_;
+  /// Those that are ignored stay for a while when they are gone, as far as can be told: they announce themselves again.
+  std::map<Guid, Remote> remotes_;
+  std::deque<Event> queue_;
+  bool stopped_ = false;
+
+  std::recursive_mutex delivery_;  // one callback at a time; a callback may lead to another one on its thread
+  Worker worker_;
+};
+
+}  // namespace tessivar::platform::cyclone

@@ -1,0 +1,35 @@
+#include "tessivar/platform/engine.h"
+
+#include "tessivar/platform/cyclone/conditions.h"
+#include "tessivar/platform/cyclone/engine_log.h"
+#include "tessivar/platform/cyclone/participant.h"
+
+namespace tessivar::platform {
+namespace {
+
+class CycloneEngine final : public Engine {
+ public:
+  DDS_ReturnCode_t create_participant(const EngineParticipantConfig& config, EngineParticipantEvents* events,
+                                      std::unique_ptr<EngineParticipant>& result, std::string& error) override {
+    return cyclone::Participant::create(config, events, result, error);
+  }
+
+  std::unique_ptr<EngineGuardCondition> create_guard_condition() override {
+    cyclone::redirect_engine_log();
+    return cyclone::make_guard_condition();
+  }
+
+  std::unique_ptr<EngineWaitSet> create_wait_set() override {
+    cyclone::redirect_engine_log();
+    return cyclone::make_wait_set();
+  }
+};
+
+}  // namespace
+
+Engine& cyclone_engine() {
+  static CycloneEngine* const engine = new CycloneEngine;  // for whoever still uses it while the process ends
+  return *engine;
+}
+
+}  // namespace tessivar::platform

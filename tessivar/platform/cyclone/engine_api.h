@@ -1,0 +1,87 @@
+// The engine's C interface, and the only place that includes it for C++.
+//
+// The engine defines macros with names that the platform uses for its own constants and enumerators. They are given
+// other names here: after this header a DDS_… name is the platform's, and the engine's is in `api`.
+#pragma once
+
+#include "tessivar/platform/engine.h"
+
+#include <dds/dds.h>
+#include <dds/ddsc/dds_internal_api.h>
+#include <dds/ddsi/ddsi_keyhash.h>
+#include <dds/ddsi/ddsi_serdata.h>
+#include <dds/ddsi/ddsi_sertype.h>
+#include <dds/ddsi/q_protocol.h>
+#include <dds/ddsi/q_radmin.h>
+
+namespace tessivar::platform::cyclone::api {
+
+constexpr dds_return_t ok = DDS_RETCODE_OK;
+constexpr dds_return_t error = DDS_RETCODE_ERROR;
+constexpr dds_return_t unsupported = DDS_RETCODE_UNSUPPORTED;
+constexpr dds_return_t bad_parameter = DDS_RETCODE_BAD_PARAMETER;
+constexpr dds_return_t precondition_not_met = DDS_RETCODE_PRECONDITION_NOT_MET;
+constexpr dds_return_t out_of_resources = DDS_RETCODE_OUT_OF_RESOURCES;
+constexpr dds_return_t not_enabled = DDS_RETCODE_NOT_ENABLED;
+constexpr dds_return_t immutable_policy = DDS_RETCODE_IMMUTABLE_POLICY;
+constexpr dds_return_t inconsistent_policy = DDS_RETCODE_INCONSISTENT_POLICY;
+constexpr dds_return_t already_deleted = DDS_RETCODE_ALREADY_DELETED;
+constexpr dds_return_t timeout = DDS_RETCODE_TIMEOUT;
+constexpr dds_return_t no_data = DDS_RETCODE_NO_DATA;
+constexpr dds_return_t illegal_operation = DDS_RETCODE_ILLEGAL_OPERATION;
+
+constexpr std::uint32_t read_sample = DDS_READ_SAMPLE_STATE;
+constexpr std::uint32_t not_read_sample = DDS_NOT_READ_SAMPLE_STATE;
+constexpr std::uint32_t new_view = DDS_NEW_VIEW_STATE;
+constexpr std::uint32_t not_new_view = DDS_NOT_NEW_VIEW_STATE;
+constexpr std::uint32_t alive_instance = DDS_ALIVE_INSTANCE_STATE;
+constexpr std::uint32_t disposed_instance = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
+constexpr std::uint32_t no_writers_instance = DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
+constexpr std::uint32_t any_state = DDS_ANY_STATE;
+
+constexpr std::int32_t unlimited = DDS_LENGTH_UNLIMITED;
+constexpr dds_duration_t infinity = DDS_INFINITY;
+constexpr std::uint32_t read_without_lock = DDS_READ_WITHOUT_LOCK;
+constexpr dds_entity_t library = DDS_CYCLONEDDS_HANDLE;
+
+}  // namespace tessivar::platform::cyclone::api
+
+#undef DDS_RETCODE_OK
+#undef DDS_RETCODE_ERROR
+#undef DDS_RETCODE_UNSUPPORTED
+#undef DDS_RETCODE_BAD_PARAMETER
+#undef DDS_RETCODE_PRECONDITION_NOT_MET
+#undef DDS_RETCODE_OUT_OF_RESOURCES
+#undef DDS_RETCODE_NOT_ENABLED
+#undef DDS_RETCODE_IMMUTABLE_POLICY
+#undef DDS_RETCODE_INCONSISTENT_POLICY
+#undef DDS_RETCODE_ALREADY_DELETED
+#undef DDS_RETCODE_TIMEOUT
+#undef DDS_RETCODE_NO_DATA
+#undef DDS_RETCODE_ILLEGAL_OPERATION
+#undef DDS_READ_SAMPLE_STATE
+#undef DDS_NOT_READ_SAMPLE_STATE
+#undef DDS_ANY_SAMPLE_STATE
+#undef DDS_NEW_VIEW_STATE
+#undef DDS_NOT_NEW_VIEW_STATE
+#undef DDS_ANY_VIEW_STATE
+#undef DDS_ALIVE_INSTANCE_STATE
+#undef DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE
+#undef DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE
+#undef DDS_ANY_INSTANCE_STATE
+#undef DDS_INCONSISTENT_TOPIC_STATUS
+#undef DDS_OFFERED_DEADLINE_MISSED_STATUS
+#undef DDS_REQUESTED_DEADLINE_MISSED_STATUS
+#undef DDS_OFFERED_INCOMPATIBLE_QOS_STATUS
+#undef DDS_REQUESTED_INCOMPATIBLE_QOS_STATUS
+#undef DDS_SAMPLE_LOST_STATUS
+#undef DDS_SAMPLE_REJECTED_STATUS
+#undef DDS_DATA_ON_READERS_STATUS
+#undef DDS_DATA_AVAILABLE_STATUS
+#undef DDS_LIVELINESS_LOST_STATUS
+#undef DDS_LIVELINESS_CHANGED_STATUS
+#undef DDS_PUBLICATION_MATCHED_STATUS
+#undef DDS_SUBSCRIPTION_MATCHED_STATUS
+#undef DDS_HANDLE_NIL
+#undef DDS_LENGTH_UNLIMITED
+#undef DDS_TIME_INVALID

@@ -1,0 +1,76 @@
+#include "tessivar/platform/cyclone/engine_log.h"
+
+#include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/log.h"
+
+#include <mutex>
+#include <vector>
+
+namespace tessivar::platform::cyclone {
+
+struct EngineLogCapture::Lines {
+  struct Line {
+    LogLevel level;
+    std::string text;
+  };
+  std::vector<Line> lines;
+  mutable bool reported = false;
+};
+
+namespace {
+
+thread_local EngineLogCapture* innermost = nullptr;
+
+LogLevel level_of(std::uint32_t category) {
+  if (category & (DDS_LC_FATAL | DDS_LC_ERROR)) return LogLevel::error;
+  if (category & DDS_LC_WARNING) return LogLevel::warning;
+  return category & DDS_LC_INFO ? LogLevel::info : LogLevel::debug;
+}
+
+constexpr const char* context = "engine";
+
+}  // namespace
+
+class EngineLogSink {
+ public:
+  static void write(void*, const dds_log_data_t* data) {
+    std::string_view line(data->message, data->size);
+    while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) line.remove_suffix(1);
+    if (line.empty()) return;
+    const LogLevel level = level_of(data->priority);
+    if (innermost)
+      innermost->lines_->lines.push_back({level, std::string(line)});
+    else
+      log(level, context, line);
+  }
+};
+
+void redirect_engine_log() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    dds_set_log_mask(DDS_LC_FATAL | DDS_LC_ERROR | DDS_LC_WARNING | DDS_LC_INFO);
+    dds_set_log_sink(EngineLogSink::write, nullptr);
+  });
+}
+
+EngineLogCapture::EngineLogCapture() : lines_(new Lines), outer_(innermost) {
+  redirect_engine_log();
+  innermost = this;
+}
+
+EngineLogCapture::~EngineLogCapture() {
+  innermost = outer_;
+  for (const Lines::Line& line : lines_->lines)
+    if (!lines_->reported || line.level > LogLevel::warning) log(line.level, context, line.text);
+  delete lines_;
+}
+
+std::string EngineLogCapture::text() const {
+  std::string result;
+  for (const Lines::Line& line : lines_->lines)
+    if (line.level <= LogLevel::warning) result += "; " + line.text;
+  lines_->reported = true;
+  return result;
+}
+
+}  // namespace tessivar::platform::cyclone

@@ -1,0 +1,327 @@
+// A lone C file: the engine's own headers do not compile as C++.
+#include "tessivar/platform/cyclone/internals.h"
+
+#include <dds/dds.h>
+#include <dds/version.h>
+
+#if DDS_VERSION_MAJOR == 0 && DDS_VERSION_MINOR == 10 && DDS_VERSION_PATCH == 2
+
+#include <stdlib.h>
+#include <string.h>
+
+// The engine's headers need one another in this order.
+// clang-format off
+#include <dds/ddsi/ddsi_domaingv.h>
+#include <dds/ddsi/ddsi_guid.h>
+#include <dds/ddsi/ddsi_entity.h>
+#include <dds/ddsi/ddsi_endpoint.h>
+#include <dds/ddsi/ddsi_entity_index.h>
+#include <dds/ddsi/ddsi_entity_match.h>
+#include <dds/ddsi/ddsi_participant.h>
+#include <dds/ddsi/ddsi_proxy_endpoint.h>
+#include <dds/ddsi/ddsi_proxy_participant.h>
+#include <dds/ddsi/ddsi_builtin_topic_if.h>
+#include <dds/ddsi/ddsi_portmapping.h>
+#include <dds/ddsi/ddsi_tran.h>
+#include <dds/ddsi/q_addrset.h>
+#include <dds/ddsi/q_bswap.h>
+#include <dds/ddsi/q_thread.h>
+#include <dds/ddsi/q_xevent.h>
+// clang-format on
+
+struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
+                                           int64_t announcement_period) {
+  struct ddsi_domaingv* gv = ddsrt_atomic_ldvoidp(&lookup_thread_state()->gv);
+  if (gv == NULL || gv->config.domainId != internal_id || gv->config.extDomainId.value != domain_id) return NULL;
+  // A library of another version than the headers would have these in other places.
+  if (lease_duration > 0 && gv->config.lease_duration != lease_duration) return NULL;
+  if (announcement_period > 0 && gv->config.spdp_interval != announcement_period) return NULL;
+  return gv;
+}
+
+static ddsi_guid_t to_guid(const uint8_t octets[16]) {
+  ddsi_guid_t guid;
+  memcpy(&guid, octets, sizeof guid);
+  return nn_ntoh_guid(guid);
+}
+
+static void from_guid(uint8_t octets[16], const ddsi_guid_t* guid) {
+  const ddsi_guid_t swapped = nn_hton_guid(*guid);
+  memcpy(octets, &swapped, sizeof swapped);
+}
+
+int cyclone_participant_index(const struct ddsi_domaingv* gv) {
+  const struct ddsi_portmapping* ports = &gv->config.ports;
+  const uint32_t first = ports->base + ports->dg * gv->config.extDomainId.value + ports->d1;
+  const uint32_t port = gv->loc_meta_uc.port;
+  return ports->pg == 0 || port < first ? -1 : (int)((port - first) / ports->pg);
+}
+
+void cyclone_set_batching(struct ddsi_domaingv* gv, bool enable) {
+  gv->config.whc_batch = enable;
+}
+
+bool cyclone_add_propagated_property(struct dds_qos* qos, const char* name, const char* value) {
+  return ddsi_xqos_add_property_if_unset(qos, true, name, value);
+}
+
+// --- history ---------------------------------------------------------------------------------------------------------
+
+// True while the reader still misses something that this writer holds for late joiners. The engine marks a reader as in
+// step with a writer while it holds the writer's lock, and the samples reach the cache under the same lock.
+static bool catching_up(struct ddsi_domaingv* gv, const ddsi_guid_t* writer_guid, const ddsi_guid_t* reader_guid) {
+  struct ddsi_proxy_writer* writer = entidx_lookup_proxy_writer_guid(gv->entity_index, writer_guid);
+  if (writer == NULL) return false;
+  ddsrt_mutex_lock(&writer->e.lock);
+  const bool keeps_history = writer->c.xqos->durability.kind >= DDS_DURABILITY_TRANSIENT_LOCAL &&
+                             writer->c.xqos->reliability.kind == DDS_RELIABILITY_RELIABLE;
+  const struct ddsi_pwr_rd_match* match = ddsrt_avl_lookup(&ddsi_pwr_readers_treedef, &writer->readers, reader_guid);
+  const bool result = keeps_history && match != NULL && match->in_sync != PRMSS_SYNC;
+  ddsrt_mutex_unlock(&writer->e.lock);
+  return result;
+}
+
+enum cyclone_history cyclone_history_state(struct ddsi_domaingv* gv, const uint8_t reader_guid[16]) {
+  const ddsi_guid_t guid = to_guid(reader_guid);
+  struct thread_state* thread = lookup_thread_state();
+  enum cyclone_history result = CYCLONE_HISTORY_COMPLETE;
+  thread_state_awake(thread, gv);
+  struct ddsi_reader* reader = entidx_lookup_reader_guid(gv->entity_index, &guid);
+  if (reader == NULL) {
+    result = CYCLONE_HISTORY_NO_READER;
+  } else if (reader->handle_as_transient_local) {
+    // A writer's lock is taken before a reader's, so the writers are looked at one by one with the reader unlocked.
+    ddsi_guid_t last;
+    memset(&last, 0, sizeof last);
+    for (;;) {
+      ddsrt_mutex_lock(&reader->e.lock);
+      const struct ddsi_rd_pwr_match* match = ddsrt_avl_lookup_succ(&ddsi_rd_writers_treedef, &reader->writers, &last);
+      if (match != NULL) last = match->pwr_guid;
+      ddsrt_mutex_unlock(&reader->e.lock);
+      if (match == NULL) break;
+      if (catching_up(gv, &last, &guid)) {
+        result = CYCLONE_HISTORY_PENDING;
+        break;
+      }
+    }
+  }
+  thread_state_asleep(thread);
+  return result;
+}
+
+// --- peers -----------------------------------------------------------------------------------------------------------
+
+typedef void (*peer_action)(struct ddsi_domaingv* gv, const ddsi_locator_t* locator);
+
+static bool for_each_port(struct ddsi_domaingv* gv, const char* address, peer_action action) {
+  ddsi_locator_t locator;
+  if (ddsi_locator_from_string(gv, &locator, address, gv->m_factory) != AFSR_OK) return false;
+  if (locator.port != NN_LOCATOR_PORT_INVALID) {
+    action(gv, &locator);
+    return true;
+  }
+  const struct ddsi_portmapping* ports = &gv->config.ports;
+  for (uint32_t index = 0; index <= (uint32_t)gv->config.maxAutoParticipantIndex; index++) {
+    locator.port = ports->base + ports->dg * gv->config.extDomainId.value + index * ports->pg + ports->d1;
+    action(gv, &locator);
+  }
+  return true;
+}
+
+static void add_locator(struct ddsi_domaingv* gv, const ddsi_locator_t* locator) {
+  add_locator_to_addrset(gv, gv->as_disc, locator);
+}
+
+struct same_locators {
+  const ddsi_locator_t* locator;
+  ddsi_xlocator_t found[MAX_XMIT_CONNS];
+  unsigned count;
+};
+
+static void note_same_locator(const ddsi_xlocator_t* candidate, void* arg) {
+  struct same_locators* same = arg;
+  const ddsi_locator_t* locator = same->locator;
+  if (candidate->c.kind == locator->kind && candidate->c.port == locator->port &&
+      memcmp(candidate->c.address, locator->address, sizeof locator->address) == 0 && same->count < MAX_XMIT_CONNS)
+    same->found[same->count++] = *candidate;
+}
+
+// The set holds one entry for each interface from which the address is reached.
+static void remove_locator(struct ddsi_domaingv* gv, const ddsi_locator_t* locator) {
+  struct same_locators same = {.locator = locator, .count = 0};
+  addrset_forall(gv->as_disc, note_same_locator, &same);
+  for (unsigned i = 0; i < same.count; i++) remove_from_addrset(gv, gv->as_disc, &same.found[i]);
+}
+
+bool cyclone_add_peer(struct ddsi_domaingv* gv, const char* address) {
+  return for_each_port(gv, address, add_locator);
+}
+
+bool cyclone_remove_peer(struct ddsi_domaingv* gv, const char* address) {
+  return for_each_port(gv, address, remove_locator);
+}
+
+void cyclone_announce(struct ddsi_domaingv* gv, const uint8_t participant_guid[16]) {
+  const ddsi_guid_t guid = to_guid(participant_guid);
+  struct thread_state* thread = lookup_thread_state();
+  thread_state_awake(thread, gv);
+  struct ddsi_participant* participant = entidx_lookup_participant_guid(gv->entity_index, &guid);
+  if (participant != NULL) (void)resched_xevent_if_earlier(participant->spdp_xevent, ddsrt_time_monotonic());
+  thread_state_asleep(thread);
+}
+
+// --- remote participants ---------------------------------------------------------------------------------------------
+
+bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t octets[16]) {
+  const ddsi_guid_t guid = to_guid(octets);
+  struct thread_state* thread = lookup_thread_state();
+  thread_state_awake(thread, gv);
+  const int result = ddsi_delete_proxy_participant_by_guid(gv, &guid, ddsrt_time_wallclock(), 1);
+  thread_state_asleep(thread);
+  return result == 0;
+}
+
+// Takes the place of the engine's own interface, which is told of every entity that comes and goes.
+struct cyclone_watch {
+  struct ddsi_builtin_topic_interface replacement;  // first: the engine's pointer is cast back
+  const struct ddsi_builtin_topic_interface* original;
+  struct cyclone_watcher watcher;
+};
+
+static void describe(struct cyclone_participant* to, const struct ddsi_proxy_participant* from) {
+  const ddsi_plist_t* plist = from->plist;
+  memset(to, 0, sizeof *to);
+  from_guid(to->guid, &from->e.guid);
+  if (plist->qos.present & QP_USER_DATA) {
+    to->user_data = plist->qos.user_data.value;
+    to->user_data_size = plist->qos.user_data.length;
+  }
+  if (plist->qos.present & QP_ENTITY_NAME) to->name = plist->qos.entity_name;
+  if (!(plist->present & PP_DEFAULT_UNICAST_LOCATOR)) return;
+  for (const struct nn_locators_one* one = plist->default_unicast_locators.first;
+       one != NULL && to->locator_count < CYCLONE_LOCATORS_MAX; one = one->next) {
+    struct cyclone_locator* locator = &to->locators[to->locator_count++];
+    locator->kind = one->loc.kind;
+    locator->port = one->loc.port;
+    memcpy(locator->address, one->loc.address, sizeof locator->address);
+  }
+}
+
+static bool call_alive(const struct cyclone_watcher* watcher, const struct ddsi_proxy_participant* from, bool locked) {
+  struct cyclone_participant participant;
+  describe(&participant, from);
+  const dds_qos_t* qos = &from->plist->qos;
+  const uint32_t count = qos->present & QP_PROPERTY_LIST ? qos->property.value.n : 0;
+  struct cyclone_property* properties = count > 0 ? malloc(count * sizeof *properties) : NULL;
+  if (properties != NULL) {
+    for (uint32_t i = 0; i < count; i++) {
+      properties[i].name = qos->property.value.props[i].name;
+      properties[i].value = qos->property.value.props[i].value;
+    }
+    participant.properties = properties;
+    participant.property_count = count;
+  }
+  const bool drop = watcher->alive(watcher->context, &participant, locked);
+  free(properties);
+  return drop;
+}
+
+// When a participant is new nothing of it is locked; when it has changed, or something of it, this thread holds its
+// lock.
+static bool is_locked(const struct ddsi_entity_common* entity) {
+  ddsrt_mutex_t* lock = (ddsrt_mutex_t*)&entity->lock;
+  if (!ddsrt_mutex_trylock(lock)) return true;
+  ddsrt_mutex_unlock(lock);
+  return false;
+}
+
+static void write_endpoint(const struct ddsi_entity_common* entity, ddsrt_wctime_t timestamp, bool alive, void* arg) {
+  const struct cyclone_watch* watch = (const struct cyclone_watch*)entity->gv->builtin_topic_interface;
+  watch->original->builtintopic_write_endpoint(entity, timestamp, alive, arg);
+  if (entity->kind != DDSI_EK_PROXY_PARTICIPANT) return;
+  if (!alive) {
+    uint8_t octets[16];
+    from_guid(octets, &entity->guid);
+    watch->watcher.gone(watch->watcher.context, octets);
+    return;
+  }
+  const bool locked = is_locked(entity);
+  if (!call_alive(&watch->watcher, (const struct ddsi_proxy_participant*)entity, locked) || locked) return;
+  // Announcements of participants and of endpoints are handled by this one thread: no endpoint can be known yet.
+  const ddsi_guid_t guid = entity->guid;
+  (void)ddsi_delete_proxy_participant_by_guid(entity->gv, &guid, timestamp, 1);
+}
+
+struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct cyclone_watcher* watcher) {
+  struct cyclone_watch* watch = malloc(sizeof *watch);
+  if (watch == NULL) return NULL;
+  watch->original = gv->builtin_topic_interface;
+  watch->replacement = *watch->original;
+  watch->replacement.builtintopic_write_endpoint = write_endpoint;
+  watch->watcher = *watcher;
+  ddsrt_atomic_fence();
+  gv->builtin_topic_interface = &watch->replacement;
+  return watch;
+}
+
+void cyclone_free_watch(struct cyclone_watch* watch) {
+  free(watch);
+}
+
+void cyclone_show_participant(struct ddsi_domaingv* gv, const uint8_t octets[16],
+                              const struct cyclone_watcher* watcher) {
+  const ddsi_guid_t guid = to_guid(octets);
+  struct thread_state* thread = lookup_thread_state();
+  thread_state_awake(thread, gv);
+  struct ddsi_proxy_participant* participant = entidx_lookup_proxy_participant_guid(gv->entity_index, &guid);
+  if (participant != NULL) {
+    ddsrt_mutex_lock(&participant->e.lock);
+    (void)call_alive(watcher, participant, true);
+    ddsrt_mutex_unlock(&participant->e.lock);
+  }
+  thread_state_asleep(thread);
+}
+
+#else  // an engine whose insides are not known here
+
+struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
+                                           int64_t announcement_period) {
+  (void)internal_id, (void)domain_id, (void)lease_duration, (void)announcement_period;
+  return NULL;
+}
+
+int cyclone_participant_index(const struct ddsi_domaingv* gv) {
+  return (void)gv, -1;
+}
+void cyclone_set_batching(struct ddsi_domaingv* gv, bool enable) {
+  (void)gv, (void)enable;
+}
+bool cyclone_add_propagated_property(struct dds_qos* qos, const char* name, const char* value) {
+  return (void)qos, (void)name, (void)value, false;
+}
+enum cyclone_history cyclone_history_state(struct ddsi_domaingv* gv, const uint8_t reader_guid[16]) {
+  return (void)gv, (void)reader_guid, CYCLONE_HISTORY_NO_READER;
+}
+bool cyclone_add_peer(struct ddsi_domaingv* gv, const char* address) {
+  return (void)gv, (void)address, false;
+}
+bool cyclone_remove_peer(struct ddsi_domaingv* gv, const char* address) {
+  return (void)gv, (void)address, false;
+}
+void cyclone_announce(struct ddsi_domaingv* gv, const uint8_t participant_guid[16]) {
+  (void)gv, (void)participant_guid;
+}
+bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t guid[16]) {
+  return (void)gv, (void)guid, false;
+}
+struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct cyclone_watcher* watcher) {
+  return (void)gv, (void)watcher, NULL;
+}
+void cyclone_free_watch(struct cyclone_watch* watch) {
+  (void)watch;
+}
+void cyclone_show_participant(struct ddsi_domaingv* gv, const uint8_t guid[16], const struct cyclone_watcher* watcher) {
+  (void)gv, (void)guid, (void)watcher;
+}
+
+#endif

@@ -1,0 +1,77 @@
+#include "tessivar/platform/cyclone/network.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <charconv>
+#include <fnmatch.h>
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <netdb.h>
+#include <netinet/in.h>
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+std::string to_text(const in_addr& address) {
+  char text[INET_ADDRSTRLEN];
+  return inet_ntop(AF_INET, &address, text, sizeof text) ? text : "";
+}
+
+bool means(const std::string& wanted, const Interface& interface) {
+  return fnmatch(wanted.c_str(), interface.name.c_str(), 0) == 0 ||
+         fnmatch(wanted.c_str(), interface.address.c_str(), 0) == 0;
+}
+
+bool is_port(const std::string& text) {
+  unsigned port = 0;
+  const char* const end = text.data() + text.size();
+  const auto [next, failure] = std::from_chars(text.data(), end, port);
+  return failure == std::errc() && next == end && port >= 1 && port <= 65535;
+}
+
+}  // namespace
+
+std::vector<Interface> local_interfaces() {
+  std::vector<Interface> result;
+  ifaddrs* first = nullptr;
+  if (getifaddrs(&first) != 0) return result;
+  for (const ifaddrs* one = first; one; one = one->ifa_next) {
+    if (!one->ifa_addr || one->ifa_addr->sa_family != AF_INET || !(one->ifa_flags & IFF_UP)) continue;
+    const auto* address = reinterpret_cast<const sockaddr_in*>(one->ifa_addr);
+    result.push_back({one->ifa_name, to_text(address->sin_addr), (one->ifa_flags & IFF_LOOPBACK) != 0});
+  }
+  freeifaddrs(first);
+  return result;
+}
+
+std::optional<std::vector<Interface>> select_interfaces(const std::vector<std::string>& wanted,
+                                                        const std::vector<Interface>& available, std::string& error) {
+  std::vector<Interface> result;
+  for (const Interface& interface : available)
+    if (std::any_of(wanted.begin(), wanted.end(), [&](const std::string& one) { return means(one, interface); }))
+      result.push_back(interface);
+  if (!result.empty()) return result;
+  error = "no network interface is meant by";
+  for (const std::string& one : wanted) error += " \"" + one + "\"";
+  error += "; this machine has";
+  for (const Interface& interface : available) error += " " + interface.name + " (" + interface.address + ")";
+  if (available.empty()) error += " none";
+  return std::nullopt;
+}
+
+std::optional<std::string> resolve_peer(const std::string& peer) {
+  const std::size_t colon = peer.rfind(':');
+  const std::string host = peer.substr(0, colon);
+  const std::string port = colon == std::string::npos ? "" : peer.substr(colon + 1);
+  if (host.empty() || (colon != std::string::npos && !is_port(port))) return std::nullopt;
+  addrinfo hints = {};
+  hints.ai_family = AF_INET;
+  hints.ai_socktype = SOCK_DGRAM;
+  addrinfo* found = nullptr;
+  if (getaddrinfo(host.c_str(), nullptr, &hints, &found) != 0 || !found) return std::nullopt;
+  const std::string address = to_text(reinterpret_cast<const sockaddr_in*>(found->ai_addr)->sin_addr);
+  freeaddrinfo(found);
+  return port.empty() ? address : address + ":" + port;
+}
+
+}  // namespace tessivar::platform::cyclone

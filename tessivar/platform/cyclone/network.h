@@ -1,0 +1,29 @@
+// What the machine's network has, and what a configuration means by its names for it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tessivar::platform::cyclone {
+
+struct Interface {
+  std::string name;
+  std::string address;  // IPv4, dotted
+  bool loopback;
+  bool operator==(const Interface&) const = default;
+};
+
+/// The IPv4 interfaces that are up.
+std::vector<Interface> local_interfaces();
+
+/// Those of `available` of which a name, an address or a pattern ("10.1.*") in `wanted` speaks; nullopt when none is,
+/// with an error that lists what there is.
+std::optional<std::vector<Interface>> select_interfaces(const std::vector<std::string>& wanted,
+                                                        const std::vector<Interface>& available, std::string& error);
+
+/// "address" or "address:port" in digits for a host name or address with or without ":port"; nullopt when it cannot be
+/// resolved. May wait for a name server.
+std::optional<std::string> resolve_peer(const std::string& peer);
+
+}  // namespace tessivar::platform::cyclone

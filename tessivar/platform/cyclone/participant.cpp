@@ -1,0 +1,120 @@
+#include "tessivar/platform/cyclone/participant.h"
+
+#include "tessivar/platform/cyclone/configuration.h"
+#include "tessivar/platform/cyclone/engine_log.h"
+#include "tessivar/platform/cyclone/network.h"
+#include "tessivar/platform/cyclone/qos.h"
+#include "tessivar/platform/cyclone/reader.h"
+#include "tessivar/platform/cyclone/translate.h"
+#include "tessivar/platform/cyclone/writer.h"
+#include "tessivar/platform/log.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+// The engine's own numbers for its domains. They begin where no application that uses the engine beside us looks.
+dds_domainid_t next_internal_id() {
+  static std::atomic<dds_domainid_t> next{0x54450000};
+  return next++;
+}
+
+void report_missing_internals() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    log(LogLevel::warning, "engine",
+        "this version of the engine is not known: participants cannot be shown or ignored, peers not changed at run "
+        "time, history not waited for, samples not batched");
+  });
+}
+
+}  // namespace
+
+DDS_ReturnCode_t Participant::create(const EngineParticipantConfig& config, EngineParticipantEvents* events,
+                                     std::unique_ptr<EngineParticipant>& result, std::string& error) {
+  std::unique_ptr<Participant> participant(new Participant);
+  const DDS_ReturnCode_t code = participant->start(config, events, error);
+  if (code == DDS_RETCODE_OK) result = std::move(participant);
+  return code;
+}
+
+DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, EngineParticipantEvents* events,
+                                    std::string& error) {
+  const std::optional<std::string> configuration = engine_configuration(config, error);
+  if (!configuration) return DDS_RETCODE_BAD_PARAMETER;
+  const dds_domainid_t internal_id = next_internal_id();
+  const EngineLogCapture log;
+  domain_ = dds_create_domain(internal_id, configuration->c_str());
+  if (domain_ < 0) {
+    error = "domain " + std::to_string(config.domain_id) + ": " + describe(domain_) + log.text();
+    return to_return_code(domain_);
+  }
+  gv_ = cyclone_internals_of(internal_id, static_cast<std::uint32_t>(config.domain_id), config.lease_duration,
+                             config.announcement_period);
+  if (!gv_) report_missing_internals();
+  batching_ = std::make_unique<BatchingSetting>(gv_);
+  discovery_ = std::make_unique<Discovery>(gv_, events);
+  const EngineQos qos = to_engine_qos(config);
+  entity_ = dds_create_participant(internal_id, qos.get(), nullptr);
+  if (entity_ < 0) {
+    error = "participant in domain " + std::to_string(config.domain_id) + ": " + describe(entity_) + log.text();
+    return to_return_code(entity_);
+  }
+  discovery_->show_known(entity_);
+  return DDS_RETCODE_OK;
+}
+
+Participant::~Participant() {
+  if (discovery_) discovery_->stop();
+  if (entity_ > 0) dds_delete(entity_);
+  if (domain_ > 0) dds_delete(domain_);
+}
+
+DDS_InstanceHandle_t Participant::guid() const {
+  return guid_of(entity_);
+}
+
+int Participant::participant_index() const {
+  return gv_ ? cyclone_participant_index(gv_) : -1;
+}
+
+DDS_ReturnCode_t Participant::create_writer(const EngineWriterConfig& config, EngineWriterEvents* events,
+                                            std::unique_ptr<EngineWriter>& result, std::string& error) {
+  return Writer::create(*this, config, events, result, error);
+}
+
+DDS_ReturnCode_t Participant::create_reader(const EngineReaderConfig& config, EngineReaderEvents* events,
+                                            std::unique_ptr<EngineReader>& result, std::string& error) {
+  return Reader::create(*this, config, events, result, error);
+}
+
+DDS_ReturnCode_t Participant::ignore(const DDS_InstanceHandle_t& remote_participant) {
+  if (!remote_participant.isValid) return DDS_RETCODE_BAD_PARAMETER;
+  if (!discovery_->active()) return DDS_RETCODE_UNSUPPORTED;
+  Guid guid;
+  std::copy(std::begin(remote_participant.keyHash.value), std::end(remote_participant.keyHash.value), guid.begin());
+  discovery_->ignore(guid);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t Participant::change_peer(const std::string& address, bool (*change)(ddsi_domaingv*, const char*)) {
+  if (!gv_) return DDS_RETCODE_UNSUPPORTED;
+  const std::optional<std::string> resolved = resolve_peer(address);
+  if (!resolved || !change(gv_, resolved->c_str())) return DDS_RETCODE_BAD_PARAMETER;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t Participant::add_peer(const std::string& address) {
+  const DDS_ReturnCode_t code = change_peer(address, cyclone_add_peer);
+  if (code == DDS_RETCODE_OK) cyclone_announce(gv_, guid().keyHash.value);
+  return code;
+}
+
+DDS_ReturnCode_t Participant::remove_peer(const std::string& address) {
+  return change_peer(address, cyclone_remove_peer);
+}
+
+}  // namespace tessivar::platform::cyclone

@@ -1,0 +1,91 @@
+#include "tessivar/platform/cyclone/pool.h"
+
+#include <array>
+#include <cstdlib>
+#include <mutex>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define TESSIVAR_POOL_OFF
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TESSIVAR_POOL_OFF
+#endif
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+#ifdef TESSIVAR_POOL_OFF
+constexpr bool pooling = false;  // a sanitizer sees more when memory is really given back
+#else
+constexpr bool pooling = true;
+#endif
+
+// 256, 384, 512, 768, 1024 … 65536: at most a third of a block is unused. What is larger is not kept.
+constexpr std::size_t smallest = 256;
+constexpr std::size_t class_count = 17;
+constexpr std::uint8_t unpooled = class_count;
+constexpr std::size_t kept_octets_per_class = std::size_t{2} << 20;
+
+constexpr std::size_t size_of_class(std::size_t index) {
+  const std::size_t power = smallest << (index / 2);
+  return index % 2 == 0 ? power : power + power / 2;
+}
+
+struct FreeBlock {
+  FreeBlock* next;
+};
+
+struct alignas(64) Class {
+  std::mutex lock;
+  FreeBlock* first = nullptr;
+  std::size_t kept = 0;
+};
+
+// Never destroyed: samples may outlive everything else in the process.
+std::array<Class, class_count>& classes() {
+  static auto* const all = new std::array<Class, class_count>;
+  return *all;
+}
+
+std::uint8_t class_for(std::size_t size) {
+  if constexpr (!pooling) return unpooled;
+  for (std::size_t index = 0; index < class_count; ++index)
+    if (size <= size_of_class(index)) return static_cast<std::uint8_t>(index);
+  return unpooled;
+}
+
+}  // namespace
+
+PoolBlock take_block(std::size_t size) {
+  const std::uint8_t index = class_for(size);
+  if (index == unpooled) return {std::malloc(size), index};
+  Class& pool = classes()[index];
+  {
+    const std::lock_guard guard(pool.lock);
+    if (FreeBlock* block = pool.first) {
+      pool.first = block->next;
+      --pool.kept;
+      return {block, index};
+    }
+  }
+  return {std::malloc(size_of_class(index)), index};
+}
+
+void give_back(PoolBlock block) {
+  if (block.size_class != unpooled) {
+    Class& pool = classes()[block.size_class];
+    const std::lock_guard guard(pool.lock);
+    if (pool.kept < kept_octets_per_class / size_of_class(block.size_class)) {
+      auto* free_block = static_cast<FreeBlock*>(block.memory);
+      free_block->next = pool.first;
+      pool.first = free_block;
+      ++pool.kept;
+      return;
+    }
+  }
+  std::free(block.memory);
+}
+
+}  // namespace tessivar::platform::cyclone

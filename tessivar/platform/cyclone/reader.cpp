@@ -1,0 +1,314 @@
+#include "tessivar/platform/cyclone/reader.h"
+
+#include "tessivar/platform/cyclone/conditions.h"
+#include "tessivar/platform/cyclone/engine_log.h"
+#include "tessivar/platform/cyclone/listener.h"
+#include "tessivar/platform/cyclone/qos.h"
+#include "tessivar/platform/cyclone/sample.h"
+#include "tessivar/platform/cyclone/translate.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+/// The arrays that one call of the engine fills. Each thread keeps its own, unless they have become large.
+class Scratch {
+ public:
+  static Scratch& of_this_thread() {
+    thread_local Scratch scratch;
+    return scratch;
+  }
+
+  void make_room(std::size_t count) {
+    if (slots_.size() >= count) return;
+    slots_.resize(count);
+    infos.resize(count);
+    pointers.resize(count);
+    for (std::size_t i = 0; i < count; ++i) pointers[i] = &slots_[i];
+  }
+
+  void trim() {
+    constexpr std::size_t kept = 4096;
+    if (slots_.size() > kept) *this = Scratch();
+  }
+
+  EncodedSample* sample(std::size_t i) const { return slots_[i]; }
+
+  std::vector<void*> pointers;
+  std::vector<dds_sample_info_t> infos;
+
+ private:
+  std::vector<SampleSlot> slots_;
+};
+
+DDS_InstanceStateKind to_platform(dds_instance_state_t state) {
+  switch (state) {
+    case DDS_IST_NOT_ALIVE_DISPOSED:
+      return DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
+    case DDS_IST_NOT_ALIVE_NO_WRITERS:
+      return DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
+    case DDS_IST_ALIVE:
+      break;
+  }
+  return DDS_ALIVE_INSTANCE_STATE;
+}
+
+// All but the writer's GUID.
+void fill(DDS_SampleInfo& to, const dds_sample_info_t& from, const EncodedSample& sample) {
+  to.sample_state = from.sample_state == DDS_SST_READ ? DDS_READ_SAMPLE_STATE : DDS_NOT_READ_SAMPLE_STATE;
+  to.view_state = from.view_state == DDS_VST_NEW ? DDS_NEW_VIEW_STATE : DDS_NOT_NEW_VIEW_STATE;
+  to.instance_state = to_platform(from.instance_state);
+  to.source_timestamp = to_time(from.source_timestamp);
+  // A sample of this very participant was never received: it is here from the moment it was written.
+  to.reception_timestamp =
+      to_time(sample.reception_time != 0 ? sample.reception_time : static_cast<std::int64_t>(from.source_timestamp));
+  to.instance_handle = to_handle(sample.key_hash);
+  to.disposed_generation_count = static_cast<DDS_Long>(from.disposed_generation_count);
+  to.no_writers_generation_count = static_cast<DDS_Long>(from.no_writers_generation_count);
+  to.sample_rank = static_cast<DDS_Long>(from.sample_rank);
+  to.generation_rank = static_cast<DDS_Long>(from.generation_rank);
+  to.absolute_generation_rank = static_cast<DDS_Long>(from.absolute_generation_rank);
+  to.valid_data = from.valid_data ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+/// One call of the engine. Negative on failure.
+struct Access {
+  dds_entity_t reader;
+  std::uint32_t mask;
+  bool take;
+  EngineHandle instance;
+
+  dds_return_t call(Scratch& scratch, std::size_t room, bool locked) const {
+    void** pointers = scratch.pointers.data();
+    dds_sample_info_t* infos = scratch.infos.data();
+    const std::uint32_t max = locked ? api::read_without_lock : static_cast<std::uint32_t>(room);
+    if (instance != 0)
+      return take ? dds_take_instance_mask(reader, pointers, infos, room, max, instance, mask)
+                  : dds_read_instance_mask(reader, pointers, infos, room, max, instance, mask);
+    return take ? dds_take_mask(reader, pointers, infos, room, max, mask)
+                : dds_read_mask(reader, pointers, infos, room, max, mask);
+  }
+
+  dds_return_t some(Scratch& scratch, std::size_t max) const {
+    scratch.make_room(max);
+    return call(scratch, max, false);
+  }
+
+  // The engine tells how much there is by locking its cache, which the following call unlocks.
+  dds_return_t all(Scratch& scratch) const {
+    const std::size_t held = dds_reader_lock_samples(reader);
+    if (held == 0) return some(scratch, 1);
+    if (instance == 0) {
+      scratch.make_room(held);
+      return call(scratch, held, true);
+    }
+    // Of one instance at most 100 samples would be read that way, so the lock is given back by asking for an instance
+    // that cannot be. What arrives for this one before it is read stays for the next time.
+    constexpr std::size_t needed_without_lock = 100;
+    scratch.make_room(std::max(held, needed_without_lock));
+    constexpr EngineHandle no_instance = ~EngineHandle{0};
+    Access{reader, mask, false, no_instance}.call(scratch, needed_without_lock, true);
+    return call(scratch, held, false);
+  }
+};
+
+}  // namespace
+
+DDS_ReturnCode_t Reader::create(Participant& participant, const EngineReaderConfig& config, EngineReaderEvents* events,
+                                std::unique_ptr<EngineReader>& result, std::string& error) {
+  if (!config.type) {
+    error = "reader of topic \"" + config.topic + "\": no type";
+    return DDS_RETCODE_BAD_PARAMETER;
+  }
+  std::unique_ptr<Reader> reader(new Reader(participant, events));
+  const DDS_ReturnCode_t code = reader->start(config, error);
+  if (code == DDS_RETCODE_OK) result = std::move(reader);
+  return code;
+}
+
+DDS_ReturnCode_t Reader::start(const EngineReaderConfig& config, std::string& error) {
+  if (!topic_.create(participant_.entity(), config.topic, *config.type, error)) return DDS_RETCODE_ERROR;
+  if (config.filter && !topic_.set_filter(*config.filter, error)) return DDS_RETCODE_ERROR;
+  const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
+  const Listener listener(this);
+  // Liveliness is also our own business, see on_liveliness_changed.
+  dds_lset_liveliness_changed(listener.get(), on_liveliness_changed);
+  if (events_) {
+    dds_lset_data_available(listener.get(), on_data_available);
+    dds_lset_subscription_matched(listener.get(), on_subscription_matched);
+    dds_lset_requested_deadline_missed(listener.get(), on_requested_deadline_missed);
+    dds_lset_requested_incompatible_qos(listener.get(), on_requested_incompatible_qos);
+    dds_lset_sample_lost(listener.get(), on_sample_lost);
+    dds_lset_sample_rejected(listener.get(), on_sample_rejected);
+  }
+  const EngineLogCapture log;
+  entity_ = dds_create_reader(participant_.entity(), topic_.entity(), qos.get(), listener.get());
+  if (entity_ < 0) {
+    error = "reader of topic \"" + config.topic + "\": " + describe(entity_) + log.text();
+    return to_return_code(entity_);
+  }
+  return DDS_RETCODE_OK;
+}
+
+Reader::~Reader() {
+  if (entity_ > 0) dds_delete(entity_);
+}
+
+DDS_ReturnCode_t Reader::access(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) {
+  slots.clear();
+  const std::uint32_t mask = to_engine_mask(selection.sample_states, selection.view_states, selection.instance_states);
+  if (mask == 0 || max == 0) return DDS_RETCODE_NO_DATA;
+  Scratch& scratch = Scratch::of_this_thread();
+  const Access access = {entity_, mask, selection.take, selection.instance};
+  const dds_return_t count = max < 0 ? access.all(scratch) : access.some(scratch, static_cast<std::size_t>(max));
+  if (count <= 0) {
+    scratch.trim();
+    return count == 0 ? DDS_RETCODE_NO_DATA : to_return_code(count);
+  }
+  slots.resize(static_cast<std::size_t>(count));
+  EngineHandle writer = 0;  // the one that was looked up last: samples of one writer come in rows
+  DDS_InstanceHandle_t writer_guid = DDS_HANDLE_NIL;
+  for (std::size_t i = 0; i < slots.size(); ++i) {
+    const dds_sample_info_t& info = scratch.infos[i];
+    EngineSlot& slot = slots[i];
+    slot.sample = SampleRef(scratch.sample(i));
+    slot.instance = info.instance_handle;
+    fill(slot.info, info, *slot.sample.get());
+    if (info.publication_handle != writer) {
+      writer = info.publication_handle;
+      writer_guid = matches_.find(entity_, writer).guid;
+    }
+    slot.info.publication_handle = writer_guid;
+  }
+  scratch.trim();
+  return DDS_RETCODE_OK;
+}
+
+std::unique_ptr<EngineCondition> Reader::create_condition(DDS_SampleStateMask samples, DDS_ViewStateMask views,
+                                                          DDS_InstanceStateMask instances) {
+  const std::uint32_t mask = to_engine_mask(samples, views, instances);
+  return mask == 0 ? nullptr : make_read_condition(entity_, mask);
+}
+
+DDS_ReturnCode_t Reader::wait_for_historical_data(std::int64_t timeout) {
+  using std::chrono::steady_clock;
+  if (timeout < 0) return DDS_RETCODE_BAD_PARAMETER;
+  ddsi_domaingv* const internals = participant_.internals();
+  if (!internals) return DDS_RETCODE_UNSUPPORTED;
+  const DDS_InstanceHandle_t me = guid();
+  const steady_clock::time_point begin = steady_clock::now();
+  std::chrono::microseconds pause(200);
+  for (;;) {
+    switch (cyclone_history_state(internals, me.keyHash.value)) {
+      case CYCLONE_HISTORY_COMPLETE:
+        return DDS_RETCODE_OK;
+      case CYCLONE_HISTORY_NO_READER:
+        return DDS_RETCODE_ALREADY_DELETED;
+      case CYCLONE_HISTORY_PENDING:
+        break;
+    }
+    // The engine tells nobody when a reader has caught up.
+    if (timeout != never) {
+      const std::chrono::nanoseconds left = std::chrono::nanoseconds(timeout) - (steady_clock::now() - begin);
+      if (left.count() <= 0) return DDS_RETCODE_TIMEOUT;
+      pause = std::min(pause, std::chrono::ceil<std::chrono::microseconds>(left));
+    }
+    std::this_thread::sleep_for(pause);
+    pause = std::min<std::chrono::microseconds>(2 * pause, std::chrono::milliseconds(5));
+  }
+}
+
+DDS_InstanceHandle_t Reader::guid() const {
+  return guid_of(entity_);
+}
+
+std::vector<DDS_InstanceHandle_t> Reader::matched_publications() {
+  return matches_.all(entity_);
+}
+
+DDS_SubscriptionMatchedStatus Reader::subscription_matched_status() {
+  dds_subscription_matched_status_t status = {};
+  dds_get_subscription_matched_status(entity_, &status);
+  return to_platform(entity_, status);
+}
+
+DDS_LivelinessChangedStatus Reader::liveliness_changed_status() {
+  dds_liveliness_changed_status_t status = {};
+  dds_get_liveliness_changed_status(entity_, &status);
+  return to_platform(entity_, status);
+}
+
+DDS_SubscriptionMatchedStatus Reader::to_platform(dds_entity_t reader,
+                                                  const dds_subscription_matched_status_t& status) {
+  DDS_SubscriptionMatchedStatus result = {};
+  result.total_count = static_cast<DDS_Long>(status.total_count);
+  result.total_count_change = status.total_count_change;
+  result.current_count = static_cast<DDS_Long>(status.current_count);
+  result.current_count_change = status.current_count_change;
+  if (status.last_publication_handle != 0)
+    result.last_publication_handle = matches_.find(reader, status.last_publication_handle).guid;
+  return result;
+}
+
+DDS_LivelinessChangedStatus Reader::to_platform(dds_entity_t reader, const dds_liveliness_changed_status_t& status) {
+  DDS_LivelinessChangedStatus result = {};
+  result.alive_count = static_cast<DDS_Long>(status.alive_count);
+  result.not_alive_count = static_cast<DDS_Long>(status.not_alive_count);
+  result.alive_count_change = status.alive_count_change;
+  result.not_alive_count_change = status.not_alive_count_change;
+  if (status.last_publication_handle != 0)
+    result.last_publication_handle = matches_.find(reader, status.last_publication_handle).guid;
+  return result;
+}
+
+void Reader::on_data_available(dds_entity_t, void* self) {
+  static_cast<Reader*>(self)->events_->data_available();
+}
+
+void Reader::on_subscription_matched(dds_entity_t reader, dds_subscription_matched_status_t status, void* self) {
+  auto& me = *static_cast<Reader*>(self);
+  const DDS_SubscriptionMatchedStatus translated = me.to_platform(reader, status);
+  if (status.current_count_change < 0) me.matches_.forget(status.last_publication_handle);
+  me.events_->subscription_matched(translated);
+}
+
+void Reader::on_liveliness_changed(dds_entity_t reader, dds_liveliness_changed_status_t status, void* self) {
+  auto& me = *static_cast<Reader*>(self);
+  if (status.not_alive_count_change > 0) {
+    // The engine calls a silent writer alive again only when a sample of it arrives, which for a writer with nothing to
+    // say is never. Its participant is made to be discovered anew instead, when it announces itself.
+    const Match writer = me.matches_.find(reader, status.last_publication_handle);
+    if (writer.guid.isValid && writer.automatic_liveliness && me.participant_.internals())
+      me.participant_.discovery().rediscover(writer.participant);
+  }
+  if (me.events_) me.events_->liveliness_changed(me.to_platform(reader, status));
+}
+
+void Reader::on_requested_deadline_missed(dds_entity_t reader, dds_requested_deadline_missed_status_t status,
+                                          void* self) {
+  SampleSlot slot = nullptr;
+  dds_instance_get_key(reader, status.last_instance_handle, &slot);
+  const SampleRef key(slot);
+  static_cast<Reader*>(self)->events_->requested_deadline_missed({static_cast<DDS_Long>(status.total_count),
+                                                                  status.total_count_change,
+                                                                  key ? to_handle(key->key_hash) : DDS_HANDLE_NIL});
+}
+
+void Reader::on_requested_incompatible_qos(dds_entity_t, dds_requested_incompatible_qos_status_t status, void* self) {
+  static_cast<Reader*>(self)->events_->requested_incompatible_qos(to_status(status));
+}
+
+void Reader::on_sample_lost(dds_entity_t, dds_sample_lost_status_t status, void* self) {
+  static_cast<Reader*>(self)->events_->sample_lost(
+      {static_cast<DDS_Long>(status.total_count), status.total_count_change});
+}
+
+void Reader::on_sample_rejected(dds_entity_t, dds_sample_rejected_status_t status, void* self) {
+  static_cast<Reader*>(self)->events_->sample_rejected(
+      {static_cast<DDS_Long>(status.total_count), status.total_count_change, DDS_HANDLE_NIL});
+}
+
+}  // namespace tessivar::platform::cyclone
