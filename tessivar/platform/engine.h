@@ -193,6 +193,7 @@ struct EngineProperty {
   std::string name;
   std::string value;
   bool propagate;
+  bool operator==(const EngineProperty&) const = default;
 };
 
 struct EngineParticipantConfig {
@@ -209,6 +210,7 @@ struct EngineParticipantConfig {
   std::int64_t lease_duration = 0;  // nanoseconds
   std::int64_t announcement_period = 0;
   int max_participant_index = 31;
+  bool operator==(const EngineParticipantConfig&) const = default;
 };
 
 struct EngineWriterConfig {

@@ -1,0 +1,29 @@
+#include "tessivar/platform/compiled_filter.h"
+
+#include "tessivar/platform/listener_slot.h"
+
+namespace tessivar::platform {
+
+std::shared_ptr<CompiledFilter> CompiledFilter::compile(DDSContentFilter& filter, const std::string& expression,
+                                                        const DDS_StringSeq& parameters, const PRESTypePlugin& type,
+                                                        DDS_ReturnCode_t& result) {
+  void* data = nullptr;
+  result = DDS_RETCODE_ERROR;
+  contained("DDSContentFilter::compile", [&] {
+    result = filter.compile(&data, expression.c_str(), parameters, type.type_code, type.type_name, nullptr);
+  });
+  return result == DDS_RETCODE_OK ? std::make_shared<CompiledFilter>(filter, data) : nullptr;
+}
+
+CompiledFilter::~CompiledFilter() {
+  contained("DDSContentFilter::finalize", [&] { filter_.finalize(data_); });
+}
+
+bool CompiledFilter::accepts(const void* sample, const DDS_FilterSampleInfo& info) const {
+  bool accepted = false;
+  contained("DDSContentFilter::evaluate",
+            [&] { accepted = filter_.evaluate(data_, sample, &info) != DDS_BOOLEAN_FALSE; });
+  return accepted;
+}
+
+}  // namespace tessivar::platform

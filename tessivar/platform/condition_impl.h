@@ -1,0 +1,42 @@
+// Conditions and wait sets from the inside: how they hang together with the engine's.
+//
+// A condition outlives the engine's condition behind it: a read condition may be made before its reader is enabled, and
+// is given another engine condition when the reader's engine side is replaced. Who is attached to whom is therefore
+// kept here, under one lock for all; it is never held while anybody waits.
+#pragma once
+
+#include "tessivar/platform/condition.h"
+#include "tessivar/platform/engine.h"
+
+#include <atomic>
+#include <vector>
+
+struct DDSCondition::Impl {
+  ~Impl();
+
+  std::unique_ptr<tessivar::platform::EngineCondition> engine;  // null while the reader of a read condition is disabled
+  std::vector<DDSWaitSet::Impl*> wait_sets;
+
+  // Of a read condition.
+  DDSDataReader* reader = nullptr;
+  DDS_SampleStateMask sample_states = 0;
+  DDS_ViewStateMask view_states = 0;
+  DDS_InstanceStateMask instance_states = 0;
+};
+
+struct DDSWaitSet::Impl {
+  std::unique_ptr<tessivar::platform::EngineWaitSet> engine;
+  std::vector<DDSCondition*> conditions;  // in the order of their attachment
+  std::atomic<bool> waiting = false;
+  std::vector<void*> triggered;  // of the thread that waits
+};
+
+namespace tessivar::platform {
+
+/// Puts `engine` behind the condition and into every wait set that has it, before the one it replaces goes: who waits
+/// misses nothing. Null: nothing triggers it any more.
+void replace_engine_condition(DDSCondition& condition, std::unique_ptr<EngineCondition> engine);
+
+bool is_triggered(const DDSCondition::Impl& condition);
+
+}  // namespace tessivar::platform

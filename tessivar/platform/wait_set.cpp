@@ -1,0 +1,137 @@
+#include "tessivar/platform/condition_impl.h"
+#include "tessivar/platform/log.h"
+#include "tessivar/platform/sequence_fill.h"
+
+#include <algorithm>
+#include <chrono>
+#include <mutex>
+
+namespace platform = tessivar::platform;
+using platform::log;
+using platform::LogLevel;
+using platform::make_length;
+
+namespace {
+
+/// Guards who is attached to whom, of all conditions and wait sets. Never destroyed: conditions may be static.
+std::mutex& attachments() {
+  static std::mutex& mutex = *new std::mutex;
+  return mutex;
+}
+
+template <class T>
+void erase_value(std::vector<T>& values, const T& value) {
+  values.erase(std::remove(values.begin(), values.end(), value), values.end());
+}
+
+std::int64_t steady_nanoseconds() {
+  return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
+
+}  // namespace
+
+DDSCondition::Impl::~Impl() {
+  const std::lock_guard lock(attachments());
+  for (DDSWaitSet::Impl* wait_set : wait_sets) {
+    if (engine) wait_set->engine->detach(*engine);
+    std::erase_if(wait_set->conditions, [&](const DDSCondition* condition) { return &condition->impl() == this; });
+  }
+}
+
+void platform::replace_engine_condition(DDSCondition& condition, std::unique_ptr<EngineCondition> engine) {
+  std::unique_ptr<EngineCondition> old;
+  {
+    const std::lock_guard lock(attachments());
+    DDSCondition::Impl& impl = condition.impl();
+    for (DDSWaitSet::Impl* wait_set : impl.wait_sets) {
+      if (engine && wait_set->engine->attach(*engine, &condition) != DDS_RETCODE_OK) {
+        log(LogLevel::error, "DDSWaitSet", "a read condition could not be attached again to its wait set");
+      }
+      if (impl.engine) wait_set->engine->detach(*impl.engine);
+    }
+    old = std::exchange(impl.engine, std::move(engine));
+  }
+}
+
+bool platform::is_triggered(const DDSCondition::Impl& condition) {
+  const std::lock_guard lock(attachments());
+  return condition.engine && condition.engine->triggered();
+}
+
+DDSWaitSet::DDSWaitSet() : impl_(std::make_unique<Impl>()) {
+  impl_->engine = platform::engine().create_wait_set();
+}
+
+DDSWaitSet::~DDSWaitSet() {
+  const std::lock_guard lock(attachments());
+  for (DDSCondition* condition : impl_->conditions) {
+    if (condition->impl().engine) impl_->engine->detach(*condition->impl().engine);
+    erase_value(condition->impl().wait_sets, impl_.get());
+  }
+}
+
+DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
+  if (!condition) return DDS_RETCODE_BAD_PARAMETER;
+  if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
+  const std::lock_guard lock(attachments());
+  if (std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) return DDS_RETCODE_OK;
+  if (platform::EngineCondition* engine = condition->impl().engine.get()) {
+    const DDS_ReturnCode_t result = impl_->engine->attach(*engine, condition);
+    if (result != DDS_RETCODE_OK) return result;
+  }
+  impl_->conditions.push_back(condition);
+  condition->impl().wait_sets.push_back(impl_.get());
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSWaitSet::detach_condition(DDSCondition* condition) {
+  if (!condition) return DDS_RETCODE_BAD_PARAMETER;
+  const std::lock_guard lock(attachments());
+  if (!std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) {
+    return DDS_RETCODE_PRECONDITION_NOT_MET;
+  }
+  if (condition->impl().engine) impl_->engine->detach(*condition->impl().engine);
+  erase_value(impl_->conditions, condition);
+  erase_value(condition->impl().wait_sets, impl_.get());
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t& timeout) {
+  if (timeout.sec < 0) return DDS_RETCODE_BAD_PARAMETER;
+  if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
+  if (impl_->waiting.exchange(true)) return DDS_RETCODE_PRECONDITION_NOT_MET;
+  struct Done {
+    std::atomic<bool>& waiting;
+    ~Done() { waiting = false; }
+  } const done{impl_->waiting};
+
+  make_length(active, 0);
+  const std::int64_t span = platform::to_nanoseconds(timeout);
+  const std::int64_t start = span == platform::never ? 0 : steady_nanoseconds();
+  for (std::int64_t left = span;;) {
+    const DDS_ReturnCode_t result = impl_->engine->wait(left, impl_->triggered);
+    if (result != DDS_RETCODE_OK) return result;
+    {
+      const std::lock_guard lock(attachments());
+      // What was detached meanwhile is in no one's list any more and is only compared here, never looked into.
+      const auto triggered = [&](const DDSCondition* condition) {
+        return std::find(impl_->triggered.begin(), impl_->triggered.end(), condition) != impl_->triggered.end();
+      };
+      const auto count = std::count_if(impl_->conditions.begin(), impl_->conditions.end(), triggered);
+      if (count) {
+        if (!make_length(active, static_cast<std::size_t>(count))) return DDS_RETCODE_OUT_OF_RESOURCES;
+        DDS_Long index = 0;
+        for (DDSCondition* condition : impl_->conditions) {
+          if (triggered(condition)) active[index++] = condition;
+        }
+        return DDS_RETCODE_OK;
+      }
+    }
+    if (span != platform::never) left = std::max<std::int64_t>(0, span - (steady_nanoseconds() - start));
+  }
+}
+
+DDS_ReturnCode_t DDSWaitSet::get_conditions(DDSConditionSeq& attached) {
+  const std::lock_guard lock(attachments());
+  return platform::fill(attached, impl_->conditions);
+}

@@ -1,0 +1,46 @@
+// The instances that one writer knows.
+//
+// Found by their encoded key, so that a known instance costs no key hash; by handle for who asks for the key.
+#pragma once
+
+#include "tessivar/platform/encoded_key.h"
+#include "tessivar/platform/key_hash.h"
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+namespace tessivar::platform {
+
+/// Thread-safe.
+class WriterInstances {
+ public:
+  explicit WriterInstances(const PRESTypePlugin& type) : type_(type) {}
+
+  /// The hash of the sample's key, whose instance is known from now on; nothing when there is no memory for it.
+  /// `written` says that the bus gets to know it, too.
+  std::optional<KeyHash> add(const EncodedKey& key, const void* sample, bool written);
+  struct Known {
+    KeyHash hash;
+    bool written;
+  };
+  std::optional<Known> find(const EncodedKey& key) const;
+  void remove(const EncodedKey& key);
+  /// The encoded key of that instance.
+  std::optional<std::string> key_of(const DDS_InstanceHandle_t& handle) const;
+
+ private:
+  struct Hasher {
+    typedef void is_transparent;
+    std::size_t operator()(std::string_view bytes) const { return std::hash<std::string_view>()(bytes); }
+  };
+  typedef std::unordered_map<std::string, Known, Hasher, std::equal_to<>> ByKey;
+
+  const PRESTypePlugin& type_;
+  mutable std::mutex mutex_;
+  ByKey by_key_;
+  std::unordered_map<KeyHash, const std::string*, KeyHashHasher> by_hash_;
+};
+
+}  // namespace tessivar::platform
