@@ -1,0 +1,112 @@
+#include "tessivar/framework/domain/builtin_participant_listener.h"
+
+#include "tessivar/framework/domain/text_list.h"
+#include "tessivar/framework/log/logger.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+namespace TessivarDDS {
+namespace {
+
+/// Octets of the shortest user data that can hold a type: "type=" and a digit.
+constexpr DDS_Long shortest_type = 6;
+
+unsigned short announcedType(const DDS_ParticipantBuiltinTopicData& data) {
+  const DDS_OctetSeq& text = data.user_data.value;
+  std::vector<DDS_Octet> octets(static_cast<std::size_t>(text.length()));
+  for (DDS_Long i = 0; i < text.length(); ++i) octets[static_cast<std::size_t>(i)] = text[i];
+  return BuiltinParticipantListener::parseType(octets.data(), text.length());
+}
+
+std::string describe(const DDS_ParticipantBuiltinTopicData& data, unsigned short type) {
+  const auto orUnset = [](const char* text) { return text ? text : "Unset"; };
+  std::string text = "Name=";
+  text += orUnset(data.participant_name.name);
+  text += " RoleName=";
+  text += orUnset(data.participant_name.role_name);
+  text += " Ipv4 locators=";
+  const char* separator = "";
+  for (DDS_Long i = 0; i < data.default_unicast_locators.length(); ++i) {
+    const DDS_Locator_t& locator = data.default_unicast_locators[i];
+    if (locator.kind != DDS_LOCATOR_KIND_UDPv4) continue;
+    const DDS_Octet* address = locator.address + sizeof locator.address - 4;
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%d.%d.%d.%d@%d", address[0], address[1], address[2], address[3],
+                  static_cast<int>(locator.port));
+    text += separator;
+    text += buffer;
+    separator = ",";
+  }
+  text += " TypeId=";
+  text += data.user_data.value.length() < shortest_type ? "Unset" : std::to_string(type);
+  return text;
+}
+
+}  // namespace
+
+std::vector<unsigned short> BuiltinParticipantListener::parseTypes(const std::string& list) {
+  std::vector<unsigned short> types;
+  for (const std::string& text : splitTextList(list)) {
+    unsigned short type = 0;
+    const char* const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, type);
+    if (parsed.ec == std::errc() && parsed.ptr == end) {
+      types.push_back(type);
+    } else {
+      logError() << "bool __cdecl TessivarDDS::DDSDomain::installBuiltInParticipantListener(void)"
+                 << " Ignored '" << text << "' in the allowed participant types '" << list
+                 << "': not a number from 0 to 65535.";
+    }
+  }
+  return types;
+}
+
+unsigned short BuiltinParticipantListener::parseType(const DDS_Octet* text, DDS_Long length) {
+  // Received octets need not end with a zero.
+  const std::string bounded(reinterpret_cast<const char*>(text), static_cast<std::size_t>(std::max(length, 0)));
+  unsigned long type = 0;
+  if (length < shortest_type || std::sscanf(bounded.c_str(), "type=%lu", &type) != 1) return unknownParticipantType;
+  return type <= 0xFFFF ? static_cast<unsigned short>(type) : unknownParticipantType;
+}
+
+void BuiltinParticipantListener::judge(const DDS_ParticipantBuiltinTopicData& data,
+                                       const DDS_InstanceHandle_t& handle) {
+  constexpr const char* signature =
+      "void __cdecl TessivarDDS::BuiltinParticipantListener::on_data_available(class DDSDataReader *)";
+  const unsigned short type = announcedType(data);
+  const std::string description = describe(data, type);
+  if (allowed_.empty() || std::find(allowed_.begin(), allowed_.end(), type) != allowed_.end()) {
+    logDebug() << signature << "Remote participant Allowed: " << description;
+    admitted_.fetch_add(1, std::memory_order_relaxed);
+    return;
+  }
+  logDebug() << signature << "Remote participant Denied: " << description;
+  const DDS_ReturnCode_t code =
+      participant_ ? participant_->ignore_participant(handle) : DDS_RETCODE_PRECONDITION_NOT_MET;
+  if (code != DDS_RETCODE_OK) logError() << signature << "Error ignoring participant. Return code: " << code;
+}
+
+void BuiltinParticipantListener::on_data_available(DDSDataReader* reader) {
+  constexpr const char* signature =
+      "void __cdecl TessivarDDS::BuiltinParticipantListener::on_data_available(class DDSDataReader *)";
+  auto* participants = DDSParticipantBuiltinTopicDataDataReader::narrow(reader);
+  DDS_ParticipantBuiltinTopicDataSeq samples;
+  DDS_SampleInfoSeq infos;
+  const DDS_ReturnCode_t code = participants
+                                    ? participants->take(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE,
+                                                         DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE)
+                                    : DDS_RETCODE_BAD_PARAMETER;
+  if (code == DDS_RETCODE_NO_DATA) return;
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to access data from the built-in reader. Error code: " << code;
+    return;
+  }
+  for (DDS_Long i = 0; i < samples.length(); ++i) {
+    if (infos[i].valid_data) judge(samples[i], infos[i].instance_handle);
+  }
+  participants->return_loan(samples, infos);
+}
+
+}  // namespace TessivarDDS

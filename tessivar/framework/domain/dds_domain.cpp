@@ -1,0 +1,427 @@
+#include "tessivar/framework/domain/dds_domain.h"
+
+#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/text_list.h"
+#include "tessivar/framework/log/logger.h"
+
+#include <algorithm>
+
+namespace TessivarDDS {
+namespace {
+
+constexpr int highest_domain_id = 232;  // DDSI-RTPS 2.3, 9.6.1.1: a higher one has no ports
+constexpr const char* multicast_property = "dds.transport.UDPv4.builtin.multicast_enabled";
+constexpr const char* interfaces_property = "dds.transport.UDPv4.builtin.parent.allow_interfaces";
+constexpr const char* allowed_types_property = "tessivarddscore.allowed_participant_types";
+constexpr DDS_Long max_user_data = 128;
+
+#define TESSIVAR_SIGNATURE_CREATE "bool __cdecl TessivarDDS::DDSDomain::createDomainParticipant("
+constexpr const char* create_signature = TESSIVAR_SIGNATURE_CREATE "int,const struct DDS_DomainParticipantQos &,bool)";
+
+DDSDomainParticipantFactory& factory() {
+  return *DDSDomainParticipantFactory::get_instance();
+}
+
+std::vector<std::string> toVector(const DDS_StringSeq& texts) {
+  std::vector<std::string> entries;
+  for (DDS_Long i = 0; i < texts.length(); ++i) entries.emplace_back(texts[i] ? texts[i] : "");
+  return entries;
+}
+
+}  // namespace
+
+DDSDomain::DDSDomain() = default;
+
+DDSDomain::~DDSDomain() {
+  cleanUp();
+}
+
+void DDSDomain::enableMulticast(bool enable) {
+  if (participant_) {
+    logError() << "void __cdecl TessivarDDS::DDSDomain::enableMulticast(bool)"
+               << "Cannot set multicast after the participant has been created!";
+    return;
+  }
+  multicast_ = enable;
+}
+
+void DDSDomain::setType(unsigned short type) {
+  if (participant_) {
+    logError() << "void __cdecl TessivarDDS::DDSDomain::setType(unsigned short)"
+               << " Set type called after participant creation.";
+    return;
+  }
+  type_ = type;
+}
+
+void DDSDomain::setAllowedInterfaces(std::vector<std::string> interfaces) {
+  if (participant_) {
+    logError() << "void __cdecl TessivarDDS::DDSDomain::setAllowedInterfaces(" TESSIVAR_SIGNATURE_STRINGS ")"
+               << " Cannot set the allowed interfaces after the participant has been created!";
+    return;
+  }
+  allowedInterfaces_ = std::move(interfaces);
+}
+
+bool DDSDomain::refusedBecauseCreated(const char* signature) const {
+  if (participant_) logError() << signature << " Already created on domain " << participant_->get_domain_id();
+  return participant_ != nullptr;
+}
+
+bool DDSDomain::createDomainParticipant(int domainId) {
+  DDS_DomainParticipantQos qos;
+  const DDS_ReturnCode_t code = factory().get_default_participant_qos(qos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << TESSIVAR_SIGNATURE_CREATE "int)"
+               << " Failed to get the default domain participant Qos. Error code: " << code;
+    return false;
+  }
+  return createDomainParticipant(domainId, qos, true);
+}
+
+bool DDSDomain::createDomainParticipant(int domainId, std::vector<std::string> qosFiles, const std::string& library,
+                                        const std::string& profile) {
+  constexpr const char* signature = TESSIVAR_SIGNATURE_CREATE
+      "int," TESSIVAR_SIGNATURE_STRINGS ",const " TESSIVAR_SIGNATURE_STRING " &,const " TESSIVAR_SIGNATURE_STRING " &)";
+  if (refusedBecauseCreated(signature)) return false;
+  DDS_DomainParticipantFactoryQos factoryQos;
+  DDS_ReturnCode_t code = factory().get_qos(factoryQos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << " Failed to get the domain participant factory QoS. Error code: " << code;
+    return false;
+  }
+  assignTexts(factoryQos.profile.url_profile, qosFiles);
+  code = factory().set_qos(factoryQos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << " Failed to set domain participant factory QoS. Error code: " << code;
+    return false;
+  }
+  DDS_DomainParticipantQos qos;
+  code = factory().get_participant_qos_from_profile(qos, library.c_str(), profile.c_str());
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << " Failed to load participant Qos profile: " << library << "::" << profile
+               << " return code: " << code;
+    return false;
+  }
+  return createDomainParticipant(domainId, qos, true);
+}
+
+bool DDSDomain::createDomainParticipant(int domainId, const DDS_DomainParticipantQos& qos, bool enable) {
+  if (refusedBecauseCreated(create_signature)) return false;
+  if (domainId < 0 || domainId > highest_domain_id) {
+    logError() << create_signature << " Domain id " << domainId << " is not within 0 to " << highest_domain_id;
+    return false;
+  }
+  logDebug() << create_signature << "Creating domain participant on domain " << domainId;
+  DDS_DomainParticipantQos configured = qos;
+  if (!configureQos(configured)) return false;
+  disableAutoCreateParticipantEntities();
+  participant_ = factory().create_participant(domainId, configured, &listener_, domainListenerMask);
+  if (!participant_) {
+    logError() << create_signature << "Failed to create domain participant.";
+    return false;
+  }
+  installBuiltInParticipantListener();
+  if (enable) {
+    if (participant_->enable() != DDS_RETCODE_OK) {
+      logError() << create_signature << "Failed to enable DDS participant.";
+      deleteParticipant();  // so that a later call may succeed
+      return false;
+    }
+    applyIgnoreSelf();
+  }
+  created_ = true;
+  peersBeforeCreation_ = std::exchange(initialPeers_, initialPeerList());
+  logDebug() << create_signature << "Initial peer list: " << joinTextList(initialPeers_);
+
+  DDS_DomainParticipantQos actual;
+  if (participant_->get_qos(actual) != DDS_RETCODE_OK) {
+    logError() << create_signature << "Failed to get participant qos.";
+  } else {
+    logDebug() << create_signature << "Participant created with "
+               << "participant_id=" << actual.wire_protocol.participant_id
+               << " rtps_host_id=" << actual.wire_protocol.rtps_host_id
+               << " rtps_app_id=" << actual.wire_protocol.rtps_app_id
+               << " rtps_instance_id=" << actual.wire_protocol.rtps_instance_id;
+  }
+  return true;
+}
+
+bool DDSDomain::configureQos(DDS_DomainParticipantQos& qos) {
+  std::vector<std::string> peers = toVector(qos.discovery.initial_peers);
+  if (!multicast_) {
+    qos.discovery.multicast_receive_addresses.length(0);
+    const DDS_ReturnCode_t code =
+        DDSPropertyQosPolicyHelper::assert_property(qos.property, multicast_property, "0", DDS_BOOLEAN_FALSE);
+    if (code != DDS_RETCODE_OK) {
+      logError() << "bool __cdecl TessivarDDS::DDSDomain::configureQos(struct DDS_DomainParticipantQos &)"
+                 << " Failed to set dds.transport.UDPv4.builtin.multicast_enabled. Error code: " << code;
+      return false;
+    }
+    peers = {"builtin.udpv4://127.0.0.1", "builtin.shmem://"};
+  }
+  peers.insert(peers.end(), initialPeers_.begin(), initialPeers_.end());
+  assignTexts(qos.discovery.initial_peers, peers);
+
+  qos.resource_limits.participant_user_data_max_length = max_user_data;
+  const std::string text = "type=" + std::to_string(type_);
+  const auto length = static_cast<DDS_Long>(text.size() + 1);  // the terminating zero belongs to it
+  qos.user_data.value.from_array(reinterpret_cast<const DDS_Octet*>(text.c_str()), length);
+
+  return allowedInterfaces_.empty() || setParticipantQosAllowedInterfaces(qos, allowedInterfaces_);
+}
+
+bool DDSDomain::setParticipantQosAllowedInterfaces(DDS_DomainParticipantQos& qos,
+                                                   const std::vector<std::string>& interfaces) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::DDSDomain::setParticipantQosAllowedInterfaces(struct DDS_DomainParticipantQos &,"
+      "const " TESSIVAR_SIGNATURE_STRINGS " &)";
+  const std::string list = joinTextList(interfaces);
+  logDebug() << signature << "Configuring participant Qos to allow interfaces: " << list;
+  const DDS_ReturnCode_t code =
+      DDSPropertyQosPolicyHelper::assert_property(qos.property, interfaces_property, list.c_str(), DDS_BOOLEAN_FALSE);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << " Failed to set dds.transport.UDPv4.builtin.parent.allow_interfaces to " << list
+               << ". Error code: " << code;
+    return false;
+  }
+  return true;
+}
+
+bool DDSDomain::addPeerAddress(const std::string& address) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::DDSDomain::addPeerAddress(const " TESSIVAR_SIGNATURE_STRING " &)";
+  logDebug() << signature << "Adding peer address to domain: " << address;
+  if (!participant_) {
+    initialPeers_.push_back(address);
+    return true;
+  }
+  const DDS_ReturnCode_t code = participant_->add_peer(address.c_str());
+  if (code != DDS_RETCODE_OK) logError() << signature << "Failed to add peer " << address << " return code: " << code;
+  return code == DDS_RETCODE_OK;
+}
+
+bool DDSDomain::removePeerAddress(const std::string& address) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::DDSDomain::removePeerAddress(const " TESSIVAR_SIGNATURE_STRING " &)";
+  logDebug() << signature << "Removing peer address from domain: " << address;
+  if (!participant_) {
+    logError() << signature << "Failed to remove peer as the participant was null.";
+    return false;
+  }
+  const DDS_ReturnCode_t code = participant_->remove_peer(address.c_str());
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to remove peer " << address << " return code: " << code;
+  }
+  return code == DDS_RETCODE_OK;
+}
+
+std::vector<std::string> DDSDomain::initialPeerList() const {
+  constexpr const char* signature =
+      TESSIVAR_SIGNATURE_STRINGS " __cdecl TessivarDDS::DDSDomain::initialPeerList(void) const";
+  if (!participant_) {
+    logError() << signature << "Failed to remove peer as the participant was null.";
+    return {};
+  }
+  DDS_DomainParticipantQos qos;
+  const DDS_ReturnCode_t code = participant_->get_qos(qos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to get qos from domain participant. Error code: " << code;
+    return {};
+  }
+  return toVector(qos.discovery.initial_peers);
+}
+
+bool DDSDomain::registerContentFilter(const std::string& name, const DDSContentFilter* filter) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::DDSDomain::registerContentFilter(const " TESSIVAR_SIGNATURE_STRING
+      " &,const class DDSContentFilter *)";
+  if (!participant_) {
+    logError() << signature << "Failed to remove peer as the participant was null.";
+    return false;
+  }
+  const ScopedLock lock(filtersLock_);
+  if (std::find(filters_.begin(), filters_.end(), std::pair(name, filter)) != filters_.end()) return true;
+  const DDS_ReturnCode_t code = participant_->register_contentfilter(name.c_str(), filter);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to register content filter " << name << " error code: " << code;
+    return false;
+  }
+  filters_.emplace_back(name, filter);
+  return true;
+}
+
+namespace {
+
+/// Unregisters what `chosen` picks; true when there was something, and all of it went.
+template <class Filters, class Choice>
+bool unregister(const char* signature, DDSDomainParticipant* participant, Filters& filters, Choice chosen) {
+  bool found = false;
+  bool success = true;
+  for (auto entry = filters.begin(); entry != filters.end();) {
+    if (!chosen(entry->second)) {
+      ++entry;
+      continue;
+    }
+    found = true;
+    const DDS_ReturnCode_t code =
+        participant ? participant->unregister_contentfilter(entry->first.c_str()) : DDS_RETCODE_PRECONDITION_NOT_MET;
+    if (code == DDS_RETCODE_OK) {
+      entry = filters.erase(entry);
+    } else {
+      logError() << signature << "Failed to unregister content filter " << entry->first << " error code: " << code;
+      success = false;
+      ++entry;
+    }
+  }
+  return found && success;
+}
+
+}  // namespace
+
+bool DDSDomain::unregisterContentFilter(const DDSContentFilter* filter) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::DDSDomain::unregisterContentFilter(const class DDSContentFilter *)";
+  const ScopedLock lock(filtersLock_);
+  const auto isFilter = [filter](const auto* entry) { return entry == filter; };
+  if (std::none_of(filters_.begin(), filters_.end(), [&](const auto& entry) { return isFilter(entry.second); })) {
+    logError() << signature << " The content filter is not registered.";
+    return false;
+  }
+  return unregister(signature, participant_, filters_, isFilter);
+}
+
+bool DDSDomain::unregisterContentFilters() {
+  const ScopedLock lock(filtersLock_);
+  return filters_.empty() || unregister("bool __cdecl TessivarDDS::DDSDomain::unregisterContentFilters(void)",
+                                        participant_, filters_, [](const auto*) { return true; });
+}
+
+const DDSContentFilter* DDSDomain::contentFilter(const std::string& name) const {
+  const ScopedLock lock(filtersLock_);
+  const auto entry =
+      std::find_if(filters_.begin(), filters_.end(), [&](const auto& item) { return item.first == name; });
+  return entry == filters_.end() ? nullptr : entry->second;
+}
+
+namespace {
+
+bool reportProfile(const char* signature, const char* text, const std::string& library, const std::string& profile,
+                   DDS_ReturnCode_t code) {
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << text << library << " profile " << profile << " return code: " << code;
+  }
+  return code == DDS_RETCODE_OK;
+}
+
+}  // namespace
+
+#define TESSIVAR_SIGNATURE_PROFILE(function, qos)                                      \
+  "bool __cdecl TessivarDDS::DDSDomain::" function "(const " TESSIVAR_SIGNATURE_STRING \
+  " &,const " TESSIVAR_SIGNATURE_STRING " &,struct " qos " &)"
+
+bool DDSDomain::participantQosProfile(const std::string& library, const std::string& profile,
+                                      DDS_DomainParticipantQos& qos) {
+  return reportProfile(TESSIVAR_SIGNATURE_PROFILE("participantQosProfile", "DDS_DomainParticipantQos"),
+                       "Failed to load participant QoS profile for ", library, profile,
+                       factory().get_participant_qos_from_profile(qos, library.c_str(), profile.c_str()));
+}
+
+bool DDSDomain::topicQosProfile(const std::string& library, const std::string& profile, DDS_TopicQos& qos) {
+  return reportProfile(TESSIVAR_SIGNATURE_PROFILE("topicQosProfile", "DDS_TopicQos"),
+                       "Failed to load topic QoS profile for ", library, profile,
+                       factory().get_topic_qos_from_profile(qos, library.c_str(), profile.c_str()));
+}
+
+bool DDSDomain::dataReaderQosProfile(const std::string& library, const std::string& profile, DDS_DataReaderQos& qos) {
+  return reportProfile(TESSIVAR_SIGNATURE_PROFILE("dataReaderQosProfile", "DDS_DataReaderQos"),
+                       "Failed to load data reader QoS profile for ", library, profile,
+                       factory().get_datareader_qos_from_profile(qos, library.c_str(), profile.c_str()));
+}
+
+bool DDSDomain::dataWriterQosProfile(const std::string& library, const std::string& profile, DDS_DataWriterQos& qos) {
+  // The reader's words stand for the writer too: monitoring in the field matches on them.
+  return reportProfile(TESSIVAR_SIGNATURE_PROFILE("dataWriterQosProfile", "DDS_DataWriterQos"),
+                       "Failed to load data reader QoS profile for ", library, profile,
+                       factory().get_datawriter_qos_from_profile(qos, library.c_str(), profile.c_str()));
+}
+
+void DDSDomain::applyIgnoreSelf() {
+  constexpr const char* signature = "void __cdecl TessivarDDS::DDSDomain::applyIgnoreSelf(void)";
+  logDebug() << signature << "Configuring Domain Participant to ignore itself.";
+  const DDS_ReturnCode_t code = participant_ ? participant_->ignore_participant(participant_->get_instance_handle())
+                                             : DDS_RETCODE_PRECONDITION_NOT_MET;
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to set ignore domain participant. Return code: " << code;
+  }
+}
+
+void DDSDomain::disableAutoCreateParticipantEntities() {
+  constexpr const char* signature = "void __cdecl TessivarDDS::DDSDomain::disableAutoCreateParticipantEntities(void)";
+  DDS_DomainParticipantFactoryQos qos;
+  DDS_ReturnCode_t code = factory().get_qos(qos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to get the domain participant factory QoS. Return code: " << code;
+    return;
+  }
+  if (!qos.entity_factory.autoenable_created_entities) return;
+  qos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
+  code = factory().set_qos(qos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to set the domain participant factory QoS. Return code: " << code;
+  }
+}
+
+bool DDSDomain::installBuiltInParticipantListener() {
+  constexpr const char* signature = "bool __cdecl TessivarDDS::DDSDomain::installBuiltInParticipantListener(void)";
+  if (!participant_) {
+    logError() << signature << "Participant not yet created";
+    return false;
+  }
+  DDS_DomainParticipantQos qos;
+  const DDS_ReturnCode_t code = participant_->get_qos(qos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to get qos from domain participant. Error code: " << code;
+    return false;
+  }
+  const DDS_Property_t* types = DDSPropertyQosPolicyHelper::lookup_property(
+      static_cast<const DDS_PropertyQosPolicy&>(qos.property), allowed_types_property);
+  DDSSubscriber* subscriber = participant_->get_builtin_subscriber();
+  if (!subscriber) {
+    logError() << signature << "Failed to create builtin subscriber";
+    return false;
+  }
+  DDSDataReader* reader = subscriber->lookup_datareader(DDS_PARTICIPANT_TOPIC_NAME);
+  if (!reader) {
+    logError() << signature << "Failed to create builtin participant data reader.";
+    return false;
+  }
+  participantListener_.setParticipant(participant_);
+  participantListener_.setAllowedTypes(
+      BuiltinParticipantListener::parseTypes(types && types->value ? types->value : ""));
+  return reader->set_listener(&participantListener_, DDS_DATA_AVAILABLE_STATUS) == DDS_RETCODE_OK;
+}
+
+void DDSDomain::cleanUp() {
+  if (!participant_) return;
+  deleteParticipant();
+  if (participant_) return;
+  created_ = false;
+  initialPeers_ = std::exchange(peersBeforeCreation_, {});
+}
+
+void DDSDomain::deleteParticipant() {
+  constexpr const char* signature = "void __cdecl TessivarDDS::DDSDomain::cleanUp(void)";
+  DDS_ReturnCode_t code = participant_->delete_contained_entities();
+  if (code != DDS_RETCODE_OK) logError() << signature << " Delete contained entities failed. Return code: " << code;
+  code = factory().delete_participant(participant_);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << " Domain participant deletion failed. Error code: " << code;
+    return;
+  }
+  participant_ = nullptr;
+  const ScopedLock lock(filtersLock_);
+  filters_.clear();
+}
+
+}  // namespace TessivarDDS

@@ -1,0 +1,123 @@
+// One participant of a DDS domain, configured the way all applications of a facility configure theirs.
+#pragma once
+
+#include "tessivar/framework/domain/builtin_participant_listener.h"
+#include "tessivar/framework/domain/domain_listener.h"
+#include "tessivar/framework/sync/sync.h"
+#include "tessivar/platform/participant.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace TessivarDDS {
+
+/// Owns a participant and what configures it: interfaces, peers, the announced type, content filters, and who is
+/// admitted. Applications mostly get one from the DomainManager.
+///
+/// Settings (setType(), enableMulticast(), setAllowedInterfaces()) and addPeerAddress() come first, then
+/// createDomainParticipant(); cleanUp() leads back to the start with the settings kept. Create, clean up and change
+/// settings from one thread; peers, filters, profiles and the getters may be used from any. Creation takes some
+/// milliseconds; nothing else blocks. A failure logs one line and gives false.
+///
+/// A participant has one topic of a name: two services that use the same topics need a domain each. Whatever was made
+/// on the participant must be gone before cleanUp(), which otherwise deletes it underneath its owner.
+class TESSIVAR_API DDSDomain {
+ public:
+  DDSDomain();
+  /// As cleanUp().
+  ~DDSDomain();
+  DDSDomain(const DDSDomain&) = delete;
+  DDSDomain& operator=(const DDSDomain&) = delete;
+
+  // --- before creation
+  // ------------------------------------------------------------------------------------------------
+
+  /// Discovery by multicast, off unless enabled. Refused with a line in the log once the participant exists.
+  void enableMulticast(bool enable);
+  /// The type that remote participants see and admit or ignore this one by. Refused once the participant exists.
+  void setType(unsigned short type);
+  /// Interfaces to use, each a name, an address or a pattern such as "10.1.*"; none: the engine's choice. When none of
+  /// the machine's fits, creation fails. Refused once the participant exists.
+  void setAllowedInterfaces(std::vector<std::string> interfaces);
+
+  // --- creation
+  // -------------------------------------------------------------------------------------------------------
+
+  /// With the default participant QoS. `domainId`: 0 to 232.
+  bool createDomainParticipant(int domainId);
+  /// With `qos`, completed by configureQos(). Without `enable` the participant is quiet until
+  /// participant()->enable(), and would then match itself unless applyIgnoreSelf() follows.
+  ///
+  /// From the first call on, the process's participant factory makes participants disabled.
+  bool createDomainParticipant(int domainId, const DDS_DomainParticipantQos& qos, bool enable);
+  /// With a profile of these QoS files, which every profile of the process is looked up in from now on.
+  bool createDomainParticipant(int domainId, std::vector<std::string> qosFiles, const std::string& library,
+                               const std::string& profile);
+  /// Lays this domain's settings over `qos`: transports, peers, the announced type, interfaces.
+  bool configureQos(DDS_DomainParticipantQos& qos);
+  bool setParticipantQosAllowedInterfaces(DDS_DomainParticipantQos& qos, const std::vector<std::string>& interfaces);
+  void applyIgnoreSelf();
+  void disableAutoCreateParticipantEntities();
+  /// Admits remote participants by the property "tessivarddscore.allowed_participant_types": type numbers parted by
+  /// commas; absent or empty admits all.
+  bool installBuiltInParticipantListener();
+  /// Deletes the participant with everything on it. Nothing when there is none.
+  void cleanUp();
+
+  // --- peers
+  // ----------------------------------------------------------------------------------------------------------
+
+  /// Where to look for other participants: a host name, an address or "[N@]builtin.udpv4://ADDRESS". Also while
+  /// running.
+  bool addPeerAddress(const std::string& address);
+  /// Who is known already stays known.
+  bool removePeerAddress(const std::string& address);
+  std::vector<std::string> initialPeerList() const;
+
+  // --- content filters
+  // ------------------------------------------------------------------------------------------------
+
+  /// Makes `filter` available to filtered topics under `name`. Not owned: it must outlive the participant or be
+  /// unregistered. True also when this very filter has that name already; false for a name in use.
+  bool registerContentFilter(const std::string& name, const DDSContentFilter* filter);
+  /// Under all its names. False for a filter that is not registered, or that filtered topics use.
+  bool unregisterContentFilter(const DDSContentFilter* filter);
+  bool unregisterContentFilters();
+  /// The filter registered under `name`; null when there is none.
+  const DDSContentFilter* contentFilter(const std::string& name) const;
+
+  // --- QoS profiles
+  // ---------------------------------------------------------------------------------------------------
+
+  bool participantQosProfile(const std::string& library, const std::string& profile, DDS_DomainParticipantQos& qos);
+  bool topicQosProfile(const std::string& library, const std::string& profile, DDS_TopicQos& qos);
+  bool dataReaderQosProfile(const std::string& library, const std::string& profile, DDS_DataReaderQos& qos);
+  bool dataWriterQosProfile(const std::string& library, const std::string& profile, DDS_DataWriterQos& qos);
+
+  // --- state
+  // ----------------------------------------------------------------------------------------------------------
+
+  /// Null until created. Owned by the domain.
+  DDSDomainParticipant* participant() const { return participant_; }
+  bool created() const { return created_; }
+  const BuiltinParticipantListener& participantListener() const { return participantListener_; }
+
+ private:
+  bool refusedBecauseCreated(const char* signature) const;
+  void deleteParticipant();
+
+  std::vector<std::string> initialPeers_;
+  DDSDomainParticipant* participant_ = nullptr;
+  bool created_ = false;
+  DDSDomainListener listener_;
+  bool multicast_ = false;
+  unsigned short type_ = 0;
+  std::vector<std::string> allowedInterfaces_;
+  std::vector<std::pair<std::string, const DDSContentFilter*>> filters_;
+  mutable TessivarMutex filtersLock_;
+  BuiltinParticipantListener participantListener_;
+  std::vector<std::string> peersBeforeCreation_;  // what cleanUp() goes back to
+};
+
+}  // namespace TessivarDDS

@@ -1,0 +1,24 @@
+// What a domain logs of the statuses of its topics, readers and writers.
+#pragma once
+
+#include "tessivar/platform/listener.h"
+
+namespace TessivarDDS {
+
+/// The statuses that a domain's listener is installed for: inconsistent topic, liveliness lost and changed, publication
+/// and subscription matched.
+constexpr DDS_StatusMask domainListenerMask = DDS_INCONSISTENT_TOPIC_STATUS | DDS_LIVELINESS_LOST_STATUS |
+                                              DDS_LIVELINESS_CHANGED_STATUS | DDS_PUBLICATION_MATCHED_STATUS |
+                                              DDS_SUBSCRIPTION_MATCHED_STATUS;
+
+/// Logs what no listener of the entity itself asked for. Holds no state: any thread.
+class TESSIVAR_API DDSDomainListener : public DDSDomainParticipantListener {
+ public:
+  void on_inconsistent_topic(DDSTopic* topic, const DDS_InconsistentTopicStatus& status) override;
+  void on_liveliness_changed(DDSDataReader* reader, const DDS_LivelinessChangedStatus& status) override;
+  void on_liveliness_lost(DDSDataWriter* writer, const DDS_LivelinessLostStatus& status) override;
+  void on_publication_matched(DDSDataWriter* writer, const DDS_PublicationMatchedStatus& status) override;
+  void on_subscription_matched(DDSDataReader* reader, const DDS_SubscriptionMatchedStatus& status) override;
+};
+
+}  // namespace TessivarDDS

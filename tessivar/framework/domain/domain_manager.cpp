@@ -1,0 +1,170 @@
+#include "tessivar/framework/domain/domain_manager.h"
+
+#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/text_list.h"
+#include "tessivar/framework/log/logger.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+
+namespace TessivarDDS {
+namespace {
+
+constexpr const char* shared_signature =
+    "class TessivarDDS::DDSDomain *__cdecl TessivarDDS::DomainManager::sharedDomain(int,"
+    "const " TESSIVAR_SIGNATURE_STRING " &,const " TESSIVAR_SIGNATURE_STRING
+    " &,class TessivarDDS::DomainManagerClient *)";
+constexpr const char* exclusive_signature =
+    "class TessivarDDS::DDSDomain *__cdecl TessivarDDS::DomainManager::exclusiveDomain(int,"
+    "const " TESSIVAR_SIGNATURE_STRING " &,const " TESSIVAR_SIGNATURE_STRING " &)";
+
+/// Runs application code; an exception ends with it.
+template <class Call>
+void guarded(const char* signature, Call&& call) noexcept {
+  try {
+    call();
+  } catch (const std::exception& exception) {
+    logError() << signature << " Exception in the application's code: " << exception.what();
+  } catch (...) {
+    logError() << signature << " Exception in the application's code.";
+  }
+}
+
+}  // namespace
+
+DomainManager& DomainManager::instance() {
+  static DomainManager manager;
+  return manager;
+}
+
+DomainManager::~DomainManager() {
+  for (const Record& record : records_) {
+    logWarning() << "__cdecl TessivarDDS::DomainManager::~DomainManager(void)"
+                 << "DomainManager::instance().releaseDomain() not called correct number of times. "
+                 << " Domain '" << record.domainId << "' still alive! Ref count: " << record.references;
+  }
+}
+
+DDSDomain* DomainManager::sharedDomain(int domainId, const std::string& library, const std::string& profile,
+                                       DomainManagerClient* client) {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    const auto record = std::find_if(records_.begin(), records_.end(), [&](const Record& candidate) {
+      return candidate.shared && candidate.domainId == domainId;
+    });
+    if (record == records_.end()) break;
+    if (record->domain) {
+      record->clients.push_back(client);
+      ++record->references;
+      return record->domain;
+    }
+    if (record->creator == std::this_thread::get_id()) {
+      logError() << shared_signature << " Domain " << domainId << " was asked for while it is being made.";
+      return nullptr;
+    }
+    changed_.wait(lock);
+  }
+  return createRecorded(shared_signature, lock, {domainId, nullptr, true, 1, {client}, std::this_thread::get_id()},
+                        library, profile);
+}
+
+DDSDomain* DomainManager::exclusiveDomain(int domainId, const std::string& library, const std::string& profile) {
+  std::unique_lock lock(mutex_);
+  return createRecorded(exclusive_signature, lock, {domainId, nullptr, false, 1, {nullptr}, std::this_thread::get_id()},
+                        library, profile);
+}
+
+DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock<std::mutex>& lock, Record record,
+                                         const std::string& library, const std::string& profile) {
+  // The record keeps the id's place while the lock is free: the hook is application code, and others need not wait.
+  const int domainId = record.domainId;
+  const auto place = records_.insert(records_.end(), std::move(record));
+  lock.unlock();
+  DDSDomain* domain = nullptr;
+  guarded(signature, [&] { domain = createDomain(domainId, library, profile); });
+  if (!domain) logError() << signature << "Problem creating domain participant";
+  lock.lock();
+  if (domain) {
+    place->domain = domain;
+  } else {
+    records_.erase(place);
+  }
+  changed_.notify_all();
+  return domain;
+}
+
+DDSDomain* DomainManager::createDomain(int domainId, const std::string& library, const std::string& profile) {
+  auto domain = std::make_unique<DDSDomain>();
+  if (const char* interfaces = std::getenv("DDS_ALLOWED_INTERFACES")) {
+    domain->setAllowedInterfaces(splitTextList(interfaces));
+  }
+  DDS_DomainParticipantQos qos;
+  const bool named = !library.empty() && !profile.empty();
+  const bool loaded = named && domain->participantQosProfile(library, profile, qos);
+  if (named && !loaded) logError() << shared_signature << "Failed to load participant Qos from QoS file!";
+  if (!loaded) {
+    const DDS_ReturnCode_t code = DDSDomainParticipantFactory::get_instance()->get_default_participant_qos(qos);
+    if (code != DDS_RETCODE_OK) {
+      logError() << shared_signature << " Failed to get the default domain participant Qos. Error code: " << code;
+      return nullptr;
+    }
+  }
+  DomainQosHook hook;
+  {
+    const std::lock_guard lock(mutex_);
+    hook = hook_;
+  }
+  if (hook) hook(domainId, library, profile, qos);
+  return domain->createDomainParticipant(domainId, qos, true) ? domain.release() : nullptr;
+}
+
+void DomainManager::releaseSharedDomain(DDSDomain* domain, DomainManagerClient* client) {
+  constexpr const char* signature =
+      "void __cdecl TessivarDDS::DomainManager::releaseSharedDomain(class TessivarDDS::DDSDomain *,"
+      "class TessivarDDS::DomainManagerClient *)";
+  {
+    const std::lock_guard lock(mutex_);
+    const auto record = std::find_if(records_.begin(), records_.end(),
+                                     [&](const Record& candidate) { return domain && candidate.domain == domain; });
+    if (record == records_.end()) {
+      logError() << signature << " The domain is not one of the domain manager's, or was released already.";
+      return;
+    }
+    const auto holder = std::find(record->clients.begin(), record->clients.end(), client);
+    if (holder == record->clients.end()) {
+      logError() << signature << " The client does not hold domain " << record->domainId;
+      return;
+    }
+    record->clients.erase(holder);
+    if (--record->references > 0) return;
+    records_.erase(record);
+  }
+  if (client) guarded(signature, [&] { client->domainAboutToBeDeleted(domain); });
+  domain->cleanUp();
+  delete domain;
+}
+
+void DomainManager::installQosHook(DomainQosHook hook) {
+  const std::lock_guard lock(mutex_);
+  hook_ = std::move(hook);
+}
+
+void DomainManager::notifyNetworkSettingsChanged() {
+  std::vector<DomainManagerClient*> clients;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const Record& record : records_) {
+      for (DomainManagerClient* client : record.clients) {
+        if (client) clients.push_back(client);
+      }
+    }
+  }
+  for (DomainManagerClient* client : clients) {
+    guarded("void __cdecl TessivarDDS::DomainManager::notifyNetworkSettingsChanged(void)",
+            [&] { client->networkSettingsChanged(); });
+  }
+}
+
+}  // namespace TessivarDDS

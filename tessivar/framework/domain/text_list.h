@@ -1,0 +1,20 @@
+// Lists of texts: comma-separated, as environment variables and properties hold them, and the platform's.
+#pragma once
+
+#include "tessivar/platform/sequence.h"
+
+#include <string>
+#include <vector>
+
+namespace TessivarDDS {
+
+/// The entries of "a, b,c" without surrounding blanks; empty ones are left out.
+std::vector<std::string> splitTextList(const std::string& list);
+
+/// The entries with commas between them.
+std::string joinTextList(const std::vector<std::string>& entries);
+
+/// Fills a platform sequence. False when memory is short.
+bool assignTexts(DDS_StringSeq& texts, const std::vector<std::string>& entries);
+
+}  // namespace TessivarDDS
