@@ -1,0 +1,34 @@
+#include "tessivar/types/family/define.h"
+#include "tessivar/types/routing/routing_tables.h"
+
+namespace Tessivar_Routing {
+
+TESSIVAR_DEFINE_TYPEDEF(MatrixIndex, tessivar::types::MatrixIndexKind)
+TESSIVAR_DEFINE_TYPEDEF(LevelIndex, tessivar::types::LevelIndexKind)
+TESSIVAR_DEFINE_TYPEDEF(PortIndex, tessivar::types::PortIndexKind)
+TESSIVAR_DEFINE_TYPEDEF(AssociationIndex, tessivar::types::AssociationIndexKind)
+TESSIVAR_DEFINE_ENUMERATION(RequestResult)
+TESSIVAR_DEFINE_NESTED_TYPE(Level)
+TESSIVAR_DEFINE_NESTED_TYPE(Matrix)
+TESSIVAR_DEFINE_TOPIC_TYPE(Router)
+TESSIVAR_DEFINE_TOPIC_TYPE(Source)
+TESSIVAR_DEFINE_TOPIC_TYPE(Destination)
+TESSIVAR_DEFINE_TOPIC_TYPE(Association)
+TESSIVAR_DEFINE_TOPIC_TYPE(AssociationRoute)
+TESSIVAR_DEFINE_NESTED_TYPE(AssociationRouteChangeExceptionInfo)
+TESSIVAR_DEFINE_TOPIC_TYPE(AssociationRouteChangeRequest)
+TESSIVAR_DEFINE_TOPIC_TYPE(AssociationRouteChangeReply)
+TESSIVAR_DEFINE_TOPIC_TYPE(DestinationChangeRequest)
+TESSIVAR_DEFINE_TOPIC_TYPE(DestinationChangeReply)
+
+}  // namespace Tessivar_Routing
+
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::Router)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::Source)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::Destination)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::Association)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::AssociationRoute)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::AssociationRouteChangeRequest)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::AssociationRouteChangeReply)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::DestinationChangeRequest)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::DestinationChangeReply)

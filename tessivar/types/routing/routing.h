@@ -1,0 +1,141 @@
+// The types of module Tessivar_Routing: routers, what they have and how it is routed.
+#pragma once
+
+#include "tessivar/types/core/core.h"
+
+namespace Tessivar_Routing {
+
+using Tessivar::Guid;
+using Tessivar::ReqReplyGuid;
+
+// Numbers of matrices in their router, of levels in their matrix, of ports in their level and of associations in their
+// matrix.
+typedef DDS_UnsignedShort MatrixIndex;
+TESSIVAR_TYPEDEF(MatrixIndex)
+typedef DDS_UnsignedShort LevelIndex;
+TESSIVAR_TYPEDEF(LevelIndex)
+typedef DDS_UnsignedLong PortIndex;
+TESSIVAR_TYPEDEF(PortIndex)
+typedef DDS_UnsignedLong AssociationIndex;
+TESSIVAR_TYPEDEF(AssociationIndex)
+
+enum RequestResult : DDS_Enum { PENDING = 0, COMPLETE = 1, IN_PROGRESS = 2, FAILED = 3 };
+TESSIVAR_ENUMERATION(RequestResult)
+
+/// One level of a matrix, as video or audio.
+struct Level {
+  LevelIndex index = 0;
+  DDS_UnsignedShort numberOfSources = 0;
+  DDS_UnsignedShort numberOfDests = 0;
+  char* name = nullptr;  // 32
+};
+TESSIVAR_NESTED_TYPE(Level)
+
+/// One matrix of a router.
+struct Matrix {
+  LevelSeq levels;  // 32
+  DDS_UnsignedLong numberOfSourceAssociations = 0;
+  DDS_UnsignedLong numberOfDestAssociations = 0;
+  char* name = nullptr;  // 32
+};
+TESSIVAR_NESTED_TYPE(Matrix)
+
+/// A router and its layout.
+struct Router {
+  Guid unitId = nullptr;  // key
+  char* name = nullptr;   // 32
+  MatrixSeq matrices;     // 16
+  TESSIVAR_TOPIC_CLASSES(Router)
+};
+TESSIVAR_TOPIC_TYPE(Router)
+
+/// An input port of one level.
+struct Source {
+  Guid unitId = nullptr;   // key
+  MatrixIndex matrix = 0;  // key
+  LevelIndex level = 0;    // key
+  PortIndex index = 0;     // key
+  char* name = nullptr;    // 32
+  TESSIVAR_TOPIC_CLASSES(Source)
+};
+TESSIVAR_TOPIC_TYPE(Source)
+
+/// An output port of one level.
+struct Destination {
+  Guid unitId = nullptr;   // key
+  MatrixIndex matrix = 0;  // key
+  LevelIndex level = 0;    // key
+  PortIndex index = 0;     // key
+  char* name = nullptr;    // 32
+  DDS_Boolean protect = DDS_BOOLEAN_FALSE;
+  TESSIVAR_TOPIC_CLASSES(Destination)
+};
+TESSIVAR_TOPIC_TYPE(Destination)
+
+/// Sources, or destinations, of several levels that are routed together.
+struct Association {
+  Guid unitId = nullptr;       // key
+  MatrixIndex matrix = 0;      // key
+  AssociationIndex index = 0;  // key
+  PortIndexSeq port_indexes;   // 32
+  char* name = nullptr;        // 32
+  TESSIVAR_TOPIC_CLASSES(Association)
+};
+TESSIVAR_TOPIC_TYPE(Association)
+
+/// Which source association feeds a destination association. The source is no key: a destination has one route, and a
+/// new one takes its place.
+struct AssociationRoute {
+  Guid unitId = nullptr;         // key
+  MatrixIndex matrix_index = 0;  // key
+  AssociationIndex source_index = 0;
+  AssociationIndex dest_index = 0;  // key
+  TESSIVAR_TOPIC_CLASSES(AssociationRoute)
+};
+TESSIVAR_TOPIC_TYPE(AssociationRoute)
+
+/// Why a route was refused.
+struct AssociationRouteChangeExceptionInfo {
+  char* message = nullptr;  // at most 255 characters
+};
+TESSIVAR_NESTED_TYPE(AssociationRouteChangeExceptionInfo)
+
+/// Asks a router for a route.
+struct AssociationRouteChangeRequest {
+  ReqReplyGuid changeguid;  // key
+  DDS_UnsignedShort ticketId = 0;
+  AssociationRoute newValue;
+  TESSIVAR_TOPIC_CLASSES(AssociationRouteChangeRequest)
+};
+TESSIVAR_TOPIC_TYPE(AssociationRouteChangeRequest)
+
+/// The answer to one request.
+struct AssociationRouteChangeReply {
+  ReqReplyGuid changeguid;  // key
+  DDS_UnsignedShort ticketId = 0;
+  RequestResult result = PENDING;
+  AssociationRouteChangeExceptionInfo* ex = nullptr;  // optional
+  TESSIVAR_TOPIC_CLASSES(AssociationRouteChangeReply)
+};
+TESSIVAR_TOPIC_TYPE(AssociationRouteChangeReply)
+
+/// Asks a router to change a destination.
+struct DestinationChangeRequest {
+  ReqReplyGuid changeguid;  // key
+  DDS_UnsignedShort ticketId = 0;
+  Destination newValue;
+  DDS_BooleanSeq level_mask;  // 32
+  TESSIVAR_TOPIC_CLASSES(DestinationChangeRequest)
+};
+TESSIVAR_TOPIC_TYPE(DestinationChangeRequest)
+
+/// The answer to one request; unlike that to a route's it gives no reason.
+struct DestinationChangeReply {
+  ReqReplyGuid changeguid;  // key
+  DDS_UnsignedShort ticketId = 0;
+  RequestResult result = PENDING;
+  TESSIVAR_TOPIC_CLASSES(DestinationChangeReply)
+};
+TESSIVAR_TOPIC_TYPE(DestinationChangeReply)
+
+}  // namespace Tessivar_Routing
