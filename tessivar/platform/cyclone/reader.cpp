@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 namespace tessivar::platform::cyclone {
 namespace {
@@ -35,7 +36,8 @@ class Scratch {
     if (slots_.size() > kept) *this = Scratch();
   }
 
-  EncodedSample* sample(std::size_t i) const { return slots_[i]; }
+  /// The slot is empty afterwards, as it must be: the engine releases what it finds in one before it fills in a key.
+  SampleRef take_sample(std::size_t i) { return SampleRef(std::exchange(slots_[i], nullptr)); }
 
   std::vector<void*> pointers;
   std::vector<dds_sample_info_t> infos;
@@ -174,7 +176,7 @@ DDS_ReturnCode_t Reader::access(const EngineSelection& selection, DDS_Long max, 
   for (std::size_t i = 0; i < slots.size(); ++i) {
     const dds_sample_info_t& info = scratch.infos[i];
     EngineSlot& slot = slots[i];
-    slot.sample = SampleRef(scratch.sample(i));
+    slot.sample = scratch.take_sample(i);
     slot.instance = info.instance_handle;
     fill(slot.info, info, *slot.sample.get());
     if (info.publication_handle != writer) {
