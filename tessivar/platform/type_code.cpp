@@ -1,7 +1,9 @@
 #include "tessivar/platform/type_code.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <strings.h>
 
 namespace {
 
@@ -41,6 +43,29 @@ QualifiedName split(std::string_view qualified) {
   return {qualified.substr(0, colons), qualified.substr(colons + 2)};
 }
 
+// OMG IDL 4.2, table 7-6.
+constexpr const char* keywords[] = {
+    "abstract", "any",         "alias",     "attribute", "bitfield",  "bitmask",    "bitset",   "boolean",
+    "case",     "char",        "component", "connector", "const",     "consumes",   "context",  "custom",
+    "default",  "double",      "exception", "emits",     "enum",      "eventtype",  "factory",  "false",
+    "final",    "finder",      "fixed",     "float",     "getraises", "getter",     "home",     "import",
+    "in",       "inout",       "interface", "local",     "long",      "manages",    "map",      "mirrorport",
+    "module",   "multiple",    "native",    "object",    "octet",     "oneway",     "out",      "primarykey",
+    "private",  "port",        "porttype",  "provides",  "public",    "publishes",  "raises",   "readonly",
+    "setter",   "sequence",    "setraises", "short",     "string",    "struct",     "supports", "switch",
+    "true",     "truncatable", "typedef",   "typeid",    "typename",  "typeprefix", "unsigned", "union",
+    "uses",     "valuebase",   "valuetype", "void",      "wchar",     "wstring",    "int8",     "uint8",
+    "int16",    "int32",       "int64",     "uint16",    "uint32",    "uint64"};
+
+/// An identifier; one that differs from a keyword in case at most is written with an underscore, which is no part of
+/// it.
+std::string identifier(std::string_view name) {
+  const std::string text(name);
+  const bool taken = std::any_of(std::begin(keywords), std::end(keywords),
+                                 [&](const char* keyword) { return strcasecmp(keyword, text.c_str()) == 0; });
+  return taken ? '_' + text : text;
+}
+
 /// How a member declares its type inside `module`.
 std::string reference(const DDS_TypeCode& type, std::string_view module) {
   switch (type.kind()) {
@@ -73,14 +98,14 @@ std::string reference(const DDS_TypeCode& type, std::string_view module) {
       break;
   }
   const QualifiedName name = split(type.name());
-  return std::string(name.module == module ? name.name : std::string_view(type.name()));
+  return name.module == module ? identifier(name.name) : std::string(name.module) + "::" + identifier(name.name);
 }
 
 std::string enumeration(const DDS_TypeCode& type, std::string_view name) {
-  std::string text = "  enum " + std::string(name) + " {\n";
+  std::string text = "  enum " + identifier(name) + " {\n";
   for (DDS_UnsignedLong i = 0; i < type.member_count(); ++i) {
     text += "    ";
-    text += type.member(i)->name;
+    text += identifier(type.member(i)->name);
     text += i + 1 < type.member_count() ? ",\n" : "\n";
   }
   return text + "  };\n";
@@ -89,30 +114,30 @@ std::string enumeration(const DDS_TypeCode& type, std::string_view name) {
 std::string structure(const DDS_TypeCode& type, const QualifiedName& name) {
   const bool is_mutable = type.extensibility_kind() == DDS_MUTABLE_EXTENSIBILITY;
   std::string text = is_mutable ? "  @mutable\n" : "  @final\n";
-  text += "  struct " + std::string(name.name) + " {\n";
+  text += "  struct " + identifier(name.name) + " {\n";
   for (DDS_UnsignedLong i = 0; i < type.member_count(); ++i) {
     const DDS_TypeCodeMember& member = *type.member(i);
     text += "    ";
     if (member.kind == DDS_TYPECODE_KEY_MEMBER) text += "@key ";
     if (member.kind == DDS_TYPECODE_NONKEY_MEMBER) text += "@optional ";
     if (is_mutable) text += "@id(" + std::to_string(member.id) + ") ";
-    text += reference(*member.type, name.module) + " " + member.name + ";\n";
+    text += reference(*member.type, name.module) + " " + identifier(member.name) + ";\n";
   }
   return text + "  };\n";
 }
 
 std::string union_type(const DDS_TypeCode& type, const QualifiedName& name) {
   const DDS_TypeCode& discriminator = *type.discriminator_type();
-  std::string text = "  @final\n  union " + std::string(name.name);
+  std::string text = "  @final\n  union " + identifier(name.name);
   text += " switch (" + reference(discriminator, name.module) + ") {\n";
   for (DDS_UnsignedLong i = 0; i < type.member_count(); ++i) {
     const DDS_TypeCodeMember& branch = *type.member(i);
     for (DDS_UnsignedLong label = 0; label < branch.label_count; ++label) {
       text += "    case ";
-      text += discriminator.member(static_cast<DDS_UnsignedLong>(branch.labels[label]))->name;
+      text += identifier(discriminator.member(static_cast<DDS_UnsignedLong>(branch.labels[label]))->name);
       text += ":\n";
     }
-    text += "      " + reference(*branch.type, name.module) + " " + branch.name + ";\n";
+    text += "      " + reference(*branch.type, name.module) + " " + identifier(branch.name) + ";\n";
   }
   return text + "  };\n";
 }
@@ -123,7 +148,7 @@ std::string to_idl(const DDS_TypeCode& type) {
   const QualifiedName name = split(type.name());
   switch (type.kind()) {
     case DDS_TK_ALIAS:
-      return "  typedef " + reference(*type.content_type(), name.module) + " " + std::string(name.name) + ";\n";
+      return "  typedef " + reference(*type.content_type(), name.module) + " " + identifier(name.name) + ";\n";
     case DDS_TK_ENUM:
       return enumeration(type, name.name);
     case DDS_TK_STRUCT:

@@ -295,8 +295,11 @@ struct Plugin {
   static std::size_t encoded_to_key(const std::uint8_t* encoded, std::size_t size, std::uint8_t* buffer,
                                     std::size_t capacity) {
     return key_buffer(buffer, capacity, [&](auto& out) {
-      if constexpr (!keyed) return true;
-      return read_buffer(encoded, size, [&](auto& in) { return pass_key<Encoding::whole>(Kind(), in, out); });
+      if constexpr (keyed) {
+        return read_buffer(encoded, size, [&](auto& in) { return pass_key<Encoding::whole>(Kind(), in, out); });
+      } else {
+        return true;
+      }
     });
   }
   static bool decode_key(void* key, const std::uint8_t* buffer, std::size_t size) {
