@@ -1,15 +1,13 @@
-// The types of module Tessivar_Routing: routers, what they have and how it is routed.
+// The routing types of module Tessivar_Routing: routers, their ports, associations and routes.
+//
+// Numbers behind strings and sequences are their bounds.
 #pragma once
 
 #include "tessivar/types/core/core.h"
 
 namespace Tessivar_Routing {
 
-using Tessivar::Guid;
-using Tessivar::ReqReplyGuid;
-
-// Numbers of matrices in their router, of levels in their matrix, of ports in their level and of associations in their
-// matrix.
+// Numbers of matrices, levels, ports and associations.
 typedef DDS_UnsignedShort MatrixIndex;
 TESSIVAR_TYPEDEF(MatrixIndex)
 typedef DDS_UnsignedShort LevelIndex;
@@ -22,7 +20,7 @@ TESSIVAR_TYPEDEF(AssociationIndex)
 enum RequestResult : DDS_Enum { PENDING = 0, COMPLETE = 1, IN_PROGRESS = 2, FAILED = 3 };
 TESSIVAR_ENUMERATION(RequestResult)
 
-/// One level of a matrix, as video or audio.
+/// One level of a matrix.
 struct Level {
   LevelIndex index = 0;
   DDS_UnsignedShort numberOfSources = 0;
@@ -42,76 +40,76 @@ TESSIVAR_NESTED_TYPE(Matrix)
 
 /// A router and its layout.
 struct Router {
-  Guid unitId = nullptr;  // key
-  char* name = nullptr;   // 32
-  MatrixSeq matrices;     // 16
+  Tessivar::Guid unitId = nullptr;  // key
+  char* name = nullptr;             // 32
+  MatrixSeq matrices;               // 16
   TESSIVAR_TOPIC_CLASSES(Router)
 };
 TESSIVAR_TOPIC_TYPE(Router)
 
-/// An input port of one level.
+/// One input port of one level.
 struct Source {
-  Guid unitId = nullptr;   // key
-  MatrixIndex matrix = 0;  // key
-  LevelIndex level = 0;    // key
-  PortIndex index = 0;     // key
-  char* name = nullptr;    // 32
+  Tessivar::Guid unitId = nullptr;  // key
+  MatrixIndex matrix = 0;           // key
+  LevelIndex level = 0;             // key
+  PortIndex index = 0;              // key
+  char* name = nullptr;             // 32
   TESSIVAR_TOPIC_CLASSES(Source)
 };
 TESSIVAR_TOPIC_TYPE(Source)
 
-/// An output port of one level.
+/// One output port of one level.
 struct Destination {
-  Guid unitId = nullptr;   // key
-  MatrixIndex matrix = 0;  // key
-  LevelIndex level = 0;    // key
-  PortIndex index = 0;     // key
-  char* name = nullptr;    // 32
+  Tessivar::Guid unitId = nullptr;  // key
+  MatrixIndex matrix = 0;           // key
+  LevelIndex level = 0;             // key
+  PortIndex index = 0;              // key
+  char* name = nullptr;             // 32
   DDS_Boolean protect = DDS_BOOLEAN_FALSE;
   TESSIVAR_TOPIC_CLASSES(Destination)
 };
 TESSIVAR_TOPIC_TYPE(Destination)
 
-/// Sources, or destinations, of several levels that are routed together.
+/// A named group of ports across levels: a source or a destination association of a matrix.
 struct Association {
-  Guid unitId = nullptr;       // key
-  MatrixIndex matrix = 0;      // key
-  AssociationIndex index = 0;  // key
-  PortIndexSeq port_indexes;   // 32
-  char* name = nullptr;        // 32
+  Tessivar::Guid unitId = nullptr;  // key
+  MatrixIndex matrix = 0;           // key
+  AssociationIndex index = 0;       // key
+  PortIndexSeq port_indexes;        // 32
+  char* name = nullptr;             // 32
   TESSIVAR_TOPIC_CLASSES(Association)
 };
 TESSIVAR_TOPIC_TYPE(Association)
 
-/// Which source association feeds a destination association. The source is no key: a destination has one route, and a
-/// new one takes its place.
+/// Which source association feeds a destination association. The source is no part of the key: a destination has one
+/// route, and a new source replaces the old one.
 struct AssociationRoute {
-  Guid unitId = nullptr;         // key
-  MatrixIndex matrix_index = 0;  // key
+  Tessivar::Guid unitId = nullptr;  // key
+  MatrixIndex matrix_index = 0;     // key
   AssociationIndex source_index = 0;
   AssociationIndex dest_index = 0;  // key
   TESSIVAR_TOPIC_CLASSES(AssociationRoute)
 };
 TESSIVAR_TOPIC_TYPE(AssociationRoute)
 
-/// Why a route was refused.
-struct AssociationRouteChangeExceptionInfo {
-  char* message = nullptr;  // at most 255 characters
-};
-TESSIVAR_NESTED_TYPE(AssociationRouteChangeExceptionInfo)
-
-/// Asks a router for a route.
+/// Asks a router to change a route.
 struct AssociationRouteChangeRequest {
-  ReqReplyGuid changeguid;  // key
+  Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   AssociationRoute newValue;
   TESSIVAR_TOPIC_CLASSES(AssociationRouteChangeRequest)
 };
 TESSIVAR_TOPIC_TYPE(AssociationRouteChangeRequest)
 
+/// Why a route was refused.
+struct AssociationRouteChangeExceptionInfo {
+  char* message = nullptr;  // 255
+};
+TESSIVAR_NESTED_TYPE(AssociationRouteChangeExceptionInfo)
+
 /// The answer to one request.
 struct AssociationRouteChangeReply {
-  ReqReplyGuid changeguid;  // key
+  Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   RequestResult result = PENDING;
   AssociationRouteChangeExceptionInfo* ex = nullptr;  // optional
@@ -119,9 +117,9 @@ struct AssociationRouteChangeReply {
 };
 TESSIVAR_TOPIC_TYPE(AssociationRouteChangeReply)
 
-/// Asks a router to change a destination.
+/// Asks a router to change destinations on the levels of a mask.
 struct DestinationChangeRequest {
-  ReqReplyGuid changeguid;  // key
+  Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   Destination newValue;
   DDS_BooleanSeq level_mask;  // 32
@@ -129,9 +127,9 @@ struct DestinationChangeRequest {
 };
 TESSIVAR_TOPIC_TYPE(DestinationChangeRequest)
 
-/// The answer to one request; unlike that to a route's it gives no reason.
+/// The answer to one request.
 struct DestinationChangeReply {
-  ReqReplyGuid changeguid;  // key
+  Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   RequestResult result = PENDING;
   TESSIVAR_TOPIC_CLASSES(DestinationChangeReply)

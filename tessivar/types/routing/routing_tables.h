@@ -77,17 +77,17 @@ struct Table<Tessivar_Routing::AssociationRoute>
             Key<"dest_index", &Tessivar_Routing::AssociationRoute::dest_index, AssociationIndexKind>> {};
 
 template <>
-struct Table<Tessivar_Routing::AssociationRouteChangeExceptionInfo>
-    : Final<"Tessivar_Routing::AssociationRouteChangeExceptionInfo",
-            Member<"message", &Tessivar_Routing::AssociationRouteChangeExceptionInfo::message, String<255>>> {};
-
-template <>
 struct Table<Tessivar_Routing::AssociationRouteChangeRequest>
     : Final<"Tessivar_Routing::AssociationRouteChangeRequest",  //
             Key<"changeguid", &Tessivar_Routing::AssociationRouteChangeRequest::changeguid, ReqReplyGuidKind>,
             Member<"ticketId", &Tessivar_Routing::AssociationRouteChangeRequest::ticketId, UShort>,
             Member<"newValue", &Tessivar_Routing::AssociationRouteChangeRequest::newValue,
                    Structure<Tessivar_Routing::AssociationRoute>>> {};
+
+template <>
+struct Table<Tessivar_Routing::AssociationRouteChangeExceptionInfo>
+    : Final<"Tessivar_Routing::AssociationRouteChangeExceptionInfo",  //
+            Member<"message", &Tessivar_Routing::AssociationRouteChangeExceptionInfo::message, String<255>>> {};
 
 template <>
 struct Table<Tessivar_Routing::AssociationRouteChangeReply>
