@@ -310,11 +310,13 @@ const char* DDSDataReader::get_type_name() const {
 
 DDS_ReturnCode_t DDSDataReader::read_or_take_untypedI(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                                       const DDS_ReadSelectionI& selection) {
+  if (!impl_->type) return DDS_RETCODE_ILLEGAL_OPERATION;  // a built-in reader has operations of its own
   return impl_->read_or_take(samples, infos, selection);
 }
 
 DDS_ReturnCode_t DDSDataReader::read_or_take_next_sample_untypedI(void* sample, DDS_SampleInfo& info,
                                                                   DDS_Boolean take) {
+  if (!impl_->type) return DDS_RETCODE_ILLEGAL_OPERATION;
   return impl_->read_or_take_next(sample, info, take != DDS_BOOLEAN_FALSE);
 }
 
@@ -325,9 +327,10 @@ DDS_ReturnCode_t DDSDataReader::return_loan_untypedI(void** lent_samples, DDS_Lo
 }
 
 DDS_ReturnCode_t DDSDataReader::get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle) {
+  if (!impl_->type) return DDS_RETCODE_ILLEGAL_OPERATION;
   return impl_->copy_key(handle, key_holder) ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER;
 }
 
 DDS_InstanceHandle_t DDSDataReader::lookup_instance_untypedI(const void* key_holder) {
-  return impl_->lookup_instance(key_holder);
+  return impl_->type ? impl_->lookup_instance(key_holder) : DDS_HANDLE_NIL;
 }
