@@ -9,10 +9,17 @@
 
 namespace tessivar::framework {
 
-/// How the last holder of a T lets go of it.
+/// How the last holder of a T lets go of it: a sample through its type support, which frees its strings, sequences and
+/// optional members as well; anything else by `delete`. Specialise it for a T that goes otherwise.
 template <class T>
 struct Release {
-  void operator()(T* pointee) const { delete pointee; }
+  void operator()(T* pointee) const {
+    if constexpr (requires { typename T::TypeSupport; }) {
+      T::TypeSupport::delete_data(pointee);
+    } else {
+      delete pointee;
+    }
+  }
 };
 
 }  // namespace tessivar::framework
