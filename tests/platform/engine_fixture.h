@@ -11,12 +11,15 @@
 #include <string>
 #include <thread>
 
+#include <gtest/gtest.h>
+
 namespace engine_test {
 
 using namespace tessivar::platform;
 using namespace std::chrono_literals;
 
-// --- the type: { key unsigned long id; unsigned long value; sequence<octet> payload; } --------------------------------
+// --- the type: { key unsigned long id; unsigned long value; sequence<octet> payload; }
+// --------------------------------
 
 inline std::uint32_t get32(const std::uint8_t* at) {
   std::uint32_t value;
@@ -24,7 +27,9 @@ inline std::uint32_t get32(const std::uint8_t* at) {
   return value;
 }
 
-inline void put32(std::uint8_t* at, std::uint32_t value) { std::memcpy(at, &value, sizeof value); }
+inline void put32(std::uint8_t* at, std::uint32_t value) {
+  std::memcpy(at, &value, sizeof value);
+}
 
 inline void hash_of(std::uint32_t id, std::uint8_t (&hash)[16]) {
   for (std::uint32_t i = 0; i < 16; ++i) hash[i] = static_cast<std::uint8_t>((id >> (8 * (i % 4))) + i);
@@ -143,6 +148,42 @@ inline EngineParticipantConfig participant_config(DDS_DomainId_t domain) {
   config.lease_duration = 2'800'000'000;
   config.announcement_period = 700'000'000;
   return config;
+}
+
+inline std::unique_ptr<EngineParticipant> make_participant(const EngineParticipantConfig& config,
+                                                           EngineParticipantEvents* events = nullptr) {
+  std::unique_ptr<EngineParticipant> participant;
+  std::string error;
+  EXPECT_EQ(cyclone_engine().create_participant(config, events, participant, error), DDS_RETCODE_OK) << error;
+  return participant;
+}
+
+inline std::unique_ptr<EngineWriter> make_writer(EngineParticipant& participant, const std::string& topic,
+                                                 const DDS_DataWriterQos& qos, EngineWriterEvents* events = nullptr,
+                                                 const PRESTypePlugin& type = counter_plugin) {
+  std::unique_ptr<EngineWriter> writer;
+  std::string error;
+  EXPECT_EQ(participant.create_writer({topic, &type, qos, false}, events, writer, error), DDS_RETCODE_OK) << error;
+  return writer;
+}
+
+inline std::unique_ptr<EngineReader> make_reader(EngineParticipant& participant, const std::string& topic,
+                                                 const DDS_DataReaderQos& qos, EngineReaderEvents* events = nullptr,
+                                                 EngineFilter* filter = nullptr) {
+  std::unique_ptr<EngineReader> reader;
+  std::string error;
+  EXPECT_EQ(participant.create_reader({topic, &counter_plugin, qos, false, filter}, events, reader, error),
+            DDS_RETCODE_OK)
+      << error;
+  return reader;
+}
+
+/// Waits until the two know each other.
+inline bool matched(EngineWriter& writer, EngineReader& reader) {
+  return eventually([&] {
+    return writer.publication_matched_status().current_count >= 1 &&
+           reader.subscription_matched_status().current_count >= 1;
+  });
 }
 
 }  // namespace engine_test

@@ -92,6 +92,9 @@ std::optional<std::string> engine_configuration(const EngineParticipantConfig& c
   const std::string internal =
       // Peers of other makes need it with a dispose.
       element("GenerateKeyhash", "true") +
+      // What is written in the first moments after two endpoints have found each other is often asked for again. By
+      // default that takes a tenth of a second, which the first command to a device would be late.
+      element("PreEmptiveAckDelay", "1 ms") + element("NackDelay", "10 ms") +
       // Samples reach the caches on the receive threads, however the writer is configured: wait_for_historical_data
       // relies on it.
       element("SynchronousDeliveryPriorityThreshold", INT32_MIN);

@@ -22,15 +22,14 @@ constexpr bool pooling = false;  // a sanitizer sees more when memory is really 
 constexpr bool pooling = true;
 #endif
 
-// 256, 384, 512, 768, 1024 … 65536: at most a third of a block is unused. What is larger is not kept.
-constexpr std::size_t smallest = 256;
-constexpr std::size_t class_count = 17;
+// 192, 256, 384, 512, 768 … 65536: at most a third of a block is unused. What is larger is not kept.
+constexpr std::size_t class_count = 18;
 constexpr std::uint8_t unpooled = class_count;
 constexpr std::size_t kept_octets_per_class = std::size_t{2} << 20;
 
 constexpr std::size_t size_of_class(std::size_t index) {
-  const std::size_t power = smallest << (index / 2);
-  return index % 2 == 0 ? power : power + power / 2;
+  const std::size_t power = std::size_t{256} << (index / 2);
+  return index % 2 == 0 ? power * 3 / 4 : power;
 }
 
 struct FreeBlock {
