@@ -20,7 +20,7 @@ TESSIVAR_ENUMERATION(CommandChangeReplyResult)
 
 /// The value of a command. All branches are there, side by side; `_d` says which one is meant (and travels). The string
 /// is owned whatever `_d` is. An IPv4 address travels as a number; events and presets carry nothing but an octet.
-struct CommandValue {
+struct TESSIVAR_API CommandValue {
   CommandType _d = String;
   struct Branches {
     DDS_Long intValue = 0;        // Int, IPv4
@@ -35,13 +35,13 @@ TESSIVAR_NESTED_TYPE(CommandValue)
 TESSIVAR_API CommandType CommandValue_getDefaultDiscriminator();
 
 /// Why a change was refused.
-struct CommandChangeExceptionInfo {
+struct TESSIVAR_API CommandChangeExceptionInfo {
   char* message = nullptr;  // at most 255 characters
 };
 TESSIVAR_NESTED_TYPE(CommandChangeExceptionInfo)
 
 /// A device on the bus.
-struct Unit {
+struct TESSIVAR_API Unit {
   Guid unitId = nullptr;      // key
   char* name = nullptr;       // 32
   char* type_name = nullptr;  // 32
@@ -56,7 +56,7 @@ struct Unit {
 TESSIVAR_TOPIC_TYPE(Unit)
 
 /// The present value of one command of one unit.
-struct Command {
+struct TESSIVAR_API Command {
   Guid unitId = nullptr;               // key
   DDS_UnsignedLong commandNumber = 0;  // key
   CommandValue value;
@@ -65,7 +65,7 @@ struct Command {
 TESSIVAR_TOPIC_TYPE(Command)
 
 /// The description of one command.
-struct CommandMetadata {
+struct TESSIVAR_API CommandMetadata {
   Guid unitId = nullptr;               // key
   DDS_UnsignedLong commandNumber = 0;  // key
   char* name = nullptr;                // 32
@@ -81,7 +81,7 @@ struct CommandMetadata {
 TESSIVAR_TOPIC_TYPE(CommandMetadata)
 
 /// A client's interest in a range of commands of one unit.
-struct CommandInterest {
+struct TESSIVAR_API CommandInterest {
   Guid unitId = nullptr;  // key
   ULRange range;          // key
   TESSIVAR_TOPIC_CLASSES(CommandInterest)
@@ -89,7 +89,7 @@ struct CommandInterest {
 TESSIVAR_TOPIC_TYPE(CommandInterest)
 
 /// Asks a unit to change a command's value.
-struct CommandChangeRequest {
+struct TESSIVAR_API CommandChangeRequest {
   ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   Command newValue;
@@ -99,7 +99,7 @@ struct CommandChangeRequest {
 TESSIVAR_TOPIC_TYPE(CommandChangeRequest)
 
 /// The answer to one request.
-struct CommandChangeReply {
+struct TESSIVAR_API CommandChangeReply {
   ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   CommandChangeReplyResult result = PENDING;

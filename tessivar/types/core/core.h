@@ -6,7 +6,7 @@
 namespace Tessivar {
 
 /// The bus address of a port of a device.
-struct Address {
+struct TESSIVAR_API Address {
   DDS_UnsignedShort net = 0;
   DDS_Octet unit = 0;
   DDS_Octet port = 0;
@@ -22,7 +22,7 @@ typedef DDS_OctetSeq ReqReplyGuid;
 TESSIVAR_TYPEDEF(ReqReplyGuid)
 
 /// An interval, closed where it says so.
-struct Range {
+struct TESSIVAR_API Range {
   DDS_Long min = 0;
   DDS_Long max = 0;
   DDS_Boolean minInclusive = DDS_BOOLEAN_FALSE;
@@ -31,14 +31,14 @@ struct Range {
 TESSIVAR_NESTED_TYPE(Range)
 
 /// A closed interval of numbers from 0.
-struct ULRange {
+struct TESSIVAR_API ULRange {
   DDS_UnsignedLong min = 0;
   DDS_UnsignedLong max = 0;
 };
 TESSIVAR_NESTED_TYPE(ULRange)
 
 /// A PTP time stamp (IEEE 1588).
-struct PtpTime {
+struct TESSIVAR_API PtpTime {
   DDS_UnsignedLongLong seconds = 0;
   DDS_UnsignedLong nanoSeconds = 0;
 };

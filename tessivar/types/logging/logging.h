@@ -26,7 +26,7 @@ enum MaskReplyResult : DDS_Enum { PENDING = 0, COMPLETE = 1, FAILED = 2 };
 TESSIVAR_ENUMERATION(MaskReplyResult)
 
 /// The present message of one header of one unit.
-struct LogMessage {
+struct TESSIVAR_API LogMessage {
   Tessivar::Guid address = nullptr;  // key
   char* header = nullptr;            // key, 100
   char* value = nullptr;             // 1024
@@ -36,7 +36,7 @@ struct LogMessage {
 TESSIVAR_TOPIC_TYPE(LogMessage)
 
 /// The same without key: every sample is a message of its own.
-struct LogMessage2 {
+struct TESSIVAR_API LogMessage2 {
   Tessivar::Guid address = nullptr;
   char* header = nullptr;  // 100
   char* value = nullptr;   // 1024
@@ -46,7 +46,7 @@ struct LogMessage2 {
 TESSIVAR_KEYLESS_TOPIC_TYPE(LogMessage2)
 
 /// Asks for the stored messages of units.
-struct LogMessage2Request {
+struct TESSIVAR_API LogMessage2Request {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   Tessivar::GuidSeq addresses;  // 1024
@@ -55,7 +55,7 @@ struct LogMessage2Request {
 TESSIVAR_TOPIC_TYPE(LogMessage2Request)
 
 /// Some of the messages asked for.
-struct LogMessage2Reply {
+struct TESSIVAR_API LogMessage2Reply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   DDS_Boolean finished = DDS_BOOLEAN_FALSE;
@@ -65,7 +65,7 @@ struct LogMessage2Reply {
 TESSIVAR_TOPIC_TYPE(LogMessage2Reply)
 
 /// An error that stays until it is acknowledged. Times are text.
-struct LatchedErrorInfo {
+struct TESSIVAR_API LatchedErrorInfo {
   char* timestamp = nullptr;  // 21
   DDS_Short state = 0;
   char* value = nullptr;  // 1024
@@ -77,7 +77,7 @@ struct LatchedErrorInfo {
 TESSIVAR_NESTED_TYPE(LatchedErrorInfo)
 
 /// Message and alarm state of one header.
-struct LogMessageEx {
+struct TESSIVAR_API LogMessageEx {
   Tessivar::Guid address = nullptr;  // key
   char* header = nullptr;            // key, 100
   char* value = nullptr;             // 1024
@@ -90,7 +90,7 @@ struct LogMessageEx {
 TESSIVAR_TOPIC_TYPE(LogMessageEx)
 
 /// A mask that applies to a message.
-struct MaskInfo {
+struct TESSIVAR_API MaskInfo {
   MaskType mask_type = None;
   char* tag = nullptr;           // 32
   char* masked_by = nullptr;     // 64
@@ -100,7 +100,7 @@ struct MaskInfo {
 TESSIVAR_NESTED_TYPE(MaskInfo)
 
 /// Message and alarm state with masks. The one mutable type: its members carry ids from 1 and travel as a list.
-struct LogMessageEx2 {
+struct TESSIVAR_API LogMessageEx2 {
   Tessivar::Guid address = nullptr;
   char* header = nullptr;  // 100
   char* value = nullptr;   // 1024
@@ -116,7 +116,7 @@ struct LogMessageEx2 {
 TESSIVAR_KEYLESS_TOPIC_TYPE(LogMessageEx2)
 
 /// Asks for the stored messages.
-struct LogMessageEx2Request {
+struct TESSIVAR_API LogMessageEx2Request {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   TESSIVAR_TOPIC_CLASSES(LogMessageEx2Request)
@@ -124,7 +124,7 @@ struct LogMessageEx2Request {
 TESSIVAR_TOPIC_TYPE(LogMessageEx2Request)
 
 /// One of the messages asked for.
-struct LogMessageEx2Reply {
+struct TESSIVAR_API LogMessageEx2Reply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   DDS_UnsignedLong index = 0;
@@ -135,7 +135,7 @@ struct LogMessageEx2Reply {
 TESSIVAR_TOPIC_TYPE(LogMessageEx2Reply)
 
 /// A unit that logs.
-struct LogUnit {
+struct TESSIVAR_API LogUnit {
   Tessivar::Guid address = nullptr;         // key
   Tessivar::Guid source_address = nullptr;  // key
   char* name = nullptr;                     // 64
@@ -146,7 +146,7 @@ struct LogUnit {
 TESSIVAR_TOPIC_TYPE(LogUnit)
 
 /// A mask on a whole unit.
-struct UnitMask {
+struct TESSIVAR_API UnitMask {
   Tessivar::Guid address = nullptr;  // key
   char* tag = nullptr;               // key, 32
   MaskType mask_type = None;
@@ -158,7 +158,7 @@ struct UnitMask {
 TESSIVAR_TOPIC_TYPE(UnitMask)
 
 /// Asks for a mask on a unit.
-struct UnitMaskRequest {
+struct TESSIVAR_API UnitMaskRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   UnitMask newValue;
@@ -167,7 +167,7 @@ struct UnitMaskRequest {
 TESSIVAR_TOPIC_TYPE(UnitMaskRequest)
 
 /// A mask on one header of a unit.
-struct HeaderMask {
+struct TESSIVAR_API HeaderMask {
   Tessivar::Guid address = nullptr;  // key
   char* tag = nullptr;               // key, 32
   char* header = nullptr;            // key, 100
@@ -180,7 +180,7 @@ struct HeaderMask {
 TESSIVAR_TOPIC_TYPE(HeaderMask)
 
 /// Asks for a mask on a header.
-struct HeaderMaskRequest {
+struct TESSIVAR_API HeaderMaskRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   HeaderMask newValue;
@@ -189,7 +189,7 @@ struct HeaderMaskRequest {
 TESSIVAR_TOPIC_TYPE(HeaderMaskRequest)
 
 /// The answer to a mask request of either kind.
-struct MaskReply {
+struct TESSIVAR_API MaskReply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   MaskReplyResult result = PENDING;
@@ -198,7 +198,7 @@ struct MaskReply {
 TESSIVAR_TOPIC_TYPE(MaskReply)
 
 /// An acknowledgement of the alarm of one header.
-struct AlarmAck {
+struct TESSIVAR_API AlarmAck {
   Tessivar::Guid address = nullptr;  // key
   char* header = nullptr;            // key, 100
   char* alarm_timestamp = nullptr;   // 21

@@ -21,7 +21,7 @@ enum RequestResult : DDS_Enum { PENDING = 0, COMPLETE = 1, IN_PROGRESS = 2, FAIL
 TESSIVAR_ENUMERATION(RequestResult)
 
 /// One level of a matrix.
-struct Level {
+struct TESSIVAR_API Level {
   LevelIndex index = 0;
   DDS_UnsignedShort numberOfSources = 0;
   DDS_UnsignedShort numberOfDests = 0;
@@ -30,7 +30,7 @@ struct Level {
 TESSIVAR_NESTED_TYPE(Level)
 
 /// One matrix of a router.
-struct Matrix {
+struct TESSIVAR_API Matrix {
   LevelSeq levels;  // 32
   DDS_UnsignedLong numberOfSourceAssociations = 0;
   DDS_UnsignedLong numberOfDestAssociations = 0;
@@ -39,7 +39,7 @@ struct Matrix {
 TESSIVAR_NESTED_TYPE(Matrix)
 
 /// A router and its layout.
-struct Router {
+struct TESSIVAR_API Router {
   Tessivar::Guid unitId = nullptr;  // key
   char* name = nullptr;             // 32
   MatrixSeq matrices;               // 16
@@ -48,7 +48,7 @@ struct Router {
 TESSIVAR_TOPIC_TYPE(Router)
 
 /// One input port of one level.
-struct Source {
+struct TESSIVAR_API Source {
   Tessivar::Guid unitId = nullptr;  // key
   MatrixIndex matrix = 0;           // key
   LevelIndex level = 0;             // key
@@ -59,7 +59,7 @@ struct Source {
 TESSIVAR_TOPIC_TYPE(Source)
 
 /// One output port of one level.
-struct Destination {
+struct TESSIVAR_API Destination {
   Tessivar::Guid unitId = nullptr;  // key
   MatrixIndex matrix = 0;           // key
   LevelIndex level = 0;             // key
@@ -71,7 +71,7 @@ struct Destination {
 TESSIVAR_TOPIC_TYPE(Destination)
 
 /// A named group of ports across levels: a source or a destination association of a matrix.
-struct Association {
+struct TESSIVAR_API Association {
   Tessivar::Guid unitId = nullptr;  // key
   MatrixIndex matrix = 0;           // key
   AssociationIndex index = 0;       // key
@@ -83,7 +83,7 @@ TESSIVAR_TOPIC_TYPE(Association)
 
 /// Which source association feeds a destination association. The source is no part of the key: a destination has one
 /// route, and a new source replaces the old one.
-struct AssociationRoute {
+struct TESSIVAR_API AssociationRoute {
   Tessivar::Guid unitId = nullptr;  // key
   MatrixIndex matrix_index = 0;     // key
   AssociationIndex source_index = 0;
@@ -93,7 +93,7 @@ struct AssociationRoute {
 TESSIVAR_TOPIC_TYPE(AssociationRoute)
 
 /// Asks a router to change a route.
-struct AssociationRouteChangeRequest {
+struct TESSIVAR_API AssociationRouteChangeRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   AssociationRoute newValue;
@@ -102,13 +102,13 @@ struct AssociationRouteChangeRequest {
 TESSIVAR_TOPIC_TYPE(AssociationRouteChangeRequest)
 
 /// Why a route was refused.
-struct AssociationRouteChangeExceptionInfo {
+struct TESSIVAR_API AssociationRouteChangeExceptionInfo {
   char* message = nullptr;  // 255
 };
 TESSIVAR_NESTED_TYPE(AssociationRouteChangeExceptionInfo)
 
 /// The answer to one request.
-struct AssociationRouteChangeReply {
+struct TESSIVAR_API AssociationRouteChangeReply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   RequestResult result = PENDING;
@@ -118,7 +118,7 @@ struct AssociationRouteChangeReply {
 TESSIVAR_TOPIC_TYPE(AssociationRouteChangeReply)
 
 /// Asks a router to change destinations on the levels of a mask.
-struct DestinationChangeRequest {
+struct TESSIVAR_API DestinationChangeRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   Destination newValue;
@@ -128,7 +128,7 @@ struct DestinationChangeRequest {
 TESSIVAR_TOPIC_TYPE(DestinationChangeRequest)
 
 /// The answer to one request.
-struct DestinationChangeReply {
+struct TESSIVAR_API DestinationChangeReply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
   RequestResult result = PENDING;
