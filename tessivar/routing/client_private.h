@@ -1,0 +1,49 @@
+// The state of a routing client.
+#pragma once
+
+#include "tessivar/framework/pointers/listener_list.h"
+#include "tessivar/framework/waitset/handle_sum_order.h"
+#include "tessivar/framework/waitset/wait_set_thread.h"
+#include "tessivar/routing/client.h"
+#include "tessivar/routing/services.h"
+
+#include <atomic>
+#include <map>
+
+namespace TessivarDDS {
+
+/// Hears of everything that comes from the bus, on two threads, and tells the listeners.
+class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routing::AssociationRoute> {
+ public:
+  /// Reports the known routers as removed and takes everything down. All that a listener may call still works
+  /// meanwhile.
+  void leave();
+
+  void notifyUnitAdded(const DDS_InstanceHandle_t& handle, const Tessivar_Routing::Router* router);
+  void notifyUnitRemoved(const DDS_InstanceHandle_t& handle, const AddressEx& router);
+  void processSample(Tessivar_Routing::Source* source);
+  void processSample(Tessivar_Routing::Destination* destination);
+  void processSample(Tessivar_Routing::Association* association, bool sourceSide);
+  void ticketChanged(unsigned short ticketId) override;
+  void valueChanged(const Tessivar_Routing::AssociationRoute* route) override;
+
+  /// Hands `runner` to the thread; false, with `signature` in the log, when that cannot be.
+  bool attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner);
+  bool attachStateRunners(const char* signature);
+  bool resubscribe(const char* signature, const std::vector<AddressEx>& addresses);
+
+  ListenerList<RoutingClientListener> listeners{"TessivarDDS::RoutingClientListener"};
+  RoutingServices services;
+  WaitSetThread thread{"RoutingClient"};
+
+ private:
+  /// Tells the listeners, unless the last they are to hear of has begun.
+  template <class Call>
+  void notify(const char* signature, Call&& call);
+
+  std::map<DDS_InstanceHandle_t, AddressEx, HandleSumOrder> knownRouters_;
+  TessivarMutex knownRoutersLock_;
+  std::atomic<bool> leaving_{false};
+};
+
+}  // namespace TessivarDDS

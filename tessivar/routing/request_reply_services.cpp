@@ -1,0 +1,66 @@
+#include "tessivar/routing/request_reply_services.h"
+
+#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/filters/address_content_filter.h"
+#include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/nodes/address_texts.h"
+
+#include <memory>
+
+namespace TessivarDDS {
+
+template <class Value, class Req, class Rep>
+RouterRequestReply<Value, Req, Rep>::~RouterRequestReply() {
+  RouterRequestReply::cleanUp();
+}
+
+template <class Value, class Req, class Rep>
+bool RouterRequestReply<Value, Req, Rep>::creatValueTopic(const std::string& topicName, DDSDomain* domain) {
+  if (!DDSRequestReply<Value, Req, Rep>::creatValueTopic(topicName, domain)) return false;
+  if (!this->clientSide()) return true;
+  const DDSContentFilter* const filter = domain->contentFilter(AddressContentFilter::name);
+  if (!filter) {
+    logError() << "bool __cdecl TessivarDDS::" << serviceClass_ << "::creatValueTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN
+               << "Custom filter not registered!";
+    return false;
+  }
+  auto& node = this->valueNode();
+  return node.createContentFilteredTopic(filter, AddressContentFilter::name,
+                                         AddressContentFilter::expression(node.typeName()), addressTexts(addresses_));
+}
+
+template <class Value, class Req, class Rep>
+bool RouterRequestReply<Value, Req, Rep>::updateAddresses(const std::vector<AddressEx>& addresses) {
+  if (!this->valueNode().setFilterParameters(addressTexts(addresses))) return false;
+  addresses_ = addresses;
+  return true;
+}
+
+template <class Value, class Req, class Rep>
+bool RouterRequestReply<Value, Req, Rep>::dropValueReader() {
+  if (!this->valueNode().dataReader()) return true;
+  if (WaitSetThread* const thread = this->waitSetThread()) thread->detachRunner(this->valueNode().dataReader());
+  return this->valueNode().cleanUpDataReader();
+}
+
+template <class Value, class Req, class Rep>
+bool RouterRequestReply<Value, Req, Rep>::renewValueReader() {
+  auto& node = this->valueNode();
+  DDS_DataReaderQos qos;
+  // With the listener, as without it the count of connections would stay what it was with the old reader.
+  if (!this->waitSetThread() || !node.stateReaderQos(qos) ||
+      !node.createDataReader(&this->valueReaderListener_, this->valueReaderStatuses, qos)) {
+    return false;
+  }
+  auto runner =
+      std::make_unique<RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep>>(*this, node.dataReader(), true);
+  if (!this->waitSetThread()->attachRunner(runner.get(), true)) return false;
+  runner.release();
+  return true;
+}
+
+using namespace Tessivar_Routing;
+template class RouterRequestReply<AssociationRoute, AssociationRouteChangeRequest, AssociationRouteChangeReply>;
+template class RouterRequestReply<Destination, DestinationChangeRequest, DestinationChangeReply>;
+
+}  // namespace TessivarDDS

@@ -1,0 +1,158 @@
+#include "tessivar/routing/services.h"
+
+#include "tessivar/framework/domain/dds_domain.h"
+#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/topic_qos.h"
+#include "tessivar/framework/filters/address_content_filter.h"
+#include "tessivar/framework/log/logger.h"
+
+#define SIGNATURE(function) "bool __cdecl TessivarDDS::RoutingServices::" function
+#define SIGNATURE_OF_ADDRESSES(function) SIGNATURE(function) "(const " TESSIVAR_SIGNATURE_ADDRESSES " &)"
+
+namespace TessivarDDS {
+namespace {
+
+constexpr const char* routers_topic = "Orvel.Routing.Routers";
+constexpr const char* sources_topic = "Orvel.Routing.Sources";
+constexpr const char* destinations_topic = "Orvel.Routing.Destinations";
+constexpr const char* source_associations_topic = "Orvel.Routing.Source.Associations";
+constexpr const char* destination_associations_topic = "Orvel.Routing.Dest.Associations";
+constexpr const char* routes_topic = "Orvel.Routing.AssociationRoutes";
+constexpr const char* destination_changes_topic = "Orvel.Routing.DestinationsChanges";
+
+/// How soon a controller notices that a router no longer answers.
+constexpr int reply_lease_milliseconds = 3000;
+
+bool report(const char* signature, const char* failure) {
+  logError() << signature << failure;
+  return false;
+}
+
+template <class Node>
+void remove(std::shared_ptr<Node>& node) {
+  // Taken down while the pointer still leads to it: callbacks of its thread may go on until then.
+  if (node) node->cleanUp();
+  node.reset();
+}
+
+}  // namespace
+
+RoutingServices::~RoutingServices() {
+  cleanUp();
+}
+
+bool RoutingServices::createServerServices() {
+  constexpr const char* signature = SIGNATURE("createServerServices(void)");
+  if (!domain_) return report(signature, "No domain is attached.");
+  isClient_ = false;
+  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
+  if (!createRouterNode()) return report(signature, "Failed to create the router node.");
+  if (!createStateNodes(signature, {})) return false;
+  return createProtectService({}) || report(signature, "Failed to create the protect node.");
+}
+
+bool RoutingServices::createClientDiscoveryServices() {
+  constexpr const char* signature = SIGNATURE("createClientDiscoveryServices(void)");
+  if (!domain_) return report(signature, "No domain is attached.");
+  isClient_ = true;
+  return createRouterNode() || report(signature, "Failed to create the router node.");
+}
+
+bool RoutingServices::createClientReaderServices(const std::vector<AddressEx>& addresses) {
+  constexpr const char* signature = SIGNATURE_OF_ADDRESSES("createClientReaderServices");
+  if (!domain_) return report(signature, "No domain is attached.");
+  isClient_ = true;
+  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
+  return createStateNodes(signature, addresses);
+}
+
+bool RoutingServices::createStateNodes(const char* signature, const std::vector<AddressEx>& addresses) {
+  if (!createSourceNode(addresses)) return report(signature, "Failed to create the sources node.");
+  if (!createDestinationNode(addresses)) return report(signature, "Failed to create the destinations node.");
+  if (!createSourceAssociationNode(addresses))
+    return report(signature, "Failed to create the source associations node.");
+  if (!createDestAssociationNode(addresses)) return report(signature, "Failed to create the dest associations node.");
+  // The router node's words: what watches the logs of a facility knows these.
+  return createRoutingService(addresses) || report(signature, "Failed to create the router node.");
+}
+
+bool RoutingServices::updateClientReaderServices(const std::vector<AddressEx>& addresses) {
+  constexpr const char* signature = SIGNATURE_OF_ADDRESSES("updateClientReaderServices");
+  if (!isClient_) return report(signature, " Method cannot be called when we are not a client");
+  if (!sourcesNode_ || !destinationsNode_ || !sourceAssociations_ || !destinationAssociations_ || !routingService_)
+    return report(signature, " One of the nodes has not been created!");
+  return (sourcesNode_->updateAddresses(addresses) && destinationsNode_->updateAddresses(addresses) &&
+          sourceAssociations_->updateAddresses(addresses) && destinationAssociations_->updateAddresses(addresses) &&
+          routingService_->updateAddresses(addresses)) ||
+         report(signature, " Addresses could not be updated for one of the nodes.");
+}
+
+void RoutingServices::enableBatching(bool on) {
+  if (!sourcesNode_) return;
+  sourcesNode_->enableBatching(on);
+  if (destinationsNode_) destinationsNode_->enableBatching(on);
+  if (sourceAssociations_) sourceAssociations_->enableBatching(on);
+  if (destinationAssociations_) destinationAssociations_->enableBatching(on);
+}
+
+bool RoutingServices::createRouterNode() {
+  if (routerNode_) return report(SIGNATURE("createRouterNode(void)"), "Already created");
+  DDS_TopicQos qos;
+  if (!createReliableDurableTopicQos(domain_, routers_topic, qos)) return false;
+  routerNode_.reset(DDSNode<Tessivar_Routing::Router>::create(domain_, routers_topic, qos, isClient_));
+  return routerNode_ != nullptr;
+}
+
+template <class T>
+bool RoutingServices::createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node, const char* topicName,
+                                 const std::vector<AddressEx>& addresses) const {
+  if (node) return report(signature, "Already created");
+  node.reset(DDSRouterNode<T>::create(domain_, addresses, topicName, isClient_));
+  return node != nullptr;
+}
+
+bool RoutingServices::createSourceNode(const std::vector<AddressEx>& addresses) {
+  return createNode(SIGNATURE_OF_ADDRESSES("createSourceNode"), sourcesNode_, sources_topic, addresses);
+}
+
+bool RoutingServices::createDestinationNode(const std::vector<AddressEx>& addresses) {
+  return createNode(SIGNATURE_OF_ADDRESSES("createDestinationNode"), destinationsNode_, destinations_topic, addresses);
+}
+
+bool RoutingServices::createSourceAssociationNode(const std::vector<AddressEx>& addresses) {
+  return createNode(SIGNATURE_OF_ADDRESSES("createSourceAssociationNode"), sourceAssociations_,
+                    source_associations_topic, addresses);
+}
+
+bool RoutingServices::createDestAssociationNode(const std::vector<AddressEx>& addresses) {
+  return createNode(SIGNATURE_OF_ADDRESSES("createDestAssociationNode"), destinationAssociations_,
+                    destination_associations_topic, addresses);
+}
+
+bool RoutingServices::createRoutingService(const std::vector<AddressEx>& addresses) {
+  if (routingService_) return report(SIGNATURE_OF_ADDRESSES("createRoutingService"), "Already created");
+  // In place before its thread starts, which may call a listener that asks for a route.
+  routingService_ = std::make_shared<RoutingRequestReplyService>(isClient_, addresses);
+  routingService_->setLiveliness(reply_lease_milliseconds);
+  if (isClient_) routingService_->attachListener(routingListener_);
+  return routingService_->create(routes_topic, domain_);
+}
+
+bool RoutingServices::createProtectService(const std::vector<AddressEx>& addresses) {
+  if (protectService_) return report(SIGNATURE_OF_ADDRESSES("createProtectService"), "Already created");
+  protectService_ = std::make_shared<ProtectRequestReplyService>(isClient_, addresses);
+  protectService_->setLiveliness(reply_lease_milliseconds);
+  return protectService_->create(destination_changes_topic, domain_);
+}
+
+void RoutingServices::cleanUp() {
+  remove(routerNode_);
+  remove(sourcesNode_);
+  remove(destinationsNode_);
+  remove(sourceAssociations_);
+  remove(destinationAssociations_);
+  remove(routingService_);
+  remove(protectService_);
+}
+
+}  // namespace TessivarDDS

@@ -1,0 +1,96 @@
+// The endpoints through which routers and their controllers meet.
+#pragma once
+
+#include "tessivar/framework/nodes/instances.h"
+#include "tessivar/routing/request_reply_services.h"
+
+#include <memory>
+#include <vector>
+
+namespace TessivarDDS {
+
+class DDSDomain;
+
+/// Makes and owns the nodes of routers, sources, destinations and associations and the services that change routes and
+/// destinations, for one side of the bus.
+///
+/// A router device attaches a domain, calls createServerServices(), sets itself as the listener of the two services
+/// (setListener), and publishes with the nodes' writeSample(): the routes with that of routingService()->valueNode(),
+/// the destinations a controller changed both there and with destinationsNode(). A controller uses RoutingClient.
+///
+/// Create, update and clean up on one thread at a time; the nodes' readers and writers are thread-safe. Creating and
+/// cleaning up block for some milliseconds, cleaning up on a bus that does not acknowledge for longer. Every failure is
+/// one log line and false; what was made before it stays until cleanUp(). A creator whose node exists refuses.
+///
+/// Copies share the nodes: cleanUp() of one takes them down for all.
+class TESSIVAR_API RoutingServices {
+ public:
+  RoutingServices() = default;
+  RoutingServices(const RoutingServices&) = default;
+  RoutingServices& operator=(const RoutingServices&) = default;
+  /// As cleanUp().
+  ~RoutingServices();
+
+  /// Before the creators. Not owned: it must outlive the nodes, that is, be released after cleanUp().
+  void attachDomain(DDSDomain* domain) { domain_ = domain; }
+  DDSDomain* domain() const { return domain_; }
+
+  /// Everything, for a router.
+  bool createServerServices();
+  /// What tells a controller which routers there are.
+  bool createClientDiscoveryServices();
+  /// What tells a controller of the routers at `addresses` (none: of all), and lets it change their routes.
+  bool createClientReaderServices(const std::vector<AddressEx>& addresses);
+  /// The routers to hear of from now on. After a failure some of the readers may have the old ones.
+  bool updateClientReaderServices(const std::vector<AddressEx>& addresses);
+
+  /// Whether sources, destinations and associations are sent many together (at first) or each at once. Once they can be
+  /// published; thread-safe then.
+  void enableBatching(bool on);
+  /// What the routing service of a client reports to. Before it is created; not owned.
+  void setRoutingListener(RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* listener) {
+    routingListener_ = listener;
+  }
+
+  // Owned; null until created. Not valid any more after cleanUp().
+  DDSNode<Tessivar_Routing::Router>* routerNode() const { return routerNode_.get(); }
+  DDSRouterNode<Tessivar_Routing::Source>* sourcesNode() const { return sourcesNode_.get(); }
+  DDSRouterNode<Tessivar_Routing::Destination>* destinationsNode() const { return destinationsNode_.get(); }
+  DDSRouterNode<Tessivar_Routing::Association>* sourceAssociations() const { return sourceAssociations_.get(); }
+  DDSRouterNode<Tessivar_Routing::Association>* destinationAssociations() const {
+    return destinationAssociations_.get();
+  }
+  RoutingRequestReplyService* routingService() const { return routingService_.get(); }
+  /// Of a router only.
+  ProtectRequestReplyService* protectService() const { return protectService_.get(); }
+
+  /// Deletes the nodes and services; domain and listener stay.
+  void cleanUp();
+
+ private:
+  bool createRouterNode();
+  bool createSourceNode(const std::vector<AddressEx>& addresses);
+  bool createDestinationNode(const std::vector<AddressEx>& addresses);
+  bool createSourceAssociationNode(const std::vector<AddressEx>& addresses);
+  bool createDestAssociationNode(const std::vector<AddressEx>& addresses);
+  bool createRoutingService(const std::vector<AddressEx>& addresses);
+  bool createProtectService(const std::vector<AddressEx>& addresses);
+
+  template <class T>
+  bool createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node, const char* topicName,
+                  const std::vector<AddressEx>& addresses) const;
+  bool createStateNodes(const char* signature, const std::vector<AddressEx>& addresses);
+
+  DDSDomain* domain_ = nullptr;
+  bool isClient_ = true;
+  std::shared_ptr<DDSNode<Tessivar_Routing::Router>> routerNode_;
+  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Source>> sourcesNode_;
+  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Destination>> destinationsNode_;
+  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Association>> sourceAssociations_;
+  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Association>> destinationAssociations_;
+  std::shared_ptr<RoutingRequestReplyService> routingService_;
+  std::shared_ptr<ProtectRequestReplyService> protectService_;
+  RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* routingListener_ = nullptr;
+};
+
+}  // namespace TessivarDDS
