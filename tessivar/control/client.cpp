@@ -1,0 +1,460 @@
+#include "tessivar/control/client.h"
+
+#include "tessivar/control/services.h"
+#include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/pointers/listener_list.h"
+#include "tessivar/framework/waitset/handle_sum_order.h"
+#include "tessivar/framework/waitset/wait_set_thread.h"
+
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace TessivarDDS {
+namespace {
+
+// Few samples lent at a time, so that a burst does not grow the reader's pool.
+constexpr DDS_Long samples_per_cycle = 256;
+
+constexpr int poll_milliseconds = 10;
+
+using Ticket = TessivarClient::Ticket;
+
+template <class Reader, class Seq>
+void returnLoan(const char* signature, Reader* reader, Seq& samples, DDS_SampleInfoSeq& infos) {
+  const DDS_ReturnCode_t code = reader->return_loan(samples, infos);
+  if (code != DDS_RETCODE_OK) logError() << signature << " Return loan error returned : " << code;
+}
+
+template <class Reader, class Seq>
+bool readAll(const char* signature, Reader* reader, Seq& samples, DDS_SampleInfoSeq& infos, int timeoutMs) {
+  DDS_ReturnCode_t code = reader->wait_for_historical_data(DDS_Duration_from_millis(timeoutMs));
+  if (code != DDS_RETCODE_OK)
+    logWarning() << signature << " wait for historical data returned an unexpected code:  " << code;
+  code = reader->read(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                      DDS_ANY_INSTANCE_STATE);
+  if (code == DDS_RETCODE_OK || code == DDS_RETCODE_NO_DATA) return true;
+  logError() << signature << " Error returned whilst reading from data reader. Code: " << code;
+  return false;
+}
+
+/// The current sample of the instance that `out` names by its key, copied into `out`.
+template <class Support, class Seq, class Reader, class Sample>
+bool readOne(const char* signature, Reader* reader, const DDS_InstanceHandle_t& handle, Sample& out) {
+  Seq samples;
+  DDS_SampleInfoSeq infos;
+  const DDS_ReturnCode_t code = reader->read_instance(samples, infos, 1, handle, DDS_ANY_SAMPLE_STATE,
+                                                      DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+  const char* fault = nullptr;
+  if (code != DDS_RETCODE_OK) {
+    fault = " Error returned from read instance";
+  } else if (samples.length() != 1) {
+    fault = "Unexpected length";
+  } else if (!infos[0].valid_data) {
+    fault = "Invalid data";
+  } else if (Support::copy_data(&out, &samples[0]) != DDS_RETCODE_OK) {
+    fault = "Copy data failed!";
+  }
+  if (fault) logError() << signature << fault;
+  returnLoan(signature, reader, samples, infos);
+  return !fault;
+}
+
+/// The next reply to a request; null when none comes in time.
+DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs) {
+  int remaining = timeoutMs;
+  while (!ticket.received) {
+    if (timeoutMs != -1) {
+      if (remaining < 1) return nullptr;
+      remaining -= poll_milliseconds;
+    }
+    TessivarThread::sleep(poll_milliseconds);
+  }
+  ticket.received = false;  // before the reply is read, so that one that comes now is not missed
+  return ticket.reply;
+}
+
+/// Writes the address into a key member that has room for a longest one.
+bool setKey(const char* signature, const AddressEx& address, char* unitId) {
+  if (std::strlen(address.guid()) > 64) {
+    logError() << signature << "Address string too long";
+    return false;
+  }
+  std::strcpy(unitId, address.guid());
+  return true;
+}
+
+}  // namespace
+
+void TessivarClientListener::commandMetadataUpdated(const Tessivar::CommandMetadata*) {}
+
+class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Command> {
+ public:
+  /// Ends all callbacks, which may use the client until then.
+  void leave() {
+    waitSetThread.stop();  // first, as its runners use readers of the services
+    services.cleanUp();
+  }
+
+  void notifyUnitAdded(const Tessivar::Unit* unit) {
+    listeners.notify(
+        "void __cdecl TessivarDDS::TessivarClient::Private::notifyUnitAdded(const struct Tessivar::Unit *)",
+        [&](TessivarClientListener& listener) { listener.unitAdded(unit); });
+  }
+
+  void notifyUnitRemoved(const AddressEx& unit) {
+    listeners.notify(
+        "void __cdecl TessivarDDS::TessivarClient::Private::notifyUnitRemoved(const class TessivarDDS::AddressEx &)",
+        [&](TessivarClientListener& listener) { listener.unitRemoved(unit); });
+  }
+
+  void notifyCommandMetadataChanged(const Tessivar::CommandMetadata* metadata) {
+    listeners.notify(
+        "void __cdecl TessivarDDS::TessivarClient::Private::notifyCommandMetadataChanged("
+        "const struct Tessivar::CommandMetadata *)",
+        [&](TessivarClientListener& listener) { listener.commandMetadataUpdated(metadata); });
+  }
+
+  using RequestReplyClientListener::valueChanged;
+  void valueChanged(const Tessivar::Command* command) override {
+    listeners.notify(
+        "void __cdecl TessivarDDS::TessivarClient::Private::valueChanged(const struct Tessivar::Command *)",
+        [&](TessivarClientListener& listener) { listener.commandValueChanged(command); });
+  }
+
+  void ticketChanged(unsigned short ticketId) override {
+    DDSPtr<Ticket> ticket = services.commandService()->findTicket(ticketId);
+    listeners.notify("void __cdecl TessivarDDS::TessivarClient::Private::ticketChanged(unsigned short)",
+                     [&](TessivarClientListener& listener) { listener.commandTicketChanged(ticket); });
+  }
+
+  /// Adds an address of interest and, once there are readers, narrows them when it is new.
+  bool addInterest(const AddressEx& address) {
+    const ScopedLock lock(interestsLock);  // also over the filters, so that the last address always gets there last
+    if (!interests.insert(address).second || !created) return true;
+    const std::vector<std::string> texts = interestTexts();
+    const bool commands = services.commandService()->setFilterAddresses(texts);
+    return services.metadataNode()->setFilterParameters(texts) && commands;
+  }
+
+  std::vector<std::string> interestTexts() const {
+    std::vector<std::string> texts;
+    for (const AddressEx& address : interests) texts.push_back(address.toString());
+    return texts;
+  }
+
+  Tessivar::CommandDataReader* valueReader() { return services.commandService()->valueNode().dataReader(); }
+
+  void rememberUnit(const DDS_InstanceHandle_t& handle, const AddressEx& address) {
+    const ScopedLock lock(unitsLock);
+    units.insert_or_assign(handle, address);
+  }
+
+  std::optional<AddressEx> forgetUnit(const DDS_InstanceHandle_t& handle) {
+    const ScopedLock lock(unitsLock);
+    const auto node = units.extract(handle);
+    return node ? std::optional(node.mapped()) : std::nullopt;
+  }
+
+  std::set<AddressEx> interests;
+  TessivarMutex interestsLock;
+  std::map<DDS_InstanceHandle_t, AddressEx, HandleSumOrder> units;  // as refreshUnits() last saw them
+  TessivarMutex unitsLock;
+  ListenerList<TessivarClientListener> listeners{"TessivarDDS::TessivarClientListener"};
+  TessivarServices services;
+  WaitSetThread waitSetThread{"TessivarClient"};
+  bool created = false;
+};
+
+class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
+ public:
+  UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
+      : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
+
+  void processSample(const Tessivar::Unit& unit, const DDS_SampleInfo& info) override {
+    const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(unit);
+    if (DDS_InstanceHandle_is_nil(&handle)) {
+      logError() << "void __cdecl TessivarDDS::UnitsRunner::processSample(const struct Tessivar::Unit &)"
+                 << "Instance handle should not be nil!";
+      return;
+    }
+    owner_.notifyUnitAdded(&unit);
+    // A sample that was still unread when its instance died is the only one to tell of the death.
+    if (info.instance_state != DDS_ALIVE_INSTANCE_STATE) processInvalidSample(info);
+  }
+
+  void processInvalidSample(const DDS_SampleInfo& info) override {
+    const DDSPtr key(Tessivar::UnitTypeSupport::create_data());
+    if (!key || typedReader()->get_key_value(*key, info.instance_handle) != DDS_RETCODE_OK) return;
+    owner_.notifyUnitRemoved(AddressEx(key->unitId));
+  }
+
+ private:
+  Private& owner_;
+};
+
+class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::CommandMetadata> {
+ public:
+  MetadataRunner(Tessivar::CommandMetadataDataReader* reader, Private& owner)
+      : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
+
+  void processSample(const Tessivar::CommandMetadata& metadata) override {
+    const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(metadata);
+    if (DDS_InstanceHandle_is_nil(&handle)) {
+      logError() << "void __cdecl TessivarDDS::MetadataRunner::processSample(const struct Tessivar::CommandMetadata &)"
+                 << "Instance handle should not be nil!";
+      return;
+    }
+    owner_.notifyCommandMetadataChanged(&metadata);
+  }
+
+ private:
+  Private& owner_;
+};
+
+TessivarClient::TessivarClient() : private_(std::make_unique<Private>()) {}
+
+TessivarClient::~TessivarClient() {
+  private_->leave();
+}
+
+void TessivarClient::attachDomain(DDSDomain* domain) {
+  private_->services.attachDomain(domain);
+}
+
+bool TessivarClient::create() {
+  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarClient::create(void)";
+  if (private_->created) {
+    logError() << signature << "Already created";
+    return false;
+  }
+  TessivarServices& services = private_->services;
+  WaitSetThread& thread = private_->waitSetThread;
+  thread.stop();  // what a create() that failed may have left
+  if (!services.create(true, private_->interestTexts())) {
+    logError() << signature << "Unable to create services!";
+    return false;
+  }
+  if (!thread.create()) {
+    logError() << signature << "Failed to create the TessivarClient's waitset thread.";
+    return false;
+  }
+  services.commandService()->attachListener(private_.get());
+  const auto attach = [&](std::unique_ptr<WaitSetThreadRunnerBase> runner) {
+    if (!thread.attachRunner(runner.get(), true)) return false;
+    runner.release();
+    return true;
+  };
+  if (!attach(std::make_unique<UnitsRunner>(services.unitNode()->dataReader(), *private_)) ||
+      !attach(std::make_unique<MetadataRunner>(services.metadataNode()->dataReader(), *private_))) {
+    logError() << signature << "Failed to attach runner to thread";
+    return false;
+  }
+  thread.start();
+  private_->created = true;
+  TessivarThread::sleep(50);
+  return true;
+}
+
+void TessivarClient::cleanUp() {
+  private_->leave();
+  private_ = std::make_unique<Private>();
+}
+
+void TessivarClient::attachListener(TessivarClientListener* listener, bool owned) {
+  private_->listeners.attachListener(listener, owned);
+}
+
+void TessivarClient::detachListener(TessivarClientListener* listener) {
+  private_->listeners.detachListener(listener);
+}
+
+bool TessivarClient::waitForMatch(int timeoutMs) {
+  TessivarRequestReplyService* service = private_->services.commandService();
+  if (!service) {
+    logError() << "bool __cdecl TessivarDDS::TessivarClient::waitForMatch(int)"
+               << "Not created!";
+    return false;
+  }
+  return service->waitForMatch(timeoutMs);
+}
+
+bool TessivarClient::waitForHistoricalData(int timeoutMs) {
+  if (!waitForMatch(timeoutMs) || !private_->services.verifyCommandNode()) return false;
+  return private_->valueReader()->wait_for_historical_data(DDS_Duration_from_millis(timeoutMs)) == DDS_RETCODE_OK;
+}
+
+bool TessivarClient::registerInterest(const AddressEx& address) {
+  return registerInterest(address, 0, UINT32_MAX);
+}
+
+bool TessivarClient::registerInterest(const AddressEx& address, unsigned int first, unsigned int last) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarClient::registerInterest("
+      "const class TessivarDDS::AddressEx &,unsigned int,unsigned int)";
+  const DDSPtr interest(Tessivar::CommandInterestTypeSupport::create_data());
+  if (!interest || !setKey(signature, address, interest->unitId)) return false;
+  interest->range.min = first;
+  interest->range.max = last;
+
+  const bool narrowed = private_->addInterest(address);
+  if (!narrowed) logError() << "Failed to set the filter parameters in register interest!";
+  if (!private_->created) return true;
+  const TessivarServices& services = private_->services;
+  return services.verifyInterestsNode() && services.interestsNode()->writeSample(interest) && narrowed;
+}
+
+bool TessivarClient::hasUnit(const AddressEx& address) {
+  if (!private_->services.verifyUnitNode()) return false;
+  const DDSPtr key(Tessivar::UnitTypeSupport::create_data());
+  if (!key || !setKey("bool __cdecl TessivarDDS::TessivarClient::hasUnit(const class TessivarDDS::AddressEx &)",
+                      address, key->unitId))
+    return false;
+  const DDS_InstanceHandle_t handle = private_->services.unitNode()->dataReader()->lookup_instance(*key);
+  return !DDS_InstanceHandle_is_nil(&handle);
+}
+
+bool TessivarClient::queryUnits(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos, int timeoutMs) {
+  if (!private_->services.verifyUnitNode()) return false;
+  return readAll(
+      "bool __cdecl TessivarDDS::TessivarClient::queryUnits("
+      "struct Tessivar::UnitSeq &,struct DDS_SampleInfoSeq &,int)",
+      private_->services.unitNode()->dataReader(), units, infos, timeoutMs);
+}
+
+void TessivarClient::freeUnitData(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos) {
+  if (!private_->services.verifyUnitNode()) return;
+  returnLoan(
+      "void __cdecl TessivarDDS::TessivarClient::freeUnitData(struct Tessivar::UnitSeq &,struct DDS_SampleInfoSeq &)",
+      private_->services.unitNode()->dataReader(), units, infos);
+}
+
+bool TessivarClient::queryCommands(Tessivar::CommandSeq& commands, DDS_SampleInfoSeq& infos, int timeoutMs) {
+  if (!private_->services.verifyCommandNode()) return false;
+  return readAll(
+      "bool __cdecl TessivarDDS::TessivarClient::queryCommands("
+      "struct Tessivar::CommandSeq &,struct DDS_SampleInfoSeq &,int)",
+      private_->valueReader(), commands, infos, timeoutMs);
+}
+
+void TessivarClient::freeCommandData(Tessivar::CommandSeq& commands, DDS_SampleInfoSeq& infos) {
+  if (!private_->services.verifyCommandNode()) return;
+  returnLoan(
+      "void __cdecl TessivarDDS::TessivarClient::freeCommandData("
+      "struct Tessivar::CommandSeq &,struct DDS_SampleInfoSeq &)",
+      private_->valueReader(), commands, infos);
+}
+
+bool TessivarClient::queryUnit(const AddressEx& address, Tessivar::Unit& unit) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarClient::queryUnit("
+      "const class TessivarDDS::AddressEx &,struct Tessivar::Unit &)";
+  if (!private_->services.verifyUnitNode()) return false;
+  if (!unit.unitId) {
+    logError() << signature << " Unit not initialised";
+    return false;
+  }
+  if (!setKey(signature, address, unit.unitId)) return false;
+  Tessivar::UnitDataReader* reader = private_->services.unitNode()->dataReader();
+  const DDS_InstanceHandle_t handle = reader->lookup_instance(unit);
+  if (DDS_InstanceHandle_is_nil(&handle)) return false;
+  return readOne<Tessivar::UnitTypeSupport, Tessivar::UnitSeq>(signature, reader, handle, unit);
+}
+
+bool TessivarClient::queryCommand(const AddressEx& address, unsigned int commandNumber, Tessivar::Command& command) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarClient::queryCommand("
+      "const class TessivarDDS::AddressEx &,unsigned int,struct Tessivar::Command &)";
+  if (!private_->services.verifyCommandNode()) return false;
+  if (!command.unitId) {
+    logError() << signature << " Command not initialised";
+    return false;
+  }
+  if (!setKey(signature, address, command.unitId)) return false;
+  command.commandNumber = commandNumber;
+  Tessivar::CommandDataReader* reader = private_->valueReader();
+  const DDS_InstanceHandle_t handle = reader->lookup_instance(command);
+  if (DDS_InstanceHandle_is_nil(&handle)) {
+    logError() << signature << " Queried instance does not exist";
+    return false;
+  }
+  return readOne<Tessivar::CommandTypeSupport, Tessivar::CommandSeq>(signature, reader, handle, command);
+}
+
+bool TessivarClient::refreshUnits(int timeoutMs) {
+  Tessivar::UnitSeq units;
+  DDS_SampleInfoSeq infos;
+  if (!queryUnits(units, infos, timeoutMs)) return false;
+  for (DDS_Long i = 0; i < units.length(); ++i) {
+    const DDS_SampleInfo& info = infos[i];
+    if (info.valid_data) {
+      private_->notifyUnitAdded(&units[i]);
+      private_->rememberUnit(info.instance_handle, AddressEx(units[i].unitId));
+    } else if (info.instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE) {
+      if (const auto address = private_->forgetUnit(info.instance_handle)) private_->notifyUnitRemoved(*address);
+    }
+  }
+  freeUnitData(units, infos);
+  return true;
+}
+
+DDSPtr<Ticket> TessivarClient::beginSetCommand(DDSPtr<Tessivar::Command>& command) {
+  constexpr const char* signature =
+      "class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<struct Tessivar::CommandChangeReply> > __cdecl "
+      "TessivarDDS::TessivarClient::beginSetCommand(class TessivarDDS::DDSPtr<struct Tessivar::Command> &)";
+  if (!command) {
+    logError() << signature << "Invalid argument.";
+    return nullptr;
+  }
+  if (!private_->services.verifyCommandNode()) return nullptr;
+  TessivarRequestReplyService& service = *private_->services.commandService();
+  DDSPtr<Tessivar::CommandChangeRequest> request = service.createRequest(command.get());
+  if (!request) {
+    logError() << signature << "Invalid request type returned";
+    return nullptr;
+  }
+  DDSPtr<Ticket> ticket = service.makeRequest(request);
+  if (!ticket) logError() << signature << "Client error in send";
+  return ticket;
+}
+
+bool TessivarClient::completeSetCommand(DDSPtr<Ticket>& ticket) {
+  if (TessivarRequestReplyService* service = private_->services.commandService()) service->removeTicket(ticket);
+  return true;
+}
+
+bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutMs) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarClient::setCommand(class TessivarDDS::DDSPtr<struct Tessivar::Command> &,int)";
+  if (!private_->services.verifyCommandNode()) return false;
+  const WaitSetThread* replies = private_->services.commandService()->waitSetThread();
+  if (replies && replies->isCurrent()) {
+    logError() << signature << "Called from commandValueChanged or commandTicketChanged, where no reply can arrive.";
+    return false;
+  }
+  DDSPtr<Ticket> ticket = beginSetCommand(command);
+  if (!ticket) {
+    logError() << signature << "Could not make request";
+    return false;
+  }
+  DDSPtr<Tessivar::CommandChangeReply> reply;
+  do {
+    reply = waitForReply(*ticket, timeoutMs);
+  } while (reply && reply->result != Tessivar::COMPLETE && reply->result != Tessivar::FAILED);
+  completeSetCommand(ticket);
+  if (reply && reply->result == Tessivar::FAILED) {
+    logWarning() << signature << "Failed to set command value.";
+    if (reply->ex) logInfo() << signature << reply->ex->message;
+  }
+  return reply && reply->result == Tessivar::COMPLETE;
+}
+
+TessivarServices* TessivarClient::services() const {
+  return &private_->services;
+}
+
+}  // namespace TessivarDDS

@@ -1,0 +1,104 @@
+// The controlling side: finds units, watches commands, changes them.
+#pragma once
+
+#include "tessivar/control/client_listener.h"
+#include "tessivar/framework/address/address_ex.h"
+#include "tessivar/framework/pointers/dds_ptr.h"
+#include "tessivar/framework/requestreply/request_reply_ticket.h"
+#include "tessivar/platform/export.h"
+#include "tessivar/platform/sample_info.h"
+#include "tessivar/types/command/command.h"
+
+#include <memory>
+
+namespace TessivarDDS {
+
+class DDSDomain;
+class TessivarServices;
+
+/// A controller on the bus.
+///
+/// Use: attachDomain, attachListener, create; then waitForMatch, registerInterest, queries, setCommand or
+/// beginSetCommand; finally cleanUp. Commands are built with TessivarMessageHelper.
+///
+/// Threads: create and cleanUp belong to one controlling thread, and nothing else may run in the client during cleanUp.
+/// All other operations may be called from any thread, also from the listeners' callbacks, except as
+/// TessivarClientListener says. Timeouts are milliseconds; -1 is without limit, 0 does not wait.
+/// A failure is one log line and false or null; an absence (an unknown unit, no data, a timeout) needs no line.
+class TESSIVAR_API TessivarClient {
+ public:
+  using Ticket = RequestReplyTicket<Tessivar::CommandChangeReply>;
+
+  TessivarClient();
+  /// As cleanUp().
+  virtual ~TessivarClient();
+  TessivarClient(const TessivarClient&) = delete;
+  TessivarClient& operator=(const TessivarClient&) = delete;
+
+  /// Before create(). Not owned: release it after cleanUp().
+  void attachDomain(DDSDomain* domain);
+  /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
+  virtual bool create();
+  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted), interests and services.
+  /// Afterwards the client is as new. Waits for a callback that is running; never call it from one.
+  void cleanUp();
+
+  /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned
+  /// ones, made with `new`, are deleted by cleanUp(); others must stay until they are detached or the client is cleaned
+  /// up.
+  void attachListener(TessivarClientListener* listener, bool owned);
+  /// Waits for a callback that is running; the listener is the caller's afterwards.
+  void detachListener(TessivarClientListener* listener);
+
+  /// Waits until a device is there that requests can be sent to.
+  bool waitForMatch(int timeoutMs);
+  /// As waitForMatch, and then, for as long again, until the current values have arrived.
+  bool waitForHistoricalData(int timeoutMs);
+
+  /// Narrows what the bus delivers to the units for which interest was registered (without any: all units), and tells
+  /// their devices. The current values and metadata of a unit that is new among them arrive soon after. Before create()
+  /// it only narrows: call it again afterwards when the devices should know.
+  bool registerInterest(const AddressEx& address);
+  /// The same for the commands `first` to `last`; narrowing is by unit.
+  bool registerInterest(const AddressEx& address, unsigned int first, unsigned int last);
+
+  /// True when the unit was seen.
+  bool hasUnit(const AddressEx& address);
+
+  // Queries. A unit, command or value that they are the first to see is still reported to the listeners.
+
+  /// All units seen, with their states, after waiting at most `timeoutMs` for the history. Pass empty sequences; what
+  /// they hold is lent until freeUnitData(), which must be called. True also when there are none.
+  bool queryUnits(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos, int timeoutMs);
+  void freeUnitData(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos);
+  /// The same for the commands' values.
+  bool queryCommands(Tessivar::CommandSeq& commands, DDS_SampleInfoSeq& infos, int timeoutMs);
+  void freeCommandData(Tessivar::CommandSeq& commands, DDS_SampleInfoSeq& infos);
+  /// Copies one into an initialised sample (made with its type support's create_data). Does not wait.
+  bool queryUnit(const AddressEx& address, Tessivar::Unit& unit);
+  bool queryCommand(const AddressEx& address, unsigned int commandNumber, Tessivar::Command& command);
+
+  /// Reports every unit there is to the listeners, as if it were new, and those removed since the last call. The calls
+  /// are made on the caller's thread.
+  bool refreshUnits(int timeoutMs);
+
+  /// Asks the unit's device for a new value and waits until it has been set: true. False when the device refuses (its
+  /// reason is logged, and in the ticket of commandTicketChanged), when no device is there, and when `timeoutMs` pass
+  /// without a reply; each interim reply (PENDING, IN_PROGRESS) restarts the timeout.
+  bool setCommand(DDSPtr<Tessivar::Command>& command, int timeoutMs);
+  /// Asks without waiting. The ticket, null on failure, is filled as replies arrive: see its `received`.
+  DDSPtr<Ticket> beginSetCommand(DDSPtr<Tessivar::Command>& command);
+  /// Forgets the ticket: later replies to it are dropped. To be called for every ticket of beginSetCommand.
+  bool completeSetCommand(DDSPtr<Ticket>& ticket);
+
+  /// The endpoints underneath; valid until cleanUp().
+  TessivarServices* services() const;
+
+ private:
+  class Private;
+  class UnitsRunner;
+  class MetadataRunner;
+  std::unique_ptr<Private> private_;
+};
+
+}  // namespace TessivarDDS

@@ -1,0 +1,26 @@
+// The topic node of the commands' metadata.
+#pragma once
+
+#include "tessivar/framework/nodes/dds_filtered_node.h"
+#include "tessivar/platform/export.h"
+#include "tessivar/types/command/command.h"
+
+#include <string>
+#include <vector>
+
+namespace TessivarDDS {
+
+/// A filtered node that makes its filtered topic together with its topic. Not locked, as every node.
+class TESSIVAR_API MetadataNode : public DDSFilteredNode<Tessivar::CommandMetadata> {
+ public:
+  /// The units whose metadata the reader gets; none means all. For createTopic(); later use setFilterParameters().
+  void setFilterAddresses(const std::vector<std::string>& addresses) { addresses_ = addresses; }
+
+  /// The topic and its view filtered by address. The domain must have the address filter registered.
+  bool createTopic(const std::string& name, const DDS_TopicQos& qos);
+
+ private:
+  std::vector<std::string> addresses_;
+};
+
+}  // namespace TessivarDDS

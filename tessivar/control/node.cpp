@@ -1,0 +1,247 @@
+#include "tessivar/control/node.h"
+
+#include "tessivar/control/message_helper.h"
+#include "tessivar/control/services.h"
+#include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/pointers/listener_list.h"
+#include "tessivar/framework/waitset/wait_set_thread.h"
+
+#include <string>
+
+namespace TessivarDDS {
+namespace {
+
+// Few samples lent at a time, so that a burst does not grow the reader's pool.
+constexpr DDS_Long samples_per_cycle = 256;
+
+/// Disposes of the instance that `key` names; true when that was done.
+template <class Writer, class Sample>
+bool dispose(const char* signature, Writer* writer, const DDSPtr<Sample>& key, const char* not_found) {
+  if (!key) return false;
+  const DDS_InstanceHandle_t handle = writer->lookup_instance(*key);
+  if (DDS_InstanceHandle_is_nil(&handle)) {
+    logWarning() << signature << not_found;
+    return false;
+  }
+  const DDS_ReturnCode_t code = writer->dispose(*key, handle);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Dispose returned error code: " << code;
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+class TessivarNode::Private
+    : public RequestReplyServerListener<Tessivar::CommandChangeRequest, Tessivar::CommandChangeReply> {
+ public:
+  explicit Private(TessivarNode* owner) : node(owner) {}
+
+  /// Ends all callbacks, which may use the node until then.
+  void leave() {
+    waitSetThread.stop();  // first, as its runner uses a reader of the services
+    services.cleanUp();
+  }
+
+  Tessivar::CommandChangeReply* processRequest(const Tessivar::CommandChangeRequest* request) override {
+    Tessivar::CommandChangeReply* reply = nullptr;
+    listeners.notify(
+        "struct Tessivar::CommandChangeReply *__cdecl TessivarDDS::TessivarNode::Private::processRequest("
+        "const struct Tessivar::CommandChangeRequest *)",
+        [&](TessivarNodeListener& listener) {
+          reply = listener.commandChangeRequested(node, request);
+          return reply == nullptr;
+        });
+    return reply;
+  }
+
+  TessivarNode* const node;
+  ListenerList<TessivarNodeListener> listeners{"TessivarDDS::TessivarNodeListener"};
+  TessivarServices services;
+  WaitSetThread waitSetThread{"TessivarNode"};
+  bool created = false;
+};
+
+class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar::CommandInterest> {
+ public:
+  CommandInterestRunner(Tessivar::CommandInterestDataReader* reader, Private& owner)
+      : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
+
+  void processSample(const Tessivar::CommandInterest& interest, const DDS_SampleInfo& info) override {
+    constexpr const char* signature =
+        "void __cdecl TessivarDDS::CommandInterestRunner::processSample(const struct Tessivar::CommandInterest &)";
+    const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(interest);
+    if (DDS_InstanceHandle_is_nil(&handle)) {
+      logError() << signature << "Instance handle should not be nil!";
+      return;
+    }
+    owner_.listeners.notify(
+        signature, [&](TessivarNodeListener& listener) { listener.interestRegistered(owner_.node, &interest); });
+    // A sample that was still unread when its instance died is the only one to tell of the death.
+    if (info.instance_state != DDS_ALIVE_INSTANCE_STATE) processInvalidSample(info);
+  }
+
+  void processInvalidSample(const DDS_SampleInfo& info) override {
+    const DDSPtr key(Tessivar::CommandInterestTypeSupport::create_data());
+    if (!key || typedReader()->get_key_value(*key, info.instance_handle) != DDS_RETCODE_OK) return;
+    const AddressEx unit(key->unitId);
+    owner_.listeners.notify(
+        "void __cdecl TessivarDDS::CommandInterestRunner::processInvalidSample(const struct DDS_SampleInfo &)",
+        [&](TessivarNodeListener& listener) {
+          listener.interestRemoved(owner_.node, unit, key->range.min, key->range.max);
+        });
+  }
+
+ private:
+  Private& owner_;
+};
+
+TessivarNode::TessivarNode() : private_(std::make_unique<Private>(this)) {}
+
+TessivarNode::~TessivarNode() {
+  private_->leave();
+}
+
+void TessivarNode::attachDomain(DDSDomain* domain) {
+  private_->services.attachDomain(domain);
+}
+
+bool TessivarNode::create() {
+  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarNode::create(void)";
+  if (private_->created) {
+    logError() << signature << "Already created";
+    return false;
+  }
+  TessivarServices& services = private_->services;
+  WaitSetThread& thread = private_->waitSetThread;
+  thread.stop();  // what a create() that failed may have left
+  if (!thread.create()) {
+    logError() << signature << "Failed to create the TessivarNode's waitset thread.";
+    return false;
+  }
+  if (!services.create(false, {})) {
+    logError() << signature << "Unable to create services!";
+    return false;
+  }
+  services.commandService()->setListener(private_.get());
+  auto runner = std::make_unique<CommandInterestRunner>(services.interestsNode()->dataReader(), *private_);
+  if (!thread.attachRunner(runner.get(), true)) {
+    logError() << signature << "Failed to attach runner to thread";
+    return false;
+  }
+  runner.release();
+  thread.start();
+  private_->created = true;
+  TessivarThread::sleep(50);
+  return true;
+}
+
+void TessivarNode::cleanUp() {
+  private_->leave();
+  private_ = std::make_unique<Private>(this);
+}
+
+void TessivarNode::attachListener(TessivarNodeListener* listener, bool owned) {
+  private_->listeners.attachListener(listener, owned);
+}
+
+void TessivarNode::detachListener(TessivarNodeListener* listener) {
+  private_->listeners.detachListener(listener);
+}
+
+bool TessivarNode::addUnit(const DDSPtr<Tessivar::Unit>& unit) {
+  if (!unit) {
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::addUnit("
+                  "const class TessivarDDS::DDSPtr<struct Tessivar::Unit> &)"
+               << "Invalid argument.";
+    return false;
+  }
+  return private_->services.verifyUnitNode() && private_->services.unitNode()->writeSample(unit);
+}
+
+bool TessivarNode::removeUnit(const AddressEx& address) {
+  if (!private_->services.verifyUnitNode()) return false;
+  return dispose("bool __cdecl TessivarDDS::TessivarNode::removeUnit(const class TessivarDDS::AddressEx &)",
+                 private_->services.unitNode()->dataWriter(), DDSPtr(TessivarMessageHelper::createUnit(address, "")),
+                 "Unit not found.");
+}
+
+bool TessivarNode::publishCommand(const DDSPtr<Tessivar::Command>& command) {
+  if (!command) {
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::publishCommand("
+                  "const class TessivarDDS::DDSPtr<struct Tessivar::Command> &)"
+               << "Invalid argument.";
+    return false;
+  }
+  return publishCommand(command.get(), false);
+}
+
+bool TessivarNode::publishCommand(Tessivar::Command* command, bool deleteAfterWrite) {
+  if (!command) {
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::publishCommand(struct Tessivar::Command *,bool)"
+               << "Invalid argument.";
+    return false;
+  }
+  if (!private_->services.verifyCommandNode()) {
+    if (deleteAfterWrite) Tessivar::CommandTypeSupport::delete_data(command);
+    return false;
+  }
+  return private_->services.commandService()->valueNode().writeSample(command, deleteAfterWrite);
+}
+
+bool TessivarNode::disposeCommand(const AddressEx& address, unsigned int commandNumber) {
+  if (!private_->services.verifyCommandNode()) return false;
+  return dispose(
+      "bool __cdecl TessivarDDS::TessivarNode::disposeCommand(const class TessivarDDS::AddressEx &,unsigned int)",
+      private_->services.commandService()->valueNode().dataWriter(),
+      DDSPtr(TessivarMessageHelper::createEventCommand(address, commandNumber)), "Command not found.");
+}
+
+bool TessivarNode::publishMetadata(const DDSPtr<Tessivar::CommandMetadata>& metadata) {
+  if (!metadata) {
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::publishMetadata("
+                  "const class TessivarDDS::DDSPtr<struct Tessivar::CommandMetadata> &)"
+               << "Invalid argument.";
+    return false;
+  }
+  return private_->services.verifyMetadataNode() && private_->services.metadataNode()->writeSample(metadata);
+}
+
+bool TessivarNode::disposeMetadata(const AddressEx& address, unsigned int commandNumber) {
+  if (!private_->services.verifyMetadataNode()) return false;
+  return dispose(
+      "bool __cdecl TessivarDDS::TessivarNode::disposeMetadata(const class TessivarDDS::AddressEx &,unsigned int)",
+      private_->services.metadataNode()->dataWriter(),
+      DDSPtr(TessivarMessageHelper::createMetadata(address, commandNumber)), "Metadata instance not found.");
+}
+
+bool TessivarNode::sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply) {
+  if (!reply) {
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::sendReply("
+                  "const class TessivarDDS::DDSPtr<struct Tessivar::CommandChangeReply> &)"
+               << "Invalid argument.";
+    return false;
+  }
+  return private_->services.verifyCommandNode() && private_->services.commandService()->replyNode().writeSample(reply);
+}
+
+bool TessivarNode::setFilterAddresses(const std::vector<AddressEx>& addresses) {
+  TessivarServices& services = private_->services;
+  if (!services.verifyInterestsNode()) {
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::setFilterAddresses("
+                  "const class std::vector<class TessivarDDS::AddressEx,class std::allocator<class "
+                  "TessivarDDS::AddressEx> > &)"
+               << "Not initialised correctly!";
+    return false;
+  }
+  std::vector<std::string> texts;
+  for (const AddressEx& address : addresses) texts.push_back(address.toString());
+  return services.interestsNode()->setFilterParameters(texts) && services.commandService()->setFilterAddresses(texts);
+}
+
+TessivarServices* TessivarNode::services() const {
+  return &private_->services;
+}
+
+}  // namespace TessivarDDS

@@ -1,0 +1,83 @@
+// The device side: announces units, publishes commands, answers change requests.
+#pragma once
+
+#include "tessivar/control/node_listener.h"
+#include "tessivar/framework/address/address_ex.h"
+#include "tessivar/framework/pointers/dds_ptr.h"
+#include "tessivar/platform/export.h"
+#include "tessivar/types/command/command.h"
+
+#include <memory>
+#include <vector>
+
+namespace TessivarDDS {
+
+class DDSDomain;
+class TessivarServices;
+
+/// A device on the bus. It may speak for several units.
+///
+/// Use: attachDomain, attachListener, create; then addUnit, publishMetadata, publishCommand, setFilterAddresses;
+/// finally cleanUp. Samples are built with TessivarMessageHelper.
+///
+/// Threads: create and cleanUp belong to one controlling thread, and nothing else may run in the node during cleanUp.
+/// All other operations may be called from any thread, also from the listeners' callbacks, except as
+/// TessivarNodeListener says. Publishing writes on the caller's thread and does not wait for receivers; answering may
+/// block for up to 100 ms when a controller does not keep up.
+/// A failure is one log line and false. Samples passed by DDSPtr stay the caller's, and are not kept.
+class TESSIVAR_API TessivarNode {
+ public:
+  TessivarNode();
+  /// As cleanUp().
+  virtual ~TessivarNode();
+  TessivarNode(const TessivarNode&) = delete;
+  TessivarNode& operator=(const TessivarNode&) = delete;
+
+  /// Before create(). Not owned: release it after cleanUp().
+  void attachDomain(DDSDomain* domain);
+  /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
+  virtual bool create();
+  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and services. Afterwards the
+  /// node is as new. Waits for a callback that is running; never call it from one.
+  void cleanUp();
+
+  /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned
+  /// ones, made with `new`, are deleted by cleanUp(); others must stay until they are detached or the node is cleaned
+  /// up.
+  void attachListener(TessivarNodeListener* listener, bool owned);
+  /// Waits for a callback that is running; the listener is the caller's afterwards.
+  void detachListener(TessivarNodeListener* listener);
+
+  /// Announces a unit, or what has changed of it.
+  bool addUnit(const DDSPtr<Tessivar::Unit>& unit);
+  /// False when this node did not announce it.
+  bool removeUnit(const AddressEx& address);
+
+  bool publishCommand(const DDSPtr<Tessivar::Command>& command);
+  /// `deleteAfterWrite`: the sample is taken over and deleted in any case.
+  bool publishCommand(Tessivar::Command* command, bool deleteAfterWrite);
+  /// False when this node never published it.
+  bool disposeCommand(const AddressEx& address, unsigned int commandNumber);
+
+  bool publishMetadata(const DDSPtr<Tessivar::CommandMetadata>& metadata);
+  /// False when this node never published it.
+  bool disposeMetadata(const AddressEx& address, unsigned int commandNumber);
+
+  /// Answers a request once more, after a first answer of PENDING or IN_PROGRESS: with IN_PROGRESS again, which
+  /// restarts the controller's timeout, and at last with COMPLETE or FAILED. Build the reply while the request is at
+  /// hand, in commandChangeRequested; from there it may be sent at any later time and from any thread.
+  bool sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply);
+
+  /// The units whose requests and interests reach this node; none means all. False when the filters cannot be changed.
+  bool setFilterAddresses(const std::vector<AddressEx>& addresses);
+
+  /// The endpoints underneath; valid until cleanUp().
+  TessivarServices* services() const;
+
+ private:
+  class Private;
+  class CommandInterestRunner;
+  std::unique_ptr<Private> private_;
+};
+
+}  // namespace TessivarDDS

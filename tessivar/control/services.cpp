@@ -1,0 +1,190 @@
+#include "tessivar/control/services.h"
+
+#include "tessivar/framework/filters/address_content_filter.h"
+#include "tessivar/framework/log/logger.h"
+
+namespace TessivarDDS {
+namespace {
+
+constexpr const char* library = "tessivar_Library";
+
+// A controller that hears nothing of a device for this long has lost it.
+constexpr int reply_liveliness_ms = 3000;
+constexpr int interest_liveliness_ms = 60000;
+
+bool refuse_existing(const char* signature, const void* member) {
+  if (member) logWarning() << signature << "Already created";
+  return member != nullptr;
+}
+
+/// A reader for a client or a writer for a device, with the QoS of a profile.
+struct EndpointQos {
+  DDS_DataReaderQos reader;
+  DDS_DataWriterQos writer;
+
+  bool load(DDSDomain& domain, const char* profile, bool isClient) {
+    return isClient ? domain.dataReaderQosProfile(library, profile, reader)
+                    : domain.dataWriterQosProfile(library, profile, writer);
+  }
+  template <class Node>
+  bool create(Node& node, bool isClient) const {
+    return isClient ? node.createDataReader(nullptr, DDS_STATUS_MASK_NONE, reader)
+                    : node.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, writer);
+  }
+};
+
+/// True when `node` exists with a reader, or else a writer.
+template <class Node>
+bool verify(const char* signature, const char* name, const Node* node, bool needsReader) {
+  if (!node) {
+    logError() << signature << name << " not created.";
+    return false;
+  }
+  if (needsReader ? node->dataReader() != nullptr : node->dataWriter() != nullptr) return true;
+  logError() << signature << name << (needsReader ? " ok, but reader not valid." : " ok, but writer not valid.");
+  return false;
+}
+
+}  // namespace
+
+TessivarServices::TessivarServices() = default;
+
+TessivarServices::~TessivarServices() {
+  cleanUp();
+}
+
+bool TessivarServices::create(bool isClient, const std::vector<std::string>& filterAddresses) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarServices::create(bool,const class std::vector<class std::basic_string<char,"
+      "struct std::char_traits<char>,class std::allocator<char> >,class std::allocator<class std::basic_string<char,"
+      "struct std::char_traits<char>,class std::allocator<char> > > > &)";
+  if (!domain_) {
+    logError() << signature << "No domain is attached.";
+    return false;
+  }
+  if (commandService_) logWarning() << signature << "TessivarServices have already been created.";
+  cleanUp();  // also what is left of a create() that failed
+  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
+  isClient_ = isClient;
+
+  const char* failure = nullptr;
+  if (!createUnitNode()) {
+    failure = "Failed to create the unit node";
+  } else if (!createCommandService(filterAddresses)) {
+    failure = "Failed to create command service.";
+  } else if (!createMetadataNode(filterAddresses)) {
+    failure = "Failed to create the menu node.";
+  } else if (!createInterestsNode()) {
+    failure = "Failed to create interests node.";
+  }
+  if (failure) logError() << signature << failure;
+  return !failure;
+}
+
+void TessivarServices::cleanUp() {
+  if (commandService_) commandService_->cleanUp();  // its callbacks may still ask for the service
+  commandService_.reset();
+  unitNode_.reset();
+  metadataNode_.reset();
+  interestsNode_.reset();
+}
+
+bool TessivarServices::createUnitNode() {
+  if (refuse_existing("bool __cdecl TessivarDDS::TessivarServices::createUnitNode(void)", unitNode_.get()))
+    return false;
+  EndpointQos qos;
+  if (!qos.load(*domain_, "tessivar_UnitQos", isClient_)) return false;
+  unitNode_ = std::make_unique<DDSNode<Tessivar::Unit>>();
+  unitNode_->attachDomain(domain_);
+  return unitNode_->createTopic("Orvel.Tessivar.Units") && qos.create(*unitNode_, isClient_);
+}
+
+bool TessivarServices::createCommandService(const std::vector<std::string>& filterAddresses) {
+  if (refuse_existing("bool __cdecl TessivarDDS::TessivarServices::createCommandService("
+                      "const class std::vector<class std::basic_string<char,struct std::char_traits<char>,"
+                      "class std::allocator<char> >,class std::allocator<class std::basic_string<char,"
+                      "struct std::char_traits<char>,class std::allocator<char> > > > &)",
+                      commandService_.get()))
+    return false;
+  commandService_ = std::make_unique<TessivarRequestReplyService>(isClient_);
+  commandService_->setLiveliness(reply_liveliness_ms);
+  commandService_->setFilterAddresses(filterAddresses);
+  return commandService_->create("Orvel.Tessivar.Commands", domain_);
+}
+
+bool TessivarServices::createMetadataNode(const std::vector<std::string>& filterAddresses) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarServices::createMetadataNode("
+      "const class std::vector<class std::basic_string<char,struct std::char_traits<char>,class std::allocator<char> >,"
+      "class std::allocator<class std::basic_string<char,struct std::char_traits<char>,class std::allocator<char> > > >"
+      " &)";
+  if (refuse_existing(signature, metadataNode_.get())) return false;
+  metadataNode_ = std::make_unique<MetadataNode>();
+  metadataNode_->attachDomain(domain_);
+  metadataNode_->setFilterAddresses(filterAddresses);
+  if (!metadataNode_->registerTypeSupport() ||
+      !metadataNode_->createTopic("Orvel.Tessivar.Metadata", DDS_TOPIC_QOS_DEFAULT))
+    return false;
+  EndpointQos qos;
+  if (!qos.load(*domain_, "tessivar_MetadataQos", isClient_)) {
+    logError() << signature << " Failed to read tessivar_Library::tessivar_MetadataQos";
+    return false;
+  }
+  return qos.create(*metadataNode_, isClient_);
+}
+
+bool TessivarServices::createInterestsNode() {
+  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarServices::createInterestsNode(void)";
+  if (refuse_existing(signature, interestsNode_.get())) return false;
+  interestsNode_ = std::make_unique<DDSFilteredNode<Tessivar::CommandInterest>>();
+  auto& node = *interestsNode_;
+  node.attachDomain(domain_);
+  if (!node.registerTypeSupport()) return false;
+  DDS_TopicQos qos;
+  if (node.participant()->get_default_topic_qos(qos) != DDS_RETCODE_OK) logError() << signature << "Error at location";
+  qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+  qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
+  qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
+  qos.history.depth = 1;
+  qos.liveliness.lease_duration = DDS_Duration_from_millis(interest_liveliness_ms);
+  if (!node.createTopic("Orvel.Tessivar.Interests", qos)) return false;
+
+  if (isClient_) {
+    // Clients that share an interest share its instance: one that leaves must not dispose of it for the others.
+    DDS_DataWriterQos writer;
+    if (node.participant()->get_default_datawriter_qos(writer) != DDS_RETCODE_OK) return false;
+    DDS_DataWriterQos_copy_from_topic_qos(writer, qos);
+    writer.writer_data_lifecycle.autodispose_unregistered_instances = DDS_BOOLEAN_FALSE;
+    return node.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, writer);
+  }
+  if (!node.createContentFilteredTopic(domain_->contentFilter(AddressContentFilter::name), AddressContentFilter::name,
+                                       AddressContentFilter::expression(node.typeName()))) {
+    logError() << signature << "Failed to create content filter topic on the address interests.";
+    return false;
+  }
+  return node.createDataReader();
+}
+
+bool TessivarServices::verifyUnitNode() const {
+  return verify("bool __cdecl TessivarDDS::TessivarServices::verifyUnitNode(void)", "Unit node", unitNode_.get(),
+                isClient_);
+}
+
+bool TessivarServices::verifyCommandNode() const {
+  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarServices::verifyCommandNode(void)";
+  // The value node is made with the service and has a writer or reader on the same side as the replies.
+  return verify(signature, "Command service", commandService_ ? &commandService_->valueNode() : nullptr, isClient_);
+}
+
+bool TessivarServices::verifyMetadataNode() const {
+  return verify("bool __cdecl TessivarDDS::TessivarServices::verifyMetadataNode(void)", "Metadata node",
+                metadataNode_.get(), isClient_);
+}
+
+bool TessivarServices::verifyInterestsNode() const {
+  // Interests go the other way: controllers write them and devices read them.
+  return verify("bool __cdecl TessivarDDS::TessivarServices::verifyInterestsNode(void)", "Interests node",
+                interestsNode_.get(), !isClient_);
+}
+
+}  // namespace TessivarDDS

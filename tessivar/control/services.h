@@ -1,0 +1,72 @@
+// The four endpoints through which devices and controllers meet.
+#pragma once
+
+#include "tessivar/control/metadata_node.h"
+#include "tessivar/framework/nodes/dds_filtered_node.h"
+#include "tessivar/framework/nodes/dds_node.h"
+#include "tessivar/framework/requestreply/tessivar_request_reply_service.h"
+#include "tessivar/platform/export.h"
+#include "tessivar/types/command/command.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace TessivarDDS {
+
+class DDSDomain;
+
+/// Makes and owns the nodes of units, commands, metadata and interests for one side of the bus, device or client.
+///
+/// Create, verify and clean up on one thread at a time; the nodes' readers and writers are thread-safe. Creating and
+/// cleaning up block for some milliseconds, cleaning up on a bus that does not acknowledge for longer. Every failure is
+/// one log line and false. Owned by TessivarNode and TessivarClient; applications rarely need it.
+class TESSIVAR_API TessivarServices {
+ public:
+  TessivarServices();
+  /// As cleanUp().
+  virtual ~TessivarServices();
+  TessivarServices(const TessivarServices&) = delete;
+  TessivarServices& operator=(const TessivarServices&) = delete;
+
+  /// Before create(). Not owned: it must outlive the nodes, that is, be released after cleanUp().
+  void attachDomain(DDSDomain* domain) { domain_ = domain; }
+
+  /// Makes all nodes. `filterAddresses`: the texts of the units whose requests, values and metadata get through; none
+  /// means all. A second call takes everything down and builds it again. After a failure what was built stays until
+  /// cleanUp() or the next create().
+  bool create(bool isClient, const std::vector<std::string>& filterAddresses);
+  /// Deletes the nodes; the domain stays attached.
+  void cleanUp();
+
+  // True when the node exists with the reader or writer that this side uses; otherwise one log line says what is
+  // missing.
+  bool verifyUnitNode() const;
+  bool verifyCommandNode() const;
+  bool verifyMetadataNode() const;
+  bool verifyInterestsNode() const;
+
+  // Owned; null until created. Not valid any more after cleanUp() or the next create().
+  DDSDomain* domain() const { return domain_; }
+  TessivarRequestReplyService* commandService() const { return commandService_.get(); }
+  DDSNode<Tessivar::Unit>* unitNode() const { return unitNode_.get(); }
+  MetadataNode* metadataNode() const { return metadataNode_.get(); }
+  DDSFilteredNode<Tessivar::CommandInterest>* interestsNode() const { return interestsNode_.get(); }
+
+ protected:
+  // The steps of create(), in its order. Each refuses when its node exists.
+  bool createUnitNode();
+  bool createCommandService(const std::vector<std::string>& filterAddresses);
+  bool createMetadataNode(const std::vector<std::string>& filterAddresses);
+  bool createInterestsNode();
+
+ private:
+  DDSDomain* domain_ = nullptr;
+  std::unique_ptr<TessivarRequestReplyService> commandService_;
+  std::unique_ptr<DDSNode<Tessivar::Unit>> unitNode_;
+  std::unique_ptr<MetadataNode> metadataNode_;
+  std::unique_ptr<DDSFilteredNode<Tessivar::CommandInterest>> interestsNode_;
+  bool isClient_ = true;
+};
+
+}  // namespace TessivarDDS
