@@ -1,0 +1,57 @@
+// Follows routers and changes their routes, as it is told on its standard input: "subscribe ADDRESS", "route SOURCE
+// DESTINATION"; an empty line ends it. Usage: routing_controller [DOMAIN]
+#include "tessivar/tessivar.h"
+
+#include <iostream>
+#include <sstream>
+
+using namespace TessivarDDS;
+using namespace Tessivar_Routing;
+
+class Monitor : public RoutingClientListener {
+ public:
+  void routerAdded(const Router* router) override {
+    std::cout << "router " << router->unitId << " is there, with " << router->matrices[0].levels.length()
+              << " levels of " << router->matrices[0].levels[0].numberOfSources << " sources" << std::endl;
+  }
+  void routerRemoved(const AddressEx& router) override { std::cout << "router " << router.guid() << " is gone\n"; }
+  void sourceChanged(Source* source) override {
+    std::cout << "source " << source->index << " of " << source->unitId << ": " << source->name << std::endl;
+  }
+  void destinationChanged(Destination* destination) override {
+    std::cout << "destination " << destination->index << " of " << destination->unitId << ": " << destination->name
+              << (destination->protect ? ", protected" : "") << std::endl;
+  }
+  void sourceAssociationChanged(Association*) override {}
+  void destinationAssociationChanged(Association*) override {}
+  void routeChanged(const AssociationRoute* route) override {
+    std::cout << "destination " << route->dest_index << " of " << route->unitId << " gets source "
+              << route->source_index << std::endl;
+  }
+  void ticketChanged(DDSPtr<RoutingClient::Ticket> ticket) override {
+    if (ticket) std::cout << "ticket " << ticket->ticketId << ": result " << ticket->reply->result << std::endl;
+    if (ticket && ticket->reply->ex) std::cout << "the reason is: " << ticket->reply->ex->message << std::endl;
+  }
+};
+
+int main(int argc, char** argv) {
+  setLogThreshold(LogWarning);
+  DDSDomain* domain = DomainManager::instance().sharedDomain(argc > 1 ? std::stoi(argv[1]) : 0, "", "", nullptr);
+  Monitor monitor;
+  RoutingClient client;
+  client.attachDomain(domain);
+  client.attachListener(&monitor, false);
+  if (!client.create()) return 1;
+  DDSPtr route(AssociationRouteTypeSupport::create_data());
+  for (std::string line, verb; std::getline(std::cin, line) && !line.empty();) {
+    std::istringstream words(line);
+    if (words >> verb; verb == "subscribe" && words >> route->unitId) client.subscribe({AddressEx(route->unitId)});
+    if (verb == "route" && words >> route->source_index >> route->dest_index) {
+      DDSPtr ticket = client.beginSetRoute(route);
+      for (int i = 0; ticket && !ticket->received && i < 500; ++i) TessivarThread::sleep(10);
+      client.completeSetRoute(ticket);
+    }
+  }
+  client.cleanUp();
+  DomainManager::instance().releaseSharedDomain(domain, nullptr);
+}
