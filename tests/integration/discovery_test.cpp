@@ -1,0 +1,75 @@
+// Devices that come, are there already, and go.
+#include "support/domains.h"
+#include "support/peer.h"
+
+#include <csignal>
+
+namespace tessivar::testing {
+namespace {
+
+TEST(Discovery, LateJoinerGetsUnitsValuesAndMetadata) {
+  Peer device("device", domain_late_joiner);
+  ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
+  ASSERT_TRUE(device.does("unit 0001:02:0B lamp"));
+  constexpr int commands = 100;
+  for (int i = 1; i <= commands; ++i) {
+    const std::string command = " 0001:02:0A " + std::to_string(i) + ' ';
+    ASSERT_TRUE(device.does("value" + command + "1"));
+    ASSERT_TRUE(device.does("value" + command + std::to_string(i * 7)));
+    ASSERT_TRUE(device.does("metadata" + command + "name" + std::to_string(i)));
+  }
+
+  Peer client("client", domain_late_joiner);
+  ASSERT_TRUE(client.does("create"));
+  EXPECT_TRUE(client.sees("unit-added 0001:02:0A camera"));
+  EXPECT_TRUE(client.sees("unit-added 0001:02:0B lamp"));
+  for (int i = 1; i <= commands; ++i) {
+    const std::string command = " 0001:02:0A " + std::to_string(i) + ' ';
+    EXPECT_TRUE(client.sees("value" + command + std::to_string(i * 7)));
+    EXPECT_TRUE(client.sees("metadata" + command + "name" + std::to_string(i)));
+  }
+  EXPECT_TRUE(client.saw_nothing_of("value"));
+
+  ASSERT_TRUE(client.does("history 10000"));
+  ASSERT_TRUE(client.does("counts"));
+  EXPECT_TRUE(client.sees("counts 2 100"));
+  ASSERT_TRUE(client.does("value 0001:02:0A 3"));
+  EXPECT_TRUE(client.sees("queried 0001:02:0A 3 21"));
+  EXPECT_TRUE(client.quits());
+  EXPECT_TRUE(device.quits());
+}
+
+TEST(Discovery, RemovedUnitsAreReportedAndComeBack) {
+  Peer device("device", domain_removal);
+  Peer client("client", domain_removal);
+  ASSERT_TRUE(client.does("create"));
+  ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
+  ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
+  ASSERT_TRUE(device.does("remove 0001:02:0A"));
+  ASSERT_TRUE(client.sees("unit-removed 0001:02:0A"));
+  ASSERT_TRUE(device.does("unit 0001:02:0A again"));
+  ASSERT_TRUE(client.sees("unit-added 0001:02:0A again"));
+  ASSERT_TRUE(device.quits());
+  EXPECT_TRUE(client.sees("unit-removed 0001:02:0A"));
+}
+
+TEST(Discovery, KilledDeviceIsReportedGoneAndFoundAgain) {
+  Peer client("client", domain_killed);
+  ASSERT_TRUE(client.does("create"));
+  {
+    Peer device("device", domain_killed);
+    ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
+    ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
+    device.kill();
+  }
+  ASSERT_TRUE(client.sees("unit-removed 0001:02:0A"));
+  Peer device("device", domain_killed);
+  ASSERT_TRUE(device.does("unit 0001:02:0A again"));
+  EXPECT_TRUE(client.sees("unit-added 0001:02:0A again"));
+  ASSERT_TRUE(client.does("match 20000"));
+  ASSERT_TRUE(client.does("set 0001:02:0A 1 5 10000"));
+  EXPECT_TRUE(client.sees("set true"));
+}
+
+}  // namespace
+}  // namespace tessivar::testing

@@ -1,0 +1,141 @@
+// What the address filters let through, on either side, and how they change while data flows.
+#include "support/domains.h"
+#include "support/peer.h"
+
+#include <string>
+
+namespace tessivar::testing {
+namespace {
+
+// The three devices of these tests.
+const std::string camera = "0001:02:0A";
+const std::string lamp = "0001:02:0B";
+const std::string mixer = "0001:02:0C";
+const std::string nobody = "0FFF:FF:FF";
+
+TEST(Interest, DeliversTheUnitsCurrentValuesAndNoOthers) {
+  Peer device("device", domain_interest);
+  for (const std::string& unit : {camera, lamp}) {
+    ASSERT_TRUE(device.does("value " + unit + " 1 11"));
+    ASSERT_TRUE(device.does("value " + unit + " 2 12"));
+    ASSERT_TRUE(device.does("metadata " + unit + " 1 gain"));
+  }
+  Peer client("client", domain_interest);
+  ASSERT_TRUE(client.does("interest " + nobody));
+  ASSERT_TRUE(client.does("create"));
+  ASSERT_TRUE(client.does("match 20000"));
+  ASSERT_TRUE(client.does("history 20000"));
+
+  ASSERT_TRUE(client.does("interest " + camera));
+  EXPECT_TRUE(client.sees("value " + camera + " 1 11"));
+  EXPECT_TRUE(client.sees("value " + camera + " 2 12"));
+  EXPECT_TRUE(client.sees("metadata " + camera + " 1 gain"));
+
+  // The writer's order holds: once the camera's change is here, the lamp's would have been too.
+  ASSERT_TRUE(device.does("value " + lamp + " 1 21"));
+  ASSERT_TRUE(device.does("metadata " + lamp + " 2 dim"));
+  ASSERT_TRUE(device.does("dispose " + lamp + " 2"));
+  ASSERT_TRUE(device.does("value " + camera + " 1 21"));
+  ASSERT_TRUE(device.does("metadata " + camera + " 2 zoom"));
+  EXPECT_TRUE(client.sees("value " + camera + " 1 21"));
+  EXPECT_TRUE(client.sees("metadata " + camera + " 2 zoom"));
+  EXPECT_TRUE(client.saw_nothing_of("value " + lamp));
+  EXPECT_TRUE(client.saw_nothing_of("metadata " + lamp));
+  ASSERT_TRUE(client.does("counts"));
+  EXPECT_TRUE(client.sees("counts 0 2"));
+}
+
+TEST(Interest, FiltersHoldWhileTheyChangeAndDataFlows) {
+  Peer device("device", domain_changing_interest);
+  Peer client("client", domain_changing_interest);
+  ASSERT_TRUE(client.does("interest " + nobody));
+  ASSERT_TRUE(client.does("create"));
+  ASSERT_TRUE(client.does("match 20000"));
+  ASSERT_TRUE(device.does("stream 1 " + camera + ' ' + lamp + ' ' + mixer));
+
+  ASSERT_TRUE(client.does("interest " + camera));
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(client.sees("value " + camera));
+  EXPECT_TRUE(client.saw_nothing_of("value " + lamp));
+
+  ASSERT_TRUE(client.does("interest " + lamp));
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(client.sees("value " + lamp));
+  EXPECT_TRUE(client.saw_nothing_of("value " + mixer));
+
+  // Addresses that come one after the other, as fast as they can, keep what was there.
+  for (int i = 0; i < 50; ++i) ASSERT_TRUE(client.does("interest 0F00:00:" + std::to_string(10 + i)));
+  client.events("value");
+  long last = -1;
+  for (int i = 0; i < 100; ++i) {
+    const auto event = client.event("value " + camera);
+    ASSERT_TRUE(event) << "after " << i;
+    const long value = std::stol(event->substr(event->rfind(' ') + 1));
+    EXPECT_GE(value, last) << "values went back";
+    last = value;
+  }
+  ASSERT_TRUE(client.sees("value " + lamp));
+  EXPECT_TRUE(client.saw_nothing_of("value " + mixer));
+  ASSERT_TRUE(device.does("stream"));
+}
+
+TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
+  Peer device("device", domain_device_filter);
+  ASSERT_TRUE(device.does("filter " + camera));
+  Peer client("client", domain_device_filter);
+  ASSERT_TRUE(client.does("create"));
+  ASSERT_TRUE(client.does("match 20000"));
+  ASSERT_TRUE(client.does("interest " + lamp));
+  ASSERT_TRUE(client.does("interest " + camera));
+  ASSERT_TRUE(client.does("set " + camera + " 1 5 20000"));
+  EXPECT_TRUE(client.sees("set true"));
+  ASSERT_TRUE(client.does("set " + lamp + " 1 5 300"));
+  EXPECT_TRUE(client.sees("set false 3"));
+  EXPECT_TRUE(device.sees("interest " + camera));
+  EXPECT_TRUE(device.saw_nothing_of("interest " + lamp));
+  EXPECT_TRUE(device.saw_nothing_of("request " + lamp));
+
+  ASSERT_TRUE(device.does("filter " + camera + ' ' + lamp));
+  ASSERT_TRUE(client.does("set " + lamp + " 1 6 20000"));
+  EXPECT_TRUE(client.sees("set true"));
+  EXPECT_TRUE(device.saw_nothing_of("request " + lamp + " 1 5"));
+
+  ASSERT_TRUE(device.does("filter " + mixer));
+  ASSERT_TRUE(client.does("set " + camera + " 1 7 300"));
+  EXPECT_TRUE(client.sees("set false"));
+  EXPECT_TRUE(device.saw_nothing_of("request " + camera + " 1 7"));
+}
+
+TEST(Interest, IsSeenByTheDeviceUntilItsClientIsGone) {
+  Peer device("device", domain_interest_seen);
+  {
+    Peer client("client", domain_interest_seen);
+    ASSERT_TRUE(client.does("create"));
+    ASSERT_TRUE(client.does("interest " + camera + " 10 20"));
+    ASSERT_TRUE(client.does("interest " + camera));
+    ASSERT_TRUE(device.sees("interest " + camera + " 10 20"));
+    ASSERT_TRUE(device.sees("interest " + camera + " 0 4294967295"));
+    client.kill();
+  }
+  EXPECT_TRUE(device.sees("interest-removed " + camera + " 10 20"));
+  EXPECT_TRUE(device.sees("interest-removed " + camera + " 0 4294967295"));
+}
+
+TEST(Interest, StaysWhileAnotherClientSharesIt) {
+  Peer device("device", domain_shared_interest);
+  Peer staying("client", domain_shared_interest);
+  Peer leaving("client", domain_shared_interest);
+  for (Peer* client : {&staying, &leaving}) {
+    ASSERT_TRUE(client->does("create"));
+    ASSERT_TRUE(client->does("interest " + camera));
+    ASSERT_TRUE(device.sees("interest " + camera));
+  }
+  ASSERT_TRUE(leaving.does("interest " + lamp));
+  ASSERT_TRUE(device.sees("interest " + lamp));
+  ASSERT_TRUE(leaving.quits());
+  ASSERT_TRUE(device.sees("interest-removed " + lamp));
+  EXPECT_TRUE(device.saw_nothing_of("interest-removed " + camera));
+  ASSERT_TRUE(staying.quits());
+  EXPECT_TRUE(device.sees("interest-removed " + camera));
+}
+
+}  // namespace
+}  // namespace tessivar::testing

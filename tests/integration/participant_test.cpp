@@ -1,0 +1,237 @@
+// Participants: admitted by type, several in one process, shared and exclusive, made and taken down over and over.
+#include "support/domains.h"
+#include "support/peer.h"
+#include "tessivar/control/client.h"
+#include "tessivar/control/message_helper.h"
+#include "tessivar/control/node.h"
+#include "tessivar/framework/domain/domain_manager.h"
+#include "tessivar/framework/log/logger.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace tessivar::testing {
+namespace {
+
+using namespace TessivarDDS;
+
+TEST(Participant, IsAdmittedByItsType) {
+  Peer client("client", domain_types, {"type=1", "allow=3,5"});
+  ASSERT_TRUE(client.does("create"));
+  Peer denied("device", domain_types, {"type=4"});
+  Peer allowed("device", domain_types, {"type=5"});
+  ASSERT_TRUE(denied.does("unit 0004:00:00 denied"));
+  ASSERT_TRUE(denied.does("value 0004:00:00 1 4"));
+  ASSERT_TRUE(allowed.does("unit 0005:00:00 allowed"));
+  ASSERT_TRUE(allowed.does("value 0005:00:00 1 5"));
+  ASSERT_TRUE(client.sees("unit-added 0005:00:00"));
+  ASSERT_TRUE(client.sees("value 0005:00:00 1 5"));
+
+  // A second client without a list sees both: what the first one does not see by then, it never will.
+  Peer open("client", domain_types, {"type=1"});
+  ASSERT_TRUE(open.does("create"));
+  ASSERT_TRUE(open.sees("value 0004:00:00 1 4"));
+  ASSERT_TRUE(open.sees("value 0005:00:00 1 5"));
+  ASSERT_TRUE(allowed.does("value 0005:00:00 1 6"));
+  ASSERT_TRUE(client.sees("value 0005:00:00 1 6"));
+  EXPECT_TRUE(client.saw_nothing_of("unit-added"));
+  EXPECT_TRUE(client.saw_nothing_of("value"));
+  EXPECT_NE(client.transcript().find("Remote participant Denied: "), std::string::npos);
+  ASSERT_TRUE(client.does("set 0004:00:00 1 7 300"));
+  EXPECT_TRUE(client.sees("set false"));
+  EXPECT_TRUE(denied.saw_nothing_of("request"));
+}
+
+class Finder : public TessivarClientListener {
+ public:
+  void unitAdded(const Tessivar::Unit* unit) override {
+    const std::lock_guard guard(lock_);
+    units_.insert(unit->unitId);
+    changed_.notify_all();
+  }
+  void unitRemoved(const AddressEx&) override {}
+  void commandValueChanged(const Tessivar::Command*) override {}
+  void commandTicketChanged(DDSPtr<RequestReplyTicket<Tessivar::CommandChangeReply>>&) override {}
+
+  bool finds(std::size_t count) {
+    std::unique_lock guard(lock_);
+    return changed_.wait_for(guard, std::chrono::seconds(60), [&] { return units_.size() == count; });
+  }
+
+ private:
+  std::mutex lock_;
+  std::condition_variable changed_;
+  std::set<std::string> units_;
+};
+
+class Obedient : public TessivarNodeListener {
+ public:
+  Tessivar::CommandChangeReply* commandChangeRequested(TessivarNode*,
+                                                       const Tessivar::CommandChangeRequest* request) override {
+    return TessivarMessageHelper::createReply(request, Tessivar::COMPLETE, nullptr);
+  }
+  void interestRegistered(TessivarNode*, const Tessivar::CommandInterest*) override {}
+  void interestRemoved(TessivarNode*, const AddressEx&, unsigned int, unsigned int) override {}
+};
+
+// A participant of its own with a device on it.
+class OwnDevice {
+ public:
+  OwnDevice(int domain, const AddressEx& address) : domain_(DomainManager::instance().exclusiveDomain(domain, "", "")) {
+    node_.attachDomain(domain_);
+    node_.attachListener(&listener_, false);
+    EXPECT_TRUE(domain_ && node_.create());
+    EXPECT_TRUE(node_.addUnit(DDSPtr(TessivarMessageHelper::createUnit(address, "device"))));
+  }
+  ~OwnDevice() {
+    node_.cleanUp();
+    DomainManager::instance().releaseSharedDomain(domain_, nullptr);
+  }
+
+ private:
+  DDSDomain* domain_;
+  Obedient listener_;
+  TessivarNode node_;
+};
+
+// A client on a participant of its own.
+class OwnClient {
+ public:
+  explicit OwnClient(int domain) : domain_(DomainManager::instance().exclusiveDomain(domain, "", "")) {
+    client_.attachDomain(domain_);
+    client_.attachListener(&finder_, false);
+    EXPECT_TRUE(domain_ && client_.create());
+  }
+  ~OwnClient() {
+    client_.cleanUp();
+    DomainManager::instance().releaseSharedDomain(domain_, nullptr);
+  }
+  TessivarClient& operator*() { return client_; }
+  bool finds(std::size_t units) { return finder_.finds(units); }
+
+ private:
+  DDSDomain* domain_;
+  Finder finder_;
+  TessivarClient client_;
+};
+
+void expect_set(TessivarClient& client, const AddressEx& address) {
+  DDSPtr command(TessivarMessageHelper::createCommand(address, 1, 5));
+  EXPECT_TRUE(client.waitForMatch(30000));
+  EXPECT_TRUE(client.setCommand(command, 30000)) << address.guid();
+}
+
+TEST(Participant, TwoInOneProcessMeet) {
+  const AddressEx address(1, 2, 3);
+  OwnDevice device(domain_two_participants, address);
+  OwnClient client(domain_two_participants);
+  ASSERT_TRUE(client.finds(1));
+  expect_set(*client, address);
+}
+
+TEST(Participant, TenInOneProcessMeet) {
+  std::vector<std::unique_ptr<OwnDevice>> devices;
+  for (int i = 0; i < 8; ++i)
+    devices.push_back(std::make_unique<OwnDevice>(domain_ten_participants, AddressEx(1, 2, i)));
+  OwnClient first(domain_ten_participants);
+  OwnClient second(domain_ten_participants);
+  ASSERT_TRUE(first.finds(8));
+  ASSERT_TRUE(second.finds(8));
+  for (int i = 0; i < 8; ++i) expect_set(i % 2 ? *first : *second, AddressEx(1, 2, i));
+}
+
+TEST(Participant, IsSharedByDomainUntilTheLastRelease) {
+  DomainManager& manager = DomainManager::instance();
+  DDSDomain* first = manager.sharedDomain(domain_shared, "", "", nullptr);
+  DDSDomain* second = manager.sharedDomain(domain_shared, "", "", nullptr);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first, second);
+  DDSDomain* exclusive = manager.exclusiveDomain(domain_shared, "", "");
+  ASSERT_NE(exclusive, nullptr);
+  EXPECT_NE(exclusive, first);
+
+  // A shared participant ignores itself: its device is found from the exclusive one, and still is after one release.
+  TessivarNode node;
+  node.attachDomain(first);
+  ASSERT_TRUE(node.create());
+  manager.releaseSharedDomain(second, nullptr);
+  ASSERT_TRUE(node.addUnit(DDSPtr(TessivarMessageHelper::createUnit(AddressEx(1, 2, 3), "device"))));
+  TessivarClient client;
+  Finder finder;
+  client.attachDomain(exclusive);
+  client.attachListener(&finder, false);
+  ASSERT_TRUE(client.create());
+  EXPECT_TRUE(finder.finds(1));
+  node.cleanUp();
+  client.cleanUp();
+  manager.releaseSharedDomain(first, nullptr);
+  manager.releaseSharedDomain(exclusive, nullptr);
+}
+
+std::size_t entries(const char* directory) {
+  const std::filesystem::directory_iterator all(directory);
+  return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+// Kilobytes of memory that are this process's own.
+long resident() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.starts_with("RssAnon:")) return std::stol(line.substr(8));
+  return -1;
+}
+
+TEST(Participant, TwoHundredRoundsLeaveNothingBehind) {
+  const AddressEx address(1, 2, 3);
+  const int threshold = logThreshold();
+  setLogThreshold(LogWarning);
+  const auto rounds = [&](int count) {
+    for (int i = 0; i < count; ++i) {
+      OwnDevice device(domain_rounds, address);
+      OwnClient client(domain_rounds);
+      if (i % 20 == 0) {
+        EXPECT_TRUE(client.finds(1));
+        expect_set(*client, address);
+      }
+    }
+  };
+  rounds(40);
+  const std::size_t threads = entries("/proc/self/task");
+  const std::size_t descriptors = entries("/proc/self/fd");
+  const long memory = resident();
+  rounds(160);
+  EXPECT_LE(entries("/proc/self/task"), threads);
+  EXPECT_LE(entries("/proc/self/fd"), descriptors);
+  RecordProperty("growth_kB", std::to_string(resident() - memory));
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  // One leaked participant a round would be some 80 MB.
+  EXPECT_LT(resident() - memory, 4096) << "kB after " << memory;
+#endif
+  setLogThreshold(threshold);
+}
+
+TEST(Participant, CleanUpInTheMiddleOfTraffic) {
+  Peer device("device", domain_clean_up_in_traffic);
+  ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
+  ASSERT_TRUE(device.does("stream 1 0001:02:0A 0001:02:0B"));
+  for (int i = 0; i < 10; ++i) {
+    OwnClient client(domain_clean_up_in_traffic);
+    ASSERT_TRUE(client.finds(1));
+    DDSPtr command(TessivarMessageHelper::createCommand(AddressEx("0001:02:0A"), 2, i));
+    EXPECT_TRUE((*client).waitForMatch(30000));
+    EXPECT_TRUE((*client).beginSetCommand(command));
+    (*client).cleanUp();
+    EXPECT_FALSE((*client).setCommand(command, 100));
+    EXPECT_FALSE((*client).hasUnit(AddressEx("0001:02:0A")));
+  }
+  ASSERT_TRUE(device.does("stream"));
+  EXPECT_TRUE(device.quits());
+}
+
+}  // namespace
+}  // namespace tessivar::testing

@@ -1,0 +1,54 @@
+// Processes that are stopped for longer than every lease, and continue.
+#include "support/domains.h"
+#include "support/peer.h"
+
+#include <csignal>
+#include <thread>
+
+namespace tessivar::testing {
+namespace {
+
+// The pause is what is tested: it must outlast the participant's and the replies' leases.
+void pause(const Peer& peer) {
+  peer.signal(SIGSTOP);
+  std::this_thread::sleep_for(std::chrono::seconds(5));
+  peer.signal(SIGCONT);
+}
+
+void expect_usable(Peer& device, Peer& client, int value) {
+  const std::string number = std::to_string(value);
+  ASSERT_TRUE(client.does("match 20000"));
+  ASSERT_TRUE(client.does("set 0001:02:0A 1 " + number + " 10000"));
+  EXPECT_TRUE(client.sees("set true")) << device.transcript();
+  EXPECT_TRUE(client.sees("value 0001:02:0A 1 " + number));
+  ASSERT_TRUE(device.does("value 0001:02:0A 2 " + number));
+  EXPECT_TRUE(client.sees("value 0001:02:0A 2 " + number));
+}
+
+TEST(Pause, StoppedDeviceIsUsableAgainWithoutRestart) {
+  Peer device("device", domain_paused_device);
+  ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
+  Peer client("client", domain_paused_device);
+  ASSERT_TRUE(client.does("create"));
+  expect_usable(device, client, 1);
+  ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
+
+  pause(device);
+  ASSERT_TRUE(client.sees("unit-removed 0001:02:0A"));
+  EXPECT_TRUE(client.sees("unit-added 0001:02:0A camera"));
+  expect_usable(device, client, 2);
+}
+
+TEST(Pause, StoppedClientIsUsableAgainWithoutRestart) {
+  Peer device("device", domain_paused_client);
+  ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
+  Peer client("client", domain_paused_client);
+  ASSERT_TRUE(client.does("create"));
+  expect_usable(device, client, 1);
+
+  pause(client);
+  expect_usable(device, client, 2);
+}
+
+}  // namespace
+}  // namespace tessivar::testing

@@ -1,0 +1,123 @@
+#include "peer/client.h"
+
+#include "peer/flood.h"
+#include "tessivar/control/client.h"
+#include "tessivar/control/message_helper.h"
+
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace tessivar::testing {
+namespace {
+
+using namespace TessivarDDS;
+using Helper = TessivarMessageHelper;
+using Ticket = RequestReplyTicket<Tessivar::CommandChangeReply>;
+using Clock = std::chrono::steady_clock;
+
+AddressEx address(const std::string& text) {
+  return AddressEx(text.c_str());
+}
+
+unsigned number(const std::string& text) {
+  return static_cast<unsigned>(std::stoul(text));
+}
+
+class Client : public Role, public TessivarClientListener {
+ public:
+  explicit Client(DDSDomain* domain) {
+    client_.attachDomain(domain);
+    client_.attachListener(this, false);
+  }
+  ~Client() override { client_.cleanUp(); }
+
+  bool perform(const Words& words) override {
+    const std::string& verb = words.at(0);
+    if (verb == "create") return client_.create();
+    if (verb == "interest") return interest(words);
+    if (verb == "match") return client_.waitForMatch(std::stoi(words.at(1)));
+    if (verb == "history") return client_.waitForHistoricalData(std::stoi(words.at(1)));
+    if (verb == "set") return set(words);
+    if (verb == "flood") return flood(words.at(1), number(words.at(2)), number(words.at(3)), number(words.at(4)));
+    if (verb == "value") return value(words);
+    if (verb == "counts") return counts();
+    if (verb == "throw") return throw_ = words.at(1) == "on", true;
+    return false;
+  }
+
+  void unitAdded(const Tessivar::Unit* unit) override {
+    event("unit-added", unit->unitId, unit->name);
+    if (throw_) throw std::runtime_error("a fault of the controller");
+  }
+  void unitRemoved(const AddressEx& unit) override { event("unit-removed", unit.guid()); }
+  void commandMetadataUpdated(const Tessivar::CommandMetadata* metadata) override {
+    event("metadata", metadata->unitId, metadata->commandNumber, metadata->name);
+    if (throw_) throw 1;
+  }
+  void commandValueChanged(const Tessivar::Command* command) override {
+    event("value", command->unitId, command->commandNumber, command->value._u.intValue);
+    if (throw_) throw std::runtime_error("a fault of the controller");
+  }
+  void commandTicketChanged(DDSPtr<Ticket>& ticket) override {
+    if (throw_) throw std::runtime_error("a fault of the controller");
+    if (ticket && ticket->reply->ex) event("reason", ticket->reply->ex->message);
+  }
+
+ private:
+  bool interest(const Words& words) {
+    if (words.size() < 4) return client_.registerInterest(address(words.at(1)));
+    return client_.registerInterest(address(words[1]), number(words[2]), number(words[3]));
+  }
+
+  bool set(const Words& words) {
+    DDSPtr command(Helper::createCommand(address(words.at(1)), number(words.at(2)), std::stoi(words.at(3))));
+    const auto start = Clock::now();
+    const bool done = client_.setCommand(command, std::stoi(words.at(4)));
+    const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+    event("set", done ? "true" : "false", spent);
+    return true;
+  }
+
+  bool value(const Words& words) {
+    const DDSPtr command(Tessivar::CommandTypeSupport::create_data());
+    if (!client_.queryCommand(address(words.at(1)), number(words.at(2)), *command)) return false;
+    event("queried", command->unitId, command->commandNumber, command->value._u.intValue);
+    return true;
+  }
+
+  bool counts() {
+    Tessivar::UnitSeq units;
+    Tessivar::CommandSeq commands;
+    DDS_SampleInfoSeq unitInfos;
+    DDS_SampleInfoSeq commandInfos;
+    if (!client_.queryUnits(units, unitInfos, 5000) || !client_.queryCommands(commands, commandInfos, 5000))
+      return false;
+    event("counts", units.length(), commands.length());
+    client_.freeUnitData(units, unitInfos);
+    client_.freeCommandData(commands, commandInfos);
+    return true;
+  }
+
+  bool flood(const std::string& unit, unsigned first, unsigned count, unsigned window) {
+    const auto begin = [&](unsigned value) {
+      DDSPtr command(Helper::createCommand(address(unit), 1, static_cast<int>(value)));
+      return client_.beginSetCommand(command);
+    };
+    return testing::flood(first, count, window, begin,
+                          [&](DDSPtr<Ticket>& ticket) { client_.completeSetCommand(ticket); });
+  }
+
+  std::atomic<bool> throw_ = false;
+  TessivarClient client_;
+};
+
+}  // namespace
+
+std::unique_ptr<Role> make_client(DDSDomain* domain) {
+  return std::make_unique<Client>(domain);
+}
+
+}  // namespace tessivar::testing

@@ -1,0 +1,50 @@
+// Many requests under way at once, each of whose replies must find its own ticket.
+#pragma once
+
+#include "peer/console.h"
+#include "tessivar/framework/pointers/dds_ptr.h"
+
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tessivar::testing {
+
+/// Keeps up to `window` of `count` requests under way. `begin(i)` sends the request for the value `i`, counted from
+/// `first`, and gives its ticket, or null when it has to be tried again; `complete(ticket)` retires it. The server
+/// echoes each value in its reply's text, so that a reply for somebody else shows. Reports "flood COMPLETED LOST
+/// FOREIGN"; true when all were answered.
+template <class Begin, class Complete>
+bool flood(unsigned first, unsigned count, unsigned window, Begin begin, Complete complete) {
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + std::chrono::seconds(120);
+  const auto poll = [&](auto&& done) {
+    while (!done() && Clock::now() < deadline) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return done();
+  };
+  std::vector<decltype(begin(first))> tickets;
+  unsigned finished = 0;
+  unsigned foreign = 0;
+  const auto finish_oldest = [&] {
+    auto& ticket = tickets[finished];
+    if (!poll([&] { return ticket->received.load(); })) return false;
+    const auto reply = ticket->reply.get();
+    if (!reply->ex || std::to_string(first + finished) != reply->ex->message) ++foreign;
+    complete(ticket);
+    ++finished;
+    return true;
+  };
+  bool timely = true;
+  for (unsigned i = 0; i < count && timely; ++i) {
+    if (i - finished >= window && !(timely = finish_oldest())) break;
+    auto ticket = begin(first + i);
+    timely = ticket || poll([&] { return static_cast<bool>(ticket = begin(first + i)); });
+    if (timely) tickets.push_back(ticket);
+  }
+  while (timely && finished < tickets.size()) timely = finish_oldest();
+  event("flood", finished, count - finished, foreign);
+  return timely;
+}
+
+}  // namespace tessivar::testing

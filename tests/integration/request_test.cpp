@@ -1,0 +1,140 @@
+// Changing commands by request and reply.
+#include "support/domains.h"
+#include "support/peer.h"
+
+#include <string>
+
+namespace tessivar::testing {
+namespace {
+
+constexpr std::chrono::milliseconds long_time{120000};
+
+class Request : public ::testing::Test {
+ protected:
+  // A device with one unit, and a client that has found it.
+  void start(int domain) {
+    device_.emplace("device", domain);
+    ASSERT_TRUE(device_->does("unit 0001:02:0A camera"));
+    client_.emplace("client", domain);
+    join(*client_);
+  }
+
+  static void join(Peer& client) {
+    ASSERT_TRUE(client.does("create"));
+    ASSERT_TRUE(client.does("match 20000"));
+    ASSERT_TRUE(client.sees("unit-added 0001:02:0A"));
+  }
+
+  Peer& device() { return *device_; }
+  Peer& client() { return *client_; }
+
+ private:
+  std::optional<Peer> device_;
+  std::optional<Peer> client_;
+};
+
+// Milliseconds of an event "set false MILLISECONDS".
+int spent(const std::optional<std::string>& event) {
+  return event ? std::stoi(event->substr(event->rfind(' '))) : -1;
+}
+
+TEST_F(Request, ChangesAValueThatComesBack) {
+  start(domain_change);
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 20000"));
+  EXPECT_TRUE(client().sees("set true"));
+  EXPECT_TRUE(device().sees("request 0001:02:0A 1 42"));
+  EXPECT_TRUE(client().sees("value 0001:02:0A 1 42"));
+}
+
+TEST_F(Request, RefusalBringsTheDevicesReason) {
+  start(domain_refusal);
+  ASSERT_TRUE(device().does("answer refuse tally"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 20000"));
+  EXPECT_TRUE(client().sees("set false"));
+  EXPECT_TRUE(client().sees("reason tally"));
+}
+
+TEST_F(Request, InterimRepliesRestartTheTimeout) {
+  start(domain_progress);
+  ASSERT_TRUE(device().does("answer progress 6 500"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 2000"));
+  const auto result = client().event("set true");
+  ASSERT_TRUE(result) << client().transcript();
+  EXPECT_GE(spent(result), 3500);
+}
+
+TEST_F(Request, WithoutAnswerRunsIntoItsTimeout) {
+  start(domain_unanswered);
+  ASSERT_TRUE(device().does("answer none"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 500"));
+  const auto result = client().event("set false");
+  ASSERT_TRUE(result) << client().transcript();
+  EXPECT_GE(spent(result), 500);
+  ASSERT_TRUE(device().does("answer complete"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 43 20000"));
+  EXPECT_TRUE(client().sees("set true"));
+}
+
+TEST_F(Request, TwoClientsGetOnlyTheirOwnReplies) {
+  start(domain_own_replies);
+  Peer other("client", domain_own_replies);
+  join(other);
+  ASSERT_TRUE(device().does("answer echo"));
+  // Both number their tickets alike; the echoed values tell whose reply it was.
+  client().begin("flood 0001:02:0A 1000000 2000 50");
+  other.begin("flood 0001:02:0A 2000000 2000 50");
+  EXPECT_TRUE(client().sees("flood 2000 0 0", long_time));
+  EXPECT_TRUE(other.sees("flood 2000 0 0", long_time));
+}
+
+TEST_F(Request, TenThousandPipelinedLoseNone) {
+  start(domain_pipeline);
+  ASSERT_TRUE(device().does("answer echo"));
+  client().begin("flood 0001:02:0A 1 10000 10000");
+  EXPECT_TRUE(client().sees("flood 10000 0 0", long_time)) << client().transcript();
+}
+
+TEST_F(Request, DeviceKilledInMidRequestGivesTimeoutAndUnitRemoved) {
+  start(domain_killed_in_request);
+  ASSERT_TRUE(device().does("answer none"));
+  client().begin("set 0001:02:0A 1 42 1500");
+  ASSERT_TRUE(device().sees("request 0001:02:0A 1 42"));
+  device().kill();
+  const auto result = client().event("set false");
+  ASSERT_TRUE(result) << client().transcript();
+  EXPECT_GE(spent(result), 1500);
+  EXPECT_TRUE(client().sees("unit-removed 0001:02:0A"));
+}
+
+TEST_F(Request, DevicesThatThrowKeepServing) {
+  start(domain_throwing_device);
+  ASSERT_TRUE(device().does("answer throw"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 500"));
+  EXPECT_TRUE(client().sees("set false"));
+  ASSERT_TRUE(device().sees("request 0001:02:0A 1 42"));
+  EXPECT_NE(device().transcript().find("a fault of the device"), std::string::npos) << device().transcript();
+  ASSERT_TRUE(device().does("answer complete"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 43 20000"));
+  EXPECT_TRUE(client().sees("set true"));
+  EXPECT_TRUE(device().quits());
+}
+
+TEST_F(Request, ClientsThatThrowKeepListening) {
+  start(domain_throwing_client);
+  ASSERT_TRUE(client().does("throw on"));
+  ASSERT_TRUE(device().does("unit 0001:02:0B lamp"));
+  ASSERT_TRUE(device().does("metadata 0001:02:0A 1 gain"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 20000"));
+  EXPECT_TRUE(client().sees("set true"));
+  EXPECT_TRUE(client().sees("unit-added 0001:02:0B"));
+  EXPECT_TRUE(client().sees("metadata 0001:02:0A 1"));
+  EXPECT_TRUE(client().sees("value 0001:02:0A 1 42"));
+  EXPECT_NE(client().transcript().find("a fault of the controller"), std::string::npos) << client().transcript();
+  ASSERT_TRUE(client().does("throw off"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 43 20000"));
+  EXPECT_TRUE(client().sees("value 0001:02:0A 1 43"));
+  EXPECT_TRUE(client().quits());
+}
+
+}  // namespace
+}  // namespace tessivar::testing

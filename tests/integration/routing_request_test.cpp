@@ -1,0 +1,116 @@
+// Changing routes: what becomes of tickets, whoever answers, refuses, takes its time or is not there.
+#include "support/domains.h"
+#include "support/peer.h"
+
+#include <optional>
+
+namespace tessivar::testing {
+namespace {
+
+constexpr std::chrono::milliseconds long_time{130000};
+
+// The results of replies.
+const std::string pending = "0", complete = "1", in_progress = "2", failed = "3";
+
+const std::string router = "0001:03:01";
+
+class RouteRequest : public ::testing::Test {
+ protected:
+  void start(int domain) {
+    device_.emplace("router", domain);
+    controller_.emplace("controller", domain);
+    join(*controller_);
+  }
+
+  /// Until requests get through.
+  void join(Peer& controller) {
+    ASSERT_TRUE(device().does("port " + router + " 1 port"));
+    ASSERT_TRUE(device().does("route " + router + " 1 0"));
+    ASSERT_TRUE(controller.does("create"));
+    ASSERT_TRUE(controller.does("subscribe " + router));
+    ASSERT_TRUE(controller.sees("route " + router + " 1 0"));
+    for (int tries = 0; tries < 100; ++tries) {
+      ASSERT_TRUE(controller.does("set " + router + " 1 0"));
+      if (controller.event("set") == "set " + complete) break;
+      ASSERT_LT(tries, 99) << "no request gets through";
+    }
+    controller.events("");
+    device().events("");
+  }
+
+  Peer& device() { return *device_; }
+  Peer& controller() { return *controller_; }
+
+ private:
+  std::optional<Peer> device_;
+  std::optional<Peer> controller_;
+};
+
+TEST_F(RouteRequest, CompletesAndChangesTheRoute) {
+  start(domain_route_change);
+  ASSERT_TRUE(controller().does("set " + router + " 7 42"));
+  EXPECT_TRUE(controller().sees("set " + complete));
+  EXPECT_TRUE(controller().sees("result " + complete));
+  EXPECT_TRUE(controller().sees("route " + router + " 7 42"));
+  EXPECT_TRUE(device().sees("request " + router + " 7 42"));
+}
+
+TEST_F(RouteRequest, IsRefusedWithTheRoutersReason) {
+  start(domain_route_refusal);
+  ASSERT_TRUE(device().does("answer refuse protected"));
+  ASSERT_TRUE(controller().does("set " + router + " 7 42"));
+  EXPECT_TRUE(controller().sees("set " + failed));
+  EXPECT_TRUE(controller().sees("result " + failed + " protected"));
+  EXPECT_TRUE(controller().saw_nothing_of("route"));
+}
+
+TEST_F(RouteRequest, TellsThatItIsInProgressBeforeItCompletes) {
+  start(domain_route_progress);
+  ASSERT_TRUE(device().does("answer progress 3 50"));
+  ASSERT_TRUE(controller().does("set " + router + " 7 42"));
+  EXPECT_TRUE(controller().sees("set " + complete));
+  EXPECT_TRUE(controller().sees("result " + pending));
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(controller().sees("result " + in_progress));
+  EXPECT_TRUE(controller().sees("result " + complete));
+}
+
+TEST_F(RouteRequest, FiveThousandInFlightLoseNone) {
+  start(domain_route_pipeline);
+  ASSERT_TRUE(device().does("answer echo"));
+  controller().begin("flood " + router + " 1 5000 5000");
+  EXPECT_TRUE(controller().sees("flood 5000 0 0", long_time)) << controller().transcript();
+}
+
+TEST_F(RouteRequest, OfAnotherControllerShowsAsAChangedRouteAndNoTicket) {
+  start(domain_foreign_route);
+  Peer other("controller", domain_foreign_route);
+  join(other);
+  controller().events("");
+  ASSERT_TRUE(other.does("set " + router + " 7 42"));
+  EXPECT_TRUE(other.sees("set " + complete));
+  EXPECT_TRUE(controller().sees("route " + router + " 7 42"));
+  EXPECT_TRUE(controller().saw_nothing_of("result"));
+}
+
+TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
+  Peer controller("controller", domain_unconnected_routes);
+  ASSERT_TRUE(controller.does("create"));
+  controller.begin("set " + router + " 7 42");
+  EXPECT_FALSE(controller.did("set")) << "a ticket before any subscription";
+  ASSERT_TRUE(controller.does("subscribe " + router));
+  ASSERT_TRUE(controller.does("set " + router + " 7 42"));
+  EXPECT_TRUE(controller.sees("set " + failed));
+  // A subscription that moved before any router was there finds one all the same.
+  ASSERT_TRUE(controller.does("subscribe " + router));
+  Peer device("router", domain_unconnected_routes);
+  ASSERT_TRUE(device.does("route " + router + " 1 0"));
+  ASSERT_TRUE(controller.sees("route " + router + " 1 0"));
+  for (int tries = 0; tries < 100; ++tries) {
+    ASSERT_TRUE(controller.does("set " + router + " 7 42"));
+    if (controller.event("set") == "set " + complete) return;
+  }
+  FAIL() << "no request gets through";
+}
+
+}  // namespace
+}  // namespace tessivar::testing

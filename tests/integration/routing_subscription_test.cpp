@@ -1,0 +1,197 @@
+// Controllers and the routers they subscribe to: what arrives, what does not, and who comes and goes.
+#include "support/domains.h"
+#include "support/peer.h"
+
+#include <filesystem>
+
+namespace tessivar::testing {
+namespace {
+
+const std::string first = "0001:03:01";
+const std::string second = "0001:03:02";
+
+constexpr std::chrono::milliseconds long_time{110000};
+
+/// All that a subscription to the router brings, of port 5 with the source 3 routed to it.
+void expect_state(Peer& controller, const std::string& router, const std::string& name) {
+  for (const char* kind : {"source ", "destination ", "source-association ", "destination-association "})
+    EXPECT_TRUE(controller.sees(kind + router + " 5 " + name));
+  EXPECT_TRUE(controller.sees("route " + router + " 5 3"));
+}
+
+void expect_nothing_of(Peer& controller, const std::string& router) {
+  for (const char* kind : {"source ", "destination ", "source-association ", "destination-association ", "route "})
+    EXPECT_TRUE(controller.saw_nothing_of(kind + router));
+}
+
+void publish_state(Peer& device, const std::string& router, const std::string& name) {
+  ASSERT_TRUE(device.does("port " + router + " 5 " + name));
+  ASSERT_TRUE(device.does("route " + router + " 5 3"));
+}
+
+TEST(RoutingSubscription, BringsTheChosenRoutersStateAndNoOthers) {
+  Peer one("router", domain_two_routers);
+  Peer other("router", domain_two_routers);
+  ASSERT_TRUE(one.does("announce " + first + " one"));
+  ASSERT_TRUE(other.does("announce " + second + " other"));
+  publish_state(one, first, "early");
+  publish_state(other, second, "early");
+  Peer controller("controller", domain_two_routers);
+  ASSERT_TRUE(controller.does("create"));
+  EXPECT_TRUE(controller.sees("router-added " + first + " one"));
+  EXPECT_TRUE(controller.sees("router-added " + second + " other"));
+  ASSERT_TRUE(controller.does("subscribe " + first));
+  expect_state(controller, first, "early");
+
+  publish_state(other, second, "late");
+  publish_state(one, first, "late");
+  expect_state(controller, first, "late");
+  expect_nothing_of(controller, second);
+}
+
+TEST(RoutingSubscription, OfNoRouterIsOfAllRouters) {
+  Peer device("router", domain_all_routers);
+  publish_state(device, first, "early");
+  publish_state(device, second, "early");
+  Peer controller("controller", domain_all_routers);
+  ASSERT_TRUE(controller.does("create"));
+  ASSERT_TRUE(controller.does("subscribe"));
+  expect_state(controller, first, "early");
+  expect_state(controller, second, "early");
+}
+
+TEST(RoutingSubscription, MovesToAnotherRouter) {
+  Peer device("router", domain_resubscription);
+  publish_state(device, first, "early");
+  publish_state(device, second, "early");
+  Peer controller("controller", domain_resubscription);
+  ASSERT_TRUE(controller.does("create"));
+  ASSERT_TRUE(controller.does("subscribe " + first));
+  expect_state(controller, first, "early");
+  ASSERT_TRUE(controller.does("subscribe " + second));
+  expect_state(controller, second, "early");
+
+  publish_state(device, first, "late");
+  publish_state(device, second, "late");
+  expect_state(controller, second, "late");
+  expect_nothing_of(controller, first);
+
+  // The state of one that stays comes again, beside that of one that is new.
+  ASSERT_TRUE(controller.does("subscribe " + first + ' ' + second));
+  expect_state(controller, first, "late");
+  expect_state(controller, second, "late");
+  ASSERT_TRUE(controller.does("set " + first + " 5 8"));
+  EXPECT_TRUE(controller.sees("set 1"));
+  EXPECT_TRUE(controller.sees("route " + first + " 5 8"));
+}
+
+std::size_t threads_of(const Peer& peer) {
+  const std::filesystem::directory_iterator tasks("/proc/" + std::to_string(peer.pid()) + "/task");
+  return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+TEST(RoutingSubscription, LeavesNothingBehindWhenItMovesAHundredTimes) {
+  Peer device("router", domain_resubscription_rounds);
+  publish_state(device, first, "one");
+  publish_state(device, second, "other");
+  Peer controller("controller", domain_resubscription_rounds);
+  ASSERT_TRUE(controller.does("create"));
+  ASSERT_TRUE(controller.does("subscribe " + first));
+  expect_state(controller, first, "one");
+  const std::size_t threads = threads_of(controller);
+  for (int round = 0; round < 100 && !HasFailure(); ++round) {
+    const bool even = round % 2 == 0;
+    ASSERT_TRUE(controller.does("subscribe " + (even ? second : first)));
+    expect_state(controller, even ? second : first, even ? "other" : "one");
+    expect_nothing_of(controller, even ? first : second);
+  }
+  EXPECT_EQ(threads_of(controller), threads);
+  // The device learns of a reader's end a little later than the controller.
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_TRUE(device.does("readers"));
+    if (device.event("readers ") == "readers 1") break;
+    ASSERT_LT(i, 99) << "readers were left";
+  }
+  EXPECT_TRUE(controller.quits());
+}
+
+TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
+  Peer controller("controller", domain_killed_router);
+  ASSERT_TRUE(controller.does("create"));
+  ASSERT_TRUE(controller.does("subscribe " + first));
+  {
+    Peer device("router", domain_killed_router);
+    ASSERT_TRUE(device.does("announce " + first + " one"));
+    publish_state(device, first, "early");
+    ASSERT_TRUE(controller.sees("router-added " + first + " one"));
+    expect_state(controller, first, "early");
+    device.kill();
+  }
+  ASSERT_TRUE(controller.sees("router-removed " + first));
+  Peer device("router", domain_killed_router);
+  ASSERT_TRUE(device.does("announce " + first + " again"));
+  publish_state(device, first, "late");
+  EXPECT_TRUE(controller.sees("router-added " + first + " again"));
+  expect_state(controller, first, "late");
+  ASSERT_TRUE(controller.does("set " + first + " 5 8"));
+  EXPECT_TRUE(controller.sees("set 1"));
+  ASSERT_TRUE(device.does("withdraw " + first));
+  EXPECT_TRUE(controller.sees("router-removed " + first));
+}
+
+TEST(RoutingSubscription, ShowsADestinationThatItsRouterProtects) {
+  Peer device("router", domain_protection);
+  Peer controller("controller", domain_protection);
+  ASSERT_TRUE(controller.does("create"));
+  ASSERT_TRUE(controller.does("subscribe " + first));
+  publish_state(device, first, "open");
+  expect_state(controller, first, "open");
+  EXPECT_TRUE(controller.saw_nothing_of("protected"));
+  ASSERT_TRUE(device.does("protect " + first + " 5"));
+  EXPECT_TRUE(controller.sees("protected " + first + " 5"));
+}
+
+TEST(RoutingSubscription, CleansUpInTrafficAndBeginsAnew) {
+  Peer device("router", domain_routing_in_traffic);
+  ASSERT_TRUE(device.does("announce " + first + " one"));
+  ASSERT_TRUE(device.does("stream 1 " + first));
+  Peer controller("controller", domain_routing_in_traffic);
+  for (int round = 0; round < 10 && !HasFailure(); ++round) {
+    ASSERT_TRUE(controller.does("create"));
+    ASSERT_TRUE(controller.does("subscribe " + first));
+    EXPECT_TRUE(controller.sees("router-added " + first + " one"));
+    EXPECT_TRUE(controller.sees("source " + first));
+    EXPECT_TRUE(controller.sees("route " + first));
+    ASSERT_TRUE(controller.does("clean-up"));
+    EXPECT_TRUE(controller.sees("router-removed " + first));
+    controller.events("");
+  }
+  ASSERT_TRUE(device.does("stream"));
+  EXPECT_TRUE(controller.quits());
+  EXPECT_TRUE(device.quits());
+}
+
+class LargeRouter : public ::testing::TestWithParam<const char*> {};
+
+// Four matrices of 2,000 by 2,000 ports, with 4,000 associations of either side and as many routes in each.
+TEST_P(LargeRouter, ReachesALateControllerCompletely) {
+  const bool batched = GetParam() == std::string("on");
+  const int domain = batched ? domain_large_router : domain_large_router_unbatched;
+  Peer device("router", domain);
+  ASSERT_TRUE(device.does(std::string("batching ") + GetParam()));
+  device.begin("fill " + first + " 4 2000 4000");
+  ASSERT_TRUE(device.sees("did fill ok", long_time));
+  Peer controller("controller", domain);
+  ASSERT_TRUE(controller.does("count"));
+  ASSERT_TRUE(controller.does("create"));
+  ASSERT_TRUE(controller.does("subscribe " + first));
+  controller.begin("await 8000 8000 16000 16000 16000");
+  EXPECT_TRUE(controller.sees("did await ok", long_time));
+  EXPECT_TRUE(controller.sees("misnamed 0"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Batching, LargeRouter, ::testing::Values("on", "off"),
+                         [](const auto& tested) { return std::string(tested.param); });
+
+}  // namespace
+}  // namespace tessivar::testing

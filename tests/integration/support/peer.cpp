@@ -1,0 +1,60 @@
+#include "support/peer.h"
+
+namespace tessivar::testing {
+namespace {
+
+using ::testing::AssertionFailure;
+using ::testing::AssertionResult;
+using ::testing::AssertionSuccess;
+
+std::vector<std::string> command_line(const std::string& role, int domain, const std::vector<std::string>& options) {
+  std::vector<std::string> words = {TESSIVAR_BUS_PEER, role, std::to_string(domain)};
+  words.insert(words.end(), options.begin(), options.end());
+  return words;
+}
+
+}  // namespace
+
+Peer::Peer(const std::string& role, int domain, const std::vector<std::string>& options)
+    : ChildProcess(command_line(role, domain, options)) {
+  EXPECT_TRUE(sees("ready"));
+}
+
+AssertionResult Peer::failure(const std::string& what) const {
+  constexpr std::size_t shown = 4000;
+  const std::string text = transcript();
+  return AssertionFailure() << what << "; its output ends:\n"
+                            << (text.size() > shown ? text.substr(text.size() - shown) : text);
+}
+
+AssertionResult Peer::does(const std::string& command) {
+  begin(command);
+  return did(command.substr(0, command.find(' ')));
+}
+
+AssertionResult Peer::did(const std::string& verb) {
+  const auto result = event("did " + verb + ' ');
+  if (!result) return failure(verb + " did not end");
+  if (!result->ends_with(" ok")) return failure(verb + " failed");
+  return AssertionSuccess();
+}
+
+AssertionResult Peer::sees(const std::string& prefix, std::chrono::milliseconds timeout) {
+  if (event(prefix, timeout)) return AssertionSuccess();
+  return failure("it did not see '" + prefix + "'");
+}
+
+AssertionResult Peer::saw_nothing_of(const std::string& prefix) {
+  const auto found = events(prefix);
+  if (found.empty()) return AssertionSuccess();
+  return failure("it saw '" + found.front() + "'");
+}
+
+AssertionResult Peer::quits() {
+  send("quit");
+  const auto code = wait();
+  if (code == 0) return AssertionSuccess();
+  return failure(code ? "it ended with " + std::to_string(*code) : "it did not end");
+}
+
+}  // namespace tessivar::testing
