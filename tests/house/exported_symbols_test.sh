@@ -7,7 +7,7 @@ exported=$(nm --dynamic --demangle --defined-only "$1" | cut -d' ' -f2-)
 
 # A name, or what the compiler makes for a class, or a function template, which has its return type in front.
 ours='^[A-Za-z] ((vtable|VTT|typeinfo|typeinfo name|guard variable) for |(non-virtual|virtual) thunk to )?'
-ours+='((Tessivar|Tessivar_Routing|Tessivar_Logging|TessivarDDS|tessivar::platform)::|DDS|RTI|PRES)'
+ours+='((Tessivar|Tessivar_Routing|Tessivar_Logging|TessivarDDS|tessivar::platform)::|tessivar::types::Typed|DDS|RTI|PRES)'
 engine='cyclone|[( *<,]dds_|ddsi_|nn_|pugi'
 
 strangers=$(grep -Ev "$ours" <<<"$exported" || true)
