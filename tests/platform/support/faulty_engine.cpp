@@ -73,8 +73,11 @@ class FaultyParticipant final : public EngineParticipant {
   int participant_index() const override { return real->participant_index(); }
   DDS_ReturnCode_t create_writer(const EngineWriterConfig& config, EngineWriterEvents* events,
                                  std::unique_ptr<EngineWriter>& writer, std::string& error) override {
-    faults_.writer_config = config;
-    faults_.writer_events = events;
+    {
+      const std::lock_guard lock(faults_.mutex);
+      faults_.writer_config = config;
+      faults_.writer_events = events;
+    }
     error = "a fault of the test";
     DDS_ReturnCode_t result = run(faults_.create_writer_hook);
     std::unique_ptr<EngineWriter> inner;
@@ -84,8 +87,11 @@ class FaultyParticipant final : public EngineParticipant {
   }
   DDS_ReturnCode_t create_reader(const EngineReaderConfig& config, EngineReaderEvents* events,
                                  std::unique_ptr<EngineReader>& reader, std::string& error) override {
-    faults_.reader_config = config;
-    faults_.reader_events = events;
+    {
+      const std::lock_guard lock(faults_.mutex);
+      faults_.reader_config = config;
+      faults_.reader_events = events;
+    }
     error = "a fault of the test";
     DDS_ReturnCode_t result = run(faults_.create_reader_hook);
     std::unique_ptr<EngineReader> inner;

@@ -31,6 +31,7 @@ class FaultyEngine final : public platform::Engine {
   std::function<void(std::vector<platform::EngineSlot>&)> accessed_hook;
   std::atomic<int> flushes = 0;
 
+  std::mutex mutex;  // entities may be made by several threads
   /// Of the reader and the writer that were made last, for a test that plays the engine.
   platform::EngineReaderEvents* reader_events = nullptr;
   platform::EngineWriterEvents* writer_events = nullptr;
