@@ -10,11 +10,7 @@
 enum DDS_DurabilityQosPolicyKind { DDS_VOLATILE_DURABILITY_QOS = 0, DDS_TRANSIENT_LOCAL_DURABILITY_QOS = 1 };
 enum DDS_ReliabilityQosPolicyKind { DDS_BEST_EFFORT_RELIABILITY_QOS = 0, DDS_RELIABLE_RELIABILITY_QOS = 1 };
 enum DDS_HistoryQosPolicyKind { DDS_KEEP_LAST_HISTORY_QOS = 0, DDS_KEEP_ALL_HISTORY_QOS = 1 };
-enum DDS_RefilterQosPolicyKind {
-  DDS_NONE_REFILTER_QOS = 0,
-  DDS_ALL_REFILTER_QOS = 1,
-  DDS_ON_DEMAND_REFILTER_QOS = 2
-};
+enum DDS_RefilterQosPolicyKind { DDS_NONE_REFILTER_QOS = 0, DDS_ALL_REFILTER_QOS = 1, DDS_ON_DEMAND_REFILTER_QOS = 2 };
 enum DDS_LivelinessQosPolicyKind {
   DDS_AUTOMATIC_LIVELINESS_QOS = 0,
   DDS_MANUAL_BY_PARTICIPANT_LIVELINESS_QOS = 1,
@@ -69,8 +65,8 @@ struct DDS_DestinationOrderQosPolicy {
   DDS_DestinationOrderQosPolicyKind kind = DDS_BY_RECEPTION_TIMESTAMP_DESTINATIONORDER_QOS;
 };
 
-/// Limits on what a writer or reader keeps; DDS_LENGTH_UNLIMITED is none. A reader's limits are carried but not handed to
-/// the engine: one reader that is not read must never stall its whole participant.
+/// Limits on what a writer or reader keeps; DDS_LENGTH_UNLIMITED is none. A reader's limits are carried but not handed
+/// to the engine: one reader that is not read must never stall its whole participant.
 struct DDS_ResourceLimitsQosPolicy {
   DDS_Long max_samples = DDS_LENGTH_UNLIMITED;
   DDS_Long max_instances = DDS_LENGTH_UNLIMITED;

@@ -5,6 +5,8 @@
 
 #include "tessivar/platform/qos_profiles_xml.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <span>
 #include <type_traits>
@@ -284,58 +286,46 @@ struct Elements<DDS_DomainParticipantQos> {
   };
 };
 
+/// What topics, writers and readers have in common.
+template <class Q>
+constexpr std::array common_elements = {
+    element<&Q::durability>("durability"),
+    element<&Q::deadline>("deadline"),
+    element<&Q::latency_budget>("latency_budget"),
+    element<&Q::liveliness>("liveliness"),
+    element<&Q::reliability>("reliability"),
+    element<&Q::destination_order>("destination_order"),
+    element<&Q::history>("history"),
+    element<&Q::resource_limits>("resource_limits"),
+    element<&Q::ownership>("ownership"),
+};
+
+template <std::size_t A, std::size_t B>
+constexpr std::array<Element, A + B> join(const std::array<Element, A>& a, const std::array<Element, B>& b) {
+  std::array<Element, A + B> all = {};
+  std::copy(b.begin(), b.end(), std::copy(a.begin(), a.end(), all.begin()));
+  return all;
+}
+
 template <>
 struct Elements<DDS_TopicQos> {
-  using Q = DDS_TopicQos;
-  static constexpr Element table[] = {
-      element<&Q::durability>("durability"),
-      element<&Q::deadline>("deadline"),
-      element<&Q::latency_budget>("latency_budget"),
-      element<&Q::liveliness>("liveliness"),
-      element<&Q::reliability>("reliability"),
-      element<&Q::destination_order>("destination_order"),
-      element<&Q::history>("history"),
-      element<&Q::resource_limits>("resource_limits"),
-      element<&Q::ownership>("ownership"),
-  };
+  static constexpr std::array table = common_elements<DDS_TopicQos>;
 };
 
 template <>
 struct Elements<DDS_DataWriterQos> {
   using Q = DDS_DataWriterQos;
-  static constexpr Element table[] = {
-      element<&Q::durability>("durability"),
-      element<&Q::deadline>("deadline"),
-      element<&Q::latency_budget>("latency_budget"),
-      element<&Q::liveliness>("liveliness"),
-      element<&Q::reliability>("reliability"),
-      element<&Q::destination_order>("destination_order"),
-      element<&Q::history>("history"),
-      element<&Q::resource_limits>("resource_limits"),
-      element<&Q::ownership>("ownership"),
-      element<&Q::user_data>("user_data"),
-      element<&Q::writer_data_lifecycle>("writer_data_lifecycle"),
-      element<&Q::property>("property"),
-      element<&Q::batch>("batch"),
-  };
+  static constexpr std::array table =
+      join(common_elements<Q>,
+           std::array{element<&Q::user_data>("user_data"), element<&Q::writer_data_lifecycle>("writer_data_lifecycle"),
+                      element<&Q::property>("property"), element<&Q::batch>("batch")});
 };
 
 template <>
 struct Elements<DDS_DataReaderQos> {
   using Q = DDS_DataReaderQos;
-  static constexpr Element table[] = {
-      element<&Q::durability>("durability"),
-      element<&Q::deadline>("deadline"),
-      element<&Q::latency_budget>("latency_budget"),
-      element<&Q::liveliness>("liveliness"),
-      element<&Q::reliability>("reliability"),
-      element<&Q::destination_order>("destination_order"),
-      element<&Q::history>("history"),
-      element<&Q::resource_limits>("resource_limits"),
-      element<&Q::ownership>("ownership"),
-      element<&Q::user_data>("user_data"),
-      element<&Q::property>("property"),
-  };
+  static constexpr std::array table =
+      join(common_elements<Q>, std::array{element<&Q::user_data>("user_data"), element<&Q::property>("property")});
 };
 
 }  // namespace tessivar::platform::profiles
