@@ -1,0 +1,160 @@
+// Requests that are answered, over two topics.
+#pragma once
+
+#include "tessivar/framework/nodes/dds_filtered_node.h"
+#include "tessivar/framework/requestreply/client_listeners.h"
+#include "tessivar/framework/requestreply/guid_content_filter.h"
+#include "tessivar/framework/requestreply/listener_slot.h"
+#include "tessivar/framework/requestreply/match_listeners.h"
+#include "tessivar/framework/requestreply/pending_tickets.h"
+#include "tessivar/framework/requestreply/request_reply_listeners.h"
+#include "tessivar/framework/requestreply/request_reply_role.h"
+#include "tessivar/framework/requestreply/request_reply_runners.h"
+#include "tessivar/framework/waitset/wait_set_thread.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+namespace TessivarDDS {
+
+/// A client, which sends requests on the topic NAME.Requests and gets the replies to them from NAME.Reply, or a server,
+/// which answers, or both.
+///
+/// Each node has an identity of 16 octets. A request carries it with a ticket number, the reply brings both back, and a
+/// content filter keeps replies to others away. Req has the members `changeguid` (octets, key) and `ticketId`; Rep has
+/// them too.
+///
+/// Settings and listeners first, then create(), then requests, then cleanUp(), which the destructor does as well; after
+/// it create() may begin anew, with listeners attached again. Settings, create() and cleanUp() belong to one thread,
+/// and not to a callback of the node; everything else may be called by any, also from callbacks. Only waitForMatch(),
+/// makeRequest() (while the bus does not keep up), setListener() (while the old listener is being called) and cleanUp()
+/// block. A failure logs one line and gives false or null.
+///
+/// A derived class that overrides anything calls cleanUp() in its own destructor: the node's threads call the
+/// overrides.
+template <class Req, class Rep>
+class TESSIVAR_API DDSRequestReplyNode {
+ public:
+  typedef DDSPtr<RequestReplyTicket<Rep>> Ticket;
+
+  explicit DDSRequestReplyNode(bool isClient);
+  virtual ~DDSRequestReplyNode();
+  DDSRequestReplyNode(const DDSRequestReplyNode&) = delete;
+  DDSRequestReplyNode& operator=(const DDSRequestReplyNode&) = delete;
+
+  /// Makes topics, readers, writers and the thread on `domain`, which must outlive them. Once called it gives true
+  /// without doing anything, also after a failure, until cleanUp().
+  virtual bool create(const std::string& name, DDSDomain* domain);
+  /// Pending tickets stay; they get no more replies. The client listeners are forgotten.
+  virtual void cleanUp();
+
+  // --- settings, before create()
+  // --------------------------------------------------------------------------------------
+
+  void setRole(RequestReplyRole role);
+  /// After how many milliseconds of silence a server counts as gone; -1 (initially): never.
+  void setLiveliness(int milliseconds);
+  /// QoS from the library "requestReplyLib" ("requestNodeQos", "replyNodeQos", "valueNodeQos"); initially built-in.
+  void setUseQosProfiles(bool use);
+  /// Whether create() starts the thread; initially true.
+  void setAutoStartThread(bool start);
+  /// Serves this node on `thread`, which has a wait set, is not owned and outlives the node; null: a thread of its own.
+  void setWaitSetThread(WaitSetThread* thread);
+
+  // --- settings, at any time
+  // ------------------------------------------------------------------------------------------
+
+  /// The oldest pending ticket is forgotten when there would be more than so many; -1 (initially): no limit.
+  void setMaxPendingTickets(int most) { maxPendingTickets_ = most; }
+  /// Whether a node that is both does not serve its own requests; initially true.
+  void setIgnoreOwnRequests(bool ignore) { ignoreOwnRequests_ = ignore; }
+  /// Client side. Not owned; must outlive cleanUp(). Nothing when it is attached already.
+  void attachListener(RequestReplyNodeClientListener* listener);
+  /// Server side. Not owned; null detaches. The listener before is not called any more once this returns.
+  void setListener(RequestReplyServerListener<Req, Rep>* listener);
+
+  // --- the client side
+  // ------------------------------------------------------------------------------------------------
+
+  /// A new request with this node's identity and the next ticket number: 1 to 65534, then from 0 again.
+  DDSPtr<Req> createRequest();
+  /// Sends a request; the ticket gets the replies. Null when no server is connected or the write fails.
+  Ticket makeRequest(DDSPtr<Req>& request);
+  /// Polls every 50 ms until a server is connected; at most so many milliseconds, -1: without limit.
+  bool waitForMatch(int timeoutMs);
+  /// Servers that can be reached; -1 on a server.
+  virtual int calculateMatchCount();
+  /// The oldest pending ticket of that number; null when there is none.
+  Ticket findTicket(unsigned short ticketId) const { return pendingTickets_.find(ticketId); }
+  /// Done with a ticket: no more replies are wanted. False when it is not pending.
+  bool removeTicket(const Ticket& ticket) { return pendingTickets_.remove(ticket); }
+  std::size_t pendingTickets() const { return pendingTickets_.size(); }
+
+  // --- state
+  // ----------------------------------------------------------------------------------------------------------
+
+  RequestReplyRole role() const { return role_; }
+  bool created() const { return created_; }
+  const DDS_OctetSeq& guid() const { return guid_; }
+  DDSFilteredNode<Req>& requestNode() { return requestNode_; }
+  DDSFilteredNode<Rep>& replyNode() { return replyNode_; }
+  /// The thread that serves this node; null until created.
+  WaitSetThread* waitSetThread() const { return waitSetThread_; }
+
+ protected:
+  virtual bool createTopics(const std::string& name, DDSDomain* domain);
+  virtual bool createRequestTopic(const std::string& name, DDSDomain* domain);
+  virtual bool createReplyTopic(const std::string& name, DDSDomain* domain);
+  virtual bool createWriters();
+  virtual bool createReaders();
+  virtual bool createWaitSet();
+
+  bool clientSide() const { return isClientSide(role_); }
+  bool serverSide() const { return isServerSide(role_); }
+  bool usesQosProfiles() const { return useQosProfiles_; }
+  ClientListeners& clientListeners() { return clientListeners_; }
+  /// The participant's default topic QoS.
+  static bool defaultTopicQos(DDSDomain* domain, DDS_TopicQos& qos);
+
+  const std::string qosLibrary_ = "requestReplyLib";
+  bool autoStartThread_ = true;
+  bool ownsThread_ = true;
+
+ private:
+  friend class DataWriterCoreListener<Req, Rep>;
+  friend class DataReaderCoreListener<Req, Rep>;
+  friend class RequestReplyCoreWaitsetThreadRunner<Req, Req, Rep>;
+  friend class RequestReplyCoreWaitsetThreadRunner<Rep, Req, Rep>;
+
+  static std::string signature(const char* result, const std::string& function);
+  bool refusedBecauseCreated(const char* function) const;
+  void notifyMatchCount();
+  void dispatch(const Rep& reply, const DDS_SampleInfo& info);
+  void dispatch(const Req& request, const DDS_SampleInfo& info);
+  bool sendReply(Rep* reply, const Req& request);
+  unsigned short nextTicketId();
+
+  RequestReplyRole role_;
+  WaitSetThread* waitSetThread_ = nullptr;
+  bool created_ = false;
+  DDS_OctetSeq guid_;
+  std::atomic<unsigned short> ticketCounter_{0};
+  ListenerSlot<RequestReplyServerListener<Req, Rep>> serverListener_;
+  int livelinessMs_ = -1;
+  bool useQosProfiles_ = false;
+  std::atomic<int> maxPendingTickets_{-1};
+  std::atomic<bool> ignoreOwnRequests_{true};
+  PendingTickets<Rep> pendingTickets_;
+  ClientListeners clientListeners_;
+  DDSFilteredNode<Req> requestNode_;
+  DDSFilteredNode<Rep> replyNode_;
+  DataWriterCoreListener<Req, Rep> requestWriterListener_{*this};
+  DataReaderCoreListener<Req, Rep> replyReaderListener_{*this};
+  const std::string requestProfile_ = "requestNodeQos";
+  const std::string replyProfile_ = "replyNodeQos";
+};
+
+}  // namespace TessivarDDS
+
+#include "tessivar/framework/requestreply/dds_request_reply_node_inl.h"

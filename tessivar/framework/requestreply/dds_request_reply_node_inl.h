@@ -1,0 +1,440 @@
+// Definitions for dds_request_reply_node.h; include that.
+#pragma once
+
+#include "tessivar/framework/requestreply/dds_request_reply_node.h"
+
+#include <algorithm>
+#include <new>
+
+namespace TessivarDDS {
+
+namespace detail {
+
+#define TESSIVAR_SIGNATURE_NAME_DOMAIN "(const " TESSIVAR_SIGNATURE_STRING " &,class TessivarDDS::DDSDomain *)"
+
+constexpr int match_poll_milliseconds = 50;
+/// A burst of replies to one client is one instance's; so many must not overwrite each other.
+constexpr DDS_Long reply_depth = 1024;
+
+}  // namespace detail
+
+template <class Req, class Rep>
+std::string DDSRequestReplyNode<Req, Rep>::signature(const char* result, const std::string& function) {
+  return std::string(result) + "__cdecl TessivarDDS::DDSRequestReplyNode<class " + TypeOf<Req>::name() + ",class " +
+         TypeOf<Rep>::name() + ">::" + function;
+}
+
+template <class Req, class Rep>
+DDSRequestReplyNode<Req, Rep>::DDSRequestReplyNode(bool isClient)
+    : role_(isClient ? RequestReplyRole::Client : RequestReplyRole::Server) {
+  generateRequestGuid(guid_);
+}
+
+template <class Req, class Rep>
+DDSRequestReplyNode<Req, Rep>::~DDSRequestReplyNode() {
+  DDSRequestReplyNode::cleanUp();
+}
+
+// --- settings
+// ---------------------------------------------------------------------------------------------------------
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::refusedBecauseCreated(const char* function) const {
+  if (created_) logError() << signature("void ", function) << " Cannot be changed after create.";
+  return created_;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::setRole(RequestReplyRole role) {
+  if (!refusedBecauseCreated("setRole(enum TessivarDDS::RequestReplyRole)")) role_ = role;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::setLiveliness(int milliseconds) {
+  if (created_ && milliseconds != livelinessMs_) {
+    logError() << signature("void ", "setLiveliness(int)")
+               << "The liveiness QoS setting cannot be adjusted after the topics have been created";
+    return;
+  }
+  livelinessMs_ = milliseconds;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::setUseQosProfiles(bool use) {
+  if (!refusedBecauseCreated("setUseQosProfiles(bool)")) useQosProfiles_ = use;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::setAutoStartThread(bool start) {
+  if (!refusedBecauseCreated("setAutoStartThread(bool)")) autoStartThread_ = start;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::setWaitSetThread(WaitSetThread* thread) {
+  if (refusedBecauseCreated("setWaitSetThread(class TessivarDDS::WaitSetThread *)")) return;
+  waitSetThread_ = thread;
+  ownsThread_ = thread == nullptr;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::attachListener(RequestReplyNodeClientListener* listener) {
+  if (!clientSide()) {
+    logError() << signature("void ", "attachListener(class TessivarDDS::RequestReplyNodeClientListener *)")
+               << "Cannot attach a client listener to an instance running as a server";
+    return;
+  }
+  clientListeners_.attach(listener);
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::setListener(RequestReplyServerListener<Req, Rep>* listener) {
+  if (!serverSide()) {
+    logError() << signature("void ", std::string("setListener(class TessivarDDS::RequestReplyServerListener<class ") +
+                                         TypeOf<Req>::name() + ",class " + TypeOf<Rep>::name() + "> *)")
+               << "Cannot attach a server listener to an instance running as a client";
+    return;
+  }
+  serverListener_.set(listener);
+}
+
+// --- creation and cleaning up
+// -----------------------------------------------------------------------------------------
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::create(const std::string& name, DDSDomain* domain) {
+  if (created_) return true;
+  created_ = true;
+  return createTopics(name, domain) && createReaders() && createWriters() && createWaitSet();
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::createTopics(const std::string& name, DDSDomain* domain) {
+  const auto where = [] { return signature("bool ", "createTopics" TESSIVAR_SIGNATURE_NAME_DOMAIN); };
+  if (!domain || !domain->participant()) {
+    logError() << where() << "No domain is attached.";
+    return false;
+  }
+  requestNode_.attachDomain(domain);
+  replyNode_.attachDomain(domain);
+  const std::string filterName = name + ".Filter";
+  if (!domain->contentFilter(filterName) &&
+      !domain->registerContentFilter(filterName, &GuidContentFilter<Rep>::instance())) {
+    logError() << where() << "Failed to register the content filter. That name likely already exists!";
+    return false;
+  }
+  if (!createRequestTopic(name, domain)) {
+    logError() << where() << "Failed to create request topic";
+    return false;
+  }
+  if (!createReplyTopic(name, domain)) {
+    logError() << where() << "Failed to create reply topic";
+    return false;
+  }
+  return true;
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::defaultTopicQos(DDSDomain* domain, DDS_TopicQos& qos) {
+  const DDS_ReturnCode_t code = domain->participant()->get_default_topic_qos(qos);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature("bool ", "defaultTopicQos(class TessivarDDS::DDSDomain *,struct DDS_TopicQos &)")
+               << " Failed to get the default topic QoS. Return code: " << code;
+  }
+  return code == DDS_RETCODE_OK;
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::createRequestTopic(const std::string& name, DDSDomain* domain) {
+  DDS_TopicQos qos;
+  if (useQosProfiles_) {
+    if (!domain->topicQosProfile(qosLibrary_, requestProfile_, qos)) return false;
+  } else {
+    if (!defaultTopicQos(domain, qos)) return false;
+    qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS;
+    qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
+    qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
+  }
+  return requestNode_.createTopic(name + ".Requests", qos);
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::createReplyTopic(const std::string& name, DDSDomain* domain) {
+  const auto where = [] { return signature("bool ", "createReplyTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN); };
+  DDS_TopicQos qos;
+  if (useQosProfiles_) {
+    if (!domain->topicQosProfile(qosLibrary_, replyProfile_, qos)) return false;
+  } else {
+    if (!defaultTopicQos(domain, qos)) return false;
+    qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS;
+    qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
+    qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
+    qos.liveliness.kind = DDS_AUTOMATIC_LIVELINESS_QOS;
+    qos.liveliness.lease_duration = DDS_DURATION_INFINITE;
+  }
+  if (livelinessMs_ != -1) qos.liveliness.lease_duration = DDS_Duration_from_millis(livelinessMs_);
+  if (!replyNode_.createTopic(name + ".Reply", qos)) return false;
+  if (!clientSide()) return true;
+
+  const std::string text = requestGuidToText(guid_);
+  logDebug() << where() << "Creating client side content filter with guid: " << text;
+  const std::string filterName = name + ".Filter";
+  const DDSContentFilter* const filter = domain->contentFilter(filterName);
+  if (!filter) {
+    logError() << where() << "Expected content filter does not exist!!!";
+    return false;
+  }
+  if (!replyNode_.createContentFilteredTopic(filter, filterName, text)) {
+    logError() << where() << "Failed to create the content filtered topic.";
+    return false;
+  }
+  return true;
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::createWriters() {
+  DDSDomain* const domain = requestNode_.domain();
+  if (clientSide()) {
+    DDS_DataWriterQos qos;
+    if (useQosProfiles_) {
+      if (!domain->dataWriterQosProfile(qosLibrary_, requestProfile_, qos)) return false;
+    } else if (!requestNode_.dataWriterQos(qos)) {
+      return false;
+    }
+    if (!requestNode_.createDataWriter(&requestWriterListener_, DDS_PUBLICATION_MATCHED_STATUS, qos)) return false;
+  }
+  if (serverSide()) {
+    DDS_DataWriterQos qos;
+    if (useQosProfiles_) {
+      if (!domain->dataWriterQosProfile(qosLibrary_, replyProfile_, qos)) return false;
+    } else {
+      if (!replyNode_.dataWriterQos(qos)) return false;
+      // Reply readers ask for transient-local, and a volatile writer would never match them. What is kept for them is
+      // bounded.
+      qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+      qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
+      qos.history.depth = detail::reply_depth;
+    }
+    if (!replyNode_.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, qos)) return false;
+  }
+  return true;
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::createReaders() {
+  DDSDomain* const domain = requestNode_.domain();
+  if (clientSide()) {
+    DDS_DataReaderQos qos;
+    if (useQosProfiles_) {
+      if (!domain->dataReaderQosProfile(qosLibrary_, replyProfile_, qos)) return false;
+    } else {
+      if (!replyNode_.stateReaderQos(qos)) return false;
+      qos.history.depth = detail::reply_depth;
+    }
+    if (!replyNode_.createDataReader(&replyReaderListener_,
+                                     DDS_SUBSCRIPTION_MATCHED_STATUS | DDS_LIVELINESS_CHANGED_STATUS, qos)) {
+      return false;
+    }
+  }
+  if (serverSide()) {
+    DDS_DataReaderQos qos;
+    if (useQosProfiles_) {
+      if (!domain->dataReaderQosProfile(qosLibrary_, requestProfile_, qos)) return false;
+    } else if (!requestNode_.dataReaderQos(qos)) {
+      return false;
+    }
+    if (!requestNode_.createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos)) return false;
+  }
+  return true;
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::createWaitSet() {
+  const char* const name = role_ == RequestReplyRole::Client   ? "DDSRequestReply_Client"
+                           : role_ == RequestReplyRole::Server ? "DDSRequestReply_Server"
+                                                               : "DDSRequestReply_Both";
+  if (!waitSetThread_) {
+    auto thread = std::make_unique<WaitSetThread>(name);
+    if (!thread->create()) {
+      logError() << signature("bool ", "createWaitSet(void)") << "Failed to create the waitset thread";
+      return false;
+    }
+    waitSetThread_ = thread.release();
+  }
+  if (clientSide()) {
+    auto runner = std::make_unique<RequestReplyCoreWaitsetThreadRunner<Rep, Req, Rep>>(*this, replyNode_.dataReader());
+    if (!waitSetThread_->attachRunner(runner.get(), true)) return false;
+    runner.release();
+  }
+  if (serverSide()) {
+    auto runner =
+        std::make_unique<RequestReplyCoreWaitsetThreadRunner<Req, Req, Rep>>(*this, requestNode_.dataReader());
+    if (!waitSetThread_->attachRunner(runner.get(), true)) return false;
+    runner.release();
+  }
+  if (autoStartThread_) waitSetThread_->start();
+  return true;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::cleanUp() {
+  if (!created_) return;
+  if (waitSetThread_ && waitSetThread_->isCurrent()) {
+    logError() << signature("void ", "cleanUp(void)") << " Cannot clean up from within a callback.";
+    return;
+  }
+  if (serverListener_.get()) setListener(nullptr);
+  clientListeners_.clear();
+  if (ownsThread_) {
+    delete waitSetThread_;  // stops it
+    waitSetThread_ = nullptr;
+  } else if (waitSetThread_) {
+    if (replyNode_.dataReader()) waitSetThread_->detachRunner(replyNode_.dataReader());
+    if (requestNode_.dataReader()) waitSetThread_->detachRunner(requestNode_.dataReader());
+  }
+  replyNode_.cleanUp(-1);
+  requestNode_.cleanUp(-1);
+  requestWriterListener_.count = 0;
+  replyReaderListener_.count = 0;
+  created_ = false;
+}
+
+// --- the client side
+// --------------------------------------------------------------------------------------------------
+
+template <class Req, class Rep>
+unsigned short DDSRequestReplyNode<Req, Rep>::nextTicketId() {
+  // 65535 is never issued.
+  constexpr unsigned short last = 65534;
+  unsigned short current = ticketCounter_;
+  unsigned short next = 0;
+  do {
+    next = current == last ? static_cast<unsigned short>(0) : static_cast<unsigned short>(current + 1);
+  } while (!ticketCounter_.compare_exchange_weak(current, next));
+  return next;
+}
+
+template <class Req, class Rep>
+DDSPtr<Req> DDSRequestReplyNode<Req, Rep>::createRequest() {
+  const auto where = [] {
+    return signature(("class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> ").c_str(),
+                     "createRequest(void)");
+  };
+  if (!clientSide()) {
+    logError() << where() << "Invalid function call for a replier.";
+    return {};
+  }
+  DDSPtr<Req> request(TypeOf<Req>::TypeSupport::create_data());
+  if (!request || !request->changeguid.copy(guid_)) {
+    logError() << where() << "Failed to create change request sample";
+    return {};
+  }
+  request->ticketId = nextTicketId();
+  return request;
+}
+
+template <class Req, class Rep>
+typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::makeRequest(DDSPtr<Req>& request) {
+  const auto where = [] {
+    return signature(("class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class " +
+                      std::string(TypeOf<Rep>::name()) + "> > ")
+                         .c_str(),
+                     "makeRequest(class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> &)");
+  };
+  if (!clientSide()) {
+    logError() << where() << "Invalid function call for a replier.";
+    return {};
+  }
+  if (!request) {
+    logError() << where() << " Request is invalid";
+    return {};
+  }
+  if (calculateMatchCount() <= 0) {
+    logError() << where() << " No current connection to send the request.";
+    return {};
+  }
+  Ticket ticket(new (std::nothrow) RequestReplyTicket<Rep>(request->ticketId));
+  if (!ticket || !ticket->reply.get()) {
+    logError() << where() << " Failed to create the ticket";
+    return {};
+  }
+  // Pending before it is sent: the reply may come before the write returns.
+  pendingTickets_.append(ticket, maxPendingTickets_);
+  if (!requestNode_.writeSample(request)) {
+    logError() << where() << " Failed to write sample";
+    pendingTickets_.remove(ticket);
+    return {};
+  }
+  return ticket;
+}
+
+template <class Req, class Rep>
+int DDSRequestReplyNode<Req, Rep>::calculateMatchCount() {
+  if (!clientSide()) {
+    logWarning() << signature("int ", "calculateMatchCount(void)")
+                 << "Server called matchCount() which is not valid for the server side.";
+    return -1;
+  }
+  return std::min<int>(requestWriterListener_.count, replyReaderListener_.count);
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
+  const auto where = [] { return signature("bool ", "waitForMatch(int)"); };
+  if (!clientSide()) {
+    logWarning() << where() << "Server called waitForMatch() which is not valid for the server side.";
+    return false;
+  }
+  while (calculateMatchCount() == 0) {
+    TessivarThread::sleep(detail::match_poll_milliseconds);
+    if (timeoutMs == -1) continue;
+    timeoutMs -= detail::match_poll_milliseconds;
+    if (timeoutMs <= 0) {
+      logInfo() << where() << " timed out waiting for reader/writers to match.";
+      return false;
+    }
+  }
+  return true;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::notifyMatchCount() {
+  const int count = calculateMatchCount();
+  for (RequestReplyNodeClientListener* listener : *clientListeners_.current()) listener->matchCountChanged(count);
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::dispatch(const Rep& reply, const DDS_SampleInfo& info) {
+  if (!clientSide()) return;
+  const Ticket ticket = pendingTickets_.find(reply.ticketId);
+  if (!ticket) return;
+  DDSPtr<Rep> copy(TypeOf<Rep>::TypeSupport::create_data());
+  if (!copy || TypeOf<Rep>::TypeSupport::copy_data(copy.get(), &reply) != DDS_RETCODE_OK) {
+    logError() << signature("void ", "dispatch(const class " + std::string(TypeOf<Rep>::name()) +
+                                         " &,const struct DDS_SampleInfo &)")
+               << " Failed to copy the reply of ticket " << reply.ticketId;
+    return;
+  }
+  ticket->complete(std::move(copy), info);
+  for (RequestReplyNodeClientListener* listener : *clientListeners_.current()) listener->ticketChanged(reply.ticketId);
+}
+
+// --- the server side
+// --------------------------------------------------------------------------------------------------
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_SampleInfo& info) {
+  if (!serverSide()) return;
+  if (role_ == RequestReplyRole::Both && ignoreOwnRequests_ && requestGuidsEqual(request.changeguid, guid_)) return;
+  Rep* reply = nullptr;
+  serverListener_.call([&](auto& listener) { reply = listener.processRequest(&request, info); });
+  if (reply) sendReply(reply, request);
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
+  reply->changeguid.copy(request.changeguid);
+  reply->ticketId = request.ticketId;
+  return replyNode_.writeSample(reply, true);
+}
+
+}  // namespace TessivarDDS

@@ -1,0 +1,46 @@
+// A value that one thread replaces while others read it.
+#pragma once
+
+#include <mutex>
+#include <utility>
+
+namespace TessivarDDS {
+
+/// Readers get a copy of the value as it is at that moment; what they hold is never changed underneath them.
+/// Thread-safe. For a DDSPtr a copy shares the pointee: publish a new one rather than changing it.
+template <class V>
+class Published {
+ public:
+  Published() = default;
+  explicit Published(V value) : value_(std::move(value)) {}
+
+  V get() const {
+    const std::lock_guard lock(mutex_);
+    return value_;
+  }
+  operator V() const { return get(); }
+  /// A copy that lives until the end of the full expression: `ticket->reply->result`, `ticket->sampleInfo->valid_data`.
+  auto operator->() const {
+    if constexpr (requires(V value) { value.operator->(); }) {
+      return get();
+    } else {
+      return Copy{get()};
+    }
+  }
+
+  void set(V value) {
+    const std::lock_guard lock(mutex_);
+    std::swap(value_, value);  // the old value goes after the lock
+  }
+
+ private:
+  struct Copy {
+    V value;
+    const V* operator->() const { return &value; }
+  };
+
+  mutable std::mutex mutex_;
+  V value_{};
+};
+
+}  // namespace TessivarDDS

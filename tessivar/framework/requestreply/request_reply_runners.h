@@ -1,0 +1,45 @@
+// What a request/reply node's thread runs for each of its readers.
+#pragma once
+
+#include "tessivar/framework/waitset/wait_set_thread_runner.h"
+
+namespace TessivarDDS {
+
+template <class Req, class Rep>
+class DDSRequestReplyNode;
+template <class Value, class Req, class Rep>
+class DDSRequestReply;
+
+/// Takes requests, or replies, and hands them to the node.
+template <class Sample, class Req, class Rep>
+class TESSIVAR_API RequestReplyCoreWaitsetThreadRunner : public WaitSetThreadRunner<Sample> {
+ public:
+  RequestReplyCoreWaitsetThreadRunner(DDSRequestReplyNode<Req, Rep>& node,
+                                      typename WaitSetThreadRunner<Sample>::TDataReader* reader)
+      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = 256, .sampleStateMask = DDS_ANY_SAMPLE_STATE}),
+        node_(node) {}
+
+  using WaitSetThreadRunner<Sample>::processSample;
+  void processSample(const Sample& sample, const DDS_SampleInfo& info) override { node_.dispatch(sample, info); }
+
+ private:
+  DDSRequestReplyNode<Req, Rep>& node_;
+};
+
+/// Reads values, which stay in the reader for queries, or takes them, and hands them to the node.
+template <class Sample, class Value, class Req, class Rep>
+class TESSIVAR_API RequestReplyWaitsetThreadRunner : public WaitSetThreadRunner<Sample> {
+ public:
+  RequestReplyWaitsetThreadRunner(DDSRequestReply<Value, Req, Rep>& node,
+                                  typename WaitSetThreadRunner<Sample>::TDataReader* reader, bool take = false)
+      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = 256, .take = take}), node_(node) {}
+
+  using WaitSetThreadRunner<Sample>::processSample;
+  void processSample(const Sample& sample, const DDS_SampleInfo& info) override { node_.dispatchValue(sample, info); }
+  void processInvalidSample(const DDS_SampleInfo& info) override { node_.dispatchRemoval(*this->typedReader(), info); }
+
+ private:
+  DDSRequestReply<Value, Req, Rep>& node_;
+};
+
+}  // namespace TessivarDDS

@@ -1,0 +1,168 @@
+#include "tessivar/framework/waitset/wait_set_thread.h"
+
+#include "tessivar/framework/log/logger.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace TessivarDDS {
+namespace {
+
+constexpr const char* attach_signature =
+    "bool __cdecl TessivarDDS::WaitSetThread::attachRunner(class TessivarDDS::WaitSetThreadRunnerBase *,bool)";
+constexpr const char* run_signature = "void __cdecl TessivarDDS::WaitSetThread::run(void)";
+
+constexpr int wait_milliseconds = 1000;
+constexpr int stop_poll_milliseconds = 50;
+
+}  // namespace
+
+WaitSetThread::WaitSetThread(const std::string& name) : TessivarThread(name), name_(name) {}
+
+WaitSetThread::~WaitSetThread() {
+  stop();
+}
+
+bool WaitSetThread::create() {
+  if (!waitSet_) {
+    auto waitSet = std::make_unique<DDSWaitSet>();
+    auto quit = std::make_unique<DDSGuardCondition>();
+    const DDS_ReturnCode_t code = waitSet->attach_condition(quit.get());
+    if (code != DDS_RETCODE_OK) {
+      logError() << "bool __cdecl TessivarDDS::WaitSetThread::create(void)"
+                 << " Failed to attach the quit condition. Error code: " << code;
+      return false;
+    }
+    waitSet_ = std::move(waitSet);
+    quit_ = std::move(quit);
+  }
+  return true;
+}
+
+bool WaitSetThread::attachRunner(WaitSetThreadRunnerBase* runner, bool owned) {
+  if (!runner) return false;
+  DDSDataReader* const reader = runner->reader();
+  if (!reader) {
+    logError() << attach_signature << "No reader attached to the runner.";
+    return false;
+  }
+  if (!waitSet_ || !quit_) {
+    logError() << attach_signature << "WaitSetThread::create() not called";
+    return false;
+  }
+  DDSReadCondition* const condition =
+      reader->create_readcondition(runner->sampleStateMask(), runner->viewStateMask(), runner->instanceStateMask());
+  if (!condition) {
+    logError() << attach_signature << "Failed to create read condition";
+    return false;
+  }
+  // The lock is held before the condition can trigger, so that the thread never finds one without its runner.
+  const ScopedLock lock(runnersLock_);
+  const DDS_ReturnCode_t code = waitSet_->attach_condition(condition);
+  if (code != DDS_RETCODE_OK) {
+    logError() << attach_signature << "Failed to attach read condition. Error code: " << code;
+    reader->delete_readcondition(condition);
+    return false;
+  }
+  runner->readCondition_ = condition;
+  runners_.push_back({runner, owned});
+  return true;
+}
+
+bool WaitSetThread::detachRunner(DDSDataReader* reader) {
+  const ScopedLock lock(runnersLock_);
+  const auto entry = std::find_if(runners_.begin(), runners_.end(),
+                                  [reader](const Entry& candidate) { return candidate.runner->reader() == reader; });
+  if (entry == runners_.end()) return false;
+  release(*entry);
+  runners_.erase(entry);
+  return true;
+}
+
+void WaitSetThread::release(const Entry& entry) {
+  entry.runner->cleanUpReader();
+  if (entry.owned) delete entry.runner;
+}
+
+void WaitSetThread::start() {
+  if (!waitSet_ || !quit_) {
+    logError() << "void __cdecl TessivarDDS::WaitSetThread::start(void)"
+               << "WaitSetThread::create() not called before calling start. Thread will not be started.";
+    return;
+  }
+  if (started()) return;
+  terminated_ = false;
+  TessivarThread::start();
+  if (!started()) terminated_ = true;
+}
+
+bool WaitSetThread::isCurrent() const {
+  return thread_.load() == std::this_thread::get_id();
+}
+
+void WaitSetThread::run() {
+  if (!waitSet_ || !quit_) {
+    logError() << run_signature << "WaitSetThread::create() not called.";
+    return;
+  }
+  thread_ = std::this_thread::get_id();
+  DDSConditionSeq active;
+  const DDS_Duration_t timeout = DDS_Duration_from_millis(wait_milliseconds);
+  while (!quit_->get_trigger_value()) {
+    const DDS_ReturnCode_t code = waitSet_->wait(active, timeout);
+    if (code == DDS_RETCODE_TIMEOUT) continue;
+    if (code != DDS_RETCODE_OK) {
+      logWarning() << run_signature << "Wait set returned an error code:  " << code;
+      // A wait that fails at once must not keep a processor busy.
+      TessivarThread::sleep(stop_poll_milliseconds);
+      continue;
+    }
+    if (active.length() == 0) logError() << run_signature << "Wait timed out!! No conditions triggered.";
+    for (DDS_Long i = 0; i < active.length() && active[i] != quit_.get(); ++i) {
+      // One runner for each wait: the other conditions are still triggered at the next one.
+      if (serve(active[i])) break;
+    }
+  }
+  logDebug() << run_signature << "Quit condition was triggered!";
+  logDebug() << run_signature << "WaitSetThread::run() terminated";
+  thread_ = std::thread::id();
+  terminated_ = true;
+}
+
+bool WaitSetThread::serve(DDSCondition* condition) {
+  {
+    const ScopedLock lock(runnersLock_);
+    const auto entry = std::find_if(runners_.begin(), runners_.end(), [condition](const Entry& candidate) {
+      return candidate.runner->readCondition() == condition;
+    });
+    if (entry != runners_.end()) {
+      try {
+        entry->runner->processData();
+      } catch (const std::exception& exception) {
+        logError() << run_signature << " Exception in a runner: " << exception.what();
+      } catch (...) {
+        logError() << run_signature << " Exception in a runner.";
+      }
+      return true;
+    }
+  }
+  logWarning() << run_signature << "Could not find thread runner for read condition";
+  return false;
+}
+
+void WaitSetThread::stop() {
+  if (quit_) quit_->set_trigger_value(DDS_BOOLEAN_TRUE);
+  if (isCurrent()) return;
+  while (!terminated_) TessivarThread::sleep(stop_poll_milliseconds);
+  join();
+  {
+    const ScopedLock lock(runnersLock_);
+    for (const Entry& entry : runners_) release(entry);
+    runners_.clear();
+  }
+  waitSet_.reset();
+  quit_.reset();
+}
+
+}  // namespace TessivarDDS

@@ -1,0 +1,67 @@
+// The thread that serves a service's readers.
+#pragma once
+
+#include "tessivar/framework/sync/sync.h"
+#include "tessivar/framework/sync/thread.h"
+#include "tessivar/framework/waitset/wait_set_thread_runner.h"
+#include "tessivar/platform/condition.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace TessivarDDS {
+
+/// Waits for samples of any number of readers and calls the runner of the reader that has some, one runner at a time,
+/// so that all sample handling of a service is on one thread.
+///
+/// create(), attach runners, start(), …, stop(); afterwards create() may begin anew. create(), start() and stop()
+/// belong to one controlling thread; attachRunner() and detachRunner() may be called by any, also while the thread
+/// runs, but not from within a runner of it. They wait for a runner that is at work. A failure logs one line and gives
+/// false.
+class TESSIVAR_API WaitSetThread : public TessivarThread {
+ public:
+  /// `name` is what the operating system shows, cut to 15 characters.
+  explicit WaitSetThread(const std::string& name = "TessivarThread");
+  /// As stop().
+  ~WaitSetThread() override;
+
+  /// Makes the wait set and the condition that ends the thread; nothing when they exist.
+  bool create();
+  /// Serves the runner from now on. Owned runners are deleted when they are detached, by detachRunner() or stop(); not
+  /// when attaching fails. The reader must outlive the time that its runner is attached.
+  bool attachRunner(WaitSetThreadRunnerBase* runner, bool owned);
+  /// Detaches the first runner of that reader, which may then be deleted. False when there is none.
+  bool detachRunner(DDSDataReader* reader);
+  void start() override;
+  void run() override;
+  /// Ends the thread, waiting for the runner that is at work, and detaches all runners. Fine in any state. Called from
+  /// within a runner it only asks the thread to end: stop() by another thread, or the destructor, does the rest.
+  void stop();
+
+  /// True on the thread itself: within a runner.
+  bool isCurrent() const;
+  const std::string& name() const { return name_; }
+
+ private:
+  struct Entry {
+    WaitSetThreadRunnerBase* runner;
+    bool owned;
+  };
+
+  /// Calls the runner of a triggered condition; false when it has none.
+  bool serve(DDSCondition* condition);
+  void release(const Entry& entry);
+
+  const std::string name_;
+  std::unique_ptr<DDSWaitSet> waitSet_;
+  std::unique_ptr<DDSGuardCondition> quit_;
+  std::vector<Entry> runners_;
+  TessivarMutex runnersLock_;
+  std::atomic<bool> terminated_{true};  // so that stop() need not wait for a thread that was never started
+  std::atomic<std::thread::id> thread_{};
+};
+
+}  // namespace TessivarDDS
