@@ -112,7 +112,7 @@ TEST(ReadCondition, TriggersForItsStatesOnly) {
   EXPECT_TRUE(fresh->get_trigger_value());
   reader->take();
   EXPECT_FALSE(fresh->get_trigger_value());
-  writer->dispose({1});
+  writer->dispose({1, 0, ""});
   ASSERT_EQ(wait_set.wait(active, deadline_duration), DDS_RETCODE_OK);
   EXPECT_THAT(all(active), testing::ElementsAre(gone));
 

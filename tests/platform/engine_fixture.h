@@ -178,10 +178,10 @@ inline std::unique_ptr<EngineReader> make_reader(EngineParticipant& participant,
   return reader;
 }
 
-/// Waits until the two know each other.
-inline bool matched(EngineWriter& writer, EngineReader& reader) {
+/// Waits until the two know each other, when the writer has so many readers in all and the reader one writer.
+inline bool matched(EngineWriter& writer, EngineReader& reader, DDS_Long readers = 1) {
   return eventually([&] {
-    return writer.publication_matched_status().current_count >= 1 &&
+    return writer.publication_matched_status().current_count >= readers &&
            reader.subscription_matched_status().current_count >= 1;
   });
 }

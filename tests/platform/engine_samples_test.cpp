@@ -248,7 +248,7 @@ TEST_F(EngineSamples, AreFilteredBeforeTheyEnterTheCache) {
   EvenValues filter;
   connect(writer_qos(), reader_qos(), &filter);
   const auto unfiltered = make_reader(*reading_, "Test.Samples", reader_qos());
-  ASSERT_TRUE(matched(*writer_, *unfiltered));
+  ASSERT_TRUE(matched(*writer_, *unfiltered, 2));
   for (std::uint32_t value = 1; value <= 4; ++value)
     writer_->write(encode(*writer_, {value, value}), WriteKind::data, 1'000'000'000'000);
   settle();

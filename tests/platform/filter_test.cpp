@@ -238,6 +238,37 @@ TEST_F(RedeliveryTest, HistoryComesAgainThroughTheNewFilter) {
   EXPECT_THAT(figures.alive, ElementsAre(1));
 }
 
+TEST_F(RedeliveryTest, AnEndThatNobodyHadReadIsStillToldOf) {
+  DDSContentFilteredTopic* topic = filtered("0");
+  NoteReader* some = reader(topic, true);
+  for (const int id : {1, 2, 3}) writer->write({id, 10, ""});
+  ASSERT_EQ(take(*some, 3).size(), 3u);
+  DDSReadCondition* condition =
+      some->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_NOT_ALIVE_INSTANCE_STATE);
+  DDSWaitSet wait_set;
+  wait_set.attach_condition(condition);
+  writer->dispose({2, 0, ""});
+  ASSERT_TRUE(eventually([&] { return condition->get_trigger_value() != DDS_BOOLEAN_FALSE; }));
+
+  ASSERT_EQ(topic->set_expression_parameters(strings({"5"})), DDS_RETCODE_OK);
+  EXPECT_TRUE(condition->get_trigger_value());
+  DDSConditionSeq active;
+  EXPECT_EQ(wait_set.wait(active, deadline_duration), DDS_RETCODE_OK);
+  std::vector<Received> received;
+  DDS_ReadSelectionI selection;
+  selection.condition = condition;
+  ASSERT_EQ(some->access(selection, received), DDS_RETCODE_OK);
+  ASSERT_EQ(received.size(), 1u);
+  EXPECT_EQ(received[0].note.id, 2);
+  EXPECT_FALSE(received[0].info.valid_data);
+  Note key;
+  EXPECT_EQ(some->get_key_value_untypedI(&key, received[0].info.instance_handle), DDS_RETCODE_OK);
+  EXPECT_EQ(key.id, 2);
+  EXPECT_FALSE(condition->get_trigger_value());
+  EXPECT_EQ(wait_set.wait(active, {0, 0}), DDS_RETCODE_TIMEOUT);
+  EXPECT_THAT(ids(take(*some, 2)), UnorderedElementsAre(1, 3));
+}
+
 TEST_F(RedeliveryTest, LoansStayValidAndFiguresGoOn) {
   DDSContentFilteredTopic* topic = filtered("0");
   NoteReader* some = reader(topic, true);

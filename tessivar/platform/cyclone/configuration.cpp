@@ -86,15 +86,16 @@ std::optional<std::string> engine_configuration(const EngineParticipantConfig& c
     general += interface_elements(*interfaces, config.multicast);
   }
   const std::string discovery = element("ExternalDomainId", config.domain_id) + element("ParticipantIndex", "auto") +
-                                element("MaxAutoParticipantIndex", config.max_participant_index) +
+                                element("MaxAutoParticipantIndex", config.max_participant_index + 1) +
                                 peer_elements(config.peers) + duration("LeaseDuration", config.lease_duration) +
                                 duration("SPDPInterval", config.announcement_period);
   const std::string internal =
       // Peers of other makes need it with a dispose.
       element("GenerateKeyhash", "true") +
-      // What is written in the first moments after two endpoints have found each other is often asked for again. By
-      // default that takes a tenth of a second, which the first command to a device would be late.
-      element("PreEmptiveAckDelay", "1 ms") + element("NackDelay", "10 ms") +
+      // What is written in the first moments after two endpoints have found each other, or is lost on the way, is asked
+      // for again after the next heartbeat. By default that is a tenth of a second later, which the first command to a
+      // device would be late. Heartbeats are sent only while something is not acknowledged.
+      "<HeartbeatInterval minsched=\"10 ms\">10 ms</HeartbeatInterval>" + element("NackDelay", "10 ms") +
       // Samples reach the caches on the receive threads, however the writer is configured: wait_for_historical_data
       // relies on it.
       element("SynchronousDeliveryPriorityThreshold", INT32_MIN);
