@@ -2,6 +2,7 @@
 #
 # Needs SOURCE_DIR and INCLUDE_DIR (relative to CMAKE_INSTALL_PREFIX).
 
+cmake_policy(VERSION 3.22)
 set(pending tessivar/tessivar.h)
 set(reached "")
 while(pending)

@@ -1,9 +1,8 @@
 // A device of ours and a participant of another make, which knows of the device only what its IDL and topics say.
 #include "peer.h"
 #include "samples.h"
-#include "support/child_process.h"
+#include "support/peer.h"
 
-#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,28 +10,15 @@
 namespace {
 
 using namespace fastdds_peer;
-using tessivar::testing::ChildProcess;
 
-constexpr unsigned domain = 171;
+constexpr int domain = 171;
 const std::string unit_id = "0001:02:00";
 
 class FastDdsPeer : public ::testing::Test {
  protected:
-  void SetUp() override {
-    device_ =
-        std::make_unique<ChildProcess>(std::vector<std::string>{TESSIVAR_BUS_PEER, "device", std::to_string(domain)});
-    ASSERT_TRUE(device_->event("ready")) << device_->transcript();
-  }
-  void TearDown() override {
-    if (HasFailure()) std::printf("the device said:\n%s", device_->transcript().c_str());
-  }
+  void TearDown() override { EXPECT_TRUE(device_.quits()); }
 
-  void tell_device(const std::string& command) {
-    ASSERT_TRUE(device_->send(command));
-    ASSERT_TRUE(device_->event("ok")) << command << '\n' << device_->transcript();
-  }
-
-  std::unique_ptr<ChildProcess> device_;
+  tessivar::testing::Peer device_{"device", domain};
   Peer peer_{domain};
 };
 
@@ -48,7 +34,7 @@ void expect_own_hash(const Arrival& arrival, const Reader& reader) {
 }
 
 TEST_F(FastDdsPeer, FindsTheUnitThatWasThereBefore) {
-  tell_device("unit " + unit_id + " Mixer");
+  ASSERT_TRUE(device_.does("unit " + unit_id + " Mixer"));
   Reader units = peer_.reader<Unit>("Orvel.Tessivar.Units", true);
 
   const auto arrival = units.await(has_sample);
@@ -62,12 +48,12 @@ TEST_F(FastDdsPeer, FindsTheUnitThatWasThereBefore) {
 }
 
 TEST_F(FastDdsPeer, SeesTheUnitGo) {
-  tell_device("unit " + unit_id + " Mixer");
+  ASSERT_TRUE(device_.does("unit " + unit_id + " Mixer"));
   Reader units = peer_.reader<Unit>("Orvel.Tessivar.Units", true);
   const auto there = units.await(has_sample);
   ASSERT_TRUE(there);
 
-  tell_device("remove " + unit_id);
+  ASSERT_TRUE(device_.does("remove " + unit_id));
   const auto gone = units.await([](const Arrival& arrival) { return arrival.state != State::alive; });
   ASSERT_TRUE(gone);
   EXPECT_EQ(gone->state, State::disposed);
@@ -75,8 +61,8 @@ TEST_F(FastDdsPeer, SeesTheUnitGo) {
 }
 
 TEST_F(FastDdsPeer, ReceivesValuesAndMetadata) {
-  tell_device("value " + unit_id + " 7 -40");
-  tell_device("metadata " + unit_id + " 7 Gain");
+  ASSERT_TRUE(device_.does("value " + unit_id + " 7 -40"));
+  ASSERT_TRUE(device_.does("metadata " + unit_id + " 7 Gain"));
   Reader values = peer_.reader<Command>("Orvel.Tessivar.Commands", true);
   Reader descriptions = peer_.reader<Metadata>("Orvel.Tessivar.Metadata", true);
 
@@ -98,8 +84,8 @@ TEST_F(FastDdsPeer, ReceivesValuesAndMetadata) {
 }
 
 TEST_F(FastDdsPeer, SeesACommandDisposed) {
-  tell_device("value " + unit_id + " 7 1");
-  tell_device("value " + unit_id + " 8 2");
+  ASSERT_TRUE(device_.does("value " + unit_id + " 7 1"));
+  ASSERT_TRUE(device_.does("value " + unit_id + " 8 2"));
   Reader values = peer_.reader<Command>("Orvel.Tessivar.Commands", true);
   const auto of_eight = [](const Arrival& arrival) {
     return has_sample(arrival) && Command::decode(arrival.encoding).number == 8;
@@ -107,7 +93,7 @@ TEST_F(FastDdsPeer, SeesACommandDisposed) {
   const auto value = values.await(of_eight);
   ASSERT_TRUE(value);
 
-  tell_device("dispose " + unit_id + " 8");
+  ASSERT_TRUE(device_.does("dispose " + unit_id + " 8"));
   const auto disposed = values.await([](const Arrival& arrival) { return arrival.state == State::disposed; });
   ASSERT_TRUE(disposed);
   EXPECT_EQ(disposed->key_hash, value->key_hash);
@@ -116,9 +102,7 @@ TEST_F(FastDdsPeer, SeesACommandDisposed) {
 class FastDdsRequester : public FastDdsPeer {
  protected:
   void SetUp() override {
-    FastDdsPeer::SetUp();
-    ASSERT_FALSE(HasFatalFailure());
-    tell_device("filter " + unit_id);
+    ASSERT_TRUE(device_.does("filter " + unit_id));
     ASSERT_TRUE(requests_.await_match());
   }
 
@@ -147,7 +131,7 @@ TEST_F(FastDdsRequester, HasAValueChanged) {
   const auto reply = ask(1, 12);
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->result, Reply::complete);
-  EXPECT_TRUE(device_->event("request " + unit_id + " 7 12"));
+  EXPECT_TRUE(device_.sees("request " + unit_id + " 7 12"));
 
   const auto value = values.await(has_sample);
   ASSERT_TRUE(value);
@@ -155,7 +139,7 @@ TEST_F(FastDdsRequester, HasAValueChanged) {
 }
 
 TEST_F(FastDdsRequester, IsToldWhyNot) {
-  tell_device("answer refuse locked");
+  ASSERT_TRUE(device_.does("answer refuse locked"));
   const auto reply = ask(65534, 12);
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->result, Reply::failed);

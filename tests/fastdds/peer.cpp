@@ -18,17 +18,17 @@ using eprosima::fastrtps::rtps::Locator_t;
 namespace {
 
 /// Participants of this host and domain that are looked for; a test has two or three.
-constexpr unsigned indexes = 8;
+constexpr int indexes = 8;
 
-Locator_t loopback(unsigned port) {
+Locator_t loopback(int port) {
   Locator_t locator;
   IPLocator::setIPv4(locator, 127, 0, 0, 1);
-  locator.port = port;
+  locator.port = static_cast<std::uint32_t>(port);
   return locator;
 }
 
 /// DDSI-RTPS 2.3, 9.6.1.1.
-unsigned discovery_port(unsigned domain, unsigned index) {
+int discovery_port(int domain, int index) {
   return 7400 + 250 * domain + 10 + 2 * index;
 }
 
@@ -53,7 +53,7 @@ Entity* require(Entity* entity, const std::string& what) {
 
 }  // namespace
 
-Peer::Peer(unsigned domain) {
+Peer::Peer(int domain) {
   DomainParticipantQos qos;
   qos.name("another maker's");
   const auto transport = std::make_shared<eprosima::fastdds::rtps::UDPv4TransportDescriptor>();
@@ -61,11 +61,13 @@ Peer::Peer(unsigned domain) {
   qos.transport().use_builtin_transports = false;
   qos.transport().user_transports.push_back(transport);
   auto& discovery = qos.wire_protocol().builtin;
-  for (unsigned index = 0; index < indexes; ++index)
+  for (int index = 0; index < indexes; ++index)
     discovery.initialPeersList.push_back(loopback(discovery_port(domain, index)));
   discovery.metatrafficUnicastLocatorList.push_back(loopback(0));
 
-  participant_ = require(DomainParticipantFactory::get_instance()->create_participant(domain, qos), "participant");
+  participant_ =
+      require(DomainParticipantFactory::get_instance()->create_participant(static_cast<std::uint32_t>(domain), qos),
+              "participant");
   subscriber_ = require(participant_->create_subscriber(SUBSCRIBER_QOS_DEFAULT), "subscriber");
   publisher_ = require(participant_->create_publisher(PUBLISHER_QOS_DEFAULT), "publisher");
 }

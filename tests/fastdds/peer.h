@@ -57,7 +57,7 @@ class Writer {
 class Peer {
  public:
   /// Throws std::runtime_error when there can be no participant.
-  explicit Peer(unsigned domain);
+  explicit Peer(int domain);
   ~Peer();
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;

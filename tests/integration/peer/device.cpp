@@ -81,7 +81,7 @@ class Device : public Role, public TessivarNodeListener {
 
   bool describe(const std::string& unit, unsigned command, const std::string& name) {
     const DDSPtr metadata(Helper::createMetadata(address(unit), command));
-    name.copy(metadata->name, name.size());
+    metadata->name[name.copy(metadata->name, 32)] = '\0';
     return node_.publishMetadata(metadata);
   }
 
