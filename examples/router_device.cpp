@@ -1,19 +1,18 @@
 // A router on the bus, 32 by 32 on two levels: publishes its ports and routes on request. A number on its standard
-// input protects that destination, an empty line ends it. Usage: router_device [DOMAIN [ADDRESS]]
+// input protects that destination, anything else ends it. Usage: router_device [DOMAIN [ADDRESS]]
 #include "tessivar/tessivar.h"
 
 #include <iostream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
-
 constexpr DDS_UnsignedShort ports = 32, levels = 2;
 
-struct Device : RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply> {
+struct Hub : RoutingServices, RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply> {
   template <class Port>
-  void publishPort(DDSRouterNode<Port>* node, const std::string& name, unsigned index) {
+  void publish(DDSRouterNode<Port>* node, const std::string& name, unsigned index) {
     for (DDS_UnsignedShort level = 0; level < levels; ++level) {
-      DDSPtr port(TypeOf<Port>::TypeSupport::create_data());
+      DDSPtr port(Port::TypeSupport::create_data());
       unit.copyTo(port->unitId);
       port->level = level;
       port->index = index;
@@ -22,46 +21,40 @@ struct Device : RequestReplyServerListener<AssociationRouteChangeRequest, Associ
       node->writeSample(port);
     }
   }
-  void publishSource(unsigned index) { publishPort(services.sourcesNode(), "in " + std::to_string(index), index); }
-  void publishDestination(unsigned index) {
-    publishPort(services.destinationsNode(), "out " + std::to_string(index), index);
+  void publishPorts(unsigned index) {
+    publish(sourcesNode(), "in " + std::to_string(index), index);
+    publish(destinationsNode(), "out " + std::to_string(index), index);
   }
   AssociationRouteChangeReply* processRequest(const AssociationRouteChangeRequest* request) override {
-    DDSPtr route(AssociationRouteTypeSupport::create_data());
-    AssociationRouteTypeSupport::copy_data(route.get(), &request->newValue);
-    if (unit != AddressEx(route->unitId)) return nullptr;  // for another router
+    const AssociationRoute& wanted = request->newValue;
+    if (unit != AddressEx(wanted.unitId)) return nullptr;  // for another router
     auto* reply = AssociationRouteChangeReplyTypeSupport::create_data();
-    reply->result = route->dest_index < ports && !guarded[route->dest_index] ? COMPLETE : FAILED;
-    if (reply->result == COMPLETE) services.routingService()->valueNode().writeSample(route);
+    reply->result = wanted.dest_index < ports && !guarded[wanted.dest_index] ? COMPLETE : FAILED;
+    if (reply->result == COMPLETE) routingService()->valueNode().dataWriter()->write(wanted, DDS_HANDLE_NIL);
     if (reply->result == FAILED) reply->ex = AssociationRouteChangeExceptionInfoPluginSupport_create_data();
     if (reply->ex) DDS_String_replace(&reply->ex->message, "the destination is protected");
     return reply;
   }
   AddressEx unit{1, 3, 1};
-  RoutingServices services;
   std::atomic<bool> guarded[ports] = {};
 };
 
 int main(int argc, char** argv) {
   setLogThreshold(LogWarning);
   DDSDomain* domain = DomainManager::instance().sharedDomain(argc > 1 ? std::stoi(argv[1]) : 0, "", "", nullptr);
-  Device device;
+  Hub device;
   if (argc > 2) device.unit = AddressEx(argv[2]);
-  device.services.attachDomain(domain);
-  if (!device.services.createServerServices()) return 1;
-  device.services.routingService()->setListener(&device);
+  device.attachDomain(domain);
+  if (!device.createServerServices()) return 1;
+  device.routingService()->setListener(&device);
   DDSPtr router(RouterTypeSupport::create_data());
   device.unit.copyTo(router->unitId);
-  router->matrices.length(1);
-  router->matrices[0].levels.length(levels);
-  for (DDS_UnsignedShort i = 0; i < levels; ++i)
+  if (!router->matrices.length(1) || !router->matrices[0].levels.length(levels)) return 1;
+  for (int i = 0; i < levels; ++i)
     router->matrices[0].levels[i].numberOfSources = router->matrices[0].levels[i].numberOfDests = ports;
-  device.services.routerNode()->writeSample(router);
-  for (unsigned i = 0; i < ports; ++i) device.publishSource(i), device.publishDestination(i);
-  for (std::string line; std::getline(std::cin, line) && !line.empty();) {
-    device.guarded[std::stoul(line) % ports] = true;
-    device.publishDestination(std::stoul(line) % ports);
-  }
-  device.services.cleanUp();
+  device.routerNode()->writeSample(router);
+  for (unsigned i = 0; i < ports; ++i) device.publishPorts(i);
+  for (unsigned i; std::cin >> i && i < ports; device.publishPorts(i)) device.guarded[i] = true;
+  device.cleanUp();
   DomainManager::instance().releaseSharedDomain(domain, nullptr);
 }

@@ -1,9 +1,8 @@
-// Follows routers and changes their routes, as it is told on its standard input: "subscribe ADDRESS", "route SOURCE
-// DESTINATION"; an empty line ends it. Usage: routing_controller [DOMAIN]
+// Follows routers and changes their routes, as it is told on its standard input: "subscribe ADDRESS", "route ADDRESS
+// SOURCE DESTINATION"; "end" ends it. Usage: routing_controller [DOMAIN]
 #include "tessivar/tessivar.h"
 
 #include <iostream>
-#include <sstream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
@@ -43,12 +42,12 @@ int main(int argc, char** argv) {
   client.attachListener(&monitor, false);
   if (!client.create()) return 1;
   DDSPtr route(AssociationRouteTypeSupport::create_data());
-  for (std::string line, verb; std::getline(std::cin, line) && !line.empty();) {
-    std::istringstream words(line);
-    if (words >> verb; verb == "subscribe" && words >> route->unitId) client.subscribe({AddressEx(route->unitId)});
-    if (verb == "route" && words >> route->source_index >> route->dest_index) {
+  for (std::string verb, unit; std::cin >> verb && verb != "end";) {
+    if (verb == "subscribe" && std::cin >> unit) client.subscribe({AddressEx(unit.c_str())});
+    if (verb == "route" && std::cin >> unit >> route->source_index >> route->dest_index) {
+      DDS_String_replace(&route->unitId, unit.c_str());
       DDSPtr ticket = client.beginSetRoute(route);
-      for (int i = 0; ticket && !ticket->received && i < 500; ++i) TessivarThread::sleep(10);
+      while (ticket && !ticket->received) TessivarThread::sleep(10);
       client.completeSetRoute(ticket);
     }
   }

@@ -10,6 +10,12 @@
 #include "tessivar/control/node_listener.h"
 #include "tessivar/control/services.h"
 
+// Routers and their controllers
+#include "tessivar/routing/client.h"
+#include "tessivar/routing/client_listener.h"
+#include "tessivar/routing/request_reply_services.h"
+#include "tessivar/routing/services.h"
+
 // What they are made of, for services of one's own
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/framework/domain/dds_domain.h"
@@ -37,6 +43,8 @@
 // The data model
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/core/core.h"
+#include "tessivar/types/logging/logging.h"
+#include "tessivar/types/routing/routing.h"
 
 // The DDS platform
 #include "tessivar/platform/builtin.h"
