@@ -107,8 +107,8 @@ TEST(EngineConfiguration, ParticipantsOfOneHostAreNumbered) {
   EXPECT_EQ(second->participant_index(), 1);
   std::unique_ptr<EngineParticipant> third;
   std::string error;
-  EXPECT_NE(cyclone_engine().create_participant(config, nullptr, third, error), DDS_RETCODE_OK);
-  EXPECT_THAT(error, AllOf(HasSubstr("domain 68"), HasSubstr("participant index")));
+  EXPECT_EQ(cyclone_engine().create_participant(config, nullptr, third, error), DDS_RETCODE_OUT_OF_RESOURCES);
+  EXPECT_THAT(error, AllOf(HasSubstr("domain 68"), HasSubstr("2 participants")));
 }
 
 }  // namespace

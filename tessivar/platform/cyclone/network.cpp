@@ -8,6 +8,8 @@
 #include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace tessivar::platform::cyclone {
 namespace {
@@ -27,6 +29,17 @@ bool is_port(const std::string& text) {
   const char* const end = text.data() + text.size();
   const auto [next, failure] = std::from_chars(text.data(), end, port);
   return failure == std::errc() && next == end && port >= 1 && port <= 65535;
+}
+
+bool is_free(int port) {
+  const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (descriptor < 0) return true;  // the engine will tell what is wrong
+  sockaddr_in address = {};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  const bool free = bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  close(descriptor);
+  return free;
 }
 
 }  // namespace
@@ -72,6 +85,14 @@ std::optional<std::string> resolve_peer(const std::string& peer) {
   const std::string address = to_text(reinterpret_cast<const sockaddr_in*>(found->ai_addr)->sin_addr);
   freeaddrinfo(found);
   return port.empty() ? address : address + ":" + port;
+}
+
+bool has_free_participant_ports(int domain_id, int count) {
+  for (int index = 0; index < count; ++index) {
+    const int discovery_port = 7400 + 250 * domain_id + 10 + 2 * index;
+    if (is_free(discovery_port) && is_free(discovery_port + 1)) return true;
+  }
+  return false;
 }
 
 }  // namespace tessivar::platform::cyclone

@@ -26,4 +26,8 @@ std::optional<std::vector<Interface>> select_interfaces(const std::vector<std::s
 /// resolved. May wait for a name server.
 std::optional<std::string> resolve_peer(const std::string& peer);
 
+/// Whether a participant can still find ports of its own (DDSI-RTPS 2.3, 9.6.1.1) among those of the first `count`
+/// participants of this machine in a domain.
+bool has_free_participant_ports(int domain_id, int count);
+
 }  // namespace tessivar::platform::cyclone

@@ -45,6 +45,12 @@ DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, Engin
                                     std::string& error) {
   const std::optional<std::string> configuration = engine_configuration(config, error);
   if (!configuration) return DDS_RETCODE_BAD_PARAMETER;
+  // The engine finds out, too, but does not give back all that it has tried.
+  if (!has_free_participant_ports(config.domain_id, config.max_participant_index + 1)) {
+    error = "domain " + std::to_string(config.domain_id) + ": this machine has " +
+            std::to_string(config.max_participant_index + 1) + " participants in it already, or others use their ports";
+    return DDS_RETCODE_OUT_OF_RESOURCES;
+  }
   const dds_domainid_t internal_id = next_internal_id();
   const EngineLogCapture log;
   domain_ = dds_create_domain(internal_id, configuration->c_str());
