@@ -33,11 +33,10 @@ bool begin(Printer& printer, const T* sample, const char* description, unsigned 
 
 template <class Element, DDS_Long Bound, class S>
 void print(Sequence<Element, Bound, S>, Printer& printer, const S* sequence, const char* description, unsigned indent) {
-  printer.heading(description, indent);
-  for (DDS_Long i = 0; i < sequence->length(); ++i) {
-    const std::string name = (description ? description : "") + ('[' + std::to_string(i) + ']');
-    print(Element(), printer, sequence->get_reference(i), name.c_str(), indent + 1);
-  }
+  const std::string name = description ? description : "";
+  if (!name.empty()) printer.heading(description, indent++);
+  for (DDS_Long i = 0; i < sequence->length(); ++i)
+    print(Element(), printer, sequence->get_reference(i), (name + '[' + std::to_string(i) + ']').c_str(), indent);
 }
 
 template <Name N, class Content>

@@ -1,0 +1,164 @@
+// Encoding's own rules: headers, sizes, what is refused.
+#include "tests/types/support/encoding.h"
+
+#include "tessivar/types/command/command.h"
+#include "tessivar/types/logging/logging.h"
+#include "tests/support/log_lines.h"
+#include "tests/types/support/any_type.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace types_test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+typedef Sample<Tessivar::Command> Command;
+typedef Sample<Tessivar::CommandMetadata> Metadata;
+
+constexpr const char* command_name = "Tessivar::Command";
+constexpr const char* metadata_name = "Tessivar::CommandMetadata";
+
+bool is_encodable(const AnySample& sample) {
+  const bool has_size = sample.type().plugin->encoded_size(sample.get()) != 0;
+  EXPECT_EQ(encoding_of(sample, true).has_value(), has_size);
+  return has_size;
+}
+
+TEST(Encapsulation, IsOneOfFour) {
+  const Command sample(command_name);
+  for (RTIEncapsulationId id = 0; id < 6; ++id) {
+    Stream stream(64);
+    EXPECT_EQ(Tessivar::CommandPlugin_serialize(nullptr, sample.get(), stream.get(), RTI_TRUE, id, RTI_TRUE, nullptr),
+              id < 4)
+        << id;
+    Octets octets = encoding_of(sample, (id & 1) != 0).value();
+    octets[1] = static_cast<std::uint8_t>(id);
+    Stream input(octets);
+    EXPECT_EQ(
+        Tessivar::CommandPlugin_deserialize_sample(nullptr, sample.get(), input.get(), RTI_TRUE, RTI_TRUE, nullptr),
+        id < 4)
+        << id;
+  }
+}
+
+TEST(Encapsulation, IsNotNeededInsideAStream) {
+  const Sample<Tessivar::ULRange> sample("Tessivar::ULRange");
+  *sample = {1, 2};
+  Stream stream(16);
+  RTICdrStream_setEndian(stream.get(), RTI_CDR_BIG_ENDIAN);
+  EXPECT_TRUE(Tessivar::ULRangePlugin_serialize(nullptr, sample.get(), stream.get(), RTI_FALSE, 0, RTI_TRUE, nullptr));
+  EXPECT_EQ(to_hex(stream.written()), "0000000100000002");
+}
+
+TEST(Sizes, OfACommand) {
+  // Header, unit id, padding, number, discriminator, the longest branch.
+  constexpr unsigned int most = 4 + 4 + 65 + 3 + 4 + 4 + 4 + 65;
+  EXPECT_EQ(Tessivar::CommandPlugin_get_serialized_sample_max_size(nullptr, RTI_TRUE, 1, 0), most);
+  RTIBool unbounded = RTI_TRUE;
+  EXPECT_EQ(Tessivar::CommandPlugin_get_serialized_sample_max_size_ex(nullptr, &unbounded, RTI_TRUE, 4, 0), 1u);
+  EXPECT_EQ(unbounded, RTI_FALSE);
+  EXPECT_EQ(Tessivar::CommandPlugin_get_serialized_sample_max_size(nullptr, RTI_FALSE, 1, 0), most - 4);
+  EXPECT_EQ(Tessivar::CommandPlugin_get_serialized_sample_max_size(nullptr, RTI_FALSE, 1, 1), most - 4 + 3);
+  EXPECT_EQ(Tessivar::CommandPlugin_get_serialized_sample_min_size(nullptr, RTI_FALSE, 1, 0), 4u + 1 + 3 + 4 + 4 + 1);
+  EXPECT_EQ(Tessivar::CommandPlugin_get_serialized_key_max_size(nullptr, RTI_FALSE, 1, 0), 4u + 65 + 3 + 4);
+}
+
+TEST(Sizes, LeaveRoomForEveryMemberAtItsLongest) {
+  // 1024 strings of 64 characters, each aligned.
+  EXPECT_EQ(Tessivar_Logging::LogMessage2RequestPlugin_get_serialized_sample_max_size(nullptr, RTI_FALSE, 0, 0),
+            4u + 16 + 2 + 2 + 4 + 1023 * 72 + 69);
+}
+
+TEST(CdrBuffer, TellsItsLength) {
+  const Command sample(command_name);
+  unsigned int length = 0;
+  ASSERT_TRUE(Tessivar::CommandPlugin_serialize_to_cdr_buffer(nullptr, &length, sample.get()));
+  std::vector<char> buffer(length);
+  EXPECT_TRUE(Tessivar::CommandPlugin_serialize_to_cdr_buffer(buffer.data(), &length, sample.get()));
+  EXPECT_EQ(length, buffer.size());
+  EXPECT_TRUE(Tessivar::CommandPlugin_deserialize_from_cdr_buffer(sample.get(), buffer.data(), length));
+  --length;
+  EXPECT_FALSE(Tessivar::CommandPlugin_serialize_to_cdr_buffer(buffer.data(), &length, sample.get()));
+  EXPECT_FALSE(Tessivar::CommandPlugin_deserialize_from_cdr_buffer(sample.get(), buffer.data(), length));
+}
+
+TEST(Encoding, RefusesAStringOverItsBound) {
+  const Command sample(command_name);
+  const std::string longest(64, 'x');
+  DDS_String_replace(&sample->unitId, longest.c_str());
+  EXPECT_TRUE(is_encodable(sample));
+  DDS_String_replace(&sample->unitId, (longest + 'x').c_str());
+  EXPECT_FALSE(is_encodable(sample));
+  DDS_KeyHash_t hash;
+  EXPECT_FALSE(Tessivar::CommandPlugin_instance_to_keyhash(nullptr, &hash, sample.get()));
+  DDS_String_replace(&sample->unitId, nullptr);
+  EXPECT_FALSE(is_encodable(sample));
+}
+
+TEST(Encoding, RefusesASequenceOverItsBound) {
+  Metadata sample(metadata_name);
+  sample->allowedValues.finalize();
+  sample->allowedValues.absolute_maximum(1000);
+  EXPECT_TRUE(sample->allowedValues.ensure_length(128, 200));
+  EXPECT_TRUE(is_encodable(sample));
+  EXPECT_TRUE(sample->allowedValues.ensure_length(129, 200));
+  EXPECT_FALSE(is_encodable(sample));
+}
+
+TEST(Encoding, TellsWhichEnumeratorItRefuses) {
+  const Command sample(command_name);
+  sample->value._d = static_cast<Tessivar::CommandType>(7);
+  tessivar_test::LogLines log;
+  EXPECT_FALSE(encoding_of(sample, true));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("CommandTypePlugin_serialize: 7 is no enumerator of "
+                                                 "Tessivar::CommandType")));
+}
+
+TEST(Encoding, TakesAnyOctetForTrue) {
+  const Sample<Tessivar::Range> sample("Tessivar::Range");
+  sample->minInclusive = 2;
+  EXPECT_EQ(to_hex(encoding_of(sample, true).value()), "0001000000000000000000000100");
+}
+
+TEST(Decoding, EmptiesTheBranchesThatAreNotThere) {
+  const Sample<Tessivar::CommandValue> sample("Tessivar::CommandValue",
+                                              {{"_d", "String"}, {"_u", {{"stringValue", "old"}}}});
+  const Octets octets = from_hex("000100000200000001");
+  ASSERT_TRUE(Tessivar::CommandValuePlugin_deserialize_from_cdr_buffer(
+      sample.get(), reinterpret_cast<const char*>(octets.data()), static_cast<unsigned int>(octets.size())));
+  EXPECT_STREQ(sample->_u.stringValue, "");
+  EXPECT_EQ(sample->_u.boolValue, DDS_BOOLEAN_TRUE);
+}
+
+TEST(Decoding, ReusesTheBuffersOfTheSample) {
+  Metadata sample(metadata_name);
+  Random random(1);
+  sample.randomize(random);
+  const char* text = sample->description;
+  const auto* values = sample->allowedValues.get_contiguous_buffer();
+  for (int i = 0; i < 20; ++i) {
+    Metadata source(metadata_name);
+    source.randomize(random);
+    const Octets octets = encoding_of(source, true).value();
+    ASSERT_TRUE(decode(sample, octets));
+    EXPECT_EQ(sample->description, text);
+    EXPECT_EQ(sample->allowedValues.get_contiguous_buffer(), values);
+  }
+}
+
+TEST(Decoding, GrowsAStringThatIsTooShortForItsBound) {
+  const Command sample(command_name);
+  const Command source(command_name);
+  DDS_String_copy_bounded(&source->unitId, std::string(64, 'x').c_str(), 65);
+  DDS_String_free(sample->unitId);
+  sample->unitId = DDS_String_dup("x");
+  const Octets octets = encoding_of(source, true).value();
+  ASSERT_TRUE(decode(sample, octets));
+  EXPECT_STREQ(sample->unitId, source->unitId);
+}
+
+}  // namespace
+}  // namespace types_test

@@ -1,0 +1,187 @@
+// What holds for every sample of every type, on random ones; and for whatever octets come in.
+#include "tests/types/support/any_type.h"
+#include "tests/types/support/encoding.h"
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+namespace types_test {
+namespace {
+
+/// One type under test.
+struct Case {
+  const AnyType& type;
+  const PRESTypePlugin& plugin;
+  Random& random;
+};
+
+/// Calls `test(case)` for every type.
+template <class Test>
+void for_types(Test&& test) {
+  Random random(20240102);
+  for (const AnyType& type : all_types()) {
+    SCOPED_TRACE(type.name);
+    test(Case{type, *type.plugin, random});
+    if (::testing::Test::HasFailure()) return;
+  }
+}
+
+/// Calls `test(case, sample)` with random samples of every type.
+template <class Test>
+void for_samples(Test&& test) {
+  for_types([&](const Case& one) {
+    AnySample sample(one.type);
+    for (int i = 0; i < 30; ++i) {
+      sample.randomize(one.random);
+      test(one, sample);
+    }
+  });
+}
+
+std::string hash_of(const AnySample& sample) {
+  DDS_KeyHash_t hash;
+  return sample.type().plugin->instance_to_keyhash(nullptr, &hash, sample.get()) ? to_hex(hash) : "none";
+}
+
+TEST(EverySample, IsReadAsItWasWritten) {
+  for_samples([](const Case& one, const AnySample& sample) {
+    const auto& [type, plugin, random] = one;
+    for (const bool little_endian : {true, false}) {
+      const auto octets = encoding_of(sample, little_endian);
+      ASSERT_TRUE(octets);
+      const AnySample read(type);
+      ASSERT_TRUE(decode(read, *octets));
+      EXPECT_EQ(read.value(), sample.value());
+    }
+  });
+}
+
+TEST(EverySample, HasAnEncodingWithinItsBounds) {
+  for_samples([](const Case& one, const AnySample& sample) {
+    const auto& [type, plugin, random] = one;
+    const auto octets = encoding_of(sample, true);
+    ASSERT_TRUE(octets);
+    EXPECT_EQ(plugin.encoded_size(sample.get()), octets->size());
+    EXPECT_LE(octets->size(), plugin.get_serialized_sample_max_size(nullptr, RTI_TRUE, 0, 0));
+    EXPECT_GE(octets->size(), type.min_size(nullptr, RTI_TRUE, 0, 0));
+    const auto alignment = static_cast<unsigned int>(random() % 16);
+    const unsigned int size = plugin.get_serialized_sample_size(nullptr, RTI_FALSE, 0, alignment, sample.get());
+    EXPECT_LE(size, plugin.get_serialized_sample_max_size(nullptr, RTI_FALSE, 0, alignment));
+    EXPECT_GE(size, type.min_size(nullptr, RTI_FALSE, 0, alignment));
+
+    // One octet less than it needs is too little.
+    Stream tight(octets->size() - 1);
+    EXPECT_FALSE(plugin.serialize(nullptr, sample.get(), tight.get(), RTI_TRUE, 1, RTI_TRUE, nullptr));
+    EXPECT_FALSE(plugin.encode(sample.get(), Octets(octets->size()).data(), octets->size() - 1));
+  });
+}
+
+TEST(EverySample, IsCopiedWhole) {
+  for_samples([](const Case& one, const AnySample& sample) {
+    const auto& [type, plugin, random] = one;
+    AnySample destination(type);
+    destination.randomize(random);
+    ASSERT_TRUE(plugin.copy_sample(nullptr, destination.get(), sample.get()));
+    EXPECT_EQ(destination.value(), sample.value());
+  });
+}
+
+TEST(EverySample, HasOneKeyHowsoeverItIsAskedFor) {
+  for_samples([](const Case& one, const AnySample& sample) {
+    const auto& [type, plugin, random] = one;
+    EXPECT_EQ(plugin.get_key_kind(), type.keyed ? PRES_TYPEPLUGIN_USER_KEY : PRES_TYPEPLUGIN_NO_KEY);
+    if (!type.keyed) return;
+    const std::string expected = hash_of(sample);
+    Octets key(plugin.encode_key(sample.get(), nullptr, 0));
+    EXPECT_LE(key.size(), type.max_key_size(nullptr, RTI_TRUE, 0, 0));
+    ASSERT_EQ(plugin.encode_key(sample.get(), key.data(), key.size()), key.size());
+    for (const bool little_endian : {true, false}) {
+      const Octets octets = encoding_of(sample, little_endian).value();
+      DDS_KeyHash_t hash;
+      EXPECT_TRUE(plugin.check(octets.data(), octets.size(), &hash));
+      EXPECT_EQ(to_hex(hash), expected);
+      Octets transcoded(key.size());
+      EXPECT_EQ(plugin.encoded_to_key(octets.data(), octets.size(), transcoded.data(), key.size()), key.size());
+      EXPECT_EQ(transcoded, key);
+      const AnySample holder(type);
+      Stream stream(octets);
+      EXPECT_TRUE(type.stream_to_key(holder.get(), stream.get()));
+      EXPECT_EQ(hash_of(holder), expected);
+    }
+
+    key.resize(key.size() + random() % 9);  // as peers pad the key of a dispose
+    DDS_KeyHash_t hash;
+    EXPECT_TRUE(plugin.check_key(key.data(), key.size(), &hash));
+    EXPECT_EQ(to_hex(hash), expected);
+    const AnySample holder(type);
+    EXPECT_TRUE(plugin.decode_key(holder.get(), key.data(), key.size()));
+    AnySample instance(type);
+    instance.randomize(random);
+    EXPECT_TRUE(plugin.key_to_instance(nullptr, instance.get(), holder.get()));
+    EXPECT_EQ(hash_of(instance), expected);
+  });
+}
+
+TEST(EverySample, MayBeFollowedByThreeOctetsOfPadding) {
+  for_samples([](const Case& one, const AnySample& sample) {
+    const auto& [type, plugin, random] = one;
+    Octets octets = encoding_of(sample, true).value();
+    const AnySample read(type);
+    for (int padding = 0; padding <= 4; ++padding) {
+      EXPECT_EQ(decode(read, octets), padding <= 3) << padding;
+      octets.push_back(0);
+    }
+  });
+}
+
+/// Reads whatever comes in: both walks agree, and what is accepted is a value that encodes again.
+class Victim {
+ public:
+  explicit Victim(const AnyType& type) : into_(type), second_(type), plugin_(*type.plugin) {}
+
+  void read(const Octets& octets) {
+    const std::unique_ptr<std::uint8_t[]> exact(new std::uint8_t[octets.size()]);  // where an overrun is noticed
+    std::copy(octets.begin(), octets.end(), exact.get());
+    DDS_KeyHash_t hash;
+    const bool accepted = plugin_.check(exact.get(), octets.size(), &hash);
+    ASSERT_EQ(plugin_.decode(into_.get(), exact.get(), octets.size()), accepted) << to_hex(octets);
+    if (!accepted) return;
+    ASSERT_EQ(hash_of(into_), to_hex(hash)) << to_hex(octets);
+    const auto again = encoding_of(into_, true);
+    ASSERT_TRUE(again) << to_hex(octets);
+    ASSERT_TRUE(decode(second_, *again)) << to_hex(octets);
+    ASSERT_EQ(encoding_of(second_, true), again) << to_hex(octets);
+  }
+
+ private:
+  AnySample into_;
+  AnySample second_;
+  const PRESTypePlugin& plugin_;
+};
+
+TEST(AnyOctets, AreReadSafely) {
+  for_types([](const Case& one) {
+    AnySample sample(one.type);
+    Victim victim(one.type);
+    for (int i = 0; i < 4; ++i) {
+      sample.randomize(one.random);
+      const Octets octets = encoding_of(sample, i % 2 == 0).value();
+      const std::size_t step = octets.size() / 200 + 1;  // long ones are probed here and there
+      for (std::size_t at = 0; at < octets.size(); at += step) {
+        victim.read({octets.begin(), octets.begin() + static_cast<std::ptrdiff_t>(at)});
+        for (const unsigned flip : {0x01u, 0x40u, 0x80u, 0xffu}) {
+          Octets mutated = octets;
+          mutated[at] = static_cast<std::uint8_t>(mutated[at] ^ flip);
+          victim.read(mutated);
+        }
+      }
+      Octets noise(one.random() % 64);
+      for (std::uint8_t& octet : noise) octet = static_cast<std::uint8_t>(one.random() % 8);
+      victim.read(noise);
+    }
+  });
+}
+
+}  // namespace
+}  // namespace types_test

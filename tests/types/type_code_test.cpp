@@ -1,0 +1,81 @@
+// The IDL beside each module is what the types are.
+#include "tessivar/types/command/command.h"
+#include "tessivar/types/logging/logging.h"
+#include "tests/types/support/any_type.h"
+
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace types_test {
+namespace {
+
+typedef std::vector<std::pair<const char*, const char*>> Constants;
+
+std::string module_text(std::string_view room, const std::string& module, const Constants& constants) {
+  std::string text = "module " + module + " {\n";
+  if (!constants.empty()) text += '\n';
+  for (const auto& [name, value] : constants) text += std::string("  const string ") + name + " = \"" + value + "\";\n";
+  for (const AnyType& type : all_types())
+    if (type.room == room) text += '\n' + tessivar::platform::to_idl(*type.plugin->type_code);
+  return text + "\n};\n";
+}
+
+/// From the line where the module begins.
+std::string idl_file(const std::string& name) {
+  std::ifstream file(TESSIVAR_SOURCE_DIR "/tessivar/types/" + name + "/" + name + ".idl");
+  std::stringstream text;
+  text << file.rdbuf();
+  const std::size_t module = text.str().find("\nmodule ");
+  return module == std::string::npos ? "" : text.str().substr(module + 1);
+}
+
+TEST(Idl, OfTheCoreTypes) {
+  EXPECT_EQ(idl_file("core"), module_text("core", "Tessivar", {}));
+}
+
+TEST(Idl, OfTheCommandTypes) {
+  EXPECT_EQ(idl_file("command"), module_text("command", "Tessivar",
+                                             {{"COMMANDS_TOPIC", Tessivar::COMMANDS_TOPIC},
+                                              {"METADATA_TOPIC", Tessivar::METADATA_TOPIC},
+                                              {"INTERESTS_TOPIC", Tessivar::INTERESTS_TOPIC},
+                                              {"UNITS_TOPIC", Tessivar::UNITS_TOPIC}}));
+}
+
+TEST(Idl, OfTheRoutingTypes) {
+  EXPECT_EQ(idl_file("routing"), module_text("routing", "Tessivar_Routing", {}));
+}
+
+TEST(Idl, OfTheLoggingTypes) {
+  using namespace Tessivar_Logging;
+  EXPECT_EQ(idl_file("logging"), module_text("logging", "Tessivar_Logging",
+                                             {{"LOGGING_TOPIC", LOGGING_TOPIC},
+                                              {"LOGGING2_TOPIC", LOGGING2_TOPIC},
+                                              {"LOGGING_UNITS_TOPIC", LOGGING_UNITS_TOPIC},
+                                              {"LOGGING_UNIT_MASKS_TOPIC", LOGGING_UNIT_MASKS_TOPIC},
+                                              {"LOGGING_HEADER_MASKS_TOPIC", LOGGING_HEADER_MASKS_TOPIC},
+                                              {"LOGGING_EX_TOPIC", LOGGING_EX_TOPIC},
+                                              {"LOGGING_EX2_TOPIC", LOGGING_EX2_TOPIC},
+                                              {"LOGGING_ACKS_TOPIC", LOGGING_ACKS_TOPIC}}));
+}
+
+TEST(TypeCode, DescribesMembers) {
+  const DDS_TypeCode& unit = *Tessivar::Unit_get_typecode();
+  EXPECT_EQ(unit.kind(), DDS_TK_STRUCT);
+  EXPECT_STREQ(unit.name(), "Tessivar::Unit");
+  ASSERT_EQ(unit.member_count(), 9u);
+  EXPECT_EQ(unit.member(9), nullptr);
+  EXPECT_EQ(unit.member(0)->kind, DDS_TYPECODE_KEY_MEMBER);
+  EXPECT_EQ(unit.member(0)->type, Tessivar::Guid_get_typecode());
+  const DDS_TypeCodeMember* address = unit.find_member_by_name("rcAddress");
+  ASSERT_NE(address, nullptr);
+  EXPECT_EQ(address->id, 7);
+  EXPECT_EQ(address->kind, DDS_TYPECODE_NONKEY_MEMBER);
+  EXPECT_EQ(address->type, Tessivar::Address_get_typecode());
+  EXPECT_EQ(unit.find_member_by_name("none"), nullptr);
+  EXPECT_EQ(Tessivar_Logging::LogMessageEx2_get_typecode()->member(0)->id, 1);
+}
+
+}  // namespace
+}  // namespace types_test
