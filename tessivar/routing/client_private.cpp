@@ -59,9 +59,9 @@ void RoutingClient::Private::leave() {
   {
     const ScopedLock lock(knownRoutersLock_);
     leaving_ = true;
-    for (const auto& [handle, router] : knownRouters_) {
+    for (const auto& known : knownRouters_) {
       listeners.notify(SIGNATURE("notifyUnitRemoved(const class TessivarDDS::AddressEx &)"),
-                       [&](RoutingClientListener& listener) { listener.routerRemoved(router); });
+                       [&](RoutingClientListener& listener) { listener.routerRemoved(known.second); });
     }
   }
   thread.stop();  // its runners use readers of the services

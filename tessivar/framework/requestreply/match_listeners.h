@@ -6,12 +6,13 @@
 #include "tessivar/platform/participant.h"
 
 #include <atomic>
+#include <mutex>
 #include <string>
 
 namespace TessivarDDS {
 
 template <class Req, class Rep>
-class DDSRequestReplyNode;
+class TESSIVAR_API DDSRequestReplyNode;
 
 /// Counts the readers that a writer is matched with and tells the node. Called on threads of the engine.
 template <class Req, class Rep>
@@ -24,6 +25,7 @@ class TESSIVAR_API DataWriterCoreListener : public DDSDataWriterListener {
 
  private:
   DDSRequestReplyNode<Req, Rep>& node_;
+  std::mutex counting_;
 };
 
 /// Counts the writers that a reader is matched with, or those that are alive, whichever was reported last, and tells
@@ -39,6 +41,7 @@ class TESSIVAR_API DataReaderCoreListener : public DDSDataReaderListener {
 
  private:
   DDSRequestReplyNode<Req, Rep>& node_;
+  std::mutex counting_;
 };
 
 namespace detail {
@@ -47,6 +50,17 @@ template <class Req, class Rep>
 std::string listenerSignature(const char* listener, const char* function) {
   return std::string("void __cdecl TessivarDDS::") + listener + "<class " + TypeOf<Req>::name() + ",class " +
          TypeOf<Rep>::name() + ">::" + function;
+}
+
+/// Stores what is reported in `count`. Reports come on several threads and may overtake each other, which must not
+/// leave an old figure behind: while `counting` is held the endpoint is asked for the present one, with `get`.
+template <class Endpoint, class Status>
+void store(std::atomic<int>& count, std::mutex& counting, Endpoint& endpoint, Status status,
+           DDS_ReturnCode_t (Endpoint::*get)(Status&), DDS_Long Status::*figure) {
+  const std::lock_guard lock(counting);
+  Status present = {};
+  if ((endpoint.*get)(present) == DDS_RETCODE_OK) status = present;
+  count = status.*figure;
 }
 
 }  // namespace detail
@@ -59,7 +73,8 @@ void DataWriterCoreListener<Req, Rep>::on_publication_matched(DDSDataWriter* wri
                     "on_publication_matched(class DDSDataWriter *,const struct DDS_PublicationMatchedStatus &)")
              << "Publication matched for topic '" << writer->get_topic()->get_name()
              << "'. Total matching readers: " << status.current_count;
-  count = status.current_count;
+  detail::store(count, counting_, *writer, status, &DDSDataWriter::get_publication_matched_status,
+                &DDS_PublicationMatchedStatus::current_count);
   node_.notifyMatchCount();
 }
 
@@ -71,7 +86,8 @@ void DataReaderCoreListener<Req, Rep>::on_liveliness_changed(DDSDataReader* read
                     "on_liveliness_changed(class DDSDataReader *,const struct DDS_LivelinessChangedStatus &)")
              << "Liveliness changed for topic '" << reader->get_topicdescription()->get_name()
              << "'. Total alive: " << status.alive_count;
-  count = status.alive_count;
+  detail::store(count, counting_, *reader, status, &DDSDataReader::get_liveliness_changed_status,
+                &DDS_LivelinessChangedStatus::alive_count);
   node_.notifyMatchCount();
 }
 
@@ -83,7 +99,8 @@ void DataReaderCoreListener<Req, Rep>::on_subscription_matched(DDSDataReader* re
                     "on_subscription_matched(class DDSDataReader *,const struct DDS_SubscriptionMatchedStatus &)")
              << "Subscription matched for topic '" << reader->get_topicdescription()->get_name()
              << "'. Total matching writers: " << status.current_count;
-  count = status.current_count;
+  detail::store(count, counting_, *reader, status, &DDSDataReader::get_subscription_matched_status,
+                &DDS_SubscriptionMatchedStatus::current_count);
   node_.notifyMatchCount();
 }
 

@@ -6,9 +6,9 @@
 namespace TessivarDDS {
 
 template <class Req, class Rep>
-class DDSRequestReplyNode;
+class TESSIVAR_API DDSRequestReplyNode;
 template <class Value, class Req, class Rep>
-class DDSRequestReply;
+class TESSIVAR_API DDSRequestReply;
 
 /// Takes requests, or replies, and hands them to the node.
 template <class Sample, class Req, class Rep>
