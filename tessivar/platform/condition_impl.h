@@ -16,6 +16,7 @@ struct DDSCondition::Impl {
 
   std::unique_ptr<tessivar::platform::EngineCondition> engine;  // null while the reader of a read condition is disabled
   std::vector<DDSWaitSet::Impl*> wait_sets;
+  bool pending = false;  // triggered whatever the engine says
 
   // Of a read condition.
   DDSDataReader* reader = nullptr;
@@ -26,7 +27,8 @@ struct DDSCondition::Impl {
 
 struct DDSWaitSet::Impl {
   std::unique_ptr<tessivar::platform::EngineWaitSet> engine;
-  std::vector<DDSCondition*> conditions;  // in the order of their attachment
+  std::unique_ptr<tessivar::platform::EngineGuardCondition> wake;  // triggered while one of these is pending
+  std::vector<DDSCondition*> conditions;                           // in the order of their attachment
   std::atomic<bool> waiting = false;
   std::vector<void*> triggered;  // of the thread that waits
 };
@@ -36,6 +38,9 @@ namespace tessivar::platform {
 /// Puts `engine` behind the condition and into every wait set that has it, before the one it replaces goes: who waits
 /// misses nothing. Null: nothing triggers it any more.
 void replace_engine_condition(DDSCondition& condition, std::unique_ptr<EngineCondition> engine);
+
+/// For a read condition whose reader holds samples that the engine knows nothing of.
+void set_pending(DDSCondition& condition, bool pending);
 
 bool is_triggered(const DDSCondition::Impl& condition);
 

@@ -13,7 +13,8 @@ class EncodedKey {
  public:
   /// `encode(buffer, capacity)` yields the size and writes only when it fits, as PRESTypePlugin::encode_key does.
   template <class Encode>
-  explicit EncodedKey(Encode&& encode) : size_(encode(near_, sizeof near_)) {
+  explicit EncodedKey(Encode&& encode) {
+    size_ = encode(near_, sizeof near_);
     if (size_ > sizeof near_) {
       far_.resize(size_);
       encode(far_.data(), size_);
@@ -34,7 +35,7 @@ class EncodedKey {
  private:
   std::uint8_t near_[512];
   std::vector<std::uint8_t> far_;
-  std::size_t size_;
+  std::size_t size_ = 0;
 };
 
 }  // namespace tessivar::platform

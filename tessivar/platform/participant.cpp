@@ -1,12 +1,9 @@
 #include "tessivar/platform/participant.h"
 
-#include "tessivar/platform/log.h"
 #include "tessivar/platform/participant_config.h"
 #include "tessivar/platform/participant_impl.h"
-#include "tessivar/platform/profile_store.h"
 #include "tessivar/platform/reader_impl.h"
 #include "tessivar/platform/topic_impl.h"
-#include "tessivar/platform/writer_impl.h"
 
 #include <algorithm>
 #include <chrono>
@@ -14,20 +11,12 @@
 
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
-using tessivar::platform::log;
-using tessivar::platform::LogLevel;
-using tessivar::platform::ProfileStore;
+using tessivar::platform::refuse;
 
 namespace {
 
 bool contains(const std::vector<DDSDataReader*>& entities, const DDSDataReader* entity) {
   return std::find(entities.begin(), entities.end(), entity) != entities.end();
-}
-
-DDS_ReturnCode_t refuse(const char* operation, const std::string& text,
-                        DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) {
-  log(LogLevel::error, std::string("DDSDomainParticipant::") + operation, text);
-  return result;
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // What a participant contains: types, topics, filters, writers and readers, and the defaults of their QoS.
-#include "tessivar/platform/log.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant_config.h"
 #include "tessivar/platform/participant_impl.h"
@@ -10,22 +9,13 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 using tessivar::platform::CompiledFilter;
-using tessivar::platform::contained;
 using tessivar::platform::EngineParticipant;
-using tessivar::platform::log;
-using tessivar::platform::LogLevel;
 using tessivar::platform::ProfileStore;
+using tessivar::platform::refuse;
 
 namespace {
-
-DDS_ReturnCode_t refuse(const char* operation, const std::string& text,
-                        DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) {
-  log(LogLevel::error, std::string("DDSDomainParticipant::") + operation, text);
-  return result;
-}
 
 std::nullptr_t refuse_creation(const char* operation, const std::string& text) {
   refuse(operation, text);
@@ -270,7 +260,8 @@ DDS_ReturnCode_t DDSDomainParticipant::register_contentfilter(const char* filter
     return refuse("register_contentfilter", "filter " + quoted(filter_name) + ": name or filter is missing");
   }
   const std::lock_guard lock(impl_->mutex);
-  const bool added = impl_->filters.try_emplace(filter_name, const_cast<DDSContentFilter*>(filter), 0).second;
+  const bool added =
+      impl_->filters.try_emplace(filter_name, Impl::Filter{const_cast<DDSContentFilter*>(filter), 0}).second;
   return added ? DDS_RETCODE_OK : DDS_RETCODE_PRECONDITION_NOT_MET;
 }
 

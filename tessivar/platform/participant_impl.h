@@ -80,3 +80,14 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   DDSContentFilteredTopic* find_filtered_topic(std::string_view name) const;  // with the lock held
   bool autoenable() const;
 };
+
+namespace tessivar::platform {
+
+/// Logs one line of that operation of a participant and hands the result on.
+inline DDS_ReturnCode_t refuse(const char* operation, const std::string& text,
+                               DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) {
+  log(LogLevel::error, std::string("DDSDomainParticipant::") + operation, text);
+  return result;
+}
+
+}  // namespace tessivar::platform

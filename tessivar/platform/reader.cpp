@@ -17,10 +17,11 @@ using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineCondition;
 using tessivar::platform::EngineParticipant;
 using tessivar::platform::follow;
+using tessivar::platform::get_status;
 using tessivar::platform::Loans;
 using tessivar::platform::log;
 using tessivar::platform::LogLevel;
-using tessivar::platform::read_status;
+
 using tessivar::platform::ReaderSide;
 
 namespace {
@@ -139,9 +140,14 @@ void DDSDataReader::Impl::commit_filter(const std::shared_ptr<CompiledFilter>& f
       engine_conditions.push_back(make_condition(*prepared, condition->impl()));
     }
     {
-      const std::scoped_lock locks(access, status_mutex);
-      retired = std::exchange(side, std::move(prepared));
-      changed = follow_new_side();
+      const std::lock_guard access_lock(access);
+      {
+        const std::lock_guard status_lock(status_mutex);
+        retired = std::exchange(side, std::move(prepared));
+        changed = follow_new_side();
+      }
+      keep_departed(*retired);
+      if (!departed.empty()) changed |= DDS_DATA_AVAILABLE_STATUS;
     }
     for (std::size_t i = 0; i < conditions.size(); ++i) {
       tessivar::platform::replace_engine_condition(*conditions[i], std::move(engine_conditions[i]));
@@ -212,39 +218,27 @@ DDSDataReaderListener* DDSDataReader::get_listener() const {
 }
 
 DDS_ReturnCode_t DDSDataReader::get_subscription_matched_status(DDS_SubscriptionMatchedStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->matched);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->matched, status);
 }
 
 DDS_ReturnCode_t DDSDataReader::get_liveliness_changed_status(DDS_LivelinessChangedStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->liveliness);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->liveliness, status);
 }
 
 DDS_ReturnCode_t DDSDataReader::get_requested_deadline_missed_status(DDS_RequestedDeadlineMissedStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->deadline);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->deadline, status);
 }
 
 DDS_ReturnCode_t DDSDataReader::get_requested_incompatible_qos_status(DDS_RequestedIncompatibleQosStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->incompatible);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->incompatible, status);
 }
 
 DDS_ReturnCode_t DDSDataReader::get_sample_lost_status(DDS_SampleLostStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->lost);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->lost, status);
 }
 
 DDS_ReturnCode_t DDSDataReader::get_sample_rejected_status(DDS_SampleRejectedStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->rejected);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->rejected, status);
 }
 
 DDS_ReturnCode_t DDSDataReader::get_matched_publications(DDS_InstanceHandleSeq& handles) {
@@ -284,7 +278,10 @@ DDSReadCondition* DDSDataReader::create_readcondition(DDS_SampleStateMask sample
         "topic \"" + impl_->topic->impl().name + "\": the engine has no condition left");
     return nullptr;
   }
-  return impl_->conditions.emplace_back(new DDSReadCondition(std::move(condition)));
+  const std::lock_guard access_lock(impl_->access);
+  DDSReadCondition* created = impl_->conditions.emplace_back(new DDSReadCondition(std::move(condition)));
+  impl_->update_pending();
+  return created;
 }
 
 DDS_ReturnCode_t DDSDataReader::delete_readcondition(DDSReadCondition* condition) {
@@ -292,13 +289,16 @@ DDS_ReturnCode_t DDSDataReader::delete_readcondition(DDSReadCondition* condition
   const std::lock_guard lock(impl_->structure);
   const auto own = std::find(impl_->conditions.begin(), impl_->conditions.end(), condition);
   if (own == impl_->conditions.end()) return DDS_RETCODE_PRECONDITION_NOT_MET;
-  impl_->conditions.erase(own);
+  {
+    const std::lock_guard access_lock(impl_->access);
+    impl_->conditions.erase(own);
+  }
   delete condition;
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDataReader::delete_contained_entities() {
-  const std::lock_guard lock(impl_->structure);
+  const std::scoped_lock locks(impl_->structure, impl_->access);
   for (DDSReadCondition* condition : impl_->conditions) delete condition;
   impl_->conditions.clear();
   return DDS_RETCODE_OK;

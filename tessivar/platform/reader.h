@@ -90,7 +90,8 @@ class TESSIVAR_API DDSDataReader : public DDSEntity {
   DDS_ReturnCode_t read_or_take_next_sample_untypedI(void* sample, DDS_SampleInfo& info, DDS_Boolean take);
   /// Gives back a loan of this reader; PRECONDITION_NOT_MET when it is not one. Unloans `infos`.
   DDS_ReturnCode_t return_loan_untypedI(void** lent_samples, DDS_Long maximum, DDS_SampleInfoSeq& infos);
-  /// Works for instances that are no longer alive as long as the reader has something of them.
+  /// Works for instances that are no longer alive as long as the reader has something of them; also, until the next
+  /// read or take, for one whose last sample was just taken.
   DDS_ReturnCode_t get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle);
   /// Nil when the reader holds nothing of that instance.
   DDS_InstanceHandle_t lookup_instance_untypedI(const void* key_holder);

@@ -1,4 +1,5 @@
 // Reading and taking: from the engine's encoded samples to decoded ones in the application's hands.
+#include "tessivar/platform/condition_impl.h"
 #include "tessivar/platform/log.h"
 #include "tessivar/platform/reader_impl.h"
 #include "tessivar/platform/sequence_fill.h"
@@ -14,6 +15,7 @@ using tessivar::platform::KeyHash;
 using tessivar::platform::Loan;
 using tessivar::platform::log;
 using tessivar::platform::LogLevel;
+using tessivar::platform::ReaderSide;
 
 namespace {
 
@@ -29,6 +31,11 @@ EngineSelection selection_of(const DDS_ReadSelectionI& request) {
   selection.view_states = condition ? condition->get_view_state_mask() : request.view_states;
   selection.instance_states = condition ? condition->get_instance_state_mask() : request.instance_states;
   return selection;
+}
+
+bool selects(const EngineSelection& selection, const DDS_SampleInfo& info) {
+  return (selection.sample_states & info.sample_state) && (selection.view_states & info.view_state) &&
+         (selection.instance_states & info.instance_state);
 }
 
 }  // namespace
@@ -121,6 +128,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::fetch(EngineSelection selection, DDS_Long 
     const std::size_t fetched = slots.size();
     const bool dropped = drop_unknown(selection.take);
     if (is_keyed(*type)) side->instances().accessed(selection, slots, complete, accepted);
+    if (!departed.empty()) add_departed(selection, max);
     if (!slots.empty()) return DDS_RETCODE_OK;
     if (fetched == 0 || complete || !dropped) return DDS_RETCODE_NO_DATA;
   }
@@ -175,6 +183,44 @@ bool DDSDataReader::Impl::drop_unknown(bool taken) {
     unknown_slots.clear();
   }
   return removed;
+}
+
+/// What is left of an earlier side.
+void DDSDataReader::Impl::add_departed(const EngineSelection& selection, DDS_Long max) {
+  if (selection.instance) return;
+  std::erase_if(departed, [&](Departed& one) {
+    const bool room = max < 0 || slots.size() < static_cast<std::size_t>(max);
+    if (!room || !selects(selection, one.slot.info)) return false;
+    side->instances().remember(key_hash_of(one.slot.sample->key_hash), one.key);
+    slots.push_back(std::move(one.slot));
+    return true;
+  });
+  update_pending();
+}
+
+/// Triggers the conditions that what is left of an earlier side fits to, and no others.
+void DDSDataReader::Impl::update_pending() {
+  for (DDSReadCondition* condition : conditions) {
+    const EngineSelection selection = selection_of({.condition = condition});
+    const auto fits = [&](const Departed& one) { return selects(selection, one.slot.info); };
+    tessivar::platform::set_pending(*condition, std::any_of(departed.begin(), departed.end(), fits));
+  }
+}
+
+/// What nobody has read of instances that are gone would never be heard of: the next side knows nothing of them.
+void DDSDataReader::Impl::keep_departed(ReaderSide& retired) {
+  EngineSelection selection;
+  selection.take = true;
+  selection.sample_states = DDS_NOT_READ_SAMPLE_STATE;
+  selection.instance_states = DDS_NOT_ALIVE_INSTANCE_STATE;
+  retired.engine().access(selection, DDS_LENGTH_UNLIMITED, unknown_slots);
+  for (EngineSlot& slot : unknown_slots) {
+    const KeyHash hash = key_hash_of(slot.sample->key_hash);
+    std::string key = retired.instances().key_of(hash);
+    if (!key.empty() && !side->instances().knows(hash)) departed.push_back({std::move(slot), std::move(key)});
+  }
+  unknown_slots.clear();
+  update_pending();
 }
 
 /// False, with a log line, for a sample that cannot be decoded.

@@ -70,8 +70,7 @@ void DDSDataReader::Impl::report(DDS_StatusMask statuses) {
     tell(*this, rejected, DDS_SAMPLE_REJECTED_STATUS, &DDSDataReaderListener::on_sample_rejected);
   }
   if (statuses & DDS_DATA_AVAILABLE_STATUS) {
-    tell(*this, DDS_DATA_AVAILABLE_STATUS,
-         [this](DDSDataReaderListener& hears) { hears.on_data_available(self); });
+    tell(*this, DDS_DATA_AVAILABLE_STATUS, [this](DDSDataReaderListener& hears) { hears.on_data_available(self); });
   }
 }
 

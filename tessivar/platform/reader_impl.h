@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
@@ -30,6 +31,8 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_ReturnCode_t prepare_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
   void commit_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
   void abandon_filter();
+  /// With `access` held: conditions of what is left of an earlier side trigger, and no others.
+  void update_pending();
 
   // Reading (reader_access.cpp).
   DDS_ReturnCode_t read_or_take(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
@@ -59,7 +62,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   tessivar::platform::ListenerSlot<DDSDataReaderListener> listener;
 
   std::mutex structure;
-  std::vector<DDSReadCondition*> conditions;
+  std::vector<DDSReadCondition*> conditions;                 // changed with `access` held, too
   std::unique_ptr<tessivar::platform::ReaderSide> prepared;  // the side that is to come
 
   std::mutex access;
@@ -68,6 +71,12 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   std::vector<tessivar::platform::EngineSlot> unknown_slots;
   std::vector<tessivar::platform::EngineHandle> unknown_instances;
   std::unique_ptr<tessivar::platform::Loans> loans;
+  /// The ends of instances that nobody had read when their side went, and that the next side never knew.
+  struct Departed {
+    tessivar::platform::EngineSlot slot;
+    std::string key;
+  };
+  std::vector<Departed> departed;
 
   /// What the statuses say, each with the changes since it was read last.
   std::mutex status_mutex;
@@ -92,6 +101,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
                                                             DDS_ReturnCode_t& result);
   bool redelivers_history() const;
   DDS_StatusMask follow_new_side();
+  void keep_departed(tessivar::platform::ReaderSide& retired);
 
   DDS_ReturnCode_t check_buffers(const DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                  const DDS_ReadSelectionI& selection) const;
@@ -99,5 +109,6 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_ReturnCode_t fetch_instances(const DDS_ReadSelectionI& request, tessivar::platform::EngineSelection selection,
                                    DDS_Long max);
   bool drop_unknown(bool taken);
+  void add_departed(const tessivar::platform::EngineSelection& selection, DDS_Long max);
   bool decode(const tessivar::platform::EngineSlot& slot, void* sample, DDS_SampleInfo& info);
 };

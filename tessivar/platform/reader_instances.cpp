@@ -69,9 +69,20 @@ bool ReaderInstances::copy_key(const KeyHash& hash, void* key_holder) const {
   return false;
 }
 
+std::string ReaderInstances::key_of(const KeyHash& hash) const {
+  const std::lock_guard lock(mutex_);
+  const auto known = by_hash_.find(hash);
+  return known == by_hash_.end() ? std::string() : known->second.key;
+}
+
+void ReaderInstances::remember(const KeyHash& hash, const std::string& key) {
+  const std::lock_guard lock(mutex_);
+  emptied_[hash].key = key;
+}
+
 std::uint64_t ReaderInstances::begin_access() {
   const std::lock_guard lock(mutex_);
-  emptied_.clear();
+  if (!emptied_.empty()) emptied_.clear();  // clearing costs what the table has grown to
   return accepted_;
 }
 

@@ -32,6 +32,11 @@ class ReaderInstances {
   /// that the last access has emptied still has its key: who was handed its last sample asks for it.
   bool copy_key(const KeyHash& hash, void* key_holder) const;
 
+  /// Its encoded key; empty when it is not known.
+  std::string key_of(const KeyHash& hash) const;
+  /// Has the key of an unknown instance at hand until the next access.
+  void remember(const KeyHash& hash, const std::string& key);
+
   /// An access begins: gives what accessed() wants to know of the time before.
   std::uint64_t begin_access();
   /// An access yielded `slots`; `complete`: it was not cut short by a maximum.

@@ -6,6 +6,8 @@
 
 #include "tessivar/platform/status.h"
 
+#include <mutex>
+
 namespace tessivar::platform {
 
 /// Of statuses with a total alone. Whether it changed.
@@ -67,6 +69,14 @@ Status read_status(Status& seen) {
   const Status status = seen;
   forget_changes(seen);
   return status;
+}
+
+/// A get_…_status operation: hands out a status that `mutex` guards.
+template <class Status>
+DDS_ReturnCode_t get_status(std::mutex& mutex, Status& seen, Status& out) {
+  const std::lock_guard lock(mutex);
+  out = read_status(seen);
+  return DDS_RETCODE_OK;
 }
 
 }  // namespace tessivar::platform

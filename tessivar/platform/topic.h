@@ -25,6 +25,7 @@ class TESSIVAR_API DDSTopic : public DDSTopicDescription, public DDSEntity {
   const char* get_type_name() const override;
   DDSDomainParticipant* get_participant() const override;
   DDS_ReturnCode_t enable() override;
+  /// Nil: on the wire a topic is a name, it has no GUID.
   DDS_InstanceHandle_t get_instance_handle() const override;
   DDS_ReturnCode_t get_qos(DDS_TopicQos& qos) const;
   DDS_ReturnCode_t get_inconsistent_topic_status(DDS_InconsistentTopicStatus& status);

@@ -28,6 +28,12 @@ std::int64_t steady_nanoseconds() {
   return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
+/// With the lock held.
+void update_wake(DDSWaitSet::Impl& wait_set) {
+  const auto pending = [](const DDSCondition* condition) { return condition->impl().pending; };
+  wait_set.wake->set_trigger(std::any_of(wait_set.conditions.begin(), wait_set.conditions.end(), pending));
+}
+
 }  // namespace
 
 DDSCondition::Impl::~Impl() {
@@ -35,6 +41,7 @@ DDSCondition::Impl::~Impl() {
   for (DDSWaitSet::Impl* wait_set : wait_sets) {
     if (engine) wait_set->engine->detach(*engine);
     std::erase_if(wait_set->conditions, [&](const DDSCondition* condition) { return &condition->impl() == this; });
+    update_wake(*wait_set);
   }
 }
 
@@ -53,13 +60,22 @@ void platform::replace_engine_condition(DDSCondition& condition, std::unique_ptr
   }
 }
 
+void platform::set_pending(DDSCondition& condition, bool pending) {
+  const std::lock_guard lock(attachments());
+  if (std::exchange(condition.impl().pending, pending) == pending) return;
+  for (DDSWaitSet::Impl* wait_set : condition.impl().wait_sets) update_wake(*wait_set);
+}
+
 bool platform::is_triggered(const DDSCondition::Impl& condition) {
   const std::lock_guard lock(attachments());
-  return condition.engine && condition.engine->triggered();
+  return condition.pending || (condition.engine && condition.engine->triggered());
 }
 
 DDSWaitSet::DDSWaitSet() : impl_(std::make_unique<Impl>()) {
   impl_->engine = platform::engine().create_wait_set();
+  impl_->wake = platform::engine().create_guard_condition();
+  const bool usable = impl_->engine && impl_->wake && impl_->engine->attach(*impl_->wake, nullptr) == DDS_RETCODE_OK;
+  if (!usable) impl_->engine.reset();
 }
 
 DDSWaitSet::~DDSWaitSet() {
@@ -81,6 +97,7 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
   }
   impl_->conditions.push_back(condition);
   condition->impl().wait_sets.push_back(impl_.get());
+  update_wake(*impl_);
   return DDS_RETCODE_OK;
 }
 
@@ -93,6 +110,7 @@ DDS_ReturnCode_t DDSWaitSet::detach_condition(DDSCondition* condition) {
   if (condition->impl().engine) impl_->engine->detach(*condition->impl().engine);
   erase_value(impl_->conditions, condition);
   erase_value(condition->impl().wait_sets, impl_.get());
+  update_wake(*impl_);
   return DDS_RETCODE_OK;
 }
 
@@ -115,7 +133,8 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
       const std::lock_guard lock(attachments());
       // What was detached meanwhile is in no one's list any more and is only compared here, never looked into.
       const auto triggered = [&](const DDSCondition* condition) {
-        return std::find(impl_->triggered.begin(), impl_->triggered.end(), condition) != impl_->triggered.end();
+        return condition->impl().pending ||
+               std::find(impl_->triggered.begin(), impl_->triggered.end(), condition) != impl_->triggered.end();
       };
       const auto count = std::count_if(impl_->conditions.begin(), impl_->conditions.end(), triggered);
       if (count) {

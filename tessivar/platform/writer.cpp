@@ -15,6 +15,7 @@ using tessivar::platform::EncodedKey;
 using tessivar::platform::EncodedSample;
 using tessivar::platform::EngineWriter;
 using tessivar::platform::follow;
+using tessivar::platform::get_status;
 using tessivar::platform::handle_of;
 using tessivar::platform::KeyHash;
 using tessivar::platform::log;
@@ -22,6 +23,7 @@ using tessivar::platform::LogLevel;
 using tessivar::platform::read_status;
 using tessivar::platform::SampleRef;
 using tessivar::platform::WriteKind;
+using tessivar::platform::WriterInstances;
 
 namespace {
 
@@ -124,62 +126,71 @@ DDS_ReturnCode_t DDSDataWriter::Impl::publish(const void* sample, const DDS_Inst
 
 DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const void* sample,
                                                    const DDS_InstanceHandle_t& handle, std::int64_t timestamp) {
-  constexpr const char* operation = "DDSDataWriter::write";
+  constexpr const char* unencodable = "the sample cannot be encoded";
   const std::size_t size = type.encoded_size(sample);
-  if (size == 0 || size > UINT32_MAX) return refuse(operation, "the sample cannot be encoded");
-  KeyHash hash = {};
+  if (size == 0 || size > UINT32_MAX) return refuse(name_of(WriteKind::data), unencodable);
+  WriterInstances::Known instance = {{}, true};
   if (keyed) {
     const EncodedKey key(type, sample);
-    if (!key) return refuse(operation, "the key cannot be encoded");
-    const auto known = instances.add(key, sample, true);
-    if (!known) return DDS_RETCODE_OUT_OF_RESOURCES;
-    hash = *known;
-    if (handle.isValid && !names(handle, hash)) return refuse(operation, "the handle is another instance's");
+    const DDS_ReturnCode_t identified = identify(key, sample, handle, WriteKind::data, instance);
+    if (identified != DDS_RETCODE_OK) return identified;
   }
   const auto octets = static_cast<std::uint32_t>(size);
   if (batch) batch->make_room(octets);
   SampleRef encoded(writer.allocate(octets, false));
   if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
-  if (!type.encode(sample, encoded->bytes, size)) return refuse(operation, "the sample cannot be encoded");
-  std::memcpy(encoded->key_hash, hash.data(), hash.size());
-  const DDS_ReturnCode_t result = writer.write(std::move(encoded), WriteKind::data, timestamp);
-  if (!batch || result != DDS_RETCODE_OK) return result;
-  return batch->added(octets);
+  if (!type.encode(sample, encoded->bytes, size)) return refuse(name_of(WriteKind::data), unencodable);
+  return send(writer, std::move(encoded), instance.hash, WriteKind::data, timestamp);
 }
 
 DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void* sample,
                                                 const DDS_InstanceHandle_t& handle, std::int64_t timestamp,
                                                 WriteKind kind) {
   const EncodedKey key(type, sample);
-  if (!key) return refuse(name_of(kind), "the key cannot be encoded");
-  KeyHash hash = {};
-  if (keyed && kind == WriteKind::dispose) {
-    const auto known = instances.add(key, sample, true);
-    if (!known) return DDS_RETCODE_OUT_OF_RESOURCES;
-    hash = *known;
-    if (handle.isValid && !names(handle, hash)) return refuse(name_of(kind), "the handle is another instance's");
-  } else if (keyed) {
-    const auto known = instances.find(key);
-    if (!known) return DDS_RETCODE_PRECONDITION_NOT_MET;
-    hash = known->hash;
-    if (handle.isValid && !names(handle, hash)) return refuse(name_of(kind), "the handle is another instance's");
+  WriterInstances::Known instance = {{}, true};
+  const DDS_ReturnCode_t identified = identify(key, sample, handle, kind, instance);
+  if (identified != DDS_RETCODE_OK) return identified;
+  if (!instance.written) {
     // The bus never heard of an instance that was registered alone: there is nothing to take back, and autodispose
     // would take away what other writers said.
-    if (!known->written) {
-      instances.remove(key);
-      return DDS_RETCODE_OK;
-    }
+    instances.remove(key);
+    return DDS_RETCODE_OK;
   }
   const auto octets = static_cast<std::uint32_t>(key.size());
   if (batch) batch->make_room(octets);
   SampleRef encoded(writer.allocate(octets, true));
   if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
   std::memcpy(encoded->bytes, key.data(), key.size());
+  const DDS_ReturnCode_t result = send(writer, std::move(encoded), instance.hash, kind, timestamp);
+  if (result == DDS_RETCODE_OK && keyed && kind == WriteKind::unregister) instances.remove(key);
+  return result;
+}
+
+/// The instance that is meant: for unregistering one that is known, else one that is known from now on.
+DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void* sample,
+                                               const DDS_InstanceHandle_t& handle, WriteKind kind,
+                                               WriterInstances::Known& instance) {
+  if (!key) return refuse(name_of(kind), "the key cannot be encoded");
+  if (!keyed) return DDS_RETCODE_OK;
+  if (kind == WriteKind::unregister) {
+    const auto known = instances.find(key);
+    if (!known) return DDS_RETCODE_PRECONDITION_NOT_MET;
+    instance = *known;
+  } else {
+    const auto added = instances.add(key, sample, true);
+    if (!added) return DDS_RETCODE_OUT_OF_RESOURCES;
+    instance = {*added, true};
+  }
+  if (handle.isValid && !names(handle, instance.hash)) return refuse(name_of(kind), "the handle is another instance's");
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encoded, const KeyHash& hash, WriteKind kind,
+                                           std::int64_t timestamp) {
   std::memcpy(encoded->key_hash, hash.data(), hash.size());
+  const std::uint32_t octets = encoded->size;
   const DDS_ReturnCode_t result = writer.write(std::move(encoded), kind, timestamp);
-  if (result != DDS_RETCODE_OK) return result;
-  if (keyed && kind == WriteKind::unregister) instances.remove(key);
-  return batch ? batch->added(octets) : DDS_RETCODE_OK;
+  return batch && result == DDS_RETCODE_OK ? batch->added(octets) : result;
 }
 
 DDS_InstanceHandle_t DDSDataWriter::Impl::add_instance(const void* sample) {
@@ -315,27 +326,19 @@ DDSDataWriterListener* DDSDataWriter::get_listener() const {
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_publication_matched_status(DDS_PublicationMatchedStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->matched);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->matched, status);
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_liveliness_lost_status(DDS_LivelinessLostStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->lost);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->lost, status);
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_offered_deadline_missed_status(DDS_OfferedDeadlineMissedStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->deadline);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->deadline, status);
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_offered_incompatible_qos_status(DDS_OfferedIncompatibleQosStatus& status) {
-  const std::lock_guard lock(impl_->status_mutex);
-  status = read_status(impl_->incompatible);
-  return DDS_RETCODE_OK;
+  return get_status(impl_->status_mutex, impl_->incompatible, status);
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_matched_subscriptions(DDS_InstanceHandleSeq& handles) {

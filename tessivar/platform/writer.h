@@ -52,7 +52,9 @@ class TESSIVAR_API DDSDataWriter : public DDSEntity {
 
   // Untyped forms of what the typed writers offer. `sample` points at a sample of the writer's type. A null sample is a
   // BAD_PARAMETER; a sample that cannot be encoded (a string over its bound, an unknown enumerator) too, with one log
-  // line; a valid handle that is not the sample's own is a BAD_PARAMETER.
+  // line; a valid handle that is not the sample's own is a BAD_PARAMETER, a source timestamp that is no time as well.
+  // Disposing of an instance keeps it registered. Unregistering one that this writer does not know is
+  // PRECONDITION_NOT_MET; one that was registered and never written is forgotten without a word on the bus.
   DDS_ReturnCode_t write_untypedI(const void* sample, const DDS_InstanceHandle_t& handle, const DDS_Time_t& timestamp);
   DDS_ReturnCode_t dispose_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,
                                     const DDS_Time_t& timestamp);

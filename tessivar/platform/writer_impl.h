@@ -61,5 +61,11 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   DDS_ReturnCode_t write_key(tessivar::platform::EngineWriter& writer, const void* sample,
                              const DDS_InstanceHandle_t& handle, std::int64_t timestamp,
                              tessivar::platform::WriteKind kind);
+  DDS_ReturnCode_t identify(const tessivar::platform::EncodedKey& key, const void* sample,
+                            const DDS_InstanceHandle_t& handle, tessivar::platform::WriteKind kind,
+                            tessivar::platform::WriterInstances::Known& instance);
+  DDS_ReturnCode_t send(tessivar::platform::EngineWriter& writer, tessivar::platform::SampleRef encoded,
+                        const tessivar::platform::KeyHash& hash, tessivar::platform::WriteKind kind,
+                        std::int64_t timestamp);
   DDS_ReturnCode_t refuse(const char* operation, const char* reason) const;
 };
