@@ -94,6 +94,8 @@ void TessivarClientListener::commandMetadataUpdated(const Tessivar::CommandMetad
 
 class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Command> {
  public:
+  Private() { services.setAutoStartThread(false); }
+
   /// Ends all callbacks, which may use the client until then.
   void leave() {
     waitSetThread.stop();  // first, as its runners use readers of the services
@@ -254,8 +256,9 @@ bool TessivarClient::create() {
     logError() << signature << "Failed to attach runner to thread";
     return false;
   }
+  private_->created = true;  // before the first callback, which may use the client
   thread.start();
-  private_->created = true;
+  services.start();
   TessivarThread::sleep(50);
   return true;
 }

@@ -36,7 +36,7 @@ bool dispose(const char* signature, Writer* writer, const DDSPtr<Sample>& key, c
 class TessivarNode::Private
     : public RequestReplyServerListener<Tessivar::CommandChangeRequest, Tessivar::CommandChangeReply> {
  public:
-  explicit Private(TessivarNode* owner) : node(owner) {}
+  explicit Private(TessivarNode* owner) : node(owner) { services.setAutoStartThread(false); }
 
   /// Ends all callbacks, which may use the node until then.
   void leave() {
@@ -131,8 +131,9 @@ bool TessivarNode::create() {
     return false;
   }
   runner.release();
-  thread.start();
   private_->created = true;
+  thread.start();
+  services.start();
   TessivarThread::sleep(50);
   return true;
 }

@@ -77,8 +77,16 @@ bool TessivarServices::create(bool isClient, const std::vector<std::string>& fil
   } else if (!createInterestsNode()) {
     failure = "Failed to create interests node.";
   }
-  if (failure) logError() << signature << failure;
-  return !failure;
+  if (failure) {
+    logError() << signature << failure;
+    return false;
+  }
+  if (autoStartThread_) start();
+  return true;
+}
+
+void TessivarServices::start() {
+  if (commandService_ && commandService_->waitSetThread()) commandService_->waitSetThread()->start();
 }
 
 void TessivarServices::cleanUp() {
@@ -109,6 +117,7 @@ bool TessivarServices::createCommandService(const std::vector<std::string>& filt
   commandService_ = std::make_unique<TessivarRequestReplyService>(isClient_);
   commandService_->setLiveliness(reply_liveliness_ms);
   commandService_->setFilterAddresses(filterAddresses);
+  commandService_->setAutoStartThread(false);  // its callbacks may use the other nodes
   return commandService_->create("Orvel.Tessivar.Commands", domain_);
 }
 

@@ -32,10 +32,16 @@ class TESSIVAR_API TessivarServices {
   /// Before create(). Not owned: it must outlive the nodes, that is, be released after cleanUp().
   void attachDomain(DDSDomain* domain) { domain_ = domain; }
 
+  /// Whether create() starts the thread of the command service; initially true. Without it, attach listeners to the
+  /// service and call start(): no value and no request is then missed.
+  void setAutoStartThread(bool start) { autoStartThread_ = start; }
+
   /// Makes all nodes. `filterAddresses`: the texts of the units whose requests, values and metadata get through; none
   /// means all. A second call takes everything down and builds it again. After a failure what was built stays until
   /// cleanUp() or the next create().
   bool create(bool isClient, const std::vector<std::string>& filterAddresses);
+  /// Starts the thread of the command service, once everything is made.
+  void start();
   /// Deletes the nodes; the domain stays attached.
   void cleanUp();
 
@@ -67,6 +73,7 @@ class TESSIVAR_API TessivarServices {
   std::unique_ptr<MetadataNode> metadataNode_;
   std::unique_ptr<DDSFilteredNode<Tessivar::CommandInterest>> interestsNode_;
   bool isClient_ = true;
+  bool autoStartThread_ = true;
 };
 
 }  // namespace TessivarDDS

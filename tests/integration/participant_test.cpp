@@ -25,6 +25,7 @@ TEST(Participant, IsAdmittedByItsType) {
   ASSERT_TRUE(client.does("create"));
   Peer denied("device", domain_types, {"type=4"});
   Peer allowed("device", domain_types, {"type=5"});
+  ASSERT_TRUE(allowed.does("filter 0005:00:00"));
   ASSERT_TRUE(denied.does("unit 0004:00:00 denied"));
   ASSERT_TRUE(denied.does("value 0004:00:00 1 4"));
   ASSERT_TRUE(allowed.does("unit 0005:00:00 allowed"));

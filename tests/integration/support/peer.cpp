@@ -21,7 +21,7 @@ Peer::Peer(const std::string& role, int domain, const std::vector<std::string>& 
 }
 
 AssertionResult Peer::failure(const std::string& what) const {
-  constexpr std::size_t shown = 4000;
+  constexpr std::size_t shown = 20000;
   const std::string text = transcript();
   return AssertionFailure() << what << "; its output ends:\n"
                             << (text.size() > shown ? text.substr(text.size() - shown) : text);
