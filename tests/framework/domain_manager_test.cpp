@@ -106,6 +106,21 @@ TEST_F(Manager, calls_the_hook_before_creation) {
   manager.releaseSharedDomain(domain, nullptr);
 }
 
+TEST_F(Manager, lets_a_hook_configure_the_domain) {
+  manager.installDomainHook([](int id, DDSDomain& domain) {
+    domain.setType(static_cast<unsigned short>(id));
+    domain.addPeerAddress("127.0.0.1");
+  });
+  DDSDomain* const domain = manager.exclusiveDomain(domain_id, "", "");
+  manager.installDomainHook({});
+  ASSERT_NE(domain, nullptr);
+  EXPECT_EQ(domain->initialPeerList().back(), "127.0.0.1");
+  DDS_DomainParticipantQos qos;
+  ASSERT_EQ(domain->participant()->get_qos(qos), DDS_RETCODE_OK);
+  EXPECT_STREQ(reinterpret_cast<const char*>(qos.user_data.value.get_contiguous_buffer()), "type=62");
+  manager.releaseSharedDomain(domain, nullptr);
+}
+
 TEST_F(Manager, survives_hooks_that_fail) {
   manager.installQosHook([](auto&&...) { throw std::runtime_error("no"); });
   EXPECT_EQ(manager.sharedDomain(domain_id, "", "", nullptr), nullptr);

@@ -433,13 +433,46 @@ TEST_F(RequestReply, answers_thousands_of_pending_requests) {
   std::vector<DDSPtr<Ticket>> tickets;
   for (int i = 0; i < 10000; ++i) {
     tickets.push_back(request(client, i));
-    ASSERT_TRUE(tickets.back());
+    ASSERT_TRUE(tickets.back()) << testing::PrintToString(log.lines());
     // No more than the reader keeps for one client may be under way at once.
     const std::size_t settled = tickets.size() > 500 ? tickets.size() - 501 : 0;
     ASSERT_TRUE(i < 500 || received(tickets[settled]));
   }
   for (const DDSPtr<Ticket>& ticket : tickets) ASSERT_TRUE(received(ticket));
   EXPECT_EQ(client.pendingTickets(), 10000u);
+}
+
+TEST_F(RequestReply, keeps_replies_for_the_clients_of_late_only) {
+  ASSERT_TRUE(start());
+  constexpr unsigned clients = detail::remembered_clients + 20;
+  for (unsigned i = 0; i < clients; ++i) {
+    DDSPtr<Request> request = client.createRequest();
+    request->changeguid[0] = static_cast<DDS_Octet>(i);
+    ASSERT_TRUE(client.requestNode().writeSample(request));
+  }
+  ASSERT_TRUE(received(request(client)));  // all the others have been answered before
+  LoopbackDomain third(domain_id);
+  DDSNode<Reply> late;
+  late.attachDomain(&third);
+  DDS_DataReaderQos qos;
+  ASSERT_TRUE(late.createTopic("RR.Test.Reply") && late.stateReaderQos(qos));
+  qos.history.depth = 1024;
+  ASSERT_TRUE(late.createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos));
+  std::set<int> kept;
+  EXPECT_TRUE(eventually([&] {
+    Tessivar::CommandChangeReplySeq samples;
+    DDS_SampleInfoSeq infos;
+    if (late.dataReader()->take(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                                DDS_ANY_INSTANCE_STATE) == DDS_RETCODE_OK) {
+      for (DDS_Long i = 0; i < samples.length(); ++i) {
+        if (infos[i].valid_data) kept.insert(samples[i].ticketId);
+      }
+      late.dataReader()->return_loan(samples, infos);
+    }
+    return kept.contains(clients + 1);  // the last one
+  }));
+  EXPECT_EQ(kept.size(), detail::remembered_clients);
+  EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(RequestReply, sends_no_reply_without_one) {

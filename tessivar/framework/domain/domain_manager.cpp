@@ -97,9 +97,17 @@ DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock
 
 DDSDomain* DomainManager::createDomain(int domainId, const std::string& library, const std::string& profile) {
   auto domain = std::make_unique<DDSDomain>();
+  DomainHook domainHook;
+  DomainQosHook qosHook;
+  {
+    const std::lock_guard lock(mutex_);
+    domainHook = domainHook_;
+    qosHook = qosHook_;
+  }
   if (const char* interfaces = std::getenv("DDS_ALLOWED_INTERFACES")) {
     domain->setAllowedInterfaces(splitTextList(interfaces));
   }
+  if (domainHook) domainHook(domainId, *domain);
   DDS_DomainParticipantQos qos;
   const bool named = !library.empty() && !profile.empty();
   const bool loaded = named && domain->participantQosProfile(library, profile, qos);
@@ -111,12 +119,7 @@ DDSDomain* DomainManager::createDomain(int domainId, const std::string& library,
       return nullptr;
     }
   }
-  DomainQosHook hook;
-  {
-    const std::lock_guard lock(mutex_);
-    hook = hook_;
-  }
-  if (hook) hook(domainId, library, profile, qos);
+  if (qosHook) qosHook(domainId, library, profile, qos);
   return domain->createDomainParticipant(domainId, qos, true) ? domain.release() : nullptr;
 }
 
@@ -148,7 +151,12 @@ void DomainManager::releaseSharedDomain(DDSDomain* domain, DomainManagerClient* 
 
 void DomainManager::installQosHook(DomainQosHook hook) {
   const std::lock_guard lock(mutex_);
-  hook_ = std::move(hook);
+  qosHook_ = std::move(hook);
+}
+
+void DomainManager::installDomainHook(DomainHook hook) {
+  const std::lock_guard lock(mutex_);
+  domainHook_ = std::move(hook);
 }
 
 void DomainManager::notifyNetworkSettingsChanged() {

@@ -29,6 +29,9 @@ typedef std::function<void(int domainId, const std::string& library, const std::
                            DDS_DomainParticipantQos& qos)>
     DomainQosHook;
 
+/// Configures a domain before its participant is made: its type, multicast, peers.
+typedef std::function<void(int domainId, DDSDomain& domain)> DomainHook;
+
 /// The process's domains: one shared per domain id, counted by its holders, and any number of exclusive ones.
 ///
 /// Thread-safe. Creating and deleting takes some milliseconds, during which only callers for the same domain id wait.
@@ -51,6 +54,8 @@ class TESSIVAR_API DomainManager {
   /// Called on every participant's QoS before creation, without lock, on the thread that asks for the domain; an empty
   /// hook takes it away.
   void installQosHook(DomainQosHook hook);
+  /// The same for the domains themselves, before the QoS hook.
+  void installDomainHook(DomainHook hook);
   /// Tells every client of every domain, once for each time it holds one. A client must not go while this runs.
   void notifyNetworkSettingsChanged();
 
@@ -78,7 +83,8 @@ class TESSIVAR_API DomainManager {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::list<Record> records_;
-  DomainQosHook hook_;
+  DomainQosHook qosHook_;
+  DomainHook domainHook_;
 };
 
 }  // namespace TessivarDDS

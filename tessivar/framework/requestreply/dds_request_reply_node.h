@@ -7,6 +7,7 @@
 #include "tessivar/framework/requestreply/listener_slot.h"
 #include "tessivar/framework/requestreply/match_listeners.h"
 #include "tessivar/framework/requestreply/pending_tickets.h"
+#include "tessivar/framework/requestreply/recent_clients.h"
 #include "tessivar/framework/requestreply/request_reply_listeners.h"
 #include "tessivar/framework/requestreply/request_reply_role.h"
 #include "tessivar/framework/requestreply/request_reply_runners.h"
@@ -17,6 +18,13 @@
 #include <string>
 
 namespace TessivarDDS {
+
+namespace detail {
+
+/// Clients whose last replies a server's writer keeps.
+constexpr std::size_t remembered_clients = 128;
+
+}  // namespace detail
 
 /// A client, which sends requests on the topic NAME.Requests and gets the replies to them from NAME.Reply, or a server,
 /// which answers, or both.
@@ -132,7 +140,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   void notifyMatchCount();
   void dispatch(const Rep& reply, const DDS_SampleInfo& info);
   void dispatch(const Req& request, const DDS_SampleInfo& info);
-  bool sendReply(Rep* reply, const Req& request);
+  void sendReply(Rep* reply, const Req& request);
   unsigned short nextTicketId();
 
   RequestReplyRole role_;
@@ -145,6 +153,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   bool useQosProfiles_ = false;
   std::atomic<int> maxPendingTickets_{-1};
   std::atomic<bool> ignoreOwnRequests_{true};
+  RecentClients recentClients_{detail::remembered_clients};
   PendingTickets<Rep> pendingTickets_;
   ClientListeners clientListeners_;
   DDSFilteredNode<Req> requestNode_;

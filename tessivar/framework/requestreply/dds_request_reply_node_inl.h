@@ -293,6 +293,7 @@ void DDSRequestReplyNode<Req, Rep>::cleanUp() {
   }
   replyNode_.cleanUp(-1);
   requestNode_.cleanUp(-1);
+  recentClients_.clear();
   requestWriterListener_.count = 0;
   replyReaderListener_.count = 0;
   created_ = false;
@@ -431,10 +432,17 @@ void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_Sampl
 }
 
 template <class Req, class Rep>
-bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
+void DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
   reply->changeguid.copy(request.changeguid);
   reply->ticketId = request.ticketId;
-  return replyNode_.writeSample(reply, true);
+  if (!replyNode_.writeSample(reply, true)) return;
+  // Each client that ever asked is an instance of the reply writer, which would keep its replies for good.
+  const std::string forgotten = recentClients_.answered(requestGuidToText(request.changeguid));
+  if (forgotten.empty()) return;
+  const DDSPtr<Rep> key(TypeOf<Rep>::TypeSupport::create_data());
+  if (key && requestGuidFromText(forgotten, key->changeguid)) {
+    replyNode_.dataWriter()->unregister_instance(*key, DDS_HANDLE_NIL);
+  }
 }
 
 }  // namespace TessivarDDS
