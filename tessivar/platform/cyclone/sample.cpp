@@ -35,7 +35,7 @@ bool adopt(SampleData& data) {
   const auto check = data.engine.kind == SDK_KEY ? data.plugin->check_key : data.plugin->check;
   if (!check(data.sample.bytes, data.sample.size, &hash)) return false;
   std::memcpy(data.sample.key_hash, hash.value, sizeof data.sample.key_hash);
-  data.key_hash_is_set();
+  data.finish();
   return true;
 }
 
@@ -86,7 +86,7 @@ ddsi_serdata* from_key_hash(const ddsi_sertype* type, const ddsi_keyhash* hash) 
   if (!data) return nullptr;
   data->sample.reception_time = dds_time();
   std::memcpy(data->sample.key_hash, hash->value, sizeof data->sample.key_hash);
-  data->key_hash_is_set();
+  data->finish();
   return &data->engine;
 }
 
@@ -109,7 +109,7 @@ SampleData* key_of(const SampleData& data) {
     std::memcpy(key->sample.bytes, small, size);
   key->sample.reception_time = data.sample.reception_time;
   std::memcpy(key->sample.key_hash, data.sample.key_hash, sizeof key->sample.key_hash);
-  key->key_hash_is_set();
+  key->finish();
   return key;
 }
 
@@ -125,6 +125,7 @@ void learn(const SampleData& poor, const SampleData& rich) {
 bool equal_keys(const ddsi_serdata* left, const ddsi_serdata* right) {
   const SampleData& a = *SampleData::of(left);
   const SampleData& b = *SampleData::of(right);
+  if (!a.complete.load(std::memory_order_acquire) || !b.complete.load(std::memory_order_acquire)) return false;
   if (a.plugin != b.plugin || std::memcmp(a.sample.key_hash, b.sample.key_hash, sizeof a.sample.key_hash) != 0)
     return false;
   if (!a.sample.bytes != !b.sample.bytes && keyed(*a.plugin)) a.sample.bytes ? learn(b, a) : learn(a, b);
@@ -238,12 +239,13 @@ SampleData* SampleData::of(EncodedSample* sample) {
   return reinterpret_cast<SampleData*>(reinterpret_cast<std::uint8_t*>(sample) - offsetof(SampleData, sample));
 }
 
-void SampleData::key_hash_is_set() {
+void SampleData::finish() {
   std::uint64_t parts[2];
   std::memcpy(parts, sample.key_hash, sizeof parts);
   std::uint64_t mixed = parts[0] ^ (parts[1] * 0x9e3779b97f4a7c15u) ^ reinterpret_cast<std::uintptr_t>(plugin);
   mixed *= 0xd6e8feb86659fd93u;
   engine.hash = static_cast<std::uint32_t>(mixed >> 32);
+  complete.store(true, std::memory_order_release);
 }
 
 }  // namespace tessivar::platform::cyclone

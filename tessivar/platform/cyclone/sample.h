@@ -21,6 +21,8 @@ struct SampleData {
   const PRESTypePlugin* plugin;
   /// For a key of which only the hash arrived: the same key with its octets, once a sample of it was seen. Set once.
   std::atomic<SampleData*> learned;
+  /// Set when all the rest is in place: the engine's instance table hands keys to other threads without a lock.
+  std::atomic<bool> complete;
   std::uint8_t size_class;
 
   /// Room for `size` octets of encoding. Null when memory is short. `type` may be null (a key shared by topics).
@@ -30,8 +32,8 @@ struct SampleData {
   static SampleData* of(ddsi_serdata* data) { return reinterpret_cast<SampleData*>(data); }
   static const SampleData* of(const ddsi_serdata* data) { return reinterpret_cast<const SampleData*>(data); }
 
-  /// To be called when the key hash is in place: the engine's tables use this hash.
-  void key_hash_is_set();
+  /// To be called last, when the octets and the key hash are in place.
+  void finish();
 };
 
 /// What the engine's read operations store for one sample: a count of it.

@@ -63,7 +63,7 @@ DDS_ReturnCode_t Writer::write(SampleRef sample, WriteKind kind, std::int64_t so
   if (!sample || !sample->bytes || (kind == WriteKind::data) == sample->key_only) return DDS_RETCODE_BAD_PARAMETER;
   SampleData* data = SampleData::of(sample.get());
   if (data->engine.type != topic_.type()) return DDS_RETCODE_BAD_PARAMETER;
-  data->key_hash_is_set();
+  data->finish();
   data->engine.timestamp.v = source_timestamp < 0 ? dds_time() : source_timestamp;
   switch (kind) {
     case WriteKind::data:
