@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 
+using tessivar::platform::BuiltinReader;
 using tessivar::platform::BuiltinSelection;
 
 namespace tessivar::platform {
@@ -111,7 +112,7 @@ DDS_ReturnCode_t DDSParticipantBuiltinTopicDataDataReader::take(DDS_ParticipantB
                                                                 DDS_ViewStateMask view_states,
                                                                 DDS_InstanceStateMask instance_states) {
   const BuiltinSelection selection = {true, max_samples, sample_states, view_states, instance_states};
-  return static_cast<DDSBuiltinReaderImpl&>(impl()).participants.access(selection, samples, infos);
+  return static_cast<BuiltinReader&>(impl()).participants.access(selection, samples, infos);
 }
 
 DDS_ReturnCode_t DDSParticipantBuiltinTopicDataDataReader::read(DDS_ParticipantBuiltinTopicDataSeq& samples,
@@ -120,7 +121,7 @@ DDS_ReturnCode_t DDSParticipantBuiltinTopicDataDataReader::read(DDS_ParticipantB
                                                                 DDS_ViewStateMask view_states,
                                                                 DDS_InstanceStateMask instance_states) {
   const BuiltinSelection selection = {false, max_samples, sample_states, view_states, instance_states};
-  return static_cast<DDSBuiltinReaderImpl&>(impl()).participants.access(selection, samples, infos);
+  return static_cast<BuiltinReader&>(impl()).participants.access(selection, samples, infos);
 }
 
 DDS_ReturnCode_t DDSParticipantBuiltinTopicDataDataReader::return_loan(DDS_ParticipantBuiltinTopicDataSeq&,

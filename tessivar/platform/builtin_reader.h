@@ -4,7 +4,6 @@
 #include "tessivar/platform/builtin.h"
 #include "tessivar/platform/reader_impl.h"
 
-#include <functional>
 #include <list>
 #include <mutex>
 
@@ -50,13 +49,13 @@ class SeenParticipants {
   std::list<Participant> participants_;
 };
 
-}  // namespace tessivar::platform
-
 /// The implementation behind a DDSParticipantBuiltinTopicDataDataReader.
-struct DDSBuiltinReaderImpl final : DDSDataReader::Impl {
-  DDSBuiltinReaderImpl(DDSDomainParticipant& its_participant, DDSSubscriber* its_subscriber)
+struct BuiltinReader final : DDSDataReader::Impl {
+  BuiltinReader(DDSDomainParticipant& its_participant, DDSSubscriber* its_subscriber)
       : Impl(its_participant, nullptr, nullptr, its_subscriber, {}) {}
   DDS_ReturnCode_t enable() override { return DDS_RETCODE_OK; }
 
-  tessivar::platform::SeenParticipants participants;
+  SeenParticipants participants;
 };
+
+}  // namespace tessivar::platform

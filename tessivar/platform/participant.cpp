@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstring>
 
+using tessivar::platform::BuiltinReader;
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
 using tessivar::platform::refuse;
@@ -150,7 +151,7 @@ void DDSDomainParticipant::Impl::participant_seen(const DDS_ParticipantBuiltinTo
     changed.wait_for(lock, std::chrono::seconds(1), [&] { return !starting; });
   }
   DDSDataReader::Impl& reader = builtin_reader->impl();
-  static_cast<DDSBuiltinReaderImpl&>(reader).participants.seen(data, handle, alive);
+  static_cast<BuiltinReader&>(reader).participants.seen(data, handle, alive);
   reader.report(DDS_DATA_AVAILABLE_STATUS);
 }
 
@@ -209,7 +210,7 @@ DDSDomainParticipant::DDSDomainParticipant(std::unique_ptr<Impl> impl) : impl_(s
   impl_->subscriber = new DDSSubscriber(this);
   impl_->builtin_subscriber = new DDSSubscriber(this);
   impl_->builtin_reader = new DDSParticipantBuiltinTopicDataDataReader(
-      DDSDataReader::ImplPtr(new DDSBuiltinReaderImpl(*this, impl_->builtin_subscriber)));
+      DDSDataReader::ImplPtr(new BuiltinReader(*this, impl_->builtin_subscriber)));
 }
 
 DDSDomainParticipant::~DDSDomainParticipant() {

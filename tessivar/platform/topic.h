@@ -53,8 +53,8 @@ class TESSIVAR_API DDSContentFilteredTopic : public DDSTopicDescription {
   DDS_ReturnCode_t get_expression_parameters(DDS_StringSeq& parameters) const;
   /// Compiles the filter again, while data flows; on failure the old filter stays in force. A transient-local reader
   /// whose property "dds.data_reader.state.filter_redundant_samples" is "0" then receives the matching history again,
-  /// through the new filter; for every other reader the new filter applies from now on. Not from inside a callback of
-  /// a reader of this topic.
+  /// through the new filter, and has another GUID from then on; for every other reader the new filter applies from now
+  /// on. Not from inside a callback of a reader of this topic.
   DDS_ReturnCode_t set_expression_parameters(const DDS_StringSeq& parameters);
 
   struct Impl;

@@ -4,11 +4,18 @@
 
 namespace tessivar::platform {
 
+WriterInstances::ByKey::value_type* WriterInstances::known(const EncodedKey& key) {
+  if (latest_ && latest_->first == key.bytes()) return latest_;
+  const auto found = by_key_.find(key.bytes());
+  if (found == by_key_.end()) return nullptr;
+  return latest_ = &*found;
+}
+
 std::optional<KeyHash> WriterInstances::add(const EncodedKey& key, const void* sample, bool written) {
   const std::lock_guard lock(mutex_);
-  if (const auto known = by_key_.find(key.bytes()); known != by_key_.end()) {
-    known->second.written |= written;
-    return known->second.hash;
+  if (ByKey::value_type* instance = known(key)) {
+    instance->second.written |= written;
+    return instance->second.hash;
   }
   DDS_KeyHash_t octets = {};
   if (!type_.instance_to_keyhash(nullptr, &octets, sample)) return std::nullopt;
@@ -27,25 +34,26 @@ std::optional<KeyHash> WriterInstances::add(const EncodedKey& key, const void* s
   return hash;
 }
 
-std::optional<WriterInstances::Known> WriterInstances::find(const EncodedKey& key) const {
+std::optional<WriterInstances::Known> WriterInstances::find(const EncodedKey& key) {
   const std::lock_guard lock(mutex_);
-  const auto known = by_key_.find(key.bytes());
-  return known == by_key_.end() ? std::nullopt : std::optional(known->second);
+  const ByKey::value_type* instance = known(key);
+  return instance ? std::optional(instance->second) : std::nullopt;
 }
 
 void WriterInstances::remove(const EncodedKey& key) {
   const std::lock_guard lock(mutex_);
-  const auto known = by_key_.find(key.bytes());
-  if (known == by_key_.end()) return;
-  by_hash_.erase(known->second.hash);
-  by_key_.erase(known);
+  const auto instance = by_key_.find(key.bytes());
+  if (instance == by_key_.end()) return;
+  by_hash_.erase(instance->second.hash);
+  by_key_.erase(instance);
+  latest_ = nullptr;
 }
 
-std::optional<std::string> WriterInstances::key_of(const DDS_InstanceHandle_t& handle) const {
+std::optional<std::string> WriterInstances::key_of(const DDS_InstanceHandle_t& handle) {
   if (!handle.isValid) return std::nullopt;
   const std::lock_guard lock(mutex_);
-  const auto known = by_hash_.find(key_hash_of(handle.keyHash.value));
-  return known == by_hash_.end() ? std::nullopt : std::optional(*known->second);
+  const auto instance = by_hash_.find(key_hash_of(handle.keyHash.value));
+  return instance == by_hash_.end() ? std::nullopt : std::optional(*instance->second);
 }
 
 }  // namespace tessivar::platform

@@ -25,10 +25,10 @@ class WriterInstances {
     KeyHash hash;
     bool written;
   };
-  std::optional<Known> find(const EncodedKey& key) const;
+  std::optional<Known> find(const EncodedKey& key);
   void remove(const EncodedKey& key);
   /// The encoded key of that instance.
-  std::optional<std::string> key_of(const DDS_InstanceHandle_t& handle) const;
+  std::optional<std::string> key_of(const DDS_InstanceHandle_t& handle);
 
  private:
   struct Hasher {
@@ -37,9 +37,13 @@ class WriterInstances {
   };
   typedef std::unordered_map<std::string, Known, Hasher, std::equal_to<>> ByKey;
 
+  /// With the lock held; null when it is not known.
+  ByKey::value_type* known(const EncodedKey& key);
+
   const PRESTypePlugin& type_;
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   ByKey by_key_;
+  ByKey::value_type* latest_ = nullptr;  // writers tend to stay with an instance
   std::unordered_map<KeyHash, const std::string*, KeyHashHasher> by_hash_;
 };
 
