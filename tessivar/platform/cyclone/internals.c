@@ -181,6 +181,55 @@ bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t octets[16]
   return result == 0;
 }
 
+enum { GUID_PREFIX_SIZE = 12, FAREWELL_SIZE = 20 + 16 + 64 };
+
+// The message by which a participant ends (DDSI-RTPS 2.3, 8.5.3.2 and 9.4.5.3), little-endian, for one receiver.
+static void write_farewell(uint8_t message[FAREWELL_SIZE], const uint8_t own_guid[16], const uint8_t guid[16]) {
+  static const uint8_t header[] = {'R', 'T', 'P', 'S', 2, 1, 1, 0x10};
+  static const uint8_t info_destination[] = {0x0e, 0x01, GUID_PREFIX_SIZE, 0};
+  static const uint8_t data[] = {0x15, 0x0b, 60, 0,  // DATA with inline QoS and a key
+                                 0,    0,    16, 0,    0, 1, 0, 0xc7,
+                                 0,    1,    0,  0xc2,              // from participant announcer to detector
+                                 0,    0,    0,  0,    1, 0, 0, 0,  // sequence number
+                                 0x71, 0,    4,  0,    0, 0, 0, 3,  // status: disposed of and unregistered
+                                 1,    0,    0,  0,    0, 3, 0, 0,  // parameter list
+                                 0x50, 0,    16, 0};                // participant GUID
+  static const uint8_t end[] = {1, 0, 0, 0};
+  const struct {
+    const uint8_t* octets;
+    size_t size;
+  } parts[] = {{header, sizeof header},  {own_guid, GUID_PREFIX_SIZE}, {info_destination, sizeof info_destination},
+               {guid, GUID_PREFIX_SIZE}, {data, sizeof data},          {own_guid, 16},
+               {end, sizeof end}};
+  for (size_t i = 0; i < sizeof parts / sizeof parts[0]; i++) {
+    memcpy(message, parts[i].octets, parts[i].size);
+    message += parts[i].size;
+  }
+}
+
+static void send_farewell(const ddsi_xlocator_t* to, void* message) {
+  const ddsrt_iovec_t vector = {.iov_base = message, .iov_len = FAREWELL_SIZE};
+  (void)ddsi_conn_write(to->conn, &to->c, 1, &vector, 0);
+}
+
+bool cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_octets[16], const uint8_t octets[16]) {
+  const ddsi_guid_t guid = to_guid(octets);
+  struct thread_state* thread = lookup_thread_state();
+  thread_state_awake(thread, gv);
+  const struct ddsi_proxy_participant* participant = entidx_lookup_proxy_participant_guid(gv->entity_index, &guid);
+  const bool known = participant != NULL;
+  if (known) {
+    uint8_t message[FAREWELL_SIZE];
+    write_farewell(message, own_octets, octets);
+    struct addrset* addresses = ref_addrset(participant->as_meta);
+    (void)ddsi_delete_proxy_participant_by_guid(gv, &guid, ddsrt_time_wallclock(), 1);
+    addrset_forall(addresses, send_farewell, message);
+    unref_addrset(addresses);
+  }
+  thread_state_asleep(thread);
+  return known;
+}
+
 // Takes the place of the engine's own interface, which is told of every entity that comes and goes.
 struct cyclone_watch {
   struct ddsi_builtin_topic_interface replacement;  // first: the engine's pointer is cast back
@@ -236,7 +285,8 @@ static bool is_locked(const struct ddsi_entity_common* entity) {
 }
 
 static void write_endpoint(const struct ddsi_entity_common* entity, ddsrt_wctime_t timestamp, bool alive, void* arg) {
-  const struct cyclone_watch* watch = (const struct cyclone_watch*)entity->gv->builtin_topic_interface;
+  const struct cyclone_watch* watch =
+      (const struct cyclone_watch*)__atomic_load_n(&entity->gv->builtin_topic_interface, __ATOMIC_ACQUIRE);
   watch->original->builtintopic_write_endpoint(entity, timestamp, alive, arg);
   if (entity->kind != DDSI_EK_PROXY_PARTICIPANT) return;
   if (!alive) {
@@ -259,8 +309,8 @@ struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct
   watch->replacement = *watch->original;
   watch->replacement.builtintopic_write_endpoint = write_endpoint;
   watch->watcher = *watcher;
-  ddsrt_atomic_fence();
-  gv->builtin_topic_interface = &watch->replacement;
+  // The engine's threads are at work already, and one of them may read the pointer at any time.
+  __atomic_store_n(&gv->builtin_topic_interface, &watch->replacement, __ATOMIC_RELEASE);
   return watch;
 }
 
