@@ -119,18 +119,21 @@ TEST(EngineDiscovery, OneThatIsIgnoredLaterGoesAndStaysAway) {
   const auto mine = make_participant(participant_config(domain), &watcher);
   const auto reader = make_reader(*mine, "Test.Ignore", reader_qos());
   const auto other = make_participant(named("other"));
-  const auto writer = make_writer(*other, "Test.Ignore", writer_qos());
+  const auto writer = make_writer(*other, "Test.Ignore", writer_qos(false, 0));
   ASSERT_TRUE(matched(*writer, *reader));
   EXPECT_EQ(mine->ignore(DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
   EXPECT_EQ(mine->ignore(other->guid()), DDS_RETCODE_OK);
   ASSERT_TRUE(eventually([&] { return reader->subscription_matched_status().current_count == 0; }));
+  // It is told, and does not wait for somebody who does not listen.
+  EXPECT_TRUE(eventually([&] { return writer->publication_matched_status().current_count == 0; }));
   // Its next announcements come every 0.7 s; one that starts now is discovered after them.
   std::this_thread::sleep_for(1500ms);
   const auto third = make_participant(named("third"));
   const auto wanted = make_writer(*third, "Test.Ignore", writer_qos());
   ASSERT_TRUE(matched(*wanted, *reader));
   EXPECT_EQ(reader->subscription_matched_status().total_count, 2);
-  write(*writer, {1, 1});
+  EXPECT_EQ(writer->publication_matched_status().total_count, 1);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(write(*writer, {1, 1}, 60'000), DDS_RETCODE_OK);
   write(*wanted, {2, 2});
   std::vector<EngineSlot> slots;
   ASSERT_TRUE(eventually([&] { return reader->access({}, -1, slots) == DDS_RETCODE_OK; }));

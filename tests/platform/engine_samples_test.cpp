@@ -235,6 +235,37 @@ TEST_F(EngineSamples, OutliveTheirReaderAndParticipant) {
   EXPECT_EQ(decode(slots[0]).value, 5u);
 }
 
+TEST_F(EngineSamples, OfATypeWithoutKeyAreOneInstance) {
+  static const PRESTypePlugin keyless = [] {
+    PRESTypePlugin plugin = make_plugin("Test::Event");
+    plugin.get_key_kind = [] { return PRES_TYPEPLUGIN_NO_KEY; };
+    plugin.check = [](const std::uint8_t* bytes, std::size_t size, DDS_KeyHash_t* hash) {
+      const bool good = check(bytes, size, hash);
+      std::fill(std::begin(hash->value), std::end(hash->value), DDS_Octet{0});
+      return good;
+    };
+    return plugin;
+  }();
+  writer_ = make_writer(*writing_, "Test.Keyless", writer_qos(false, 0), nullptr, keyless);
+  std::string error;
+  ASSERT_EQ(reading_->create_reader({"Test.Keyless", &keyless, reader_qos(false, 0), false, nullptr}, nullptr, reader_,
+                                    error),
+            DDS_RETCODE_OK)
+      << error;
+  ASSERT_TRUE(matched(*writer_, *reader_));
+  for (std::uint32_t value = 1; value <= 3; ++value) {
+    SampleRef sample = encode(*writer_, {value, value});
+    std::fill(std::begin(sample->key_hash), std::end(sample->key_hash), std::uint8_t{0});
+    EXPECT_EQ(writer_->write(std::move(sample), WriteKind::data, -1), DDS_RETCODE_OK);
+  }
+  settle();
+  const std::vector<EngineSlot> slots = take();
+  EXPECT_THAT(values(slots), ElementsAre(1u, 2u, 3u));
+  for (const EngineSlot& slot : slots) EXPECT_EQ(slot.instance, slots[0].instance);
+  writer_.reset();  // the end of the instance has a key without content
+  ASSERT_TRUE(eventually([&] { return !take().empty() || last_ != DDS_RETCODE_NO_DATA; }));
+}
+
 class EvenValues final : public EngineFilter {
  public:
   bool accepts(const EncodedSample& sample, EngineHandle instance, const DDS_FilterSampleInfo& info) override {

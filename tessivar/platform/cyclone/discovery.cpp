@@ -130,6 +130,11 @@ void Discovery::deliver() {
 
 void Discovery::show_known(dds_entity_t participant) {
   if (!active()) return;
+  const DDS_InstanceHandle_t own = guid_of(participant);
+  {
+    const std::lock_guard guard(lock_);
+    own_guid_ = to_guid(own.keyHash.value);
+  }
   const dds_entity_t reader = dds_create_reader(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, nullptr, nullptr);
   if (reader < 0) return;
   constexpr std::size_t chunk = 64;
@@ -166,14 +171,10 @@ void Discovery::stop() {
 }
 
 void Discovery::ignore(const Guid& remote) {
-  bool known;
-  {
-    const std::lock_guard guard(lock_);
-    known = remotes_.contains(remote);
-    remotes_[remote] = {true, steady_clock::now()};
-  }
-  // When this is called while the participant is being shown, the discovery thread drops it first.
-  if (known) rediscover(remote);
+  const std::lock_guard guard(lock_);
+  remotes_[remote] = {true, steady_clock::now()};
+  // When this is called while the participant is being shown, the discovery thread drops it before the worker tries.
+  worker_.post([this, remote, own = own_guid_] { cyclone_part_from_participant(gv_, own.data(), remote.data()); });
 }
 
 void Discovery::rediscover(const Guid& remote) {

@@ -30,11 +30,12 @@ class Discovery {
 
   /// False when the engine's internals are unavailable: nothing is shown or ignored then.
   bool active() const { return watch_ != nullptr; }
-  /// Shows those that were discovered before the watch began.
+  /// Shows those that were discovered before the watch began. `participant` is our own.
   void show_known(dds_entity_t participant);
   /// Before the domain's deletion. Nothing is told any more when it returns. Not from inside a callback.
   void stop();
 
+  /// From now on nothing of it gets through. Inside a callback that shows it, nothing ever did.
   void ignore(const Guid& remote);
   /// Forgets the participant, on the worker, so that its next announcement brings it back with everything it has.
   void rediscover(const Guid& remote);
@@ -65,6 +66,7 @@ class Discovery {
   /// Those that are ignored stay for a while when they are gone, as far as can be told: they announce themselves again.
   std::map<Guid, Remote> remotes_;
   std::deque<Event> queue_;
+  Guid own_guid_ = {};
   bool stopped_ = false;
 
   std::recursive_mutex delivery_;  // one callback at a time; a callback may lead to another one on its thread

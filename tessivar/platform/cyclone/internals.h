@@ -45,6 +45,8 @@ void cyclone_announce(struct ddsi_domaingv* gv, const uint8_t participant_guid[1
 /// Forgets a remote participant with all its endpoints; its next announcement makes it known anew. Not on one of the
 /// engine's threads. False when it was not known.
 bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t guid[16]);
+/// The same, and tells it that `own_guid` is gone, so that its reliable writers do not wait for us for ever.
+bool cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16], const uint8_t guid[16]);
 
 struct cyclone_locator {
   int32_t kind;

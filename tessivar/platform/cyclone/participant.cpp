@@ -3,6 +3,7 @@
 #include "tessivar/platform/cyclone/configuration.h"
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/network.h"
+#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/reader.h"
 #include "tessivar/platform/cyclone/translate.h"
@@ -35,10 +36,12 @@ void report_missing_internals() {
 
 DDS_ReturnCode_t Participant::create(const EngineParticipantConfig& config, EngineParticipantEvents* events,
                                      std::unique_ptr<EngineParticipant>& result, std::string& error) {
-  std::unique_ptr<Participant> participant(new Participant);
-  const DDS_ReturnCode_t code = participant->start(config, events, error);
-  if (code == DDS_RETCODE_OK) result = std::move(participant);
-  return code;
+  return without_exceptions(error, [&] {
+    std::unique_ptr<Participant> participant(new Participant);
+    const DDS_ReturnCode_t code = participant->start(config, events, error);
+    if (code == DDS_RETCODE_OK) result = std::move(participant);
+    return code;
+  });
 }
 
 DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, EngineParticipantEvents* events,
@@ -89,12 +92,12 @@ int Participant::participant_index() const {
 
 DDS_ReturnCode_t Participant::create_writer(const EngineWriterConfig& config, EngineWriterEvents* events,
                                             std::unique_ptr<EngineWriter>& result, std::string& error) {
-  return Writer::create(*this, config, events, result, error);
+  return without_exceptions(error, [&] { return Writer::create(*this, config, events, result, error); });
 }
 
 DDS_ReturnCode_t Participant::create_reader(const EngineReaderConfig& config, EngineReaderEvents* events,
                                             std::unique_ptr<EngineReader>& result, std::string& error) {
-  return Reader::create(*this, config, events, result, error);
+  return without_exceptions(error, [&] { return Reader::create(*this, config, events, result, error); });
 }
 
 DDS_ReturnCode_t Participant::ignore(const DDS_InstanceHandle_t& remote_participant) {

@@ -3,6 +3,7 @@
 #include "tessivar/platform/cyclone/conditions.h"
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/listener.h"
+#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/sample.h"
 #include "tessivar/platform/cyclone/translate.h"
@@ -136,11 +137,11 @@ DDS_ReturnCode_t Reader::start(const EngineReaderConfig& config, std::string& er
   if (config.filter && !topic_.set_filter(*config.filter, error)) return DDS_RETCODE_ERROR;
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
-  // Liveliness is also our own business, see on_liveliness_changed.
+  // Liveliness and matches are also our own business, see there.
   dds_lset_liveliness_changed(listener.get(), on_liveliness_changed);
+  dds_lset_subscription_matched(listener.get(), on_subscription_matched);
   if (events_) {
     dds_lset_data_available(listener.get(), on_data_available);
-    dds_lset_subscription_matched(listener.get(), on_subscription_matched);
     dds_lset_requested_deadline_missed(listener.get(), on_requested_deadline_missed);
     dds_lset_requested_incompatible_qos(listener.get(), on_requested_incompatible_qos);
     dds_lset_sample_lost(listener.get(), on_sample_lost);
@@ -160,6 +161,11 @@ Reader::~Reader() {
 }
 
 DDS_ReturnCode_t Reader::access(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) {
+  std::string error;
+  return without_exceptions(error, [&] { return fetch(selection, max, slots); });
+}
+
+DDS_ReturnCode_t Reader::fetch(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) {
   slots.clear();
   const std::uint32_t mask = to_engine_mask(selection.sample_states, selection.view_states, selection.instance_states);
   if (mask == 0 || max == 0) return DDS_RETCODE_NO_DATA;
@@ -274,7 +280,7 @@ void Reader::on_subscription_matched(dds_entity_t reader, dds_subscription_match
   auto& me = *static_cast<Reader*>(self);
   const DDS_SubscriptionMatchedStatus translated = me.to_platform(reader, status);
   if (status.current_count_change < 0) me.matches_.forget(status.last_publication_handle);
-  me.events_->subscription_matched(translated);
+  if (me.events_) me.events_->subscription_matched(translated);
 }
 
 void Reader::on_liveliness_changed(dds_entity_t reader, dds_liveliness_changed_status_t status, void* self) {

@@ -24,6 +24,7 @@ class Reader final : public EngineReader {
  private:
   Reader(Participant& participant, EngineReaderEvents* events) : participant_(participant), events_(events) {}
   DDS_ReturnCode_t start(const EngineReaderConfig& config, std::string& error);
+  DDS_ReturnCode_t fetch(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots);
 
   DDS_SubscriptionMatchedStatus to_platform(dds_entity_t reader, const dds_subscription_matched_status_t& status);
   DDS_LivelinessChangedStatus to_platform(dds_entity_t reader, const dds_liveliness_changed_status_t& status);

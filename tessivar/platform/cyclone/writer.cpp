@@ -30,8 +30,8 @@ DDS_ReturnCode_t Writer::start(Participant& participant, const EngineWriterConfi
   if (!topic_.create(participant.entity(), config.topic, plugin_, error)) return DDS_RETCODE_ERROR;
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
+  dds_lset_publication_matched(listener.get(), on_publication_matched);  // also our own business
   if (events_) {
-    dds_lset_publication_matched(listener.get(), on_publication_matched);
     dds_lset_liveliness_lost(listener.get(), on_liveliness_lost);
     dds_lset_offered_deadline_missed(listener.get(), on_offered_deadline_missed);
     dds_lset_offered_incompatible_qos(listener.get(), on_offered_incompatible_qos);
@@ -129,7 +129,7 @@ void Writer::on_publication_matched(dds_entity_t writer, dds_publication_matched
   auto& me = *static_cast<Writer*>(self);
   const DDS_PublicationMatchedStatus translated = me.to_platform(writer, status);
   if (status.current_count_change < 0) me.matches_.forget(status.last_subscription_handle);
-  me.events_->publication_matched(translated);
+  if (me.events_) me.events_->publication_matched(translated);
 }
 
 void Writer::on_liveliness_lost(dds_entity_t, dds_liveliness_lost_status_t status, void* self) {
