@@ -30,25 +30,25 @@ constexpr std::uint32_t little_endian(std::uint32_t word) {
   return std::endian::native == std::endian::little ? word : __builtin_bswap32(word);
 }
 
+// Each step waits for the last one's `b`, so `b` enters as late as can be.
 template <int I>
 inline void step(State& s, const std::uint32_t (&words)[16]) {
   constexpr int round = I / 16;
-  std::uint32_t mixed;
-  int word;
+  std::uint32_t sum = s.a + sines[I];
   if constexpr (round == 0) {
-    mixed = s.d ^ (s.b & (s.c ^ s.d));
-    word = I;
+    sum += words[I];
+    sum += s.d ^ (s.b & (s.c ^ s.d));
   } else if constexpr (round == 1) {
-    mixed = s.c ^ (s.d & (s.b ^ s.c));
-    word = (5 * I + 1) % 16;
+    sum += words[(5 * I + 1) % 16];
+    sum += s.c & ~s.d;  // the two halves have no bit in common
+    sum += s.b & s.d;
   } else if constexpr (round == 2) {
-    mixed = s.b ^ s.c ^ s.d;
-    word = (3 * I + 5) % 16;
+    sum += words[(3 * I + 5) % 16];
+    sum += (s.c ^ s.d) ^ s.b;
   } else {
-    mixed = s.c ^ (s.b | ~s.d);
-    word = (7 * I) % 16;
+    sum += words[(7 * I) % 16];
+    sum += s.c ^ (s.b | ~s.d);
   }
-  const std::uint32_t sum = s.a + mixed + sines[I] + words[word];
   s = {s.d, s.b + std::rotl(sum, shifts[round][I % 4]), s.b, s.c};
 }
 

@@ -49,8 +49,17 @@ template <Bound B, Name N, class Content>
 constexpr std::size_t end_of(Typedef<N, Content>, std::size_t position) {
   return end_of<B>(Content(), position);
 }
+/// Whether a short header will do, and the cursors' way of aligning: a parameter's body begins at a multiple of 4 and
+/// counts its alignment from there, which is the same as from the sample's begin when nothing is aligned to 8.
+template <class Content>
+constexpr bool fits_parameter() {
+  const std::size_t size = end_of<Bound::most>(Content(), 0);
+  return size <= parameter::max_length && end_of<Bound::most>(Content(), 4) - 4 == size;
+}
+
 template <Bound B, class Content>
 constexpr std::size_t end_of(Optional<Content>, std::size_t position) {
+  static_assert(fits_parameter<Content>());
   const std::size_t body = after_header(position);
   return B == Bound::most ? align_up(end_of<B>(Content(), body), parameter::alignment) : body;
 }
@@ -69,6 +78,7 @@ template <Bound B, class T>
 constexpr std::size_t end_of(Structure<T>, std::size_t position) {
   for_each_member<T>([&]<class M>(DDS_UnsignedLong) {
     if constexpr (Table<T>::is_mutable) {
+      static_assert(fits_parameter<typename M::Kind>());
       position = align_up(end_of<B>(typename M::Kind(), after_header(position)), parameter::alignment);
     } else {
       position = end_of<B>(typename M::Kind(), position);
