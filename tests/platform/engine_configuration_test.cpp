@@ -98,6 +98,20 @@ TEST(EngineConfiguration, ADomainThatHasNoPortsIsRefused) {
   EXPECT_NE(make_participant(participant_config(232)), nullptr);
 }
 
+TEST(EngineConfiguration, ADurationThatTheEngineCannotTakeIsRefused) {
+  for (const std::int64_t duration : {std::int64_t{-1}, std::int64_t{3'600'000'000'001}, never}) {
+    std::string error;
+    EngineParticipantConfig config = participant_config(3);
+    config.lease_duration = duration;
+    EXPECT_EQ(engine_configuration(config, error), std::nullopt);
+    EXPECT_THAT(error, HasSubstr("lease"));
+    config = participant_config(3);
+    config.announcement_period = duration;
+    EXPECT_EQ(engine_configuration(config, error), std::nullopt);
+    EXPECT_THAT(error, HasSubstr("announcements"));
+  }
+}
+
 TEST(EngineConfiguration, ParticipantsOfOneHostAreNumbered) {
   EngineParticipantConfig config = participant_config(68);
   config.max_participant_index = 1;

@@ -22,6 +22,14 @@ std::string duration(const char* name, std::int64_t nanoseconds) {
   return nanoseconds > 0 ? element(name, std::to_string(nanoseconds) + " ns") : "";
 }
 
+constexpr std::int64_t longest_duration = 3'600'000'000'000;  // an hour, of any setting of the engine
+
+bool is_usable(const char* what, std::int64_t nanoseconds, std::string& error) {
+  if (nanoseconds >= 0 && nanoseconds <= longest_duration) return true;
+  error = std::string(what) + " must be at most an hour";
+  return false;
+}
+
 std::string interface_elements(const std::vector<Interface>& interfaces, bool multicast) {
   std::string result;
   for (const Interface& one : interfaces) {
@@ -79,6 +87,9 @@ std::optional<std::string> engine_configuration(const EngineParticipantConfig& c
     error = "domain id " + std::to_string(config.domain_id) + " is not within 0 to " + std::to_string(highest_domain);
     return std::nullopt;
   }
+  if (!is_usable("the participant's lease", config.lease_duration, error) ||
+      !is_usable("the period of announcements", config.announcement_period, error))
+    return std::nullopt;
   std::string general = element("AllowMulticast", config.multicast ? "true" : "false");
   if (!config.interfaces.empty()) {
     const auto interfaces = select_interfaces(config.interfaces, local_interfaces(), error);
