@@ -450,7 +450,10 @@ TEST_F(RequestReply, keeps_replies_for_the_clients_of_late_only) {
     request->changeguid[0] = static_cast<DDS_Octet>(i);
     ASSERT_TRUE(client.requestNode().writeSample(request));
   }
-  ASSERT_TRUE(received(request(client)));  // all the others have been answered before
+  // When the second one is answered, all that followed from the others is done.
+  ASSERT_TRUE(received(request(client)) && received(request(client)));
+  // Until all readers have what was taken back, the writer keeps it for them.
+  ASSERT_EQ(server.replyNode().dataWriter()->wait_for_acknowledgments({20, 0}), DDS_RETCODE_OK);
   LoopbackDomain third(domain_id);
   DDSNode<Reply> late;
   late.attachDomain(&third);
@@ -458,19 +461,22 @@ TEST_F(RequestReply, keeps_replies_for_the_clients_of_late_only) {
   ASSERT_TRUE(late.createTopic("RR.Test.Reply") && late.stateReaderQos(qos));
   qos.history.depth = 1024;
   ASSERT_TRUE(late.createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos));
-  std::set<int> kept;
-  EXPECT_TRUE(eventually([&] {
-    Tessivar::CommandChangeReplySeq samples;
-    DDS_SampleInfoSeq infos;
-    if (late.dataReader()->take(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
-                                DDS_ANY_INSTANCE_STATE) == DDS_RETCODE_OK) {
-      for (DDS_Long i = 0; i < samples.length(); ++i) {
-        if (infos[i].valid_data) kept.insert(samples[i].ticketId);
-      }
-      late.dataReader()->return_loan(samples, infos);
-    }
-    return kept.contains(clients + 1);  // the last one
+  ASSERT_TRUE(eventually([&] {
+    DDS_SubscriptionMatchedStatus status;
+    return late.dataReader()->get_subscription_matched_status(status) == DDS_RETCODE_OK && status.current_count == 1;
   }));
+  ASSERT_EQ(late.dataReader()->wait_for_historical_data({20, 0}), DDS_RETCODE_OK);
+  Tessivar::CommandChangeReplySeq samples;
+  DDS_SampleInfoSeq infos;
+  ASSERT_EQ(late.dataReader()->take(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                                    DDS_ANY_INSTANCE_STATE),
+            DDS_RETCODE_OK);
+  std::set<std::string> kept;
+  for (DDS_Long i = 0; i < samples.length(); ++i) {
+    if (infos[i].valid_data) kept.insert(requestGuidToText(samples[i].changeguid));
+  }
+  late.dataReader()->return_loan(samples, infos);
+  EXPECT_TRUE(kept.contains(requestGuidToText(client.guid())));
   EXPECT_EQ(kept.size(), detail::remembered_clients);
   EXPECT_THAT(log.lines(), IsEmpty());
 }
@@ -485,7 +491,7 @@ TEST_F(RequestReply, sends_no_reply_without_one) {
   ASSERT_TRUE(received(last));
   EXPECT_FALSE(null->received);
   EXPECT_FALSE(thrown->received);
-  EXPECT_THAT(log.lines(), ElementsAre(EndsWith(" Exception in a handler: no")));
+  EXPECT_THAT(log.lines(), ElementsAre(EndsWith(" Exception in the application's code: no")));
 }
 
 TEST_F(RequestReply, carries_values_to_clients) {
@@ -497,6 +503,43 @@ TEST_F(RequestReply, carries_values_to_clients) {
   const DDSPtr<Tessivar::Command> key = command("u", 1);
   EXPECT_EQ(server.valueNode().dataWriter()->dispose(*key, DDS_HANDLE_NIL), DDS_RETCODE_OK);
   EXPECT_TRUE(listening.events.happens("removed u/1"));
+}
+
+TEST_F(RequestReply, survives_listeners_that_throw) {
+  struct Thrower : Client {
+    void ticketChanged(unsigned short) override { throw std::runtime_error("ticket"); }
+    void valueChanged(const Tessivar::Command*) override { throw std::runtime_error("value"); }
+  } thrower;
+  client.attachListener(&thrower);
+  client.attachListener(&thrower);
+  ASSERT_TRUE(start());
+  EXPECT_TRUE(received(request(client)));
+  EXPECT_TRUE(listening.events.happens("ticket 1"));
+  EXPECT_TRUE(server.valueNode().writeSample(command("u", 1)));
+  EXPECT_TRUE(listening.events.happens("u/1=0"));
+  EXPECT_THAT(log.lines(), ElementsAre(EndsWith(" Exception in the application's code: ticket"),
+                                       EndsWith(" Exception in the application's code: value")));
+}
+
+TEST_F(RequestReply, hears_nothing_any_more_of_a_reader_that_could_not_be_deleted) {
+  ASSERT_TRUE(start());
+  EXPECT_TRUE(server.valueNode().writeSample(command("u", 1)));
+  EXPECT_TRUE(listening.events.happens("u/1=0"));
+  // Somebody keeps samples of the value reader on loan.
+  Tessivar::CommandDataReader* const reader = client.valueNode().dataReader();
+  Tessivar::CommandSeq samples;
+  DDS_SampleInfoSeq infos;
+  ASSERT_EQ(reader->read(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                         DDS_ANY_INSTANCE_STATE),
+            DDS_RETCODE_OK);
+  client.cleanUp();
+  EXPECT_THAT(log.lines(), Contains(EndsWith("failed to delete data reader for topic. Return code: 4")));
+  EXPECT_EQ(reader->get_listener(), nullptr);
+  EXPECT_EQ(client.requestNode().dataWriter(), nullptr);
+  EXPECT_EQ(reader->return_loan(samples, infos), DDS_RETCODE_OK);
+  client.cleanUp();
+  client.valueNode().cleanUp();
+  EXPECT_EQ(client.valueNode().dataReader(), nullptr);
 }
 
 TEST_F(RequestReply, notices_that_the_server_goes_and_comes) {

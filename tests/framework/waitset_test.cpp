@@ -281,8 +281,8 @@ TEST_F(WaitSet, survives_handlers_that_throw) {
   const std::vector<std::string> lines = log.lines();
   EXPECT_THAT(lines,
               Contains("8 void __cdecl TessivarDDS::WaitSetThreadRunner<class Tessivar::Command>::processSamples("
-                       "class Seq &,struct DDS_SampleInfoSeq &) Exception in a handler: first"));
-  EXPECT_THAT(lines, Contains(EndsWith(" Exception in a handler.")));
+                       "class Seq &,struct DDS_SampleInfoSeq &) Exception in the application's code: first"));
+  EXPECT_THAT(lines, Contains(EndsWith(" Exception in the application's code.")));
   EXPECT_THAT(lines, Not(Contains(EndsWith("Return loan error"))));
   EXPECT_TRUE(reader->cleanUpDataReader());  // no loan is left either
 }

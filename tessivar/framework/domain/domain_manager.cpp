@@ -2,11 +2,11 @@
 
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/domain/text_list.h"
+#include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/log/logger.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <exception>
 #include <memory>
 
 namespace TessivarDDS {
@@ -19,18 +19,6 @@ constexpr const char* shared_signature =
 constexpr const char* exclusive_signature =
     "class TessivarDDS::DDSDomain *__cdecl TessivarDDS::DomainManager::exclusiveDomain(int,"
     "const " TESSIVAR_SIGNATURE_STRING " &,const " TESSIVAR_SIGNATURE_STRING " &)";
-
-/// Runs application code; an exception ends with it.
-template <class Call>
-void guarded(const char* signature, Call&& call) noexcept {
-  try {
-    call();
-  } catch (const std::exception& exception) {
-    logError() << signature << " Exception in the application's code: " << exception.what();
-  } catch (...) {
-    logError() << signature << " Exception in the application's code.";
-  }
-}
 
 }  // namespace
 
@@ -83,7 +71,7 @@ DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock
   const auto place = records_.insert(records_.end(), std::move(record));
   lock.unlock();
   DDSDomain* domain = nullptr;
-  guarded(signature, [&] { domain = createDomain(domainId, library, profile); });
+  tessivar::framework::guarded(signature, [&] { domain = createDomain(domainId, library, profile); });
   if (!domain) logError() << signature << "Problem creating domain participant";
   lock.lock();
   if (domain) {
@@ -144,7 +132,7 @@ void DomainManager::releaseSharedDomain(DDSDomain* domain, DomainManagerClient* 
     if (--record->references > 0) return;
     records_.erase(record);
   }
-  if (client) guarded(signature, [&] { client->domainAboutToBeDeleted(domain); });
+  if (client) tessivar::framework::guarded(signature, [&] { client->domainAboutToBeDeleted(domain); });
   domain->cleanUp();
   delete domain;
 }
@@ -170,8 +158,8 @@ void DomainManager::notifyNetworkSettingsChanged() {
     }
   }
   for (DomainManagerClient* client : clients) {
-    guarded("void __cdecl TessivarDDS::DomainManager::notifyNetworkSettingsChanged(void)",
-            [&] { client->networkSettingsChanged(); });
+    tessivar::framework::guarded("void __cdecl TessivarDDS::DomainManager::notifyNetworkSettingsChanged(void)",
+                                 [&] { client->networkSettingsChanged(); });
   }
 }
 

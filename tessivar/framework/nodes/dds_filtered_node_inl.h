@@ -61,8 +61,7 @@ bool DDSFilteredNode<T>::setFilterParameters(const std::vector<std::string>& par
 
 template <class T>
 void DDSFilteredNode<T>::cleanUp(int flushTimeout) {
-  if (!this->deleteDataReader("DDSFilteredNode::cleanUp failed to delete data reader for topic")) return;
-  DDSNode<T>::cleanUp(flushTimeout);
+  this->cleanUpAll(flushTimeout, "DDSFilteredNode::cleanUp failed to delete data reader for topic");
 }
 
 }  // namespace TessivarDDS

@@ -94,12 +94,15 @@ class TESSIVAR_API DDSNode {
  protected:
   /// The signature of a function of `nodeClass` ("DDSNode"), as messages begin.
   static std::string signature(const char* result, const char* nodeClass, const char* function);
+  /// Deletes all that can be deleted; `failure` is what a failure of the reader's deletion is reported as.
+  void cleanUpAll(int flushTimeout, const std::string& failure);
   bool deleteDataReader(const std::string& failure);
   void cleanUpDataWriter(int flushTimeout);
   void cleanUpTopic();
 
  private:
   std::string signature(const char* result, const char* function) const;
+  std::string readerFailure() const;
 
   DDSDomain* domain_ = nullptr;
   bool typeRegistered_ = false;

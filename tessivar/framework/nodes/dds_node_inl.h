@@ -231,15 +231,25 @@ bool DDSNode<T>::writeSample(T* sample, bool release) {
 
 template <class T>
 void DDSNode<T>::cleanUp(int flushTimeout) {
-  if (!cleanUpDataReader()) return;
-  cleanUpContentFilteredTopic();
+  cleanUpAll(flushTimeout, readerFailure());
+}
+
+template <class T>
+void DDSNode<T>::cleanUpAll(int flushTimeout, const std::string& failure) {
+  const bool readerGone = deleteDataReader(failure);
+  if (readerGone) cleanUpContentFilteredTopic();
   cleanUpDataWriter(flushTimeout);
-  cleanUpTopic();
+  if (readerGone && !writer_ && !filtered_) cleanUpTopic();
+}
+
+template <class T>
+std::string DDSNode<T>::readerFailure() const {
+  return "DDSNode::cleanUp failed to delete data reader for topic " + topicName_;
 }
 
 template <class T>
 bool DDSNode<T>::cleanUpDataReader() {
-  return deleteDataReader("DDSNode::cleanUp failed to delete data reader for topic " + topicName_);
+  return deleteDataReader(readerFailure());
 }
 
 template <class T>
@@ -250,6 +260,7 @@ bool DDSNode<T>::deleteDataReader(const std::string& failure) {
   const DDS_ReturnCode_t code = on ? on->delete_datareader(reader_) : DDS_RETCODE_OK;
   if (code != DDS_RETCODE_OK) {
     logError() << signature("void ", "cleanUp(int)") << failure << ". Return code: " << code;
+    reader_->set_listener(nullptr, DDS_STATUS_MASK_NONE);  // which may go before the reader does
     return false;
   }
   reader_ = nullptr;
@@ -301,6 +312,7 @@ void DDSNode<T>::cleanUpDataWriter(int flushTimeout) {
   if (code != DDS_RETCODE_OK) {
     logError() << where() << "DDSNode::cleanUp failed to delete data writer for topic " << topicName_
                << ". Return code: " << code;
+    writer_->set_listener(nullptr, DDS_STATUS_MASK_NONE);
     return;
   }
   writer_ = nullptr;

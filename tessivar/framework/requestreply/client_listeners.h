@@ -1,6 +1,7 @@
 // The client listeners of a request/reply node.
 #pragma once
 
+#include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/requestreply/request_reply_listeners.h"
 
 #include <algorithm>
@@ -29,12 +30,23 @@ class ClientListeners {
     list_ = std::make_shared<const List>();
   }
 
+  bool empty() const { return current()->empty(); }
+
+  /// Calls `call(listener)` for each, in order. An exception is logged and the next one is called. `signature` as in
+  /// log/guarded.h.
+  template <class Signature, class Call>
+  void notify(const Signature& signature, Call&& call) const {
+    for (RequestReplyNodeClientListener* listener : *current()) {
+      tessivar::framework::guarded(signature, [&] { call(*listener); });
+    }
+  }
+
+ private:
   std::shared_ptr<const List> current() const {
     const std::lock_guard lock(mutex_);
     return list_;
   }
 
- private:
   mutable std::mutex mutex_;
   std::shared_ptr<const List> list_ = std::make_shared<const List>();
 };

@@ -120,9 +120,10 @@ DDSPtr<Req> DDSRequestReply<Value, Req, Rep>::createRequest(Value* value) {
 template <class Value, class Req, class Rep>
 template <class F>
 void DDSRequestReply<Value, Req, Rep>::forValueListeners(F&& call) {
-  for (RequestReplyNodeClientListener* listener : *this->clientListeners().current()) {
-    if (auto* const valueListener = dynamic_cast<RequestReplyClientListener<Value>*>(listener)) call(*valueListener);
-  }
+  const auto where = [] { return signature("void ", "forValueListeners(void)"); };
+  this->clientListeners().notify(where, [&](RequestReplyNodeClientListener& listener) {
+    if (auto* const valueListener = dynamic_cast<RequestReplyClientListener<Value>*>(&listener)) call(*valueListener);
+  });
 }
 
 template <class Value, class Req, class Rep>
@@ -133,7 +134,7 @@ void DDSRequestReply<Value, Req, Rep>::dispatchValue(const Value& value, const D
 template <class Value, class Req, class Rep>
 void DDSRequestReply<Value, Req, Rep>::dispatchRemoval(typename DDSNode<Value>::TDataReader& reader,
                                                        const DDS_SampleInfo& info) {
-  if (this->clientListeners().current()->empty()) return;
+  if (this->clientListeners().empty()) return;
   const DDSPtr<Value> key(TypeOf<Value>::TypeSupport::create_data());
   if (!key || reader.get_key_value(*key, info.instance_handle) != DDS_RETCODE_OK) return;
   forValueListeners([&](auto& listener) { listener.valueRemoved(key.get(), info); });

@@ -400,7 +400,8 @@ bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
 template <class Req, class Rep>
 void DDSRequestReplyNode<Req, Rep>::notifyMatchCount() {
   const int count = calculateMatchCount();
-  for (RequestReplyNodeClientListener* listener : *clientListeners_.current()) listener->matchCountChanged(count);
+  clientListeners_.notify([] { return signature("void ", "notifyMatchCount(void)"); },
+                          [count](auto& listener) { listener.matchCountChanged(count); });
 }
 
 template <class Req, class Rep>
@@ -409,14 +410,16 @@ void DDSRequestReplyNode<Req, Rep>::dispatch(const Rep& reply, const DDS_SampleI
   const Ticket ticket = pendingTickets_.find(reply.ticketId);
   if (!ticket) return;
   DDSPtr<Rep> copy(TypeOf<Rep>::TypeSupport::create_data());
+  const auto where = [] {
+    return signature("void ",
+                     "dispatch(const class " + std::string(TypeOf<Rep>::name()) + " &,const struct DDS_SampleInfo &)");
+  };
   if (!copy || TypeOf<Rep>::TypeSupport::copy_data(copy.get(), &reply) != DDS_RETCODE_OK) {
-    logError() << signature("void ", "dispatch(const class " + std::string(TypeOf<Rep>::name()) +
-                                         " &,const struct DDS_SampleInfo &)")
-               << " Failed to copy the reply of ticket " << reply.ticketId;
+    logError() << where() << " Failed to copy the reply of ticket " << reply.ticketId;
     return;
   }
   ticket->complete(std::move(copy), info);
-  for (RequestReplyNodeClientListener* listener : *clientListeners_.current()) listener->ticketChanged(reply.ticketId);
+  clientListeners_.notify(where, [&](auto& listener) { listener.ticketChanged(reply.ticketId); });
 }
 
 // --- the server side

@@ -1,9 +1,9 @@
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
+#include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/log/logger.h"
 
 #include <algorithm>
-#include <exception>
 #include <utility>
 
 namespace TessivarDDS {
@@ -81,7 +81,8 @@ bool WaitSetThread::detachRunner(DDSDataReader* reader) {
 }
 
 void WaitSetThread::release(const Entry& entry) {
-  entry.runner->cleanUpReader();
+  tessivar::framework::guarded("void __cdecl TessivarDDS::WaitSetThread::release(void)",
+                               [&] { entry.runner->cleanUpReader(); });
   if (entry.owned) delete entry.runner;
 }
 
@@ -137,13 +138,7 @@ bool WaitSetThread::serve(DDSCondition* condition) {
       return candidate.runner->readCondition() == condition;
     });
     if (entry != runners_.end()) {
-      try {
-        entry->runner->processData();
-      } catch (const std::exception& exception) {
-        logError() << run_signature << " Exception in a runner: " << exception.what();
-      } catch (...) {
-        logError() << run_signature << " Exception in a runner.";
-      }
+      tessivar::framework::guarded(run_signature, [&] { entry->runner->processData(); });
       return true;
     }
   }

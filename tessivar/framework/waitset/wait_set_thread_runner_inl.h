@@ -1,10 +1,10 @@
 // Definitions for wait_set_thread_runner.h; include that.
 #pragma once
 
+#include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"
 
-#include <exception>
 #include <string>
 
 namespace TessivarDDS {
@@ -36,13 +36,7 @@ void WaitSetThreadRunner<T>::processData() {
     logError() << signature("processData(void)") << " Error returned whilst reading from data reader. Code: " << code;
     return;
   }
-  try {
-    processSamples(samples, infos);
-  } catch (const std::exception& exception) {
-    logError() << signature("processData(void)") << " Exception in a handler: " << exception.what();
-  } catch (...) {
-    logError() << signature("processData(void)") << " Exception in a handler.";
-  }
+  tessivar::framework::guarded([] { return signature("processData(void)"); }, [&] { processSamples(samples, infos); });
   if (reader_->return_loan(samples, infos) != DDS_RETCODE_OK) {
     logError() << signature("processData(void)") << "Return loan error";
   }
@@ -51,14 +45,8 @@ void WaitSetThreadRunner<T>::processData() {
 template <class T>
 void WaitSetThreadRunner<T>::processSamples(TSeq& samples, DDS_SampleInfoSeq& infos) {
   for (DDS_Long i = 0; i < samples.length(); ++i) {
-    try {
-      process(samples[i], infos[i]);
-    } catch (const std::exception& exception) {
-      logError() << signature("processSamples(class Seq &,struct DDS_SampleInfoSeq &)")
-                 << " Exception in a handler: " << exception.what();
-    } catch (...) {
-      logError() << signature("processSamples(class Seq &,struct DDS_SampleInfoSeq &)") << " Exception in a handler.";
-    }
+    tessivar::framework::guarded([] { return signature("processSamples(class Seq &,struct DDS_SampleInfoSeq &)"); },
+                                 [&] { process(samples[i], infos[i]); });
   }
 }
 
