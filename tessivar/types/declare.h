@@ -105,7 +105,7 @@
       PRESTypePluginEndpointData endpoint, RTIBool include_encapsulation, RTIEncapsulationId encapsulation_id,  \
       unsigned int current_alignment);
 
-/// Structures and unions. T_Plugin_serialize_to_cdr_buffer writes in the host's order; a null buffer asks for the
+/// Structures and unions. TPlugin_serialize_to_cdr_buffer writes in the host's order; a null buffer asks for the
 /// length. T_Plugin_data_to_string: `size` is the room and, out, what is needed with the terminator.
 #define TESSIVAR_DECLARE_BUFFER_FUNCTIONS(T)                                                                     \
   TESSIVAR_API int T##Plugin_deserialize(PRESTypePluginEndpointData endpoint, T** sample, RTIBool* drop_sample,  \

@@ -146,7 +146,19 @@ class Victim {
     DDS_KeyHash_t hash;
     const bool accepted = plugin_.check(exact.get(), octets.size(), &hash);
     ASSERT_EQ(plugin_.decode(into_.get(), exact.get(), octets.size()), accepted) << to_hex(octets);
+
+    // The same octets as a key, and the key that is in them.
+    DDS_KeyHash_t key_hash;
+    if (plugin_.check_key(exact.get(), octets.size(), &key_hash)) {
+      ASSERT_TRUE(plugin_.decode_key(second_.get(), exact.get(), octets.size())) << to_hex(octets);
+      ASSERT_EQ(hash_of(second_), to_hex(key_hash)) << to_hex(octets);
+    }
+    std::uint8_t key[512];
+    const std::size_t key_size = plugin_.encoded_to_key(exact.get(), octets.size(), key, sizeof key);
     if (!accepted) return;
+
+    ASSERT_TRUE(plugin_.check_key(key, key_size, &key_hash)) << to_hex(octets);
+    ASSERT_EQ(to_hex(key_hash), to_hex(hash)) << to_hex(octets);
     ASSERT_EQ(hash_of(into_), to_hex(hash)) << to_hex(octets);
     const auto again = encoding_of(into_, true);
     ASSERT_TRUE(again) << to_hex(octets);
