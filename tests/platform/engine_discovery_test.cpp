@@ -2,6 +2,7 @@
 #include "tests/platform/engine_fixture.h"
 #include "tests/platform/engine_process.h"
 
+#include <atomic>
 #include <set>
 
 #include <gmock/gmock.h>
@@ -138,6 +139,26 @@ TEST(EngineDiscovery, OneThatIsIgnoredLaterGoesAndStaysAway) {
   std::vector<EngineSlot> slots;
   ASSERT_TRUE(eventually([&] { return reader->access({}, -1, slots) == DDS_RETCODE_OK; }));
   for (const EngineSlot& slot : slots) EXPECT_TRUE(!slot.info.valid_data || decode(slot).id == 2);
+}
+
+/// Needs the participant that it is told for, as one that wants to ignore does.
+class Expecting final : public EngineParticipantEvents {
+ public:
+  void participant_seen(const DDS_ParticipantBuiltinTopicData&, const DDS_InstanceHandle_t&, bool) override {
+    if (!eventually([&] { return created.load(); }, 5s)) in_vain = true;
+  }
+  std::atomic<bool> created{false};
+  std::atomic<bool> in_vain{false};
+};
+
+TEST(EngineDiscovery, ACallbackMayWaitForTheCreationThatIsGoingOn) {
+  const auto other = make_participant(named("other"));
+  for (int round = 0; round < 50; ++round) {
+    Expecting events;
+    const auto participant = make_participant(participant_config(domain), &events);
+    events.created = true;
+    ASSERT_FALSE(events.in_vain);
+  }
 }
 
 const Role short_lived("discovery_peer", [](Channel& parent) {

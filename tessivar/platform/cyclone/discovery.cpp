@@ -135,6 +135,10 @@ void Discovery::show_known(dds_entity_t participant) {
     const std::lock_guard guard(lock_);
     own_guid_ = to_guid(own.keyHash.value);
   }
+  worker_.post([this, participant] { look_for_missed(participant); });
+}
+
+void Discovery::look_for_missed(dds_entity_t participant) {
   const dds_entity_t reader = dds_create_reader(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, nullptr, nullptr);
   if (reader < 0) return;
   constexpr std::size_t chunk = 64;

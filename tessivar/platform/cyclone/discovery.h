@@ -30,7 +30,8 @@ class Discovery {
 
   /// False when the engine's internals are unavailable: nothing is shown or ignored then.
   bool active() const { return watch_ != nullptr; }
-  /// Shows those that were discovered before the watch began. `participant` is our own.
+  /// Shows those that were discovered before the watch began, on the worker: the engine waits for the discovery thread
+  /// meanwhile, which may be telling somebody who waits for our participant. `participant` is our own.
   void show_known(dds_entity_t participant);
   /// Before the domain's deletion. Nothing is told any more when it returns. Not from inside a callback.
   void stop();
@@ -54,6 +55,7 @@ class Discovery {
   static bool on_alive(void* self, const cyclone_participant* participant, bool locked);
   static void on_gone(void* self, const std::uint8_t guid[16]);
   void deliver();
+  void look_for_missed(dds_entity_t participant);
   bool is_ignored(const Guid& guid);
   void forget_old_ignored();
 
