@@ -30,6 +30,12 @@ struct DDS_DurabilityQosPolicy {
   DDS_DurabilityQosPolicyKind kind = DDS_VOLATILE_DURABILITY_QOS;
 };
 
+/// What a transient-local writer keeps for readers that come later.
+struct DDS_DurabilityServiceQosPolicy {
+  /// Samples of each instance; 0: as its history policy says.
+  DDS_Long history_depth = 0;
+};
+
 struct DDS_ReliabilityQosPolicy {
   DDS_ReliabilityQosPolicyKind kind = DDS_BEST_EFFORT_RELIABILITY_QOS;
   /// How long a write may wait for room before it reports a timeout.
@@ -215,6 +221,7 @@ struct DDS_TopicQos {
 /// A writer is reliable by default (OMG DDS 1.4, 2.2.3.14).
 struct DDS_DataWriterQos {
   DDS_DurabilityQosPolicy durability;
+  DDS_DurabilityServiceQosPolicy durability_service;
   DDS_DeadlineQosPolicy deadline;
   DDS_LatencyBudgetQosPolicy latency_budget;
   DDS_LivelinessQosPolicy liveliness;

@@ -1,5 +1,6 @@
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/requestreply/tessivar_request_reply_service.h"
+#include "tessivar/types/logging/logging.h"
 #include "tests/control/support/log_recorder.h"
 #include "tests/framework/support/bus.h"
 #include "tests/framework/support/samples.h"
@@ -316,7 +317,7 @@ TEST_F(RequestReply, names_its_topics_and_agrees_on_their_qos) {
   DDS_DataReaderQos replies, values;
   ASSERT_EQ(client.replyNode().dataReader()->get_qos(replies), DDS_RETCODE_OK);
   ASSERT_EQ(client.valueNode().dataReader()->get_qos(values), DDS_RETCODE_OK);
-  EXPECT_EQ(replies.history.depth, 1024);
+  EXPECT_EQ(replies.history.depth, 65536);
   EXPECT_EQ(replies.liveliness.lease_duration, (DDS_Duration_t{3, 0}));
   EXPECT_EQ(values.history.depth, 1);
   for (const DDS_DataReaderQos& qos : {replies, values}) {

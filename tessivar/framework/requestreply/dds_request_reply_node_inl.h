@@ -13,8 +13,11 @@ namespace detail {
 #define TESSIVAR_SIGNATURE_NAME_DOMAIN "(const " TESSIVAR_SIGNATURE_STRING " &,class TessivarDDS::DDSDomain *)"
 
 constexpr int match_poll_milliseconds = 50;
-/// A burst of replies to one client is one instance's; so many must not overwrite each other.
-constexpr DDS_Long reply_depth = 1024;
+/// All replies to one client are one instance, and a burst must not overwrite itself: neither in the reader, where
+/// every ticket number may wait to be taken, …
+constexpr DDS_Long unread_replies = 65536;
+/// … nor on its way there. The engine makes room for so many with the first reply to a client.
+constexpr DDS_Long unacknowledged_replies = 16384;
 
 }  // namespace detail
 
@@ -209,10 +212,11 @@ bool DDSRequestReplyNode<Req, Rep>::createWriters() {
     } else {
       if (!replyNode_.dataWriterQos(qos)) return false;
       // Reply readers ask for transient-local, and a volatile writer would never match them. What is kept for them is
-      // bounded.
+      // as good as nothing, and a client that does not keep up makes no other one wait.
       qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+      qos.durability_service.history_depth = 1;
       qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
-      qos.history.depth = detail::reply_depth;
+      qos.history.depth = detail::unacknowledged_replies;
     }
     if (!replyNode_.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, qos)) return false;
   }
@@ -228,7 +232,7 @@ bool DDSRequestReplyNode<Req, Rep>::createReaders() {
       if (!domain->dataReaderQosProfile(qosLibrary_, replyProfile_, qos)) return false;
     } else {
       if (!replyNode_.stateReaderQos(qos)) return false;
-      qos.history.depth = detail::reply_depth;
+      qos.history.depth = detail::unread_replies;
     }
     if (!replyNode_.createDataReader(&replyReaderListener_,
                                      DDS_SUBSCRIPTION_MATCHED_STATUS | DDS_LIVELINESS_CHANGED_STATUS, qos)) {

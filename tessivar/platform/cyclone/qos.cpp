@@ -62,8 +62,10 @@ EngineQos to_engine_qos(const DDS_DataWriterQos& qos, bool ignore_own_participan
   const DDS_ResourceLimitsQosPolicy& limits = qos.resource_limits;
   dds_qset_resource_limits(result.get(), limits.max_samples, limits.max_instances, limits.max_samples_per_instance);
   // The engine keeps for late joiners what this policy says, which is one sample an instance unless it is set.
-  dds_qset_durability_service(result.get(), 0, to_engine(qos.history.kind), qos.history.depth, limits.max_samples,
-                              limits.max_instances, limits.max_samples_per_instance);
+  const DDS_Long kept = qos.durability_service.history_depth;
+  dds_qset_durability_service(result.get(), 0, kept > 0 ? DDS_HISTORY_KEEP_LAST : to_engine(qos.history.kind),
+                              kept > 0 ? kept : qos.history.depth, limits.max_samples, limits.max_instances,
+                              limits.max_samples_per_instance);
   dds_qset_writer_data_lifecycle(result.get(), qos.writer_data_lifecycle.autodispose_unregistered_instances != 0);
   return result;
 }

@@ -39,6 +39,7 @@ enum DomainId {
   domain_route_progress,
   domain_unconnected_routes,
   domain_route_pipeline,
+  domain_route_burst,
   domain_foreign_route,
   domain_routing_in_traffic,
   domain_large_router,
