@@ -174,20 +174,29 @@ TEST(RoutingSubscription, CleansUpInTrafficAndBeginsAnew) {
 class LargeRouter : public ::testing::TestWithParam<const char*> {};
 
 // Four matrices of 2,000 by 2,000 ports, with 4,000 associations of either side and as many routes in each.
-TEST_P(LargeRouter, ReachesALateControllerCompletely) {
+TEST_P(LargeRouter, ReachesEarlyAndLateControllersCompletely) {
   const bool batched = GetParam() == std::string("on");
   const int domain = batched ? domain_large_router : domain_large_router_unbatched;
+  const auto follow = [](Peer& controller) {
+    ASSERT_TRUE(controller.does("count"));
+    ASSERT_TRUE(controller.does("create"));
+    ASSERT_TRUE(controller.does("subscribe " + first));
+    controller.begin("await 8000 8000 16000 16000 16000");
+  };
+  const auto expect_everything = [](Peer& controller) {
+    EXPECT_TRUE(controller.sees("did await ok", long_time));
+    EXPECT_TRUE(controller.sees("misnamed 0"));
+  };
+  Peer early("controller", domain);
+  follow(early);
   Peer device("router", domain);
   ASSERT_TRUE(device.does(std::string("batching ") + GetParam()));
   device.begin("fill " + first + " 4 2000 4000");
   ASSERT_TRUE(device.sees("did fill ok", long_time));
-  Peer controller("controller", domain);
-  ASSERT_TRUE(controller.does("count"));
-  ASSERT_TRUE(controller.does("create"));
-  ASSERT_TRUE(controller.does("subscribe " + first));
-  controller.begin("await 8000 8000 16000 16000 16000");
-  EXPECT_TRUE(controller.sees("did await ok", long_time));
-  EXPECT_TRUE(controller.sees("misnamed 0"));
+  expect_everything(early);
+  Peer late("controller", domain);
+  follow(late);
+  expect_everything(late);
 }
 
 INSTANTIATE_TEST_SUITE_P(Batching, LargeRouter, ::testing::Values("on", "off"),

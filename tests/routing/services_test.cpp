@@ -181,6 +181,65 @@ TEST_F(RoutingServicesOnDomain, OfCopiesAreCleanedUpOnce) {
   EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
+/// Protects the first level of a destination, as it is asked to, and refuses all else.
+class Guard : public RequestReplyServerListener<Tessivar_Routing::DestinationChangeRequest,
+                                                Tessivar_Routing::DestinationChangeReply> {
+ public:
+  Tessivar_Routing::DestinationChangeReply* processRequest(
+      const Tessivar_Routing::DestinationChangeRequest* request) override {
+    auto* reply = Tessivar_Routing::DestinationChangeReplyTypeSupport::create_data();
+    const DDS_BooleanSeq& levels = request->level_mask;
+    const bool first_alone = levels.length() == 2 && levels[0] && !levels[1] && request->newValue.protect;
+    reply->result = first_alone ? Tessivar_Routing::COMPLETE : Tessivar_Routing::FAILED;
+    return reply;
+  }
+};
+
+class Watch : public RequestReplyClientListener<Tessivar_Routing::Destination> {
+ public:
+  explicit Watch(tessivar::testing::Events& events) : events_(events) {}
+  void valueChanged(const Tessivar_Routing::Destination* destination) override { events_.add(destination->unitId); }
+
+ private:
+  tessivar::testing::Events& events_;
+};
+
+TEST_F(RoutingServicesOnDomain, ChangeDestinationsOnRequest) {
+  using namespace Tessivar_Routing;
+  Guard guard;
+  ASSERT_TRUE(services_.createServerServices());
+  services_.protectService()->setListener(&guard);
+  tessivar::testing::Events events;
+  Watch watch(events);
+  LoopbackDomain client_domain(domain_id);
+  client_domain.registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
+  ProtectRequestReplyService client(true, {AddressEx(1, 3, 1)});
+  client.attachListener(&watch);
+  ASSERT_TRUE(client.create("Orvel.Routing.DestinationsChanges", &client_domain));
+  ASSERT_TRUE(client.waitForMatch(20000));
+
+  const DDSPtr destination(DestinationTypeSupport::create_data());
+  AddressEx(1, 3, 1).copyTo(destination->unitId);
+  destination->protect = DDS_BOOLEAN_TRUE;
+  for (const bool both : {false, true}) {
+    DDSPtr<DestinationChangeRequest> request = client.createRequest(destination.get());
+    ASSERT_TRUE(request && request->level_mask.length(2));
+    request->level_mask[0] = DDS_BOOLEAN_TRUE;
+    request->level_mask[1] = both;
+    const auto ticket = client.makeRequest(request);
+    ASSERT_TRUE(ticket);
+    ASSERT_TRUE(tessivar::testing::eventually([&] { return ticket->received.load(); }));
+    EXPECT_EQ(ticket->reply->result, both ? FAILED : COMPLETE);
+  }
+  // Of another router's destinations nothing comes.
+  AddressEx(1, 3, 2).copyTo(destination->unitId);
+  ASSERT_TRUE(services_.protectService()->valueNode().writeSample(destination));
+  AddressEx(1, 3, 1).copyTo(destination->unitId);
+  ASSERT_TRUE(services_.protectService()->valueNode().writeSample(destination));
+  EXPECT_THAT(events.take(1), ElementsAre("0001:03:01"));
+  client.cleanUp();
+}
+
 struct Occupied {
   const char* topic;
   const char* failure;
