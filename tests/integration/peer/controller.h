@@ -11,8 +11,8 @@ class DDSDomain;
 
 namespace tessivar::testing {
 
-/// Commands: create · subscribe ADDRESS… · set ADDRESS DEST SOURCE (waits for the last reply) · flood ADDRESS FIRST COUNT
-/// WINDOW (routes to the destinations from FIRST on) · count (from now on, instead of reporting) · await SOURCES
+/// Commands: create · subscribe ADDRESS… · set ADDRESS DEST SOURCE (waits for the last reply) · flood ADDRESS FIRST
+/// COUNT WINDOW (routes to the destinations from FIRST on) · count (from now on, instead of reporting) · await SOURCES
 /// DESTINATIONS SOURCE_ASSOCIATIONS DESTINATION_ASSOCIATIONS ROUTES (until so many different ones were counted) ·
 /// clean-up (afterwards everything is as at the start).
 /// Events: router-added ADDRESS NAME · router-removed ADDRESS · source|destination|source-association|
