@@ -1,5 +1,6 @@
 #include "tessivar/control/client.h"
 
+#include "tessivar/control/reader_query.h"
 #include "tessivar/control/services.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/pointers/listener_list.h"
@@ -12,6 +13,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace TessivarDDS {
@@ -23,46 +25,6 @@ constexpr DDS_Long samples_per_cycle = 256;
 constexpr int poll_milliseconds = 10;
 
 using Ticket = TessivarClient::Ticket;
-
-template <class Reader, class Seq>
-void returnLoan(const char* signature, Reader* reader, Seq& samples, DDS_SampleInfoSeq& infos) {
-  const DDS_ReturnCode_t code = reader->return_loan(samples, infos);
-  if (code != DDS_RETCODE_OK) logError() << signature << " Return loan error returned : " << code;
-}
-
-template <class Reader, class Seq>
-bool readAll(const char* signature, Reader* reader, Seq& samples, DDS_SampleInfoSeq& infos, int timeoutMs) {
-  DDS_ReturnCode_t code = reader->wait_for_historical_data(DDS_Duration_from_millis(timeoutMs));
-  if (code != DDS_RETCODE_OK)
-    logWarning() << signature << " wait for historical data returned an unexpected code:  " << code;
-  code = reader->read(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
-                      DDS_ANY_INSTANCE_STATE);
-  if (code == DDS_RETCODE_OK || code == DDS_RETCODE_NO_DATA) return true;
-  logError() << signature << " Error returned whilst reading from data reader. Code: " << code;
-  return false;
-}
-
-/// The current sample of the instance that `out` names by its key, copied into `out`.
-template <class Support, class Seq, class Reader, class Sample>
-bool readOne(const char* signature, Reader* reader, const DDS_InstanceHandle_t& handle, Sample& out) {
-  Seq samples;
-  DDS_SampleInfoSeq infos;
-  const DDS_ReturnCode_t code = reader->read_instance(samples, infos, 1, handle, DDS_ANY_SAMPLE_STATE,
-                                                      DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
-  const char* fault = nullptr;
-  if (code != DDS_RETCODE_OK) {
-    fault = " Error returned from read instance";
-  } else if (samples.length() != 1) {
-    fault = "Unexpected length";
-  } else if (!infos[0].valid_data) {
-    fault = "Invalid data";
-  } else if (Support::copy_data(&out, &samples[0]) != DDS_RETCODE_OK) {
-    fault = "Copy data failed!";
-  }
-  if (fault) logError() << signature << fault;
-  returnLoan(signature, reader, samples, infos);
-  return !fault;
-}
 
 /// The next reply to a request; null when none comes in time.
 DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs) {
@@ -99,6 +61,8 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
   /// Ends all callbacks, which may use the client until then.
   void leave() {
     waitSetThread.stop();  // first, as its runners use readers of the services
+    unitQuery.close();
+    valueQuery.close();
     services.cleanUp();
   }
 
@@ -149,7 +113,59 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
     return texts;
   }
 
-  Tessivar::CommandDataReader* valueReader() { return services.commandService()->valueNode().dataReader(); }
+  /// True on the thread that tells of values and tickets.
+  bool inReplyCallback() const {
+    const TessivarRequestReplyService* service = services.commandService();
+    return service && service->waitSetThread() && service->waitSetThread()->isCurrent();
+  }
+  /// True on any thread that calls listeners.
+  bool inCallback() const { return waitSetThread.isCurrent() || inReplyCallback(); }
+
+  /// Tells each listener of the samples of an instance. They are read under the list's lock, so that no listener hears
+  /// something older after something newer.
+  template <class Seq, class Reader, class Tell>
+  void tell(const char* signature, Reader& reader, const DDS_InstanceHandle_t& instance, Tell&& one) {
+    Seq samples;
+    DDS_SampleInfoSeq infos;
+    bool read = false;
+    listeners.notify(signature, [&](TessivarClientListener& listener) {
+      if (!std::exchange(read, true))
+        reader.read_instance(samples, infos, DDS_LENGTH_UNLIMITED, instance, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                             DDS_ANY_INSTANCE_STATE);
+      for (DDS_Long i = 0; i < samples.length(); ++i) one(listener, samples[i], infos[i]);
+    });
+    reader.return_loan(samples, infos);
+  }
+
+  void tellUnit(Tessivar::UnitDataReader& reader, const DDS_InstanceHandle_t& instance) {
+    const DDSPtr key(Tessivar::UnitTypeSupport::create_data());
+    if (!key || reader.get_key_value(*key, instance) != DDS_RETCODE_OK) return;
+    const AddressEx address(key->unitId);
+    tell<Tessivar::UnitSeq>(
+        "void __cdecl TessivarDDS::TessivarClient::Private::tellUnit(void)", reader, instance,
+        [&](TessivarClientListener& listener, const Tessivar::Unit& unit, const DDS_SampleInfo& info) {
+          if (info.valid_data && info.instance_state == DDS_ALIVE_INSTANCE_STATE) {
+            listener.unitAdded(&unit);
+          } else if (info.sample_rank == 0) {
+            listener.unitRemoved(address);
+          }
+        });
+  }
+
+  void tellValue(Tessivar::CommandDataReader& reader, const DDS_InstanceHandle_t& instance) {
+    tell<Tessivar::CommandSeq>(
+        "void __cdecl TessivarDDS::TessivarClient::Private::tellValue(void)", reader, instance,
+        [](TessivarClientListener& listener, const Tessivar::Command& command, const DDS_SampleInfo& info) {
+          if (info.valid_data) listener.commandValueChanged(&command);
+        });
+  }
+
+  ReaderQuery<Tessivar::Unit> unitQuery{
+      [this] { return services.unitNode()->dataReader(); }, [this] { return inCallback(); },
+      [this](Tessivar::UnitDataReader& reader, const DDS_InstanceHandle_t& unit) { tellUnit(reader, unit); }};
+  ReaderQuery<Tessivar::Command> valueQuery{
+      [this] { return services.commandService()->valueNode().dataReader(); }, [this] { return inCallback(); },
+      [this](Tessivar::CommandDataReader& reader, const DDS_InstanceHandle_t& value) { tellValue(reader, value); }};
 
   void rememberUnit(const DDS_InstanceHandle_t& handle, const AddressEx& address) {
     const ScopedLock lock(unitsLock);
@@ -237,6 +253,8 @@ bool TessivarClient::create() {
   TessivarServices& services = private_->services;
   WaitSetThread& thread = private_->waitSetThread;
   thread.stop();  // what a create() that failed may have left
+  private_->unitQuery.close();
+  private_->valueQuery.close();
   if (!services.create(true, private_->interestTexts())) {
     logError() << signature << "Unable to create services!";
     return false;
@@ -246,6 +264,10 @@ bool TessivarClient::create() {
     return false;
   }
   services.commandService()->attachListener(private_.get());
+  if (!private_->unitQuery.open() || !private_->valueQuery.open()) {
+    logError() << signature << "Failed to create read condition";
+    return false;
+  }
   const auto attach = [&](std::unique_ptr<WaitSetThreadRunnerBase> runner) {
     if (!thread.attachRunner(runner.get(), true)) return false;
     runner.release();
@@ -288,7 +310,7 @@ bool TessivarClient::waitForMatch(int timeoutMs) {
 
 bool TessivarClient::waitForHistoricalData(int timeoutMs) {
   if (!waitForMatch(timeoutMs) || !private_->services.verifyCommandNode()) return false;
-  return private_->valueReader()->wait_for_historical_data(DDS_Duration_from_millis(timeoutMs)) == DDS_RETCODE_OK;
+  return private_->valueQuery.reader()->wait_for_historical_data(DDS_Duration_from_millis(timeoutMs)) == DDS_RETCODE_OK;
 }
 
 bool TessivarClient::registerInterest(const AddressEx& address) {
@@ -323,33 +345,33 @@ bool TessivarClient::hasUnit(const AddressEx& address) {
 
 bool TessivarClient::queryUnits(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos, int timeoutMs) {
   if (!private_->services.verifyUnitNode()) return false;
-  return readAll(
+  return private_->unitQuery.all(
       "bool __cdecl TessivarDDS::TessivarClient::queryUnits("
       "struct Tessivar::UnitSeq &,struct DDS_SampleInfoSeq &,int)",
-      private_->services.unitNode()->dataReader(), units, infos, timeoutMs);
+      units, infos, timeoutMs);
 }
 
 void TessivarClient::freeUnitData(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos) {
   if (!private_->services.verifyUnitNode()) return;
-  returnLoan(
+  private_->unitQuery.returnLoan(
       "void __cdecl TessivarDDS::TessivarClient::freeUnitData(struct Tessivar::UnitSeq &,struct DDS_SampleInfoSeq &)",
-      private_->services.unitNode()->dataReader(), units, infos);
+      units, infos);
 }
 
 bool TessivarClient::queryCommands(Tessivar::CommandSeq& commands, DDS_SampleInfoSeq& infos, int timeoutMs) {
   if (!private_->services.verifyCommandNode()) return false;
-  return readAll(
+  return private_->valueQuery.all(
       "bool __cdecl TessivarDDS::TessivarClient::queryCommands("
       "struct Tessivar::CommandSeq &,struct DDS_SampleInfoSeq &,int)",
-      private_->valueReader(), commands, infos, timeoutMs);
+      commands, infos, timeoutMs);
 }
 
 void TessivarClient::freeCommandData(Tessivar::CommandSeq& commands, DDS_SampleInfoSeq& infos) {
   if (!private_->services.verifyCommandNode()) return;
-  returnLoan(
+  private_->valueQuery.returnLoan(
       "void __cdecl TessivarDDS::TessivarClient::freeCommandData("
       "struct Tessivar::CommandSeq &,struct DDS_SampleInfoSeq &)",
-      private_->valueReader(), commands, infos);
+      commands, infos);
 }
 
 bool TessivarClient::queryUnit(const AddressEx& address, Tessivar::Unit& unit) {
@@ -362,10 +384,9 @@ bool TessivarClient::queryUnit(const AddressEx& address, Tessivar::Unit& unit) {
     return false;
   }
   if (!setKey(signature, address, unit.unitId)) return false;
-  Tessivar::UnitDataReader* reader = private_->services.unitNode()->dataReader();
-  const DDS_InstanceHandle_t handle = reader->lookup_instance(unit);
+  const DDS_InstanceHandle_t handle = private_->unitQuery.reader()->lookup_instance(unit);
   if (DDS_InstanceHandle_is_nil(&handle)) return false;
-  return readOne<Tessivar::UnitTypeSupport, Tessivar::UnitSeq>(signature, reader, handle, unit);
+  return private_->unitQuery.one(signature, handle, unit);
 }
 
 bool TessivarClient::queryCommand(const AddressEx& address, unsigned int commandNumber, Tessivar::Command& command) {
@@ -379,29 +400,35 @@ bool TessivarClient::queryCommand(const AddressEx& address, unsigned int command
   }
   if (!setKey(signature, address, command.unitId)) return false;
   command.commandNumber = commandNumber;
-  Tessivar::CommandDataReader* reader = private_->valueReader();
-  const DDS_InstanceHandle_t handle = reader->lookup_instance(command);
+  const DDS_InstanceHandle_t handle = private_->valueQuery.reader()->lookup_instance(command);
   if (DDS_InstanceHandle_is_nil(&handle)) {
     logError() << signature << " Queried instance does not exist";
     return false;
   }
-  return readOne<Tessivar::CommandTypeSupport, Tessivar::CommandSeq>(signature, reader, handle, command);
+  return private_->valueQuery.one(signature, handle, command);
 }
 
 bool TessivarClient::refreshUnits(int timeoutMs) {
+  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarClient::refreshUnits(int)";
+  if (!private_->services.verifyUnitNode()) return false;
   Tessivar::UnitSeq units;
   DDS_SampleInfoSeq infos;
-  if (!queryUnits(units, infos, timeoutMs)) return false;
+  if (!private_->unitQuery.read(signature, units, infos, timeoutMs)) return false;
   for (DDS_Long i = 0; i < units.length(); ++i) {
     const DDS_SampleInfo& info = infos[i];
     if (info.valid_data) {
       private_->notifyUnitAdded(&units[i]);
       private_->rememberUnit(info.instance_handle, AddressEx(units[i].unitId));
-    } else if (info.instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE) {
-      if (const auto address = private_->forgetUnit(info.instance_handle)) private_->notifyUnitRemoved(*address);
+      continue;
+    }
+    const bool disposed = info.instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
+    if (const auto address = disposed ? private_->forgetUnit(info.instance_handle) : std::nullopt) {
+      private_->notifyUnitRemoved(*address);
+    } else if (info.sample_state == DDS_NOT_READ_SAMPLE_STATE) {
+      private_->tellUnit(*private_->unitQuery.reader(), info.instance_handle);  // the runner would have told
     }
   }
-  freeUnitData(units, infos);
+  private_->unitQuery.returnLoan(signature, units, infos);
   return true;
 }
 
@@ -434,8 +461,7 @@ bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutM
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarClient::setCommand(class TessivarDDS::DDSPtr<struct Tessivar::Command> &,int)";
   if (!private_->services.verifyCommandNode()) return false;
-  const WaitSetThread* replies = private_->services.commandService()->waitSetThread();
-  if (replies && replies->isCurrent()) {
+  if (private_->inReplyCallback()) {
     logError() << signature << "Called from commandValueChanged or commandTicketChanged, where no reply can arrive.";
     return false;
   }

@@ -65,7 +65,9 @@ class TESSIVAR_API TessivarClient {
   /// True when the unit was seen.
   bool hasUnit(const AddressEx& address);
 
-  // Queries. A unit, command or value that they are the first to see is still reported to the listeners.
+  // Queries. They take no news away from the listeners, who are told first of what has arrived; listeners that are slow
+  // hold a query up by at most a second. Within a callback a query waits for nothing, and what it then is the first to
+  // see is not told again.
 
   /// All units seen, with their states, after waiting at most `timeoutMs` for the history. Pass empty sequences; what
   /// they hold is lent until freeUnitData(), which must be called. True also when there are none.

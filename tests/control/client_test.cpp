@@ -160,6 +160,31 @@ TEST_F(Client, AnswersQueries) {
   EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
+TEST_F(Client, QueriesTakeNoNewsFromTheListeners) {
+  start();
+  const DDSPtr command(Tessivar::CommandTypeSupport::create_data());
+  const DDSPtr unit(Tessivar::UnitTypeSupport::create_data());
+  for (int i = 1; i <= 100; ++i) {
+    publish(camera, 1, i);
+    ASSERT_TRUE(
+        eventually([&] { return client_.queryCommand(camera, 1, *command) && command->value._u.intValue == i; }));
+    ASSERT_TRUE(events_.happens("value 1 " + std::to_string(i)));
+    ASSERT_TRUE(node_.addUnit(DDSPtr(Helper::createUnit(camera, std::to_string(i).c_str()))));
+    ASSERT_TRUE(eventually([&] { return client_.queryUnit(camera, *unit) && unit->name == std::to_string(i); }));
+    ASSERT_TRUE(events_.happens("unit 0001:02:0A"));
+  }
+  ASSERT_TRUE(node_.removeUnit(camera));
+  Tessivar::UnitSeq units;
+  DDS_SampleInfoSeq infos;
+  ASSERT_TRUE(eventually([&] {
+    EXPECT_TRUE(client_.queryUnits(units, infos, 5000));
+    const bool gone = infos.length() > 0 && infos[0].instance_state != DDS_ALIVE_INSTANCE_STATE;
+    client_.freeUnitData(units, infos);
+    return gone;
+  }));
+  EXPECT_TRUE(events_.happens("no unit 0001:02:0A"));
+}
+
 TEST_F(Client, RefusesSamplesThatAreNotInitialised) {
   start();
   Tessivar::Unit unit = {};
@@ -225,7 +250,10 @@ TEST_F(Client, MaySetFromSomeCallbacksOnly) {
   bool fromValue = true;
   listener_.during = [&](const std::string& text) {
     DDSPtr command = wanted(31);
-    if (text.starts_with("unit")) fromUnit = client_.setCommand(command, 10000);
+    if (text.starts_with("unit")) {
+      fromUnit = client_.setCommand(command, 10000);
+      events_.add("set");
+    }
     if (text == "value 1 30") {
       fromValue = client_.setCommand(command, -1);
       events_.add("tried");
@@ -237,14 +265,17 @@ TEST_F(Client, MaySetFromSomeCallbacksOnly) {
   EXPECT_FALSE(fromValue);
   EXPECT_THAT(log_.lines(), Contains(EndsWith("where no reply can arrive.")));
   ASSERT_TRUE(node_.addUnit(DDSPtr(Helper::createUnit(camera, "camera"))));
-  EXPECT_TRUE(events_.happens("value 1 31"));
-  node_.cleanUp();
-  client_.cleanUp();
+  EXPECT_TRUE(events_.happens("set"));
   EXPECT_TRUE(fromUnit);
 }
 
 TEST_F(Client, QueriesAndRegistersFromItsCallbacks) {
   listener_.during = [&](const std::string& text) {
+    if (text == "value 1 41") {
+      const DDSPtr command(Tessivar::CommandTypeSupport::create_data());
+      EXPECT_TRUE(client_.queryCommand(camera, 1, *command));
+      EXPECT_TRUE(client_.registerInterest(lamp));
+    }
     if (text != "unit 0001:02:0A") return;
     const DDSPtr unit(Tessivar::UnitTypeSupport::create_data());
     EXPECT_TRUE(client_.hasUnit(camera));
@@ -257,6 +288,9 @@ TEST_F(Client, QueriesAndRegistersFromItsCallbacks) {
   ASSERT_TRUE(node_.addUnit(DDSPtr(Helper::createUnit(camera, "camera"))));
   EXPECT_TRUE(events_.happens("value 1 41"));
   EXPECT_TRUE(device_events_.happens("interest 0001:02:0A"));
+  EXPECT_TRUE(device_events_.happens("interest 0001:02:0B"));
+  publish(lamp, 1, 42);
+  EXPECT_TRUE(events_.happens("value 1 42"));
 }
 
 TEST_F(Client, InterestBeforeCreationOnlyNarrows) {

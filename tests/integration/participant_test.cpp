@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -19,6 +20,9 @@ namespace tessivar::testing {
 namespace {
 
 using namespace TessivarDDS;
+
+// Also when the program is started by hand.
+[[maybe_unused]] const int on_loopback = ::setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
 
 TEST(Participant, IsAdmittedByItsType) {
   Peer client("client", domain_types, {"type=1", "allow=3,5"});
