@@ -39,6 +39,10 @@ bool RoutingClient::create() {
 bool RoutingClient::subscribe(const std::vector<AddressEx>& addresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::RoutingClient::subscribe(const " TESSIVAR_SIGNATURE_ADDRESSES " &)";
+  if (private_->inCallback()) {
+    logError() << signature << " Cannot subscribe from within a callback.";
+    return false;
+  }
   if (private_->services.sourcesNode()) return private_->resubscribe(signature, addresses);
   private_->services.setRoutingListener(private_.get());
   if (!private_->services.createClientReaderServices(addresses)) {
@@ -92,6 +96,11 @@ bool RoutingClient::completeSetRoute(DDSPtr<Ticket>& ticket) {
 }
 
 void RoutingClient::cleanUp() {
+  if (private_->inCallback()) {
+    logError() << "void __cdecl TessivarDDS::RoutingClient::cleanUp(void)"
+               << " Cannot clean up from within a callback.";
+    return;
+  }
   private_->leave();
   private_ = std::make_unique<Private>();
 }

@@ -15,10 +15,10 @@ class DDSDomain;
 /// Use: attachDomain, attachListener, create; then subscribe to some of the routers that are reported, beginSetRoute;
 /// finally cleanUp.
 ///
-/// Threads: attachDomain, create, subscribe and cleanUp belong to one controlling thread and never to a listener's
-/// call; nothing else may run in the client during cleanUp. Listeners may be attached and detached by any other thread
-/// at any time, routes be set by any thread, also from the listeners' calls, once the first subscribe has begun to
-/// report. A failure is one log line and false or null.
+/// Threads: attachDomain, create, subscribe and cleanUp belong to one controlling thread. From a listener's call, which
+/// they would wait for, subscribe and cleanUp are refused. Nothing else may run in the client during cleanUp. Listeners
+/// may be attached and detached by any other thread at any time, routes be set by any thread, also from the listeners'
+/// calls, once the first subscribe has begun to report. A failure is one log line and false or null.
 class TESSIVAR_API RoutingClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar_Routing::AssociationRouteChangeReply>;

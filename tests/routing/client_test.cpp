@@ -277,6 +277,26 @@ TEST_F(RoutingClientOnBus, LetsListenersSetRoutes) {
   client_.detachListener(&listener_);
 }
 
+TEST_F(RoutingClientOnBus, RefusesInACallbackWhatWouldWaitForIt) {
+  startDevice();
+  subscribe();
+  listener_.during = [&](const std::string& what) {
+    log_.lines();
+    EXPECT_FALSE(client_.subscribe({})) << what;
+    client_.cleanUp();
+    EXPECT_THAT(log_.lines(), ElementsAre(subscribe_signature + " Cannot subscribe from within a callback.",
+                                          "8 void __cdecl TessivarDDS::RoutingClient::cleanUp(void) Cannot clean up "
+                                          "from within a callback."));
+    events_.add("refused in " + what);
+  };
+  ASSERT_TRUE(device_.routingService()->valueNode().writeSample(make<AssociationRoute>("0001:03:01", 5)));
+  EXPECT_TRUE(events_.happens("refused in route 5"));
+  ASSERT_TRUE(device_.routerNode()->writeSample(make<Router>("0001:03:01")));
+  EXPECT_TRUE(events_.happens("refused in added 0001:03:01"));
+  client_.cleanUp();
+  EXPECT_TRUE(events_.happens("refused in removed 0001:03:01"));
+}
+
 TEST_F(RoutingClientOnBus, HasToBeginAnewAfterAFailedSubscription) {
   DDSNode<Router> occupant;
   occupant.attachDomain(&client_domain_);
