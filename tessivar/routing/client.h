@@ -17,8 +17,9 @@ class DDSDomain;
 ///
 /// Threads: attachDomain, create, subscribe and cleanUp belong to one controlling thread. From a listener's call, which
 /// they would wait for, subscribe and cleanUp are refused. Nothing else may run in the client during cleanUp. Listeners
-/// may be attached and detached by any other thread at any time, routes be set by any thread, also from the listeners'
-/// calls, once the first subscribe has begun to report. A failure is one log line and false or null.
+/// may be attached and detached by any other thread at any time. Routes may be set by any thread and from the
+/// listeners' calls, once the first subscribe has returned or, from routeChanged and ticketChanged, while it still
+/// runs. A failure is one log line and false or null.
 class TESSIVAR_API RoutingClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar_Routing::AssociationRouteChangeReply>;
