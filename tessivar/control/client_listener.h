@@ -13,10 +13,11 @@ namespace TessivarDDS {
 ///
 /// Units and metadata come on one thread of the library, values and tickets on another, but never two calls of one
 /// client at once. The client's listener list is locked during a call, so a call must not attach or detach listeners of
-/// the same client, nor clean it up. Queries, registerInterest and beginSetCommand may be called from every call;
-/// setCommand from unitAdded, unitRemoved and commandMetadataUpdated only (from the others it fails at once, as its
-/// reply would come on the very thread that waits). What a call is given is valid until it returns. An exception is
-/// logged, and the next listener is called.
+/// the same client, nor clean it up. Queries, registerInterest and beginSetCommand may be called from every call.
+/// setCommand may be called from unitAdded, unitRemoved and commandMetadataUpdated, but keeps all other calls waiting,
+/// and what waits for more than a second is not told: better use beginSetCommand. From commandValueChanged and
+/// commandTicketChanged setCommand fails at once, as its reply would come on the very thread that waits. What a call is
+/// given is valid until it returns. An exception is logged, and the next listener is called.
 class TESSIVAR_API TessivarClientListener {
  public:
   virtual ~TessivarClientListener() = default;
