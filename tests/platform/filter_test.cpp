@@ -27,7 +27,6 @@ class AtLeast : public DDSContentFilter {
     return DDS_RETCODE_OK;
   }
   DDS_Boolean evaluate(void* data, const void* sample, const DDS_FilterSampleInfo*) override {
-    ++evaluated;
     const auto& note = *static_cast<const Note*>(sample);
     if (note.text == "throw") throw 1;
     return note.value >= *static_cast<int*>(data);
@@ -37,7 +36,6 @@ class AtLeast : public DDSContentFilter {
     ++finalized;
   }
   std::atomic<int> compiled = 0;
-  std::atomic<int> evaluated = 0;
   std::atomic<int> finalized = 0;
 };
 
@@ -70,27 +68,71 @@ class FilterTest : public testing::Test {
   NoteWriter* writer = peer.writer();
 };
 
-TEST_F(FilterTest, LetsThroughWhatItsFilterAccepts) {
-  NoteReader* some = reader(filtered("10"));
-  NoteReader* all = side.reader();
-  for (const int value : {5, 10, 15}) writer->write({value, value, "text"});
-  EXPECT_THAT(ids(take(*all, 3)), UnorderedElementsAre(5, 10, 15));
-  EXPECT_THAT(ids(take(*some, 2)), UnorderedElementsAre(10, 15));
-  EXPECT_THAT(some->take(), IsEmpty());
-  DDS_SampleLostStatus lost;
-  some->get_sample_lost_status(lost);
-  EXPECT_EQ(lost.total_count, 0);
-}
-
 TEST_F(FilterTest, ForgivesAFilterThatThrows) {
   NoteReader* some = reader(filtered("10"));
   writer->write({1, 100, "throw"});
   writer->write({2, 100, ""});
   EXPECT_THAT(ids(take(*some, 1)), ElementsAre(2));
-  ASSERT_EQ(log.lines().size(), 1u);
-  EXPECT_THAT(log.lines()[0], HasSubstr("DDSContentFilter::evaluate"));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("DDSContentFilter::evaluate")));
   EXPECT_EQ(filtered("10", "throw"), nullptr);
   EXPECT_THAT(log.lines().back(), HasSubstr("refused expression \"throw\""));
+}
+
+TEST_F(FilterTest, RefusesIncompleteTopics) {
+  const DDS_StringSeq one = strings({"1"});
+  const struct {
+    const char* name;
+    DDSTopic* topic;
+    const char* expression;
+    DDS_StringSeq parameters;
+    const char* filter;
+    const char* line;
+  } cases[] = {
+      {nullptr, side.topic, "value", one, "at least", "name is missing"},
+      {"F", nullptr, "value", one, "at least", "related topic is missing"},
+      {"F", side.topic, nullptr, one, "at least", "expression is missing"},
+      {"F", side.topic, "value", one, "unknown", "no content filter \"unknown\" is registered"},
+      {"F", peer.topic, "value", one, "at least", "not this participant's"},
+      {"F", side.topic, "value", {}, "at least", "refused expression \"value\", return code 3"},
+      {side.topic->get_name(), side.topic, "value", one, "at least", "exists already"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(side.participant->create_contentfilteredtopic_with_filter(c.name, c.topic, c.expression, c.parameters,
+                                                                        c.filter),
+              nullptr);
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(c.line)));
+  }
+  EXPECT_EQ(filter.compiled, filter.finalized);
+  EXPECT_EQ(side.participant->delete_topic(side.topic), DDS_RETCODE_OK);  // nothing holds it
+}
+
+TEST_F(FilterTest, StaysWhileItIsUsed) {
+  DDSContentFilteredTopic* topic = filtered("10");
+  NoteReader* some = reader(topic);
+  EXPECT_EQ(side.participant->unregister_contentfilter("at least"), DDS_RETCODE_PRECONDITION_NOT_MET);
+  EXPECT_EQ(side.participant->delete_topic(side.topic), DDS_RETCODE_PRECONDITION_NOT_MET);
+  EXPECT_EQ(side.participant->delete_contentfilteredtopic(topic), DDS_RETCODE_PRECONDITION_NOT_MET);
+  EXPECT_EQ(side.participant->delete_datareader(some), DDS_RETCODE_OK);
+  EXPECT_EQ(filter.finalized, 0);
+  EXPECT_EQ(side.participant->delete_contentfilteredtopic(topic), DDS_RETCODE_OK);
+  EXPECT_EQ(filter.finalized, 1);
+  EXPECT_EQ(side.participant->unregister_contentfilter("at least"), DDS_RETCODE_OK);
+}
+
+TEST_F(FilterTest, TakesNewParametersForWhatIsToComeUnlessTheyAreRefused) {
+  DDSContentFilteredTopic* topic = filtered("10");
+  NoteReader* some = reader(topic);
+  EXPECT_EQ(topic->set_expression_parameters({}), DDS_RETCODE_BAD_PARAMETER);
+  EXPECT_EQ(filter.finalized, 0);
+  writer->write({1, 5, ""});
+  writer->write({2, 15, ""});
+  ASSERT_THAT(ids(take(*some, 1)), ElementsAre(2));
+  ASSERT_EQ(topic->set_expression_parameters(strings({"4"})), DDS_RETCODE_OK);
+  EXPECT_EQ(filter.finalized, 1);
+  writer->write({3, 3, ""});
+  writer->write({4, 5, ""});
+  EXPECT_THAT(ids(take(*some, 1)), ElementsAre(4));
+  EXPECT_THAT(some->take(), IsEmpty());
 }
 
 TEST_F(FilterTest, DoesNotHearOfTheEndOfWhatItRefused) {
@@ -107,166 +149,35 @@ TEST_F(FilterTest, DoesNotHearOfTheEndOfWhatItRefused) {
   EXPECT_THAT(some->take(), IsEmpty());
 }
 
-TEST_F(FilterTest, RefusesIncompleteTopics) {
-  const DDS_StringSeq one = strings({"1"});
-  auto* participant = side.participant;
-  const auto create = [&](const char* name, DDSTopic* topic, const char* expression, const DDS_StringSeq& parameters,
-                          const char* filter_name) {
-    return participant->create_contentfilteredtopic_with_filter(name, topic, expression, parameters, filter_name);
-  };
-  const struct {
-    DDSContentFilteredTopic* topic;
-    const char* line;
-  } cases[] = {
-      {create(nullptr, side.topic, "value", one, "at least"), "name is missing"},
-      {create("F", nullptr, "value", one, "at least"), "related topic is missing"},
-      {create("F", side.topic, nullptr, one, "at least"), "expression is missing"},
-      {create("F", side.topic, "value", one, nullptr), "filter's name is missing"},
-      {create("F", side.topic, "value", one, "unknown"), "no content filter \"unknown\" is registered"},
-      {create("F", peer.topic, "value", one, "at least"), "not this participant's"},
-      {create("F", side.topic, "value", {}, "at least"), "refused expression \"value\", return code 3"},
-      {create(side.topic->get_name(), side.topic, "value", one, "at least"), "exists already"},
-  };
-  const std::vector<std::string> lines = log.lines();
-  ASSERT_EQ(lines.size(), std::size(cases));
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    EXPECT_EQ(cases[i].topic, nullptr) << i;
-    EXPECT_THAT(lines[i], HasSubstr(cases[i].line));
-  }
-  EXPECT_EQ(filter.compiled, filter.finalized);
-  EXPECT_EQ(participant->delete_topic(side.topic), DDS_RETCODE_OK);  // nothing holds it
-}
-
-TEST_F(FilterTest, StaysWhileItIsUsed) {
-  DDSContentFilteredTopic* topic = filtered("10");
-  NoteReader* some = reader(topic);
-  EXPECT_EQ(some->get_topicdescription(), topic);
-  EXPECT_EQ(topic->get_related_topic(), side.topic);
-  EXPECT_STREQ(topic->get_filter_expression(), "value");
-  EXPECT_EQ(side.participant->lookup_topicdescription(topic->get_name()), topic);
-  EXPECT_EQ(side.participant->register_contentfilter("at least", &filter), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(side.participant->unregister_contentfilter("at least"), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(side.participant->delete_topic(side.topic), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(side.participant->delete_contentfilteredtopic(topic), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(side.participant->delete_datareader(some), DDS_RETCODE_OK);
-  EXPECT_EQ(filter.finalized, 0);
-  EXPECT_EQ(side.participant->delete_contentfilteredtopic(topic), DDS_RETCODE_OK);
-  EXPECT_EQ(filter.finalized, 1);
-  EXPECT_EQ(side.participant->unregister_contentfilter("at least"), DDS_RETCODE_OK);
-  EXPECT_EQ(side.participant->lookup_contentfilter("at least"), nullptr);
-}
-
-TEST_F(FilterTest, TakesNewParametersForWhatIsToCome) {
-  DDSContentFilteredTopic* topic = filtered("10");
-  NoteReader* some = reader(topic);
-  writer->write({1, 5, ""});
-  writer->write({2, 15, ""});
-  ASSERT_THAT(ids(take(*some, 1)), ElementsAre(2));
-  ASSERT_EQ(topic->set_expression_parameters(strings({"4"})), DDS_RETCODE_OK);
-  EXPECT_EQ(filter.finalized, 1);
-  writer->write({3, 3, ""});
-  writer->write({4, 5, ""});
-  EXPECT_THAT(ids(take(*some, 1)), ElementsAre(4));
-  EXPECT_THAT(some->take(), IsEmpty());
-  DDS_StringSeq parameters;
-  topic->get_expression_parameters(parameters);
-  EXPECT_STREQ(parameters[0], "4");
-}
-
-TEST_F(FilterTest, KeepsItsFilterWhenNewParametersAreRefused) {
-  DDSContentFilteredTopic* topic = filtered("10");
-  NoteReader* some = reader(topic);
-  EXPECT_EQ(topic->set_expression_parameters({}), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_THAT(log.lines().back(), HasSubstr("refused its parameters"));
-  writer->write({1, 5, ""});
-  writer->write({2, 15, ""});
-  EXPECT_THAT(ids(take(*some, 1)), ElementsAre(2));
-  EXPECT_EQ(filter.finalized, 0);
-}
-
-// --- history that is delivered again
-// ----------------------------------------------------------------------------------
-
-struct Figures : DDSDataReaderListener {
-  void on_subscription_matched(DDSDataReader*, const DDS_SubscriptionMatchedStatus& status) override {
-    const std::lock_guard lock(mutex);
-    matched.push_back(status.current_count);
-  }
-  void on_liveliness_changed(DDSDataReader*, const DDS_LivelinessChangedStatus& status) override {
-    const std::lock_guard lock(mutex);
-    alive.push_back(status.alive_count);
-  }
-  std::mutex mutex;
-  std::vector<DDS_Long> matched;
-  std::vector<DDS_Long> alive;
-};
-
 class RedeliveryTest : public FilterTest {};
 
-TEST_F(RedeliveryTest, HistoryComesAgainThroughTheNewFilter) {
-  DDSContentFilteredTopic* topic = filtered("100");
-  Figures figures;
-  NoteReader* some = reader(topic, true, &figures);
+TEST_F(RedeliveryTest, HistoryAndEndsComeAgainThroughTheNewFilter) {
+  DDSContentFilteredTopic* topic = filtered("50");
+  NoteReader* some = reader(topic, true);
   for (int i = 0; i < 10; ++i) writer->write({i, i * 10, "state"});
-  writer->write({11, 110, ""});
-  ASSERT_THAT(ids(take(*some, 1)), ElementsAre(11));
+  ASSERT_THAT(ids(take(*some, 5)), UnorderedElementsAre(5, 6, 7, 8, 9));
   DDSReadCondition* condition =
       some->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
   DDSWaitSet wait_set;
   wait_set.attach_condition(condition);
   DDSConditionSeq active;
   auto waiting = std::async(std::launch::async, [&] { return wait_set.wait(active, deadline_duration); });
-
   ASSERT_EQ(topic->set_expression_parameters(strings({"80"})), DDS_RETCODE_OK);
   EXPECT_EQ(waiting.get(), DDS_RETCODE_OK);
-  EXPECT_THAT(ids(take(*some, 3)), UnorderedElementsAre(8, 9, 11));
+  EXPECT_THAT(ids(take(*some, 2)), UnorderedElementsAre(8, 9));
   EXPECT_FALSE(condition->get_trigger_value());
-  EXPECT_EQ(filter.finalized, 1);
 
-  // Live data follows, and the end of what came again.
+  // Live data follows; an end that nobody had read yet is still told of after the next change.
   writer->write({12, 90, ""});
   EXPECT_THAT(ids(take(*some, 1)), ElementsAre(12));
   writer->dispose({8, 0, ""});
-  EXPECT_THAT(ids(take(*some, 1)), ElementsAre(8));
-
-  DDS_SubscriptionMatchedStatus status;
-  some->get_subscription_matched_status(status);
-  EXPECT_EQ(status.current_count, 1);
-  EXPECT_EQ(status.total_count, 1);
-  some->set_listener(nullptr, DDS_STATUS_MASK_NONE);
-  EXPECT_THAT(figures.matched, ElementsAre(1));
-  EXPECT_THAT(figures.alive, ElementsAre(1));
-}
-
-TEST_F(RedeliveryTest, AnEndThatNobodyHadReadIsStillToldOf) {
-  DDSContentFilteredTopic* topic = filtered("0");
-  NoteReader* some = reader(topic, true);
-  for (const int id : {1, 2, 3}) writer->write({id, 10, ""});
-  ASSERT_EQ(take(*some, 3).size(), 3u);
-  DDSReadCondition* condition =
-      some->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_NOT_ALIVE_INSTANCE_STATE);
-  DDSWaitSet wait_set;
-  wait_set.attach_condition(condition);
-  writer->dispose({2, 0, ""});
   ASSERT_TRUE(eventually([&] { return condition->get_trigger_value() != DDS_BOOLEAN_FALSE; }));
-
-  ASSERT_EQ(topic->set_expression_parameters(strings({"5"})), DDS_RETCODE_OK);
-  EXPECT_TRUE(condition->get_trigger_value());
-  DDSConditionSeq active;
+  ASSERT_EQ(topic->set_expression_parameters(strings({"85"})), DDS_RETCODE_OK);
   EXPECT_EQ(wait_set.wait(active, deadline_duration), DDS_RETCODE_OK);
-  std::vector<Received> received;
-  DDS_ReadSelectionI selection;
-  selection.condition = condition;
-  ASSERT_EQ(some->access(selection, received), DDS_RETCODE_OK);
-  ASSERT_EQ(received.size(), 1u);
-  EXPECT_EQ(received[0].note.id, 2);
-  EXPECT_FALSE(received[0].info.valid_data);
-  Note key;
-  EXPECT_EQ(some->get_key_value_untypedI(&key, received[0].info.instance_handle), DDS_RETCODE_OK);
-  EXPECT_EQ(key.id, 2);
-  EXPECT_FALSE(condition->get_trigger_value());
+  const auto received = take(*some, 3);
+  EXPECT_THAT(ids(received), UnorderedElementsAre(8, 9, 12));
+  for (const Received& one : received) EXPECT_EQ(one.info.valid_data != DDS_BOOLEAN_FALSE, one.note.id != 8);
   EXPECT_EQ(wait_set.wait(active, {0, 0}), DDS_RETCODE_TIMEOUT);
-  EXPECT_THAT(ids(take(*some, 2)), UnorderedElementsAre(1, 3));
 }
 
 TEST_F(RedeliveryTest, LoansStayValidAndFiguresGoOn) {

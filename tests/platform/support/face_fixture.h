@@ -2,13 +2,11 @@
 #pragma once
 
 #include "support/note.h"
-#include "tessivar/platform/log.h"
+#include "tests/support/log_lines.h"
 
 #include <chrono>
 #include <functional>
-#include <mutex>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -33,33 +31,7 @@ inline bool eventually(const std::function<bool()>& holds, std::chrono::millisec
   return true;
 }
 
-/// The lines that the platform logs meanwhile.
-class LogLines {
- public:
-  LogLines() { tessivar::platform::set_log_sink(keep, this); }
-  ~LogLines() { tessivar::platform::set_log_sink(nullptr, nullptr); }
-  LogLines(const LogLines&) = delete;
-  LogLines& operator=(const LogLines&) = delete;
-
-  std::vector<std::string> lines() const {
-    const std::lock_guard lock(mutex_);
-    return lines_;
-  }
-  void clear() {
-    const std::lock_guard lock(mutex_);
-    lines_.clear();
-  }
-
- private:
-  static void keep(tessivar::platform::LogLevel, std::string_view line, void* self) {
-    auto* log = static_cast<LogLines*>(self);
-    const std::lock_guard lock(log->mutex_);
-    log->lines_.emplace_back(line);
-  }
-
-  mutable std::mutex mutex_;
-  std::vector<std::string> lines_;
-};
+using tessivar_test::LogLines;
 
 /// Differs between the test processes that run at the same time, as far as may be.
 inline DDS_DomainId_t own_domain() {

@@ -100,7 +100,6 @@ class FaultyParticipant final : public EngineParticipant {
     return result;
   }
   DDS_ReturnCode_t ignore(const DDS_InstanceHandle_t& remote_participant) override {
-    faults_.ignored.push_back(remote_participant);
     return real->ignore(remote_participant);
   }
   DDS_ReturnCode_t add_peer(const std::string& address) override {

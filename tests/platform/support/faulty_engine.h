@@ -36,8 +36,6 @@ class FaultyEngine final : public platform::Engine {
   platform::EngineReaderEvents* reader_events = nullptr;
   platform::EngineWriterEvents* writer_events = nullptr;
   platform::EngineParticipantEvents* participant_events = nullptr;
-  /// What the participant was told to ignore.
-  std::vector<DDS_InstanceHandle_t> ignored;
   std::vector<std::string> peers;
   platform::EngineReaderConfig reader_config;
   platform::EngineWriterConfig writer_config;
