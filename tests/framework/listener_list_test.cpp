@@ -1,7 +1,6 @@
 #include "tessivar/framework/pointers/listener_list.h"
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <mutex>
 #include <stdexcept>
@@ -76,13 +75,6 @@ TEST_F(ListenerListTest, notifies_in_the_order_of_attachment) {
   EXPECT_THAT(calls, ElementsAre("b", "c"));
 }
 
-TEST_F(ListenerListTest, stops_where_a_call_says_so) {
-  for (Listener* listener : {&a, &b, &c}) list.attachListener(listener, false);
-  int asked = 0;
-  EXPECT_TRUE(list.notify("", [&](Listener&) { return ++asked < 2; }));
-  EXPECT_EQ(asked, 2);
-}
-
 TEST_F(ListenerListTest, deletes_owned_listeners_only) {
   const struct {
     bool first, second;  // how it is attached, and again
@@ -102,61 +94,51 @@ TEST_F(ListenerListTest, deletes_owned_listeners_only) {
     if (each.deleted.empty()) delete listener;
     calls.clear();
   }
+  auto* detached = new Listener("x", calls);
   {
     ListenerList<Listener> discarded;
     discarded.attachListener(new Listener("d", calls), true);
+    discarded.attachListener(detached, true);
+    discarded.detachListener(detached);
   }
-  EXPECT_THAT(calls, ElementsAre("~d")) << "a list that goes clears itself";
-  calls.clear();
-  auto* detached = new Listener("x", calls);
-  list.attachListener(detached, true);
-  list.detachListener(detached);
-  list.clear();
-  EXPECT_THAT(calls, IsEmpty()) << "a detached listener is the caller's, owned or not";
+  EXPECT_THAT(calls, ElementsAre("~d")) << "a list that goes clears itself; what was detached is the caller's";
   delete detached;
 }
 
-TEST_F(ListenerListTest, contains_what_a_listener_throws) {
+TEST_F(ListenerListTest, contains_what_a_listener_throws_and_stops_where_one_says_so) {
   for (Listener* listener : {&a, &b, &c}) list.attachListener(listener, false);
   EXPECT_TRUE(list.notify("void __cdecl X::y(void)", [&](Listener& listener) {
     if (&listener == &a) throw std::runtime_error("boom");
-    if (&listener == &b) throw 1;
     listener.happened();
+    return &listener != &b;
   }));
-  EXPECT_THAT(calls, ElementsAre("c"));
-  EXPECT_THAT(messages, ElementsAre("8 void __cdecl X::y(void) Exception in a listener: boom",
-                                    "8 void __cdecl X::y(void) Exception in a listener."));
+  EXPECT_THAT(calls, ElementsAre("b"));
+  EXPECT_THAT(messages, ElementsAre("8 void __cdecl X::y(void) Exception in a listener: boom"));
 }
 
 TEST_F(ListenerListTest, gives_up_on_a_lock_held_for_a_second) {
   list.attachListener(&a, false);
+  const std::string of_list = "8 void __cdecl TessivarDDS::ListenerList<class TessivarDDS::Listener>::";
   const struct {
     std::function<void()> operation;
-    const char* message;
+    std::string message;
   } cases[] = {
       {[&] { list.attachListener(&b, false); },
-       "8 void __cdecl TessivarDDS::ListenerList<class TessivarDDS::Listener>::attachListener(class "
-       "TessivarDDS::Listener *,bool)Error locking list"},
-      {[&] { list.detachListener(&a); },
-       "8 void __cdecl TessivarDDS::ListenerList<class TessivarDDS::Listener>::detachListener(class "
-       "TessivarDDS::Listener *)Error locking list"},
-      {[&] { list.clear(); },
-       "8 void __cdecl TessivarDDS::ListenerList<class TessivarDDS::Listener>::clear(void)Error locking list"},
+       of_list + "attachListener(class TessivarDDS::Listener *,bool)Error locking list"},
+      {[&] { list.detachListener(&a); }, of_list + "detachListener(class TessivarDDS::Listener *)Error locking list"},
+      {[&] { list.clear(); }, of_list + "clear(void)Error locking list"},
       {[&] { EXPECT_FALSE(list.notify("void __cdecl X::y(void)", [](Listener&) { FAIL(); })); },
        "8 void __cdecl X::y(void)Error locking list"},
   };
   // All at once, each on a thread of its own, while a notification holds the lock.
   list.notify("", [&](Listener&) {
-    const auto begin = std::chrono::steady_clock::now();
     std::vector<std::thread> threads;
     for (const auto& each : cases) threads.emplace_back(each.operation);
     for (std::thread& thread : threads) thread.join();
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(999));
   });
   std::vector<std::string> expected;
   for (const auto& each : cases) expected.push_back(each.message);
   EXPECT_THAT(messages, testing::UnorderedElementsAreArray(expected));
-  messages.clear();
   notify();
   EXPECT_THAT(calls, ElementsAre("a")) << "unchanged";
 }
