@@ -75,6 +75,12 @@ bool Discovery::is_ignored(const Guid& guid) {
   return found != remotes_.end() && found->second.ignored;
 }
 
+bool Discovery::is_present(const Guid& guid) {
+  const std::lock_guard guard(lock_);
+  const auto found = remotes_.find(guid);
+  return found != remotes_.end() && found->second.present;
+}
+
 void Discovery::forget_old_ignored() {
   if (remotes_.size() < ignored_kept_always) return;
   const steady_clock::time_point oldest = steady_clock::now() - ignored_kept;
@@ -90,8 +96,9 @@ bool Discovery::on_alive(void* self, const cyclone_participant* participant, boo
     discovery.forget_old_ignored();
     Remote& remote = discovery.remotes_[guid];
     remote.last_seen = steady_clock::now();
+    remote.present = true;
     if (remote.ignored) return true;
-    if (discovery.events_) discovery.queue_.push_back({to_builtin_data(*participant), guid, true});
+    if (discovery.events_) discovery.queue_.push_back({to_builtin_data(*participant), guid, true, !locked});
   }
   if (locked)
     discovery.worker_.post([&discovery] { discovery.deliver(); });
@@ -105,10 +112,12 @@ void Discovery::on_gone(void* self, const std::uint8_t octets[16]) {
   const Guid guid = to_guid(octets);
   const std::lock_guard guard(discovery.lock_);
   const auto found = discovery.remotes_.find(guid);
-  if (discovery.stopped_ || found == discovery.remotes_.end() || found->second.ignored) return;
+  if (discovery.stopped_ || found == discovery.remotes_.end()) return;
+  found->second.present = false;
+  if (found->second.ignored) return;
   discovery.remotes_.erase(found);
   if (!discovery.events_) return;
-  Event event = {{}, guid, false};
+  Event event = {{}, guid, false, false};
   std::copy(guid.begin(), guid.end(), event.data.key);
   discovery.queue_.push_back(std::move(event));
   discovery.worker_.post([&discovery] { discovery.deliver(); });
@@ -123,8 +132,11 @@ void Discovery::deliver() {
     queue_.pop_front();
     const auto found = remotes_.find(event.guid);
     if (event.alive && found != remotes_.end() && found->second.ignored) continue;
+    if (event.awaited) being_shown_ = event.guid;
     guard.unlock();
     events_->participant_seen(event.data, to_handle(event.data.key), event.alive);
+    guard.lock();
+    being_shown_.reset();
   }
 }
 
@@ -176,13 +188,19 @@ void Discovery::stop() {
 
 void Discovery::ignore(const Guid& remote) {
   const std::lock_guard guard(lock_);
-  remotes_[remote] = {true, steady_clock::now()};
-  // When this is called while the participant is being shown, the discovery thread drops it before the worker tries.
-  worker_.post([this, remote, own = own_guid_] { cyclone_part_from_participant(gv_, own.data(), remote.data()); });
+  Remote& known = remotes_[remote];
+  known.ignored = true;
+  known.last_seen = steady_clock::now();
+  if (being_shown_ == remote) return;
+  worker_.post([this, remote, own = own_guid_] {
+    if (is_present(remote)) cyclone_part_from_participant(gv_, own.data(), remote.data());
+  });
 }
 
 void Discovery::rediscover(const Guid& remote) {
-  worker_.post([this, remote] { cyclone_drop_participant(gv_, remote.data()); });
+  worker_.post([this, remote] {
+    if (is_present(remote)) cyclone_drop_participant(gv_, remote.data());
+  });
 }
 
 }  // namespace tessivar::platform::cyclone

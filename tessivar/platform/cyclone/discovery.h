@@ -10,6 +10,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <optional>
 
 namespace tessivar::platform::cyclone {
 
@@ -46,9 +47,11 @@ class Discovery {
     DDS_ParticipantBuiltinTopicData data;
     Guid guid;
     bool alive;
+    bool awaited;  // the discovery thread waits, and drops the participant if it is ignored by then
   };
   struct Remote {
     bool ignored = false;
+    bool present = false;  // the engine has finished making it known, and has not begun to forget it
     std::chrono::steady_clock::time_point last_seen = {};
   };
 
@@ -57,6 +60,7 @@ class Discovery {
   void deliver();
   void look_for_missed(dds_entity_t participant);
   bool is_ignored(const Guid& guid);
+  bool is_present(const Guid& guid);
   void forget_old_ignored();
 
   ddsi_domaingv* const gv_;
@@ -69,6 +73,7 @@ class Discovery {
   std::map<Guid, Remote> remotes_;
   std::deque<Event> queue_;
   Guid own_guid_ = {};
+  std::optional<Guid> being_shown_;  // an awaited event's
   bool stopped_ = false;
 
   std::recursive_mutex delivery_;  // one callback at a time; a callback may lead to another one on its thread

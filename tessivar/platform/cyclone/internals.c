@@ -284,10 +284,18 @@ static bool is_locked(const struct ddsi_entity_common* entity) {
   return false;
 }
 
+// The engine makes an endpoint known in two steps, and one that is deleted by another thread between them brings the
+// process down. It holds the endpoint's lock during both, so whoever deletes gives it the time to get through. Not for
+// ever: samples are delivered under that lock, and those who receive them may wait for locks that are held here.
+static void await_insertion(const struct ddsi_entity_common* entity) {
+  for (int i = 0; i < 100 && is_locked(entity); i++) dds_sleepfor(DDS_MSECS(1));
+}
+
 static void write_endpoint(const struct ddsi_entity_common* entity, ddsrt_wctime_t timestamp, bool alive, void* arg) {
   const struct cyclone_watch* watch =
       (const struct cyclone_watch*)__atomic_load_n(&entity->gv->builtin_topic_interface, __ATOMIC_ACQUIRE);
   watch->original->builtintopic_write_endpoint(entity, timestamp, alive, arg);
+  if (!alive && (entity->kind == DDSI_EK_PROXY_READER || entity->kind == DDSI_EK_PROXY_WRITER)) await_insertion(entity);
   if (entity->kind != DDSI_EK_PROXY_PARTICIPANT) return;
   if (!alive) {
     uint8_t octets[16];
