@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -40,7 +41,7 @@ DDSPtr<Sample> make(const std::string& unit, unsigned index = 0) {
   return sample;
 }
 
-/// Notes what it hears, and then does what `during` says.
+/// Notes what it hears.
 class Listener : public RoutingClientListener {
  public:
   explicit Listener(Events& events) : events_(events) {}
@@ -63,15 +64,22 @@ class Listener : public RoutingClientListener {
     note("ticket ", ticket ? std::to_string(ticket->ticketId) : "null");
   }
 
-  std::function<void(const std::string&)> during;
+  /// What each call does from now on, with its text.
+  void during(std::function<void(const std::string&)> action) {
+    const std::lock_guard guard(lock_);
+    action_ = std::move(action);
+  }
 
  private:
   void note(const char* what, const std::string& which) {
     events_.add(what + which);
-    if (during) during(what + which);
+    const std::lock_guard guard(lock_);
+    if (action_) action_(what + which);
   }
 
   Events& events_;
+  std::mutex lock_;
+  std::function<void(const std::string&)> action_;
 };
 
 TEST(RoutingClientWithoutDomain, RefusesEverything) {
@@ -249,10 +257,10 @@ TEST_F(RoutingClientOnBus, ReportsKnownRoutersAsRemovedWhenItCleansUp) {
   auto* const owned = new Listener(events_);
   client_.detachListener(&listener_);
   client_.attachListener(owned, true);
-  owned->during = [this](const std::string&) {
+  owned->during([this](const std::string&) {
     DDSPtr route = make<AssociationRoute>("0001:03:01");
     EXPECT_FALSE(client_.beginSetRoute(route)) << "what is being cleaned up may still be asked";
-  };
+  });
   client_.cleanUp();
   EXPECT_THAT(events_.take(3),
               ::testing::AllOf(::testing::UnorderedElementsAre("removed 0001:03:01", "removed 0001:03:02", "deleted"),
@@ -263,7 +271,7 @@ TEST_F(RoutingClientOnBus, LetsListenersSetRoutes) {
   startDevice();
   subscribe();
   DDSPtr<RoutingClient::Ticket> begun;
-  listener_.during = [&](const std::string& what) {
+  listener_.during([&](const std::string& what) {
     if (what == "route 5") {
       DDSPtr route = make<AssociationRoute>("0001:03:01", 200);
       begun = client_.beginSetRoute(route);
@@ -271,7 +279,7 @@ TEST_F(RoutingClientOnBus, LetsListenersSetRoutes) {
       client_.completeSetRoute(begun);
       events_.add("refused " + std::to_string(begun->reply->result == FAILED));
     }
-  };
+  });
   ASSERT_TRUE(device_.routingService()->valueNode().writeSample(make<AssociationRoute>("0001:03:01", 5)));
   EXPECT_TRUE(events_.happens("refused 1"));
   client_.detachListener(&listener_);
@@ -280,7 +288,7 @@ TEST_F(RoutingClientOnBus, LetsListenersSetRoutes) {
 TEST_F(RoutingClientOnBus, RefusesInACallbackWhatWouldWaitForIt) {
   startDevice();
   subscribe();
-  listener_.during = [&](const std::string& what) {
+  listener_.during([&](const std::string& what) {
     log_.lines();
     EXPECT_FALSE(client_.subscribe({})) << what;
     client_.cleanUp();
@@ -288,7 +296,7 @@ TEST_F(RoutingClientOnBus, RefusesInACallbackWhatWouldWaitForIt) {
                                           "8 void __cdecl TessivarDDS::RoutingClient::cleanUp(void) Cannot clean up "
                                           "from within a callback."));
     events_.add("refused in " + what);
-  };
+  });
   ASSERT_TRUE(device_.routingService()->valueNode().writeSample(make<AssociationRoute>("0001:03:01", 5)));
   EXPECT_TRUE(events_.happens("refused in route 5"));
   ASSERT_TRUE(device_.routerNode()->writeSample(make<Router>("0001:03:01")));
