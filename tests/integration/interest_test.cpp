@@ -88,7 +88,7 @@ TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
   ASSERT_TRUE(client.does("set " + camera + " 1 5 20000"));
   EXPECT_TRUE(client.sees("set true"));
   ASSERT_TRUE(client.does("set " + lamp + " 1 5 300"));
-  EXPECT_TRUE(client.sees("set false 3"));
+  EXPECT_TRUE(client.sees("set false"));
   EXPECT_TRUE(device.sees("interest " + camera));
   EXPECT_TRUE(device.saw_nothing_of("interest " + lamp));
   EXPECT_TRUE(device.saw_nothing_of("request " + lamp));
