@@ -174,4 +174,19 @@ TEST_F(Manager, gives_threads_that_ask_at_once_the_same_domain) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
+TEST(ManagerAtExit, warns_of_domains_that_were_not_given_back) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto leave = [] {
+    setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
+    static DDSDomain* kept;  // as an application would have it, at the end too
+    kept = DomainManager::instance().sharedDomain(domain_id, "", "", nullptr);
+    kept = DomainManager::instance().sharedDomain(domain_id, "", "", nullptr);
+    std::exit(kept ? 0 : 1);
+  };
+  EXPECT_EXIT(
+      leave(), testing::ExitedWithCode(0),
+      "DomainManager::instance\\(\\).releaseDomain\\(\\) not called correct number of times.  Domain '62' still "
+      "alive! Ref count: 2");
+}
+
 }  // namespace

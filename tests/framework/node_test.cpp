@@ -1,6 +1,7 @@
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/nodes/dds_router_node.h"
 #include "tessivar/framework/nodes/instances.h"
+#include "tessivar/types/logging/logging.h"
 #include "tests/control/support/log_recorder.h"
 #include "tests/framework/support/bus.h"
 #include "tests/framework/support/samples.h"
@@ -120,6 +121,28 @@ TEST_F(Nodes, carry_samples_from_writer_to_reader) {
   EXPECT_TRUE(writer->writeSample(command("u", 1, 10)));
   EXPECT_TRUE(writer->writeSample(Tessivar::CommandTypeSupport::create_data(), true));
   EXPECT_THAT(received(*reader, 2), UnorderedElementsAre("u/1=10", "/0=0"));
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(Nodes, carry_types_without_key_that_the_library_has_no_instance_for) {
+  typedef DDSNode<Tessivar_Logging::LogMessage2> LogNode;
+  const std::unique_ptr<LogNode> writer(LogNode::create(&here, "Node.Log", stateQos(), false));
+  DDS_TopicQos qos = stateQos();
+  qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
+  const std::unique_ptr<LogNode> reader(LogNode::create(&there, "Node.Log", qos, true));
+  ASSERT_TRUE(writer && reader);
+  ASSERT_TRUE(matched(*writer));
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(writer->writeSample(Tessivar_Logging::LogMessage2TypeSupport::create_data(), true));
+    ASSERT_EQ(writer->dataWriter()->wait_for_acknowledgments({20, 0}), DDS_RETCODE_OK);
+  }
+  Tessivar_Logging::LogMessage2Seq samples;
+  DDS_SampleInfoSeq infos;
+  ASSERT_EQ(reader->dataReader()->take(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                                       DDS_ANY_INSTANCE_STATE),
+            DDS_RETCODE_OK);
+  EXPECT_EQ(samples.length(), 3);
+  reader->dataReader()->return_loan(samples, infos);
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 

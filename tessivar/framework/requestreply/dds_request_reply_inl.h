@@ -87,9 +87,10 @@ bool DDSRequestReply<Value, Req, Rep>::createWaitSet() {
 
 template <class Value, class Req, class Rep>
 void DDSRequestReply<Value, Req, Rep>::cleanUp() {
-  WaitSetThread* const thread = this->waitSetThread();
+  // A thread that is lent lives as long as this is created, no longer.
+  WaitSetThread* const thread = this->created() ? this->waitSetThread() : nullptr;
   const bool inCallback = thread && thread->isCurrent();  // which the base reports
-  if (this->created() && !this->ownsThread_ && !inCallback && valueNode_.dataReader()) {
+  if (thread && !this->ownsThread_ && !inCallback && valueNode_.dataReader()) {
     thread->detachRunner(valueNode_.dataReader());
   }
   DDSRequestReplyNode<Req, Rep>::cleanUp();

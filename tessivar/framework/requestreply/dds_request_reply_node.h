@@ -67,7 +67,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   void setUseQosProfiles(bool use);
   /// Whether create() starts the thread; initially true.
   void setAutoStartThread(bool start);
-  /// Serves this node on `thread`, which has a wait set, is not owned and outlives the node; null: a thread of its own.
+  /// Serves this node on `thread`, which has a wait set, is not owned and lives until cleanUp(); null: one of its own.
   void setWaitSetThread(WaitSetThread* thread);
 
   // --- settings, at any time
