@@ -24,6 +24,7 @@ add_compile_options(-fno-semantic-interposition)
 if(TESSIVAR_SANITIZE)
   add_compile_options(-fsanitize=${TESSIVAR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${TESSIVAR_SANITIZE})
+  add_compile_definitions(TESSIVAR_SANITIZED)  # one name for what each compiler calls in its own way
 endif()
 if(TESSIVAR_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)

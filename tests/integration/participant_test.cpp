@@ -213,7 +213,7 @@ TEST(Participant, TwoHundredRoundsLeaveNothingBehind) {
   EXPECT_LE(entries("/proc/self/task"), threads);
   EXPECT_LE(entries("/proc/self/fd"), descriptors);
   RecordProperty("growth_kB", std::to_string(resident() - memory));
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef TESSIVAR_SANITIZED
   // One leaked participant a round would be some 80 MB.
   EXPECT_LT(resident() - memory, 4096) << "kB after " << memory;
 #endif

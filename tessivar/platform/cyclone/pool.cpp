@@ -4,19 +4,10 @@
 #include <cstdlib>
 #include <mutex>
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define TESSIVAR_POOL_OFF
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define TESSIVAR_POOL_OFF
-#endif
-
 namespace tessivar::platform::cyclone {
 namespace {
 
-#ifdef TESSIVAR_POOL_OFF
+#ifdef TESSIVAR_SANITIZED
 constexpr bool pooling = false;  // a sanitizer sees more when memory is really given back
 #else
 constexpr bool pooling = true;
