@@ -4,7 +4,9 @@
 
 #include <atomic>
 #include <locale>
-#include <new>
+#include <memory>
+#include <mutex>
+#include <utility>
 
 namespace TessivarDDS {
 
@@ -12,14 +14,33 @@ namespace {
 
 constinit std::atomic<int> threshold = 15;
 
-/// Made at the first use, at the latest as the library is loaded; the last logger is never deleted, as threads and
+/// The logger in use, which whoever delivers a message shares for that time: one that is replaced meanwhile is deleted
+/// by the last of them. Made at the first use, at the latest as the library is loaded; never taken down, as threads and
 /// destructors of static objects may still log while the process ends.
-std::atomic<Logger*>& installed() {
-  static std::atomic<Logger*> logger = new DefaultLogger;
-  return logger;
+class Installed {
+ public:
+  std::shared_ptr<Logger> get() {
+    const std::lock_guard lock(mutex_);
+    return logger_;
+  }
+  /// The one that was installed before.
+  std::shared_ptr<Logger> replace(Logger* logger) {
+    const std::lock_guard lock(mutex_);
+    if (logger == logger_.get()) return logger_;
+    return std::exchange(logger_, std::shared_ptr<Logger>(logger));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::shared_ptr<Logger> logger_ = std::make_shared<DefaultLogger>();
+};
+
+Installed& installed() {
+  static Installed& only = *new Installed;
+  return only;
 }
 
-[[maybe_unused]] const std::atomic<Logger*>& installedAtLoad = installed();
+[[maybe_unused]] const Installed& installedAtLoad = installed();
 
 bool isLive(int level) noexcept {
   const int least = threshold.load(std::memory_order_relaxed);
@@ -31,10 +52,8 @@ bool isLive(int level) noexcept {
 Logger::~Logger() = default;
 
 void setLogger(Logger* logger) {
-  if (!logger) logger = new DefaultLogger;
-  // Replaced before it is deleted: what the old one's destructor causes to be logged does not come back to it.
-  Logger* before = installed().exchange(logger);
-  if (before != logger) delete before;
+  // Deleted here, after it was replaced: what its destructor causes to be logged does not come back to it.
+  const std::shared_ptr<Logger> before = installed().replace(logger ? logger : new DefaultLogger);
 }
 
 void setLogThreshold(int value) {
@@ -61,7 +80,7 @@ LogRecord::~LogRecord() {
   if (!stream_ || delivering) return;
   delivering = true;
   try {
-    installed().load()->log(level_, stream_->str());
+    installed().get()->log(level_, stream_->str());
   } catch (...) {
     // A logger that fails has nowhere to report to; the operation that logs must not fail with it.
   }

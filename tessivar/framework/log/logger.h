@@ -34,8 +34,8 @@ class TESSIVAR_API Logger {
 };
 
 /// Installs `logger`, made with `new`, and deletes the one installed before; null installs a new DefaultLogger. The
-/// library owns it from now on (the last one lives until the process ends, so that every late message is seen). Call it
-/// at start-up, before other threads log: one that logs right now may still use the old one.
+/// library owns it from now on (the last one lives until the process ends, so that every late message is seen). Any
+/// thread; one that is delivering a message right now ends that with the old logger, which is deleted then.
 TESSIVAR_API void setLogger(Logger* logger);
 
 /// Which messages are composed at all: 0 none, 15 (initially) all, otherwise those of at least this level. Any thread.
