@@ -11,15 +11,14 @@ namespace {
 
 using namespace fastdds_peer;
 
-constexpr int domain = 171;
 const std::string unit_id = "0001:02:00";
 
 class FastDdsPeer : public ::testing::Test {
  protected:
   void TearDown() override { EXPECT_TRUE(device_.quits()); }
 
-  tessivar::testing::Peer device_{"device", domain};
-  Peer peer_{domain};
+  tessivar::testing::Peer device_{"device"};
+  Peer peer_{tessivar::testing::own_domain()};
 };
 
 bool has_sample(const Arrival& arrival) {

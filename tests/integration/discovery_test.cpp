@@ -1,5 +1,4 @@
 // Devices that come, are there already, and go.
-#include "support/domains.h"
 #include "support/peer.h"
 
 #include <csignal>
@@ -8,7 +7,7 @@ namespace tessivar::testing {
 namespace {
 
 TEST(Discovery, LateJoinerGetsUnitsValuesAndMetadata) {
-  Peer device("device", domain_late_joiner);
+  Peer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
   ASSERT_TRUE(device.does("unit 0001:02:0B lamp"));
   constexpr int commands = 100;
@@ -19,7 +18,7 @@ TEST(Discovery, LateJoinerGetsUnitsValuesAndMetadata) {
     ASSERT_TRUE(device.does("metadata" + command + "name" + std::to_string(i)));
   }
 
-  Peer client("client", domain_late_joiner);
+  Peer client("client");
   ASSERT_TRUE(client.does("create"));
   EXPECT_TRUE(client.sees("unit-added 0001:02:0A camera"));
   EXPECT_TRUE(client.sees("unit-added 0001:02:0B lamp"));
@@ -40,8 +39,8 @@ TEST(Discovery, LateJoinerGetsUnitsValuesAndMetadata) {
 }
 
 TEST(Discovery, RemovedUnitsAreReportedAndComeBack) {
-  Peer device("device", domain_removal);
-  Peer client("client", domain_removal);
+  Peer device("device");
+  Peer client("client");
   ASSERT_TRUE(client.does("create"));
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
   ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
@@ -54,16 +53,16 @@ TEST(Discovery, RemovedUnitsAreReportedAndComeBack) {
 }
 
 TEST(Discovery, KilledDeviceIsReportedGoneAndFoundAgain) {
-  Peer client("client", domain_killed);
+  Peer client("client");
   ASSERT_TRUE(client.does("create"));
   {
-    Peer device("device", domain_killed);
+    Peer device("device");
     ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
     ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
     device.kill();
   }
   ASSERT_TRUE(client.sees("unit-removed 0001:02:0A"));
-  Peer device("device", domain_killed);
+  Peer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A again"));
   EXPECT_TRUE(client.sees("unit-added 0001:02:0A again"));
   ASSERT_TRUE(client.does("match 20000"));

@@ -1,5 +1,4 @@
 // What the address filters let through, on either side, and how they change while data flows.
-#include "support/domains.h"
 #include "support/peer.h"
 
 #include <string>
@@ -14,13 +13,13 @@ const std::string mixer = "0001:02:0C";
 const std::string nobody = "0FFF:FF:FF";
 
 TEST(Interest, DeliversTheUnitsCurrentValuesAndNoOthers) {
-  Peer device("device", domain_interest);
+  Peer device("device");
   for (const std::string& unit : {camera, lamp}) {
     ASSERT_TRUE(device.does("value " + unit + " 1 11"));
     ASSERT_TRUE(device.does("value " + unit + " 2 12"));
     ASSERT_TRUE(device.does("metadata " + unit + " 1 gain"));
   }
-  Peer client("client", domain_interest);
+  Peer client("client");
   ASSERT_TRUE(client.does("interest " + nobody));
   ASSERT_TRUE(client.does("create"));
   ASSERT_TRUE(client.does("match 20000"));
@@ -46,8 +45,8 @@ TEST(Interest, DeliversTheUnitsCurrentValuesAndNoOthers) {
 }
 
 TEST(Interest, FiltersHoldWhileTheyChangeAndDataFlows) {
-  Peer device("device", domain_changing_interest);
-  Peer client("client", domain_changing_interest);
+  Peer device("device");
+  Peer client("client");
   ASSERT_TRUE(client.does("interest " + nobody));
   ASSERT_TRUE(client.does("create"));
   ASSERT_TRUE(client.does("match 20000"));
@@ -78,9 +77,9 @@ TEST(Interest, FiltersHoldWhileTheyChangeAndDataFlows) {
 }
 
 TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
-  Peer device("device", domain_device_filter);
+  Peer device("device");
   ASSERT_TRUE(device.does("filter " + camera));
-  Peer client("client", domain_device_filter);
+  Peer client("client");
   ASSERT_TRUE(client.does("create"));
   ASSERT_TRUE(client.does("match 20000"));
   ASSERT_TRUE(client.does("interest " + lamp));
@@ -105,9 +104,9 @@ TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
 }
 
 TEST(Interest, IsSeenByTheDeviceUntilItsClientIsGone) {
-  Peer device("device", domain_interest_seen);
+  Peer device("device");
   {
-    Peer client("client", domain_interest_seen);
+    Peer client("client");
     ASSERT_TRUE(client.does("create"));
     ASSERT_TRUE(client.does("interest " + camera + " 10 20"));
     ASSERT_TRUE(client.does("interest " + camera));
@@ -120,9 +119,9 @@ TEST(Interest, IsSeenByTheDeviceUntilItsClientIsGone) {
 }
 
 TEST(Interest, StaysWhileAnotherClientSharesIt) {
-  Peer device("device", domain_shared_interest);
-  Peer staying("client", domain_shared_interest);
-  Peer leaving("client", domain_shared_interest);
+  Peer device("device");
+  Peer staying("client");
+  Peer leaving("client");
   for (Peer* client : {&staying, &leaving}) {
     ASSERT_TRUE(client->does("create"));
     ASSERT_TRUE(client->does("interest " + camera));

@@ -1,5 +1,4 @@
 // Participants: admitted by type, several in one process, shared and exclusive, made and taken down over and over.
-#include "support/domains.h"
 #include "support/peer.h"
 #include "tessivar/control/client.h"
 #include "tessivar/control/message_helper.h"
@@ -25,10 +24,10 @@ using namespace TessivarDDS;
 [[maybe_unused]] const int on_loopback = ::setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
 
 TEST(Participant, IsAdmittedByItsType) {
-  Peer client("client", domain_types, {"type=1", "allow=3,5"});
+  Peer client("client", {"type=1", "allow=3,5"});
   ASSERT_TRUE(client.does("create"));
-  Peer denied("device", domain_types, {"type=4"});
-  Peer allowed("device", domain_types, {"type=5"});
+  Peer denied("device", {"type=4"});
+  Peer allowed("device", {"type=5"});
   ASSERT_TRUE(allowed.does("filter 0005:00:00"));
   ASSERT_TRUE(denied.does("unit 0004:00:00 denied"));
   ASSERT_TRUE(denied.does("value 0004:00:00 1 4"));
@@ -38,7 +37,7 @@ TEST(Participant, IsAdmittedByItsType) {
   ASSERT_TRUE(client.sees("value 0005:00:00 1 5"));
 
   // A second client without a list sees both: what the first one does not see by then, it never will.
-  Peer open("client", domain_types, {"type=1"});
+  Peer open("client", {"type=1"});
   ASSERT_TRUE(open.does("create"));
   ASSERT_TRUE(open.sees("value 0004:00:00 1 4"));
   ASSERT_TRUE(open.sees("value 0005:00:00 1 5"));
@@ -84,98 +83,73 @@ class Obedient : public TessivarNodeListener {
   void interestRemoved(TessivarNode*, const AddressEx&, unsigned int, unsigned int) override {}
 };
 
-// A participant of its own with a device on it.
-class OwnDevice {
+// A device or a client on a participant of its own.
+template <class Part, class Listener>
+class Own {
  public:
-  OwnDevice(int domain, const AddressEx& address) : domain_(DomainManager::instance().exclusiveDomain(domain, "", "")) {
-    node_.attachDomain(domain_);
-    node_.attachListener(&listener_, false);
-    EXPECT_TRUE(domain_ && node_.create());
-    EXPECT_TRUE(node_.addUnit(DDSPtr(TessivarMessageHelper::createUnit(address, "device"))));
+  Own() {
+    part_.attachDomain(domain_);
+    part_.attachListener(&listener_, false);
+    EXPECT_TRUE(domain_ && part_.create());
   }
-  ~OwnDevice() {
-    node_.cleanUp();
+  ~Own() {
+    part_.cleanUp();
     DomainManager::instance().releaseSharedDomain(domain_, nullptr);
   }
+  Part* operator->() { return &part_; }
+  Part& operator*() { return part_; }
+  Listener& listener() { return listener_; }
 
  private:
-  DDSDomain* domain_;
-  Obedient listener_;
-  TessivarNode node_;
+  DDSDomain* const domain_ = DomainManager::instance().exclusiveDomain(own_domain(), "", "");
+  Listener listener_;
+  Part part_;
 };
+typedef Own<TessivarNode, Obedient> OwnDevice;
+typedef Own<TessivarClient, Finder> OwnClient;
 
-// A client on a participant of its own.
-class OwnClient {
- public:
-  explicit OwnClient(int domain) : domain_(DomainManager::instance().exclusiveDomain(domain, "", "")) {
-    client_.attachDomain(domain_);
-    client_.attachListener(&finder_, false);
-    EXPECT_TRUE(domain_ && client_.create());
-  }
-  ~OwnClient() {
-    client_.cleanUp();
-    DomainManager::instance().releaseSharedDomain(domain_, nullptr);
-  }
-  TessivarClient& operator*() { return client_; }
-  bool finds(std::size_t units) { return finder_.finds(units); }
+bool announce(TessivarNode& node, const AddressEx& address) {
+  return node.addUnit(DDSPtr(TessivarMessageHelper::createUnit(address, "device")));
+}
 
- private:
-  DDSDomain* domain_;
-  Finder finder_;
-  TessivarClient client_;
-};
-
-void expect_set(TessivarClient& client, const AddressEx& address) {
+void expect_set(OwnClient& client, const AddressEx& address) {
   DDSPtr command(TessivarMessageHelper::createCommand(address, 1, 5));
-  EXPECT_TRUE(client.waitForMatch(30000));
-  EXPECT_TRUE(client.setCommand(command, 30000)) << address.guid();
+  EXPECT_TRUE(client->waitForMatch(30000));
+  EXPECT_TRUE(client->setCommand(command, 30000)) << address.guid();
 }
 
-TEST(Participant, TwoInOneProcessMeet) {
-  const AddressEx address(1, 2, 3);
-  OwnDevice device(domain_two_participants, address);
-  OwnClient client(domain_two_participants);
-  ASSERT_TRUE(client.finds(1));
-  expect_set(*client, address);
-}
+class Participants : public ::testing::TestWithParam<int> {};
 
-TEST(Participant, TenInOneProcessMeet) {
+TEST_P(Participants, OfOneProcessMeet) {
   std::vector<std::unique_ptr<OwnDevice>> devices;
-  for (int i = 0; i < 8; ++i)
-    devices.push_back(std::make_unique<OwnDevice>(domain_ten_participants, AddressEx(1, 2, i)));
-  OwnClient first(domain_ten_participants);
-  OwnClient second(domain_ten_participants);
-  ASSERT_TRUE(first.finds(8));
-  ASSERT_TRUE(second.finds(8));
-  for (int i = 0; i < 8; ++i) expect_set(i % 2 ? *first : *second, AddressEx(1, 2, i));
+  for (int i = 0; i < GetParam() - 1; ++i) {
+    devices.push_back(std::make_unique<OwnDevice>());
+    ASSERT_TRUE(announce(**devices.back(), AddressEx(1, 2, i)));
+  }
+  OwnClient client;
+  ASSERT_TRUE(client.listener().finds(devices.size()));
+  for (int i = 0; i < GetParam() - 1; ++i) expect_set(client, AddressEx(1, 2, i));
 }
+
+INSTANTIATE_TEST_SUITE_P(Numbers, Participants, ::testing::Values(2, 10), ::testing::PrintToStringParamName());
 
 TEST(Participant, IsSharedByDomainUntilTheLastRelease) {
   DomainManager& manager = DomainManager::instance();
-  DDSDomain* first = manager.sharedDomain(domain_shared, "", "", nullptr);
-  DDSDomain* second = manager.sharedDomain(domain_shared, "", "", nullptr);
+  DDSDomain* first = manager.sharedDomain(own_domain(), "", "", nullptr);
+  DDSDomain* second = manager.sharedDomain(own_domain(), "", "", nullptr);
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(first, second);
-  DDSDomain* exclusive = manager.exclusiveDomain(domain_shared, "", "");
-  ASSERT_NE(exclusive, nullptr);
-  EXPECT_NE(exclusive, first);
 
   // A shared participant ignores itself: its device is found from the exclusive one, and still is after one release.
   TessivarNode node;
   node.attachDomain(first);
   ASSERT_TRUE(node.create());
   manager.releaseSharedDomain(second, nullptr);
-  ASSERT_TRUE(node.addUnit(DDSPtr(TessivarMessageHelper::createUnit(AddressEx(1, 2, 3), "device"))));
-  TessivarClient client;
-  Finder finder;
-  client.attachDomain(exclusive);
-  client.attachListener(&finder, false);
-  ASSERT_TRUE(client.create());
-  EXPECT_TRUE(finder.finds(1));
+  ASSERT_TRUE(announce(node, AddressEx(1, 2, 3)));
+  OwnClient client;
+  EXPECT_TRUE(client.listener().finds(1));
   node.cleanUp();
-  client.cleanUp();
   manager.releaseSharedDomain(first, nullptr);
-  manager.releaseSharedDomain(exclusive, nullptr);
 }
 
 std::size_t entries(const char* directory) {
@@ -197,11 +171,12 @@ TEST(Participant, TwoHundredRoundsLeaveNothingBehind) {
   setLogThreshold(LogWarning);
   const auto rounds = [&](int count) {
     for (int i = 0; i < count; ++i) {
-      OwnDevice device(domain_rounds, address);
-      OwnClient client(domain_rounds);
+      OwnDevice device;
+      OwnClient client;
+      EXPECT_TRUE(announce(*device, address));
       if (i % 20 == 0) {
-        EXPECT_TRUE(client.finds(1));
-        expect_set(*client, address);
+        EXPECT_TRUE(client.listener().finds(1));
+        expect_set(client, address);
       }
     }
   };
@@ -221,18 +196,18 @@ TEST(Participant, TwoHundredRoundsLeaveNothingBehind) {
 }
 
 TEST(Participant, CleanUpInTheMiddleOfTraffic) {
-  Peer device("device", domain_clean_up_in_traffic);
+  Peer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
   ASSERT_TRUE(device.does("stream 1 0001:02:0A 0001:02:0B"));
   for (int i = 0; i < 10; ++i) {
-    OwnClient client(domain_clean_up_in_traffic);
-    ASSERT_TRUE(client.finds(1));
+    OwnClient client;
+    ASSERT_TRUE(client.listener().finds(1));
     DDSPtr command(TessivarMessageHelper::createCommand(AddressEx("0001:02:0A"), 2, i));
-    EXPECT_TRUE((*client).waitForMatch(30000));
-    EXPECT_TRUE((*client).beginSetCommand(command));
-    (*client).cleanUp();
-    EXPECT_FALSE((*client).setCommand(command, 100));
-    EXPECT_FALSE((*client).hasUnit(AddressEx("0001:02:0A")));
+    EXPECT_TRUE(client->waitForMatch(30000));
+    EXPECT_TRUE(client->beginSetCommand(command));
+    client->cleanUp();
+    EXPECT_FALSE(client->setCommand(command, 100));
+    EXPECT_FALSE(client->hasUnit(AddressEx("0001:02:0A")));
   }
   ASSERT_TRUE(device.does("stream"));
   EXPECT_TRUE(device.quits());

@@ -1,5 +1,4 @@
 // Processes that are stopped for longer than every lease, and continue.
-#include "support/domains.h"
 #include "support/peer.h"
 
 #include <csignal>
@@ -32,9 +31,9 @@ void expect_usable(Peer& device, Peer& client, int value) {
 }
 
 TEST(Pause, StoppedDeviceIsUsableAgainWithoutRestart) {
-  Peer device("device", domain_paused_device);
+  Peer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
-  Peer client("client", domain_paused_device);
+  Peer client("client");
   ASSERT_TRUE(client.does("create"));
   expect_usable(device, client, 1);
   ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
@@ -46,9 +45,9 @@ TEST(Pause, StoppedDeviceIsUsableAgainWithoutRestart) {
 }
 
 TEST(Pause, StoppedClientIsUsableAgainWithoutRestart) {
-  Peer device("device", domain_paused_client);
+  Peer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
-  Peer client("client", domain_paused_client);
+  Peer client("client");
   ASSERT_TRUE(client.does("create"));
   expect_usable(device, client, 1);
 

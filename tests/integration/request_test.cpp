@@ -1,5 +1,4 @@
 // Changing commands by request and reply.
-#include "support/domains.h"
 #include "support/peer.h"
 
 #include <string>
@@ -12,10 +11,10 @@ constexpr std::chrono::milliseconds long_time{120000};
 class Request : public ::testing::Test {
  protected:
   // A device with one unit, and a client that has found it.
-  void start(int domain) {
-    device_.emplace("device", domain);
+  void start() {
+    device_.emplace("device");
     ASSERT_TRUE(device_->does("unit 0001:02:0A camera"));
-    client_.emplace("client", domain);
+    client_.emplace("client");
     join(*client_);
   }
 
@@ -39,7 +38,7 @@ int spent(const std::optional<std::string>& event) {
 }
 
 TEST_F(Request, ChangesAValueThatComesBack) {
-  start(domain_change);
+  start();
   ASSERT_TRUE(client().does("set 0001:02:0A 1 42 20000"));
   EXPECT_TRUE(client().sees("set true"));
   EXPECT_TRUE(device().sees("request 0001:02:0A 1 42"));
@@ -47,7 +46,7 @@ TEST_F(Request, ChangesAValueThatComesBack) {
 }
 
 TEST_F(Request, RefusalBringsTheDevicesReason) {
-  start(domain_refusal);
+  start();
   ASSERT_TRUE(device().does("answer refuse tally"));
   ASSERT_TRUE(client().does("set 0001:02:0A 1 42 20000"));
   EXPECT_TRUE(client().sees("set false"));
@@ -55,7 +54,7 @@ TEST_F(Request, RefusalBringsTheDevicesReason) {
 }
 
 TEST_F(Request, InterimRepliesRestartTheTimeout) {
-  start(domain_progress);
+  start();
   ASSERT_TRUE(device().does("answer progress 6 500"));
   ASSERT_TRUE(client().does("set 0001:02:0A 1 42 2000"));
   const auto result = client().event("set true");
@@ -64,7 +63,7 @@ TEST_F(Request, InterimRepliesRestartTheTimeout) {
 }
 
 TEST_F(Request, WithoutAnswerRunsIntoItsTimeout) {
-  start(domain_unanswered);
+  start();
   ASSERT_TRUE(device().does("answer none"));
   ASSERT_TRUE(client().does("set 0001:02:0A 1 42 500"));
   const auto result = client().event("set false");
@@ -76,8 +75,8 @@ TEST_F(Request, WithoutAnswerRunsIntoItsTimeout) {
 }
 
 TEST_F(Request, TwoClientsGetOnlyTheirOwnReplies) {
-  start(domain_own_replies);
-  Peer other("client", domain_own_replies);
+  start();
+  Peer other("client");
   join(other);
   ASSERT_TRUE(device().does("answer echo"));
   // Both number their tickets alike; the echoed values tell whose reply it was.
@@ -88,14 +87,14 @@ TEST_F(Request, TwoClientsGetOnlyTheirOwnReplies) {
 }
 
 TEST_F(Request, TenThousandPipelinedLoseNone) {
-  start(domain_pipeline);
+  start();
   ASSERT_TRUE(device().does("answer echo"));
   client().begin("flood 0001:02:0A 1 10000 10000");
   EXPECT_TRUE(client().sees("flood 10000 0 0", long_time)) << client().transcript();
 }
 
 TEST_F(Request, DeviceKilledInMidRequestGivesTimeoutAndUnitRemoved) {
-  start(domain_killed_in_request);
+  start();
   ASSERT_TRUE(device().does("answer none"));
   client().begin("set 0001:02:0A 1 42 1500");
   ASSERT_TRUE(device().sees("request 0001:02:0A 1 42"));
@@ -107,7 +106,7 @@ TEST_F(Request, DeviceKilledInMidRequestGivesTimeoutAndUnitRemoved) {
 }
 
 TEST_F(Request, DevicesThatThrowKeepServing) {
-  start(domain_throwing_device);
+  start();
   ASSERT_TRUE(device().does("answer throw"));
   ASSERT_TRUE(client().does("set 0001:02:0A 1 42 500"));
   EXPECT_TRUE(client().sees("set false"));
@@ -120,7 +119,7 @@ TEST_F(Request, DevicesThatThrowKeepServing) {
 }
 
 TEST_F(Request, ClientsThatThrowKeepListening) {
-  start(domain_throwing_client);
+  start();
   ASSERT_TRUE(client().does("throw on"));
   ASSERT_TRUE(device().does("unit 0001:02:0B lamp"));
   ASSERT_TRUE(device().does("metadata 0001:02:0A 1 gain"));

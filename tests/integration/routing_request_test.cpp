@@ -1,5 +1,4 @@
 // Changing routes: what becomes of tickets, whoever answers, refuses, takes its time or is not there.
-#include "support/domains.h"
 #include "support/peer.h"
 
 #include <optional>
@@ -16,9 +15,9 @@ const std::string router = "0001:03:01";
 
 class RouteRequest : public ::testing::Test {
  protected:
-  void start(int domain) {
-    device_.emplace("router", domain);
-    controller_.emplace("controller", domain);
+  void start() {
+    device_.emplace("router");
+    controller_.emplace("controller");
     join(*controller_);
   }
 
@@ -47,7 +46,7 @@ class RouteRequest : public ::testing::Test {
 };
 
 TEST_F(RouteRequest, CompletesAndChangesTheRoute) {
-  start(domain_route_change);
+  start();
   ASSERT_TRUE(controller().does("set " + router + " 7 42"));
   EXPECT_TRUE(controller().sees("set " + complete));
   EXPECT_TRUE(controller().sees("result " + complete));
@@ -56,7 +55,7 @@ TEST_F(RouteRequest, CompletesAndChangesTheRoute) {
 }
 
 TEST_F(RouteRequest, IsRefusedWithTheRoutersReason) {
-  start(domain_route_refusal);
+  start();
   ASSERT_TRUE(device().does("answer refuse protected"));
   ASSERT_TRUE(controller().does("set " + router + " 7 42"));
   EXPECT_TRUE(controller().sees("set " + failed));
@@ -65,7 +64,7 @@ TEST_F(RouteRequest, IsRefusedWithTheRoutersReason) {
 }
 
 TEST_F(RouteRequest, TellsThatItIsInProgressBeforeItCompletes) {
-  start(domain_route_progress);
+  start();
   ASSERT_TRUE(device().does("answer progress 3 50"));
   ASSERT_TRUE(controller().does("set " + router + " 7 42"));
   EXPECT_TRUE(controller().sees("set " + complete));
@@ -75,14 +74,14 @@ TEST_F(RouteRequest, TellsThatItIsInProgressBeforeItCompletes) {
 }
 
 TEST_F(RouteRequest, FiveThousandInFlightLoseNone) {
-  start(domain_route_pipeline);
+  start();
   ASSERT_TRUE(device().does("answer echo"));
   controller().begin("flood " + router + " 1 5000 5000");
   EXPECT_TRUE(controller().sees("flood 5000 0 0", long_time)) << controller().transcript();
 }
 
 TEST_F(RouteRequest, FiveThousandAnsweredAtOnceLoseNone) {
-  start(domain_route_burst);
+  start();
   ASSERT_TRUE(device().does("answer hold"));
   controller().begin("flood " + router + " 1 5000 5000");
   device().begin("release 5000");
@@ -91,8 +90,8 @@ TEST_F(RouteRequest, FiveThousandAnsweredAtOnceLoseNone) {
 }
 
 TEST_F(RouteRequest, OfAnotherControllerShowsAsAChangedRouteAndNoTicket) {
-  start(domain_foreign_route);
-  Peer other("controller", domain_foreign_route);
+  start();
+  Peer other("controller");
   join(other);
   controller().events("");
   ASSERT_TRUE(other.does("set " + router + " 7 42"));
@@ -102,7 +101,7 @@ TEST_F(RouteRequest, OfAnotherControllerShowsAsAChangedRouteAndNoTicket) {
 }
 
 TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
-  Peer controller("controller", domain_unconnected_routes);
+  Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   controller.begin("set " + router + " 7 42");
   EXPECT_FALSE(controller.did("set")) << "a ticket before any subscription";
@@ -111,7 +110,7 @@ TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
   EXPECT_TRUE(controller.sees("set " + failed));
   // A subscription that moved before any router was there finds one all the same.
   ASSERT_TRUE(controller.does("subscribe " + router));
-  Peer device("router", domain_unconnected_routes);
+  Peer device("router");
   ASSERT_TRUE(device.does("route " + router + " 1 0"));
   ASSERT_TRUE(controller.sees("route " + router + " 1 0"));
   for (int tries = 0; tries < 100; ++tries) {

@@ -1,5 +1,4 @@
 // Controllers and the routers they subscribe to: what arrives, what does not, and who comes and goes.
-#include "support/domains.h"
 #include "support/peer.h"
 
 #include <filesystem>
@@ -30,13 +29,13 @@ void publish_state(Peer& device, const std::string& router, const std::string& n
 }
 
 TEST(RoutingSubscription, BringsTheChosenRoutersStateAndNoOthers) {
-  Peer one("router", domain_two_routers);
-  Peer other("router", domain_two_routers);
+  Peer one("router");
+  Peer other("router");
   ASSERT_TRUE(one.does("announce " + first + " one"));
   ASSERT_TRUE(other.does("announce " + second + " other"));
   publish_state(one, first, "early");
   publish_state(other, second, "early");
-  Peer controller("controller", domain_two_routers);
+  Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   EXPECT_TRUE(controller.sees("router-added " + first + " one"));
   EXPECT_TRUE(controller.sees("router-added " + second + " other"));
@@ -50,10 +49,10 @@ TEST(RoutingSubscription, BringsTheChosenRoutersStateAndNoOthers) {
 }
 
 TEST(RoutingSubscription, OfNoRouterIsOfAllRouters) {
-  Peer device("router", domain_all_routers);
+  Peer device("router");
   publish_state(device, first, "early");
   publish_state(device, second, "early");
-  Peer controller("controller", domain_all_routers);
+  Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   ASSERT_TRUE(controller.does("subscribe"));
   expect_state(controller, first, "early");
@@ -61,10 +60,10 @@ TEST(RoutingSubscription, OfNoRouterIsOfAllRouters) {
 }
 
 TEST(RoutingSubscription, MovesToAnotherRouter) {
-  Peer device("router", domain_resubscription);
+  Peer device("router");
   publish_state(device, first, "early");
   publish_state(device, second, "early");
-  Peer controller("controller", domain_resubscription);
+  Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   ASSERT_TRUE(controller.does("subscribe " + first));
   expect_state(controller, first, "early");
@@ -91,10 +90,10 @@ std::size_t threads_of(const Peer& peer) {
 }
 
 TEST(RoutingSubscription, LeavesNothingBehindWhenItMovesAHundredTimes) {
-  Peer device("router", domain_resubscription_rounds);
+  Peer device("router");
   publish_state(device, first, "one");
   publish_state(device, second, "other");
-  Peer controller("controller", domain_resubscription_rounds);
+  Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   ASSERT_TRUE(controller.does("subscribe " + first));
   expect_state(controller, first, "one");
@@ -116,11 +115,11 @@ TEST(RoutingSubscription, LeavesNothingBehindWhenItMovesAHundredTimes) {
 }
 
 TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
-  Peer controller("controller", domain_killed_router);
+  Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   ASSERT_TRUE(controller.does("subscribe " + first));
   {
-    Peer device("router", domain_killed_router);
+    Peer device("router");
     ASSERT_TRUE(device.does("announce " + first + " one"));
     publish_state(device, first, "early");
     ASSERT_TRUE(controller.sees("router-added " + first + " one"));
@@ -128,7 +127,7 @@ TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
     device.kill();
   }
   ASSERT_TRUE(controller.sees("router-removed " + first));
-  Peer device("router", domain_killed_router);
+  Peer device("router");
   ASSERT_TRUE(device.does("announce " + first + " again"));
   publish_state(device, first, "late");
   EXPECT_TRUE(controller.sees("router-added " + first + " again"));
@@ -140,8 +139,8 @@ TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
 }
 
 TEST(RoutingSubscription, ShowsADestinationThatItsRouterProtects) {
-  Peer device("router", domain_protection);
-  Peer controller("controller", domain_protection);
+  Peer device("router");
+  Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   ASSERT_TRUE(controller.does("subscribe " + first));
   publish_state(device, first, "open");
@@ -152,10 +151,10 @@ TEST(RoutingSubscription, ShowsADestinationThatItsRouterProtects) {
 }
 
 TEST(RoutingSubscription, CleansUpInTrafficAndBeginsAnew) {
-  Peer device("router", domain_routing_in_traffic);
+  Peer device("router");
   ASSERT_TRUE(device.does("announce " + first + " one"));
   ASSERT_TRUE(device.does("stream 1 " + first));
-  Peer controller("controller", domain_routing_in_traffic);
+  Peer controller("controller");
   for (int round = 0; round < 10 && !HasFailure(); ++round) {
     ASSERT_TRUE(controller.does("create"));
     ASSERT_TRUE(controller.does("subscribe " + first));
@@ -175,8 +174,6 @@ class LargeRouter : public ::testing::TestWithParam<const char*> {};
 
 // Four matrices of 2,000 by 2,000 ports, with 4,000 associations of either side and as many routes in each.
 TEST_P(LargeRouter, ReachesEarlyAndLateControllersCompletely) {
-  const bool batched = GetParam() == std::string("on");
-  const int domain = batched ? domain_large_router : domain_large_router_unbatched;
   const auto follow = [](Peer& controller) {
     ASSERT_TRUE(controller.does("count"));
     ASSERT_TRUE(controller.does("create"));
@@ -187,14 +184,14 @@ TEST_P(LargeRouter, ReachesEarlyAndLateControllersCompletely) {
     EXPECT_TRUE(controller.sees("did await ok", long_time));
     EXPECT_TRUE(controller.sees("misnamed 0"));
   };
-  Peer early("controller", domain);
+  Peer early("controller");
   follow(early);
-  Peer device("router", domain);
+  Peer device("router");
   ASSERT_TRUE(device.does(std::string("batching ") + GetParam()));
   device.begin("fill " + first + " 4 2000 4000");
   ASSERT_TRUE(device.sees("did fill ok", long_time));
   expect_everything(early);
-  Peer late("controller", domain);
+  Peer late("controller");
   follow(late);
   expect_everything(late);
 }

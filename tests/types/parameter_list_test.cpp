@@ -24,138 +24,31 @@ const List lists[] = {
     {"an end with a length is an end", "027f0400", true},
     {"no end", "", false},
     {"half an end", "027f", false},
-    {"a member",
-     "09000800"
-     "0400000061626300"
-     "027f0000",
-     true},
-    {"a member of exact length",
-     "09000600"
-     "020000006100"
-     "0000"
-     "027f0000",
-     true},
-    {"a member with must-understand",
-     "09400800"
-     "0400000061626300"
-     "027f0000",
-     true},
-    {"a long header",
-     "017f0800"
-     "0900000008000000"
-     "0400000061626300"
-     "027f0000",
-     true},
-    {"a long header without must-understand",
-     "013f0800"
-     "0900000008000000"
-     "0400000061626300"
-     "027f0000",
-     true},
-    {"a long header whose id must be understood",
-     "017f0800"
-     "0900004008000000"
-     "0400000061626300"
-     "027f0000",
-     true},
-    {"a long header of another length",
-     "017f0c00"
-     "0900000008000000"
-     "00000000"
-     "0400000061626300"
-     "027f0000",
-     false},
-    {"a long header that is cut",
-     "017f0800"
-     "09000000",
-     false},
-    {"a long length beyond the end",
-     "017f0800"
-     "09000000ffffffff"
-     "0400000061626300"
-     "027f0000",
-     false},
-    {"out of order",
-     "0900080004000000616263000400040007000000"
-     "027f0000",
-     true},
-    {"twice",
-     "09000800"
-     "0400000078787800"
-     "09000800"
-     "0400000061626300"
-     "027f0000",
-     true},
-    {"an unknown id",
-     "0b000400"
-     "ffffffff"
-     "027f0000",
-     true},
-    {"an unknown id without value",
-     "0b000000"
-     "027f0000",
-     true},
-    {"an unknown id that must be understood",
-     "0b400400"
-     "ffffffff"
-     "027f0000",
-     false},
-    {"an unknown long id",
-     "017f0800"
-     "0900010004000000"
-     "ffffffff"
-     "027f0000",
-     true},
-    {"an unknown long id that must be understood",
-     "017f0800"
-     "0900014004000000"
-     "ffffffff"
-     "027f0000",
-     false},
-    {"id 9 of somebody else",
-     "09800400"
-     "ffffffff"
-     "027f0000",
-     true},
-    {"id 9 of somebody else that must be understood",
-     "09c00400"
-     "ffffffff"
-     "027f0000",
-     false},
-    {"to be ignored",
-     "037f0400"
-     "ffffffff"
-     "027f0000",
-     true},
-    {"a length beyond the end",
-     "0900ff00"
-     "0400000061626300"
-     "027f0000",
-     false},
-    {"a length that cuts the member",
-     "09000400"
-     "0400000061626300"
-     "027f0000",
-     false},
-    {"a length with more than padding",
-     "09000c00"
-     "0400000061626300"
-     "00000000"
-     "027f0000",
-     false},
-    {"a string over its bound",
-     "09007000"
-     "66000000" +
-         std::string(216, '7') + "027f0000",
-     false},
-    {"octets behind the end",
-     "027f0000"
-     "000000",
-     true},
-    {"too many octets behind the end",
-     "027f0000"
-     "00000000",
-     false},
+    {"a member", "090008000400000061626300027f0000", true},
+    {"a member of exact length", "090006000200000061000000027f0000", true},
+    {"a member with must-understand", "094008000400000061626300027f0000", true},
+    {"a long header", "017f080009000000080000000400000061626300027f0000", true},
+    {"a long header without must-understand", "013f080009000000080000000400000061626300027f0000", true},
+    {"a long header whose id must be understood", "017f080009000040080000000400000061626300027f0000", true},
+    {"a long header of another length", "017f0c000900000008000000000000000400000061626300027f0000", false},
+    {"a long header that is cut", "017f080009000000", false},
+    {"a long length beyond the end", "017f080009000000ffffffff0400000061626300027f0000", false},
+    {"out of order", "0900080004000000616263000400040007000000027f0000", true},
+    {"twice", "090008000400000078787800090008000400000061626300027f0000", true},
+    {"an unknown id", "0b000400ffffffff027f0000", true},
+    {"an unknown id without value", "0b000000027f0000", true},
+    {"an unknown id that must be understood", "0b400400ffffffff027f0000", false},
+    {"an unknown long id", "017f08000900010004000000ffffffff027f0000", true},
+    {"an unknown long id that must be understood", "017f08000900014004000000ffffffff027f0000", false},
+    {"id 9 of somebody else", "09800400ffffffff027f0000", true},
+    {"id 9 of somebody else that must be understood", "09c00400ffffffff027f0000", false},
+    {"to be ignored", "037f0400ffffffff027f0000", true},
+    {"a length beyond the end", "0900ff000400000061626300027f0000", false},
+    {"a length that cuts the member", "090004000400000061626300027f0000", false},
+    {"a length with more than padding", "09000c00040000006162630000000000027f0000", false},
+    {"a string over its bound", "0900700066000000" + std::string(216, '7') + "027f0000", false},
+    {"octets behind the end", "027f0000000000", true},
+    {"too many octets behind the end", "027f000000000000", false},
 };
 
 TEST(ParameterList, IsReadInAnyDialect) {
@@ -187,42 +80,15 @@ std::string unit(const std::string& parameter) {
 
 const List optional_members[] = {
     {"absent", unit("07000000"), true},
-    {"present",
-     unit("07000400"
-          "01000203"),
-     true},
-    {"present with must-understand",
-     unit("07400400"
-          "01000203"),
-     true},
-    {"a long header",
-     unit("017f0800"
-          "0700000004000000"
-          "01000203"),
-     true},
-    {"a long header, absent",
-     unit("017f0800"
-          "0700000000000000"),
-     true},
-    {"another member's id",
-     unit("08000400"
-          "01000203"),
-     false},
+    {"present", unit("0700040001000203"), true},
+    {"present with must-understand", unit("0740040001000203"), true},
+    {"a long header", unit("017f0800070000000400000001000203"), true},
+    {"a long header, absent", unit("017f08000700000000000000"), true},
+    {"another member's id", unit("0800040001000203"), false},
     {"a list end", unit("027f0000"), false},
-    {"too short for its member",
-     unit("07000300"
-          "010002"
-          "00"),
-     false},
-    {"more than padding",
-     unit("07000800"
-          "01000203"
-          "00000000"),
-     false},
-    {"longer than the rest",
-     unit("0700ff00"
-          "01000203"),
-     false},
+    {"too short for its member", unit("0700030001000200"), false},
+    {"more than padding", unit("070008000100020300000000"), false},
+    {"longer than the rest", unit("0700ff0001000203"), false},
     {"no header", unit(""), false},
 };
 

@@ -1,5 +1,7 @@
 #include "support/peer.h"
 
+#include <unistd.h>
+
 namespace tessivar::testing {
 namespace {
 
@@ -7,16 +9,20 @@ using ::testing::AssertionFailure;
 using ::testing::AssertionResult;
 using ::testing::AssertionSuccess;
 
-std::vector<std::string> command_line(const std::string& role, int domain, const std::vector<std::string>& options) {
-  std::vector<std::string> words = {TESSIVAR_BUS_PEER, role, std::to_string(domain)};
+std::vector<std::string> command_line(const std::string& role, const std::vector<std::string>& options) {
+  std::vector<std::string> words = {TESSIVAR_BUS_PEER, role, std::to_string(own_domain())};
   words.insert(words.end(), options.begin(), options.end());
   return words;
 }
 
 }  // namespace
 
-Peer::Peer(const std::string& role, int domain, const std::vector<std::string>& options)
-    : ChildProcess(command_line(role, domain, options)) {
+int own_domain() {
+  return 100 + ::getpid() % 100;
+}
+
+Peer::Peer(const std::string& role, const std::vector<std::string>& options)
+    : ChildProcess(command_line(role, options)) {
   EXPECT_TRUE(sees("ready"));
 }
 

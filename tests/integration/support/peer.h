@@ -7,12 +7,15 @@
 
 namespace tessivar::testing {
 
+/// The bus domain of this test program alone, however many run at once.
+int own_domain();
+
 /// Runs `bus_peer`; what it understands and reports is in the header of its role in peer/. Failure messages hold the
 /// end of its output.
 class Peer : public ChildProcess {
  public:
-  /// `role` is "device", "client", "router" or "controller"; `options` as "type=3".
-  Peer(const std::string& role, int domain, const std::vector<std::string>& options = {});
+  /// `role` is "device", "client", "router" or "controller", on own_domain(); `options` as "type=3".
+  explicit Peer(const std::string& role, const std::vector<std::string>& options = {});
 
   /// Gives it a command and waits until that has succeeded.
   ::testing::AssertionResult does(const std::string& command);
