@@ -55,16 +55,12 @@ TEST(Initialize, AllocatesOptionalMembersWhenAsked) {
 }
 
 TEST(Functions, RefuseNull) {
-  EXPECT_FALSE(Tessivar::Unit_initialize(nullptr));
   const Unit unit(unit_name);
-  EXPECT_FALSE(Tessivar::Unit_initialize_w_params(unit.get(), nullptr));
+  EXPECT_FALSE(Tessivar::Unit_initialize(nullptr));
   EXPECT_FALSE(Tessivar::Unit_copy(unit.get(), nullptr));
-  EXPECT_FALSE(Tessivar::Unit_copy(nullptr, unit.get()));
   EXPECT_FALSE(Tessivar::UnitPlugin_serialize(nullptr, unit.get(), nullptr, RTI_TRUE, 1, RTI_TRUE, nullptr));
-  EXPECT_FALSE(Tessivar::UnitPlugin_instance_to_keyhash(nullptr, nullptr, unit.get()));
   EXPECT_EQ(Tessivar::UnitPluginSupport_create_data_w_params(nullptr), nullptr);
   Tessivar::Unit_finalize(nullptr);
-  Tessivar::Unit_finalize_optional_members(nullptr, RTI_TRUE);
   Tessivar::UnitPluginSupport_destroy_data(nullptr);
 }
 
@@ -99,14 +95,6 @@ TEST(Copy, FollowsOptionalMembers) {
   EXPECT_EQ(copy->rcAddress->net, 5);
   ASSERT_TRUE(Tessivar::Unit_copy(copy.get(), without.get()));
   EXPECT_EQ(copy->rcAddress, nullptr);
-}
-
-TEST(Finalize, FreesOptionalMembersAlone) {
-  const Unit unit(unit_name);
-  unit->rcAddress = new Tessivar::Address();
-  Tessivar::Unit_finalize_optional_members(unit.get(), RTI_TRUE);
-  EXPECT_EQ(unit->rcAddress, nullptr);
-  EXPECT_STREQ(unit->name, "");
 }
 
 template <class Print>

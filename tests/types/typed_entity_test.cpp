@@ -105,17 +105,6 @@ TEST_F(TypedEntities, AreNarrowedToTheirOwnTypeOnly) {
                   HasSubstr("TDataReader::narrow: wrong type reader"), HasSubstr("TDataReader::narrow: null reader")));
 }
 
-TEST_F(TypedEntities, RegisterTheirTypeMoreThanOnce) {
-  EXPECT_STREQ(CommandTypeSupport::get_type_name(), "Tessivar::Command");
-  EXPECT_EQ(CommandTypeSupport::register_type(participant, "Tessivar::Command"), DDS_RETCODE_OK);
-  EXPECT_EQ(CommandTypeSupport::register_type(nullptr, "x"), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_EQ(CommandTypeSupport::register_type(participant, nullptr), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_EQ(CommandTypeSupport::unregister_type(nullptr, "x"), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("TTypeSupport::register_type: bad parameter: participant"),
-                                       HasSubstr("TTypeSupport::register_type: bad parameter: type_name"),
-                                       HasSubstr("TTypeSupport::unregister_type: bad parameter: participant")));
-}
-
 TEST_F(TypedEntities, LendSamplesAndTakeThemBack) {
   write({1, 2});
   ASSERT_EQ(reader->read(samples, infos, DDS_LENGTH_UNLIMITED, any_sample, any_view, any_instance), DDS_RETCODE_OK);
@@ -135,23 +124,6 @@ TEST_F(TypedEntities, LendSamplesAndTakeThemBack) {
   EXPECT_EQ(samples.length(), 0);
 }
 
-TEST_F(TypedEntities, CopyIntoBuffersOfTheCaller) {
-  write({1, 2, 3});
-  CommandSeq own(2);
-  DDS_SampleInfoSeq own_infos(2);
-  ASSERT_EQ(reader->take(own, own_infos, DDS_LENGTH_UNLIMITED, any_sample, any_view, any_instance), DDS_RETCODE_OK);
-  EXPECT_EQ(own.length(), 2);
-  EXPECT_TRUE(own.has_ownership());
-  EXPECT_EQ(reader->return_loan(own, own_infos), DDS_RETCODE_OK);
-  EXPECT_STREQ(own[1].unitId, "0001:02:00");
-
-  DDS_SampleInfo info;
-  EXPECT_EQ(reader->read_next_sample(*command, info), DDS_RETCODE_OK);
-  EXPECT_TRUE(info.valid_data);
-  EXPECT_EQ(reader->read_next_sample(*command, info), DDS_RETCODE_NO_DATA);
-  EXPECT_EQ(reader->take_next_sample(*command, info), DDS_RETCODE_NO_DATA);  // it has been read
-}
-
 TEST_F(TypedEntities, RefuseToGiveBackWhatIsNotTheirs) {
   write({1});
   Command mine = {};
@@ -161,7 +133,8 @@ TEST_F(TypedEntities, RefuseToGiveBackWhatIsNotTheirs) {
   EXPECT_TRUE(samples.unloan());
 }
 
-TEST_F(TypedEntities, SelectInstances) {
+// Every form of read and take ends at its own engine call.
+TEST_F(TypedEntities, SelectByInstanceAndCondition) {
   write({1, 2, 1, 3});
   command->commandNumber = 1;
   const DDS_InstanceHandle_t one = reader->lookup_instance(*command);
@@ -169,26 +142,17 @@ TEST_F(TypedEntities, SelectInstances) {
   const DDS_Long all = DDS_LENGTH_UNLIMITED;
   EXPECT_THAT(numbers(reader->read_instance(samples, infos, all, one, any_sample, any_view, any_instance)),
               ElementsAre(1u, 1u));
-
-  // From instance to instance, each once, whatever their order.
-  std::vector<DDS_UnsignedLong> visited;
-  DDS_InstanceHandle_t previous = DDS_HANDLE_NIL;
-  while (reader->read_next_instance(samples, infos, all, previous, any_sample, any_view, any_instance) ==
-         DDS_RETCODE_OK) {
-    previous = infos[0].instance_handle;
-    for (const DDS_UnsignedLong number : numbers(DDS_RETCODE_OK)) visited.push_back(number);
-  }
-  EXPECT_THAT(visited, UnorderedElementsAre(1u, 1u, 2u, 3u));
-
   DDSReadCondition* fresh = reader->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, any_view, any_instance);
   DDSReadCondition* seen = reader->create_readcondition(DDS_READ_SAMPLE_STATE, any_view, any_instance);
-  EXPECT_EQ(reader->read_w_condition(samples, infos, all, fresh), DDS_RETCODE_NO_DATA);
   EXPECT_EQ(reader->read_instance_w_condition(samples, infos, all, one, fresh), DDS_RETCODE_NO_DATA);
   EXPECT_EQ(reader->take_w_condition(samples, infos, all, nullptr), DDS_RETCODE_BAD_PARAMETER);
   EXPECT_THAT(numbers(reader->take_instance_w_condition(samples, infos, all, one, seen)), ElementsAre(1u, 1u));
+  EXPECT_THAT(numbers(reader->read_w_condition(samples, infos, all, fresh)), UnorderedElementsAre(2u, 3u));
   EXPECT_THAT(numbers(reader->take_next_instance_w_condition(samples, infos, 1, DDS_HANDLE_NIL, seen)),
               ::testing::SizeIs(1));
-  EXPECT_THAT(numbers(reader->take_w_condition(samples, infos, all, seen)), ::testing::SizeIs(1));
+  DDS_SampleInfo info;
+  EXPECT_EQ(reader->take_next_sample(*command, info), DDS_RETCODE_NO_DATA);  // what is left has been read
+  EXPECT_THAT(numbers(reader->take(samples, infos, all, any_sample, any_view, any_instance)), ::testing::SizeIs(1));
 }
 
 TEST_F(TypedEntities, HandleInstances) {

@@ -36,6 +36,11 @@ AnyType any_type(const char* room) {
            0;
   };
   type.value = [](const void* sample) { return json_of(Kind(), *static_cast<const T*>(sample)); };
+  type.text = [](const void* sample) {
+    Printer printer;
+    print(Kind(), printer, static_cast<const T*>(sample), nullptr, 0);
+    return printer.text();
+  };
   type.assign = [](void* sample, const json& value) { assign_json(Kind(), *static_cast<T*>(sample), value); };
   type.randomize = [](void* sample, Random& random) { randomize(Kind(), *static_cast<T*>(sample), random); };
   type.reset = [](void* sample) { reset(Kind(), *static_cast<T*>(sample)); };

@@ -6,6 +6,7 @@
 #include "tessivar/platform/type_plugin.h"
 
 #include <random>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -30,6 +31,7 @@ struct AnyType {
   bool (*stream_to_key)(void* key, RTICdrStream*);
 
   json (*value)(const void* sample);
+  std::string (*text)(const void* sample);          // as it is printed
   void (*assign)(void* sample, const json& value);  // throws on what does not fit
   void (*randomize)(void* sample, Random&);
   void (*reset)(void* sample);
@@ -53,8 +55,10 @@ class AnySample {
   void* get() const { return sample_; }
   const AnyType& type() const { return type_; }
   json value() const { return type_.value(sample_); }
+  std::string text() const { return type_.text(sample_); }
   void assign(const json& value) { type_.assign(sample_, value); }
   void randomize(Random& random) { type_.randomize(sample_, random); }
+  void reset() { type_.reset(sample_); }
 
  private:
   const AnyType& type_;
