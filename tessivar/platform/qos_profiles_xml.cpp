@@ -240,6 +240,9 @@ bool QosProfilesXml::parse(std::string& error) {
 bool QosProfilesXml::fail(pugi::xml_node node, const std::string& what, std::string& error) const {
   const std::size_t blank = profiles::is_text(node) ? std::strspn(node.value(), profiles::blank) : 0;
   error = at(node.offset_debug() + static_cast<std::ptrdiff_t>(blank)) + what;
+  // A value that is cited may have several lines, the message has one.
+  for (char& c : error)
+    if (static_cast<unsigned char>(c) < ' ') c = ' ';
   return false;
 }
 
