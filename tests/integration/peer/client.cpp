@@ -1,7 +1,7 @@
-#include "peer/client.h"
+#include "tessivar/control/client.h"
 
 #include "peer/flood.h"
-#include "tessivar/control/client.h"
+#include "peer/roles.h"
 #include "tessivar/control/message_helper.h"
 
 #include <atomic>
@@ -20,10 +20,6 @@ using Clock = std::chrono::steady_clock;
 
 AddressEx address(const std::string& text) {
   return AddressEx(text.c_str());
-}
-
-unsigned number(const std::string& text) {
-  return static_cast<unsigned>(std::stoul(text));
 }
 
 class Client : public Role, public TessivarClientListener {

@@ -24,6 +24,10 @@ void event(const Pieces&... pieces) {
 
 typedef std::vector<std::string> Words;
 
+inline unsigned number(const std::string& text) {
+  return static_cast<unsigned>(std::stoul(text));
+}
+
 /// What a peer does with the commands it is given.
 class Role {
  public:

@@ -1,6 +1,5 @@
-#include "peer/controller.h"
-
 #include "peer/flood.h"
+#include "peer/roles.h"
 #include "tessivar/routing/client.h"
 
 #include <array>
@@ -19,10 +18,6 @@ namespace {
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
 using Ticket = RoutingClient::Ticket;
-
-unsigned number(const std::string& text) {
-  return static_cast<unsigned>(std::stoul(text));
-}
 
 class Controller : public Role, public RoutingClientListener {
  public:

@@ -1,11 +1,9 @@
-#include "peer/device.h"
-
+#include "peer/roles.h"
 #include "tessivar/control/message_helper.h"
 #include "tessivar/control/node.h"
 
 #include <atomic>
 #include <chrono>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -18,10 +16,6 @@ using Helper = TessivarMessageHelper;
 
 AddressEx address(const std::string& text) {
   return AddressEx(text.c_str());
-}
-
-unsigned number(const std::string& text) {
-  return static_cast<unsigned>(std::stoul(text));
 }
 
 class Device : public Role, public TessivarNodeListener {
@@ -46,7 +40,7 @@ class Device : public Role, public TessivarNodeListener {
     if (verb == "dispose") return node_.disposeCommand(address(words.at(1)), number(words.at(2)));
     if (verb == "filter") return filter(words);
     if (verb == "stream") return stream(words);
-    if (verb == "answer") return answer(words);
+    if (verb == "answer") return answer_.set(words);
     return false;
   }
 
@@ -55,7 +49,7 @@ class Device : public Role, public TessivarNodeListener {
     const Tessivar::Command& wanted = request->newValue;
     const std::string value = std::to_string(wanted.value._u.intValue);
     event("request", wanted.unitId, wanted.commandNumber, value);
-    const Words answer = current_answer();
+    const Words answer = answer_.get();
     const std::string& kind = answer.at(0);
     if (kind == "throw") throw std::runtime_error("a fault of the device");
     if (kind == "none") return nullptr;
@@ -103,17 +97,6 @@ class Device : public Role, public TessivarNodeListener {
     return true;
   }
 
-  bool answer(const Words& words) {
-    const std::lock_guard guard(answer_lock_);
-    answer_.assign(words.begin() + 1, words.end());
-    return !answer_.empty();
-  }
-
-  Words current_answer() {
-    const std::lock_guard guard(answer_lock_);
-    return answer_;
-  }
-
   Tessivar::CommandChangeReply* begin_progress(TessivarNode* node, const Tessivar::CommandChangeRequest* request,
                                                int count, int period) {
     const DDSPtr progress(Helper::createReply(request, Tessivar::IN_PROGRESS, nullptr));
@@ -128,8 +111,7 @@ class Device : public Role, public TessivarNodeListener {
   }
 
   TessivarNode node_;
-  std::mutex answer_lock_;
-  Words answer_ = {"complete"};
+  Answer answer_;
   std::jthread stream_;
   std::jthread progress_;
 };

@@ -1,10 +1,7 @@
 // bus_peer device|client|router|controller DOMAIN [type=N] [allow=N,…]: one process on the bus that a test commands
 // line by line.
-#include "peer/client.h"
 #include "peer/console.h"
-#include "peer/controller.h"
-#include "peer/device.h"
-#include "peer/router.h"
+#include "peer/roles.h"
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/platform/participant.h"

@@ -1,5 +1,4 @@
-#include "peer/router.h"
-
+#include "peer/roles.h"
 #include "tessivar/routing/services.h"
 
 #include <algorithm>
@@ -64,7 +63,7 @@ class RouterDevice : public Role,
     if (verb == "protect") return protect(words.at(1), number(words.at(2)));
     if (verb == "stream") return stream(words);
     if (verb == "readers") return readers();
-    if (verb == "answer") return answer(words);
+    if (verb == "answer") return answer_.set(words);
     if (verb == "release") return release(number(words.at(1)));
     return false;
   }
@@ -72,7 +71,7 @@ class RouterDevice : public Role,
   AssociationRouteChangeReply* processRequest(const AssociationRouteChangeRequest* request) override {
     const AssociationRoute& wanted = request->newValue;
     event("request", wanted.unitId, wanted.dest_index, wanted.source_index);
-    const Words answer = currentAnswer();
+    const Words answer = answer_.get();
     const std::string& kind = answer.at(0);
     if (kind == "none") return nullptr;
     if (kind == "refuse") return reply(FAILED, answer.at(1).c_str());
@@ -84,8 +83,6 @@ class RouterDevice : public Role,
   }
 
  private:
-  static unsigned number(const std::string& text) { return static_cast<unsigned>(std::stoul(text)); }
-
   static AssociationRouteChangeReply* reply(RequestResult result, const char* reason) {
     AssociationRouteChangeReply* reply = AssociationRouteChangeReplyTypeSupport::create_data();
     reply->result = result;
@@ -169,16 +166,6 @@ class RouterDevice : public Role,
     return true;
   }
 
-  bool answer(const Words& words) {
-    const std::lock_guard guard(answerLock_);
-    answer_.assign(words.begin() + 1, words.end());
-    return !answer_.empty();
-  }
-  Words currentAnswer() {
-    const std::lock_guard guard(answerLock_);
-    return answer_;
-  }
-
   /// A reply that is sent later.
   static DDSPtr<AssociationRouteChangeReply> addressed(const AssociationRouteChangeRequest& request,
                                                        AssociationRouteChangeReply* reply) {
@@ -213,8 +200,7 @@ class RouterDevice : public Role,
   }
 
   RoutingServices services_;
-  std::mutex answerLock_;
-  Words answer_ = {"complete"};
+  Answer answer_;
   std::mutex heldLock_;
   std::condition_variable heldMore_;
   std::vector<DDSPtr<AssociationRouteChangeReply>> held_;

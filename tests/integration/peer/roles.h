@@ -1,0 +1,69 @@
+// The parts a peer can play. Each does what the test tells it to and reports what it hears.
+#pragma once
+
+#include "peer/console.h"
+
+#include <memory>
+#include <mutex>
+
+namespace TessivarDDS {
+class DDSDomain;
+}
+
+namespace tessivar::testing {
+
+/// What a device answers to the next requests, said at any time.
+class Answer {
+ public:
+  bool set(const Words& words) {
+    const std::lock_guard guard(lock_);
+    answer_.assign(words.begin() + 1, words.end());
+    return !answer_.empty();
+  }
+  Words get() {
+    const std::lock_guard guard(lock_);
+    return answer_;
+  }
+
+ private:
+  std::mutex lock_;
+  Words answer_ = {"complete"};
+};
+
+/// A device of the control family.
+/// Commands: unit ADDRESS NAME · remove ADDRESS · value ADDRESS NUMBER INT · metadata ADDRESS NUMBER NAME ·
+/// dispose ADDRESS NUMBER · filter ADDRESS… · stream PERIOD_MS ADDRESS… (counts up command 1 of each, until the next
+/// stream) · answer complete|echo|refuse REASON|none|throw|progress COUNT PERIOD_MS.
+/// Events: request ADDRESS NUMBER INT · interest ADDRESS MIN MAX · interest-removed ADDRESS MIN MAX.
+std::unique_ptr<Role> make_device(TessivarDDS::DDSDomain* domain);
+
+/// A controller of the control family.
+/// Commands: create (made by itself, so that interest can be registered before) · interest ADDRESS [MIN MAX] ·
+/// match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER COUNT WINDOW ·
+/// value ADDRESS NUMBER · counts · throw on|off.
+/// Events: unit-added ADDRESS NAME · unit-removed ADDRESS · metadata ADDRESS NUMBER NAME · value ADDRESS NUMBER INT ·
+/// set true|false MILLISECONDS · reason TEXT · flood COMPLETED LOST FOREIGN · counts UNITS COMMANDS.
+std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
+
+/// A device with routers.
+/// Commands: announce ADDRESS NAME · withdraw ADDRESS · batching on|off · port ADDRESS INDEX NAME (a source, a
+/// destination, a source and a destination association of that index) · fill ADDRESS MATRICES PORTS ASSOCIATIONS
+/// (sources and destinations, associations of both with routes, so many in each matrix, named by their indexes) · route
+/// ADDRESS DEST SOURCE · protect ADDRESS INDEX · stream PERIOD_MS ADDRESS… (counts up the source of destination 0 of
+/// each, and renames its source 0, until the next stream) · readers ·
+/// answer complete|echo|refuse REASON|none|progress COUNT PERIOD_MS|hold (all but `complete` leave the route as it is)
+/// · release COUNT (answers as `echo`, at once, when so many requests are held). Events: request ADDRESS DEST SOURCE ·
+/// readers COUNT (that the sources' writer is matched with).
+std::unique_ptr<Role> make_router(TessivarDDS::DDSDomain* domain);
+
+/// A controller of routers.
+/// Commands: create · subscribe ADDRESS… · set ADDRESS DEST SOURCE (waits for the last reply) · flood ADDRESS FIRST
+/// COUNT WINDOW (routes to the destinations from FIRST on) · count (from now on, instead of reporting) · await SOURCES
+/// DESTINATIONS SOURCE_ASSOCIATIONS DESTINATION_ASSOCIATIONS ROUTES (until so many different ones were counted) ·
+/// clean-up (afterwards everything is as at the start).
+/// Events: router-added ADDRESS NAME · router-removed ADDRESS · source|destination|source-association|
+/// destination-association ADDRESS INDEX NAME · protected ADDRESS INDEX · route ADDRESS DEST SOURCE · result RESULT
+/// [REASON], for each reply · set RESULT, -1 without one · flood COMPLETED LOST FOREIGN · misnamed COUNT, with await.
+std::unique_ptr<Role> make_controller(TessivarDDS::DDSDomain* domain);
+
+}  // namespace tessivar::testing
