@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Fuzzes one target, from its seeds and the inputs that once found something.
+#
+#   fuzz/run.sh BUILD TARGET SECONDS [CORPUS]    BUILD: where the target is built; CORPUS: the folder that inputs worth
+#                                                keeping are read from and added to, none by default
+set -euo pipefail
+[ $# -ge 3 ] || {
+  sed -n '2,5s/^# \?//p' "$0" >&2
+  exit 2
+}
+here=$(cd "$(dirname "$0")" && pwd)
+build=$(realpath "$1")/fuzz
+target=$2
+corpus=${4:-}
+[ -n "$corpus" ] || {
+  corpus=$(mktemp -d)
+  trap 'rm -rf "$corpus"' EXIT
+}
+mkdir -p "$corpus" "$build/found"
+
+options=(-max_total_time="$3" -timeout=10 -rss_limit_mb=1024 -malloc_limit_mb=64 -print_final_stats=1
+  -artifact_prefix="$build/found/$target-")
+[ ! -f "$here/$target.dict" ] || options+=(-dict="$here/$target.dict")
+
+log=$build/$target.log
+if "$build/fuzz_$target" "${options[@]}" "$corpus" "$here/regressions/$target" "$build/seeds/$target" >"$log" 2>&1; then
+  echo "fuzz $target: nothing found"
+  grep -E '^(Done|stat::)' "$log"
+else
+  tail -n 60 "$log" >&2
+  echo "fuzz $target: found something; see above for the input, $log for the rest" >&2
+  exit 1
+fi
