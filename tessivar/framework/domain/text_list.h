@@ -15,6 +15,6 @@ std::vector<std::string> splitTextList(const std::string& list);
 std::string joinTextList(const std::vector<std::string>& entries);
 
 /// Fills a platform sequence. False when memory is short.
-bool assignTexts(DDS_StringSeq& texts, const std::vector<std::string>& entries);
+TESSIVAR_API bool assignTexts(DDS_StringSeq& texts, const std::vector<std::string>& entries);
 
 }  // namespace TessivarDDS

@@ -99,6 +99,14 @@ class TESSIVAR_API DDSRequestReplyNode {
   bool removeTicket(const Ticket& ticket) { return pendingTickets_.remove(ticket); }
   std::size_t pendingTickets() const { return pendingTickets_.size(); }
 
+  // --- the server side
+  // ------------------------------------------------------------------------------------------------
+
+  /// One more reply to a request, before or after the one that the listener returns: pages, or news of its progress.
+  /// `reply`, made by its type support, is the node's from now on, which fills in identity and ticket number. False
+  /// when it cannot be written.
+  bool sendReply(Rep* reply, const Req& request);
+
   // --- state
   // ----------------------------------------------------------------------------------------------------------
 
@@ -140,7 +148,6 @@ class TESSIVAR_API DDSRequestReplyNode {
   void notifyMatchCount();
   void dispatch(const Rep& reply, const DDS_SampleInfo& info);
   void dispatch(const Req& request, const DDS_SampleInfo& info);
-  void sendReply(Rep* reply, const Req& request);
   unsigned short nextTicketId();
 
   RequestReplyRole role_;

@@ -439,17 +439,20 @@ void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_Sampl
 }
 
 template <class Req, class Rep>
-void DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
-  reply->changeguid.copy(request.changeguid);
-  reply->ticketId = request.ticketId;
-  if (!replyNode_.writeSample(reply, true)) return;
+bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
+  if (reply) {
+    reply->changeguid.copy(request.changeguid);
+    reply->ticketId = request.ticketId;
+  }
+  if (!replyNode_.writeSample(reply, true)) return false;
   // Each client that ever asked is an instance of the reply writer, which would keep its replies for good.
   const std::string forgotten = recentClients_.answered(requestGuidToText(request.changeguid));
-  if (forgotten.empty()) return;
+  if (forgotten.empty()) return true;
   const DDSPtr<Rep> key(TypeOf<Rep>::TypeSupport::create_data());
   if (key && requestGuidFromText(forgotten, key->changeguid)) {
     replyNode_.dataWriter()->unregister_instance(*key, DDS_HANDLE_NIL);
   }
+  return true;
 }
 
 }  // namespace TessivarDDS

@@ -3,18 +3,20 @@
 
 #include <cstddef>
 #include <list>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 
 namespace TessivarDDS {
 
-/// A bounded list of identities, the one answered last in front. Belongs to one thread.
+/// A bounded list of identities, the one answered last in front. Thread-safe.
 class RecentClients {
  public:
   explicit RecentClients(std::size_t most) : most_(most) {}
 
   /// `guid` has been answered. The identity that is no longer one of the recent; empty when there is room.
   std::string answered(const std::string& guid) {
+    const std::lock_guard lock(mutex_);
     const auto known = places_.find(guid);
     if (known != places_.end()) {
       guids_.splice(guids_.begin(), guids_, known->second);
@@ -30,11 +32,13 @@ class RecentClients {
   }
 
   void clear() {
+    const std::lock_guard lock(mutex_);
     places_.clear();
     guids_.clear();
   }
 
  private:
+  std::mutex mutex_;
   const std::size_t most_;
   std::list<std::string> guids_;
   std::unordered_map<std::string, std::list<std::string>::iterator> places_;
