@@ -1,8 +1,8 @@
 // Finds the camera of the device example, watches it and changes its commands. Usage: controller [DOMAIN]
+#include "example_domain.h"
 #include "tessivar/tessivar.h"
 
 #include <chrono>
-#include <iostream>
 
 using namespace TessivarDDS;
 
@@ -31,8 +31,7 @@ DDSPtr<Tessivar::Command> command(unsigned number, int value) {
 }
 
 int main(int argc, char** argv) {
-  setLogThreshold(LogWarning);
-  DDSDomain* domain = DomainManager::instance().sharedDomain(argc > 1 ? std::stoi(argv[1]) : 0, "", "", nullptr);
+  ExampleDomain domain(argc, argv);
   Monitor monitor;
   TessivarClient client;
   client.attachDomain(domain);
@@ -56,5 +55,4 @@ int main(int argc, char** argv) {
 
   std::cin.get();  // watch on until Enter is pressed
   client.cleanUp();
-  DomainManager::instance().releaseSharedDomain(domain, nullptr);
 }

@@ -1,8 +1,8 @@
 // A camera on the bus: announces itself, publishes its commands, answers change requests. Usage: device [DOMAIN]
+#include "example_domain.h"
 #include "tessivar/tessivar.h"
 
 #include <cstring>
-#include <iostream>
 #include <thread>
 
 using namespace TessivarDDS;
@@ -39,8 +39,7 @@ struct Camera : TessivarNodeListener {
 };
 
 int main(int argc, char** argv) {
-  setLogThreshold(LogWarning);
-  DDSDomain* domain = DomainManager::instance().sharedDomain(argc > 1 ? std::stoi(argv[1]) : 0, "", "", nullptr);
+  ExampleDomain domain(argc, argv);
   TessivarNode node;
   Camera camera;
   node.attachDomain(domain);
@@ -56,5 +55,4 @@ int main(int argc, char** argv) {
   std::cin.get();  // until Enter is pressed
   node.detachListener(&camera);
   node.cleanUp();
-  DomainManager::instance().releaseSharedDomain(domain, nullptr);
 }

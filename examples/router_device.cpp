@@ -1,8 +1,7 @@
 // A router on the bus, 32 by 32 on two levels: publishes its ports and routes on request. A number on its standard
 // input protects that destination, anything else ends it. Usage: router_device [DOMAIN [ADDRESS]]
+#include "example_domain.h"
 #include "tessivar/tessivar.h"
-
-#include <iostream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
@@ -40,8 +39,7 @@ struct Hub : RoutingServices, RequestReplyServerListener<AssociationRouteChangeR
 };
 
 int main(int argc, char** argv) {
-  setLogThreshold(LogWarning);
-  DDSDomain* domain = DomainManager::instance().sharedDomain(argc > 1 ? std::stoi(argv[1]) : 0, "", "", nullptr);
+  ExampleDomain domain(argc, argv);
   Hub device;
   if (argc > 2) device.unit = AddressEx(argv[2]);
   device.attachDomain(domain);
@@ -56,5 +54,4 @@ int main(int argc, char** argv) {
   for (unsigned i = 0; i < ports; ++i) device.publishPorts(i);
   for (unsigned i; std::cin >> i && i < ports; device.publishPorts(i)) device.guarded[i] = true;
   device.cleanUp();
-  DomainManager::instance().releaseSharedDomain(domain, nullptr);
 }

@@ -1,8 +1,7 @@
 // Follows routers and changes their routes, as it is told on its standard input: "subscribe ADDRESS", "route ADDRESS
 // SOURCE DESTINATION"; "end" ends it. Usage: routing_controller [DOMAIN]
+#include "example_domain.h"
 #include "tessivar/tessivar.h"
-
-#include <iostream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
@@ -34,8 +33,7 @@ class Monitor : public RoutingClientListener {
 };
 
 int main(int argc, char** argv) {
-  setLogThreshold(LogWarning);
-  DDSDomain* domain = DomainManager::instance().sharedDomain(argc > 1 ? std::stoi(argv[1]) : 0, "", "", nullptr);
+  ExampleDomain domain(argc, argv);
   Monitor monitor;
   RoutingClient client;
   client.attachDomain(domain);
@@ -52,5 +50,4 @@ int main(int argc, char** argv) {
     }
   }
   client.cleanUp();
-  DomainManager::instance().releaseSharedDomain(domain, nullptr);
 }
