@@ -1,0 +1,218 @@
+// Remote participants: what is told of them, how to keep one out, and what becomes of one that is killed or paused.
+#include "support/peer.h"
+#include "tessivar/platform/engine.h"
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <future>
+#include <mutex>
+
+namespace platform_test {
+namespace {
+
+using testing::Each;
+
+/// Notes whom its participant discovers, and ignores those with the name "unwanted".
+class Watcher : public DDSDataReaderListener {
+ public:
+  explicit Watcher(Side& side) : participant_(*side.participant) {
+    reader_->set_listener(this, DDS_DATA_AVAILABLE_STATUS);
+  }
+  ~Watcher() override { reader_->set_listener(nullptr, DDS_STATUS_MASK_NONE); }
+
+  void on_data_available(DDSDataReader*) override {
+    const std::lock_guard lock(mutex_);
+    DDS_ParticipantBuiltinTopicDataSeq samples;
+    DDS_SampleInfoSeq infos;
+    DDSParticipantBuiltinTopicDataDataReader::narrow(reader_)->take(
+        samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+    for (DDS_Long i = 0; i < samples.length(); ++i) {
+      const DDS_InstanceHandle_t& handle = infos[i].instance_handle;
+      std::string& name = names_[{handle.keyHash.value, handle.keyHash.value + 16}];
+      if (infos[i].valid_data) {
+        last = samples[i];
+        name = last.participant_name.name ? last.participant_name.name : "";
+        if (name == "unwanted") participant_.ignore_participant(handle);
+      }
+      seen_.push_back(name + (infos[i].valid_data ? "" : " is gone"));
+    }
+  }
+  /// "NAME" or "NAME is gone"
+  bool saw(const std::string& event, std::chrono::milliseconds limit = 20s) {
+    return eventually(
+        [&] {
+          const std::lock_guard lock(mutex_);
+          return std::find(seen_.begin(), seen_.end(), event) != seen_.end();
+        },
+        limit);
+  }
+
+  DDS_ParticipantBuiltinTopicData last;
+
+ private:
+  std::mutex mutex_;
+  std::map<std::vector<DDS_Octet>, std::string> names_;
+  std::vector<std::string> seen_;
+  DDSDomainParticipant& participant_;
+  DDSDataReader* const reader_ = participant_.get_builtin_subscriber()->lookup_datareader(DDS_PARTICIPANT_TOPIC_NAME);
+};
+
+TEST(Discovery, TellsWhatAParticipantSaysOfItself) {
+  Side side;
+  Watcher watcher(side);
+  DDS_DomainParticipantQos qos = loopback_qos("router 1");
+  qos.user_data.value.ensure_length(2, 2);
+  qos.user_data.value[1] = '7';
+  qos.participant_name.role_name = DDS_String_dup("service");
+  DDSPropertyQosPolicyHelper::add_property(qos.property, "site", "north", DDS_BOOLEAN_TRUE);
+  {
+    Side other(qos);
+    ASSERT_TRUE(watcher.saw("router 1"));
+    const DDS_ParticipantBuiltinTopicData& data = watcher.last;
+    const DDS_InstanceHandle_t guid = other.participant->get_instance_handle();
+    EXPECT_TRUE(std::equal(std::begin(data.key), std::end(data.key), guid.keyHash.value));
+    ASSERT_EQ(data.user_data.value.length(), 2);
+    EXPECT_EQ(data.user_data.value[1], '7');
+    EXPECT_STREQ(data.participant_name.role_name, "service");
+    EXPECT_EQ(data.property.value.length(), 1) << "others are not propagated";
+    EXPECT_STREQ(data.property.value[0].value, "north");
+    ASSERT_EQ(data.default_unicast_locators.length(), 1);
+    EXPECT_EQ(data.default_unicast_locators[0].address[12], 127);
+  }
+  EXPECT_TRUE(watcher.saw("router 1 is gone"));
+}
+
+TEST(Discovery, OneThatIsIgnoredWhenItAppearsNeverGetsThrough) {
+  Side side;
+  Watcher watcher(side);
+  CommandDataReader* reader = side.reader();
+  CommandDataWriter* writer = side.writer();
+  for (int round = 0; round < 10; ++round) {
+    Side unwanted(loopback_qos("unwanted")), wanted;
+    write(unwanted.writer(), 1);
+    unwanted.reader();
+    write(wanted.writer(), 2);
+    ASSERT_TRUE(watcher.saw("unwanted"));
+    ASSERT_TRUE(matched(reader, 2));  // its own writer is one
+    EXPECT_EQ(reader->wait_for_historical_data(patience), DDS_RETCODE_OK);
+    EXPECT_THAT(numbers(take(reader, 1)), Each(2u));
+  }
+  EXPECT_EQ(matches(reader).total_count, 11);
+  EXPECT_EQ(matches(writer).total_count, 1);
+}
+
+TEST(Discovery, OneThatIsIgnoredLaterGoesAndStaysAway) {
+  DDS_DomainParticipantQos often = loopback_qos();
+  often.discovery_config.participant_liveliness_assert_period = {0, 20000000};
+  Side side, other(often), third;
+  CommandDataReader* reader = side.reader();
+  CommandDataWriter* writer = other.writer();
+  ASSERT_TRUE(matched(writer) && matched(reader));
+  EXPECT_EQ(side.participant->ignore_participant(DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
+  EXPECT_EQ(side.participant->ignore_participant(other.participant->get_instance_handle()), DDS_RETCODE_OK);
+  // It is told, and does not wait for somebody who does not listen.
+  ASSERT_TRUE(matched(writer, 0) && matched(reader, 0));
+  std::this_thread::sleep_for(100ms);  // for several of its announcements
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(write(writer, 1), DDS_RETCODE_OK);
+  write(third.writer(), 2);
+  EXPECT_THAT(numbers(take(reader, 1)), Each(2u));
+  EXPECT_EQ(matches(reader).total_count, 2);
+  EXPECT_EQ(matches(writer).total_count, 1);
+}
+
+/// Needs the participant that it is told for, as one that wants to ignore does.
+struct Expecting final : tessivar::platform::EngineParticipantEvents {
+  void participant_seen(const DDS_ParticipantBuiltinTopicData&, const DDS_InstanceHandle_t&, bool) override {
+    if (!eventually([&] { return created.load(); }, 5s)) in_vain = true;
+  }
+  std::atomic<bool> created = false;
+  std::atomic<bool> in_vain = false;
+};
+
+TEST(Discovery, ACallbackMayWaitForTheCreationThatIsGoingOn) {
+  using namespace tessivar::platform;
+  Side other;
+  EngineParticipantConfig config;
+  config.domain_id = own_domain();
+  config.interfaces = {"lo"};
+  config.lease_duration = config.announcement_period = 2800000000;
+  for (int round = 0; round < 50; ++round) {
+    Expecting events;
+    std::unique_ptr<EngineParticipant> participant;
+    std::string error;
+    ASSERT_EQ(cyclone_engine().create_participant(config, &events, participant, error), DDS_RETCODE_OK) << error;
+    events.created = true;
+    participant.reset();
+    ASSERT_FALSE(events.in_vain);
+  }
+}
+
+TEST(Discovery, AKilledProcessIsGoneWithinItsLease) {
+  Side side;
+  Watcher watcher(side);
+  Peer peer;
+  ASSERT_TRUE(watcher.saw("peer"));
+  peer.signal(SIGKILL);
+  EXPECT_TRUE(watcher.saw("peer is gone", 3500ms));
+}
+
+struct Pause {
+  const char* name;
+  bool history;
+  DDS_Duration_t peer_lease, own_lease;
+  std::chrono::milliseconds length;
+};
+
+/// The peer is usable again within one lease, in both directions, without a restart; and what was written meanwhile
+/// comes from the history.
+void pause_and_continue(const Pause& pause) {
+  const std::string topic = own_topic(pause.name);
+  DDS_DomainParticipantQos qos = loopback_qos();
+  qos.discovery_config.participant_liveliness_lease_duration = pause.own_lease;
+  Side side(qos, topic);
+  side.participant->ignore_participant(side.participant->get_instance_handle());
+  Peer peer(pause.history, pause.peer_lease, topic);
+  CommandDataWriter* writer = side.writer(lively<DDS_DataWriterQos>(pause.history));
+  CommandDataReader* reader = side.reader(lively<DDS_DataReaderQos>(pause.history));
+  const auto connected = [&] {
+    DDS_LivelinessChangedStatus alive = {};
+    reader->get_liveliness_changed_status(alive);
+    return matches(reader).current_count == 1 && matches(writer).current_count == 1 && alive.alive_count == 1 &&
+           alive.not_alive_count == 0;
+  };
+  const auto usable = [&](DDS_Long value, std::chrono::milliseconds limit) {
+    const auto answers = [&] {
+      write(writer, 2, value);
+      return comes(reader, 3, value, 100ms);
+    };
+    EXPECT_TRUE(eventually(connected, limit)) << pause.name;
+    EXPECT_TRUE(eventually(answers, limit)) << pause.name;
+  };
+  constexpr auto lease = 3500ms;
+  usable(1, 20s);
+  peer.signal(SIGSTOP);
+  write(writer, 2, 2);
+  std::this_thread::sleep_for(pause.length);
+  peer.signal(SIGCONT);
+  EXPECT_TRUE(!pause.history || comes(reader, 3, 2, lease)) << pause.name;
+  // One that was not missed stays connected all the time; either way it holds a lease later.
+  usable(3, lease);
+}
+
+TEST(Discovery, APausedPeerIsUsableAgainWithinALease) {
+  const DDS_Duration_t usual = {2, 800000000};
+  const Pause pauses[] = {
+      {"AboutTheLease", true, usual, usual, 2500ms},
+      {"TwiceTheLease", true, usual, usual, 6000ms},
+      {"TwiceTheLeaseWithoutHistory", false, usual, usual, 6000ms},
+      {"OnlyThePeerIsDropped", true, {1, 0}, {20, 0}, 2500ms},
+      {"OnlyWeAreDropped", true, {20, 0}, {1, 0}, 2500ms},
+      {"TheWritersAreLostTheirParticipantIsNot", true, {10, 0}, {10, 0}, 4000ms},
+  };
+  std::vector<std::future<void>> all;
+  for (const Pause& pause : pauses) all.push_back(std::async(std::launch::async, pause_and_continue, pause));
+}
+
+}  // namespace
+}  // namespace platform_test

@@ -1,0 +1,119 @@
+// Coming and going of what the engine keeps for us: nothing is left behind, nothing is forgotten too early.
+#include "support/bus.h"
+#include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/cyclone/sample.h"
+#include "tessivar/platform/reader_instances.h"
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+namespace platform_test {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace tessivar::platform;
+
+TEST(Lifecycle, NothingGrowsOverManyRounds) {
+  const auto rounds = [](int count) {
+    for (int i = 0; i < count; ++i) {
+      Side side, other;
+      CommandDataWriter* writer = side.writer();
+      CommandDataReader* reader = other.reader();
+      DDSWaitSet wait_set;
+      wait_set.attach_condition(
+          reader->create_readcondition(DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE));
+      ASSERT_TRUE(matched(writer));
+      for (DDS_UnsignedLong number = 0; number < 20; ++number) write(writer, number);
+      ASSERT_EQ(writer->wait_for_acknowledgments(patience), DDS_RETCODE_OK);
+      take(reader);
+    }
+  };
+  const auto count = [](const char* path) { return std::distance(fs::directory_iterator(path), {}); };
+  const auto resident_pages = [] {
+    long total = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident;
+  };
+  rounds(20);
+  const auto threads = count("/proc/self/task");
+  const auto files = count("/proc/self/fd");
+  [[maybe_unused]] const long pages = resident_pages();
+  rounds(200);
+  EXPECT_EQ(count("/proc/self/task"), threads);
+  EXPECT_EQ(count("/proc/self/fd"), files);
+#ifndef TESSIVAR_SANITIZED  // they keep what was freed
+  EXPECT_LT(resident_pages(), pages + 1024);
+#endif
+}
+
+/// The encoding of a command, as it would be received.
+struct Encoding : EncodedSample {
+  explicit Encoding(DDS_UnsignedLong number) : EncodedSample() {
+    const Command sample = command(number);
+    octets.resize(type->encoded_size(&sample));
+    type->encode(&sample, octets.data(), octets.size());
+    bytes = octets.data();
+    size = static_cast<std::uint32_t>(octets.size());
+    type->instance_to_keyhash(nullptr, &hash, &sample);
+    std::copy(std::begin(hash.value), std::end(hash.value), key_hash);
+    retain = release = [](EncodedSample*) {};
+  }
+  std::vector<std::uint8_t> octets;
+  DDS_KeyHash_t hash = {};
+  inline static const std::unique_ptr<PRESTypePlugin> type{Tessivar::CommandPlugin_new()};
+};
+
+TEST(ReaderInstances, StaysWhenItIsBornAgainWhileItIsTaken) {
+  ReaderInstances instances(*Encoding::type);
+  Encoding sample(1);
+  const KeyHash hash = key_hash_of(sample.key_hash);
+  EngineSelection taking;
+  taking.take = true;
+  std::vector<EngineSlot> slots(1);
+  slots[0].sample = SampleRef(&sample);
+  slots[0].instance = 2;
+  slots[0].info.instance_state = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
+  for (const bool born_again : {true, false}) {
+    instances.accepted(sample, 2);
+    const std::uint64_t before = instances.begin_access();
+    if (born_again) instances.accepted(sample, 2);  // on the receive thread, after the engine handed the slots out
+    instances.accessed(taking, slots, true, before);
+    EXPECT_EQ(instances.knows(hash), born_again);
+  }
+}
+
+// Some peers send nothing but a key hash with a dispose. Here the engine's operations are called as the engine does.
+TEST(EngineKeys, LearnTheirOctetsFromASample) {
+  using namespace cyclone;
+  SampleType type = {};
+  type.engine.serdata_ops = &sample_ops;
+  type.plugin = Encoding::type.get();
+  Encoding encoding(5);
+  ddsi_keyhash hash;
+  std::copy(std::begin(encoding.key_hash), std::end(encoding.key_hash), std::begin(hash.value));
+  ddsi_serdata* poor = sample_ops.from_keyhash(&type.engine, &hash);
+  ASSERT_NE(poor, nullptr);
+  const ddsrt_iovec_t vector = {encoding.bytes, encoding.size};
+  ddsi_serdata* rich = sample_ops.from_ser_iov(&type.engine, SDK_DATA, 1, &vector, encoding.size);
+  ASSERT_NE(rich, nullptr);
+  EXPECT_EQ(poor->hash, rich->hash);
+  const auto key_of = [](ddsi_serdata* data) {
+    SampleSlot slot = nullptr;
+    EXPECT_TRUE(sample_ops.untyped_to_sample(nullptr, data, &slot, nullptr, nullptr));
+    return SampleRef(slot);
+  };
+  EXPECT_EQ(key_of(poor)->bytes, nullptr);
+  EXPECT_TRUE(sample_ops.eqkey(poor, rich));
+  const SampleRef key = key_of(poor);
+  ASSERT_NE(key->bytes, nullptr);
+  Command* decoded = Tessivar::CommandTypeSupport::create_data();
+  EXPECT_TRUE(type.plugin->decode_key(decoded, key->bytes, key->size));
+  EXPECT_EQ(decoded->commandNumber, 5u);
+  Tessivar::CommandTypeSupport::delete_data(decoded);
+  for (ddsi_serdata* data : {poor, rich}) ddsi_serdata_unref(data);
+}
+
+}  // namespace
+}  // namespace platform_test
