@@ -193,7 +193,7 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
   UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
       : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
 
-  void processSample(const Tessivar::Unit& unit, const DDS_SampleInfo& info) override {
+  void processSample(const Tessivar::Unit& unit) override {
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(unit);
     if (DDS_InstanceHandle_is_nil(&handle)) {
       logError() << "void __cdecl TessivarDDS::UnitsRunner::processSample(const struct Tessivar::Unit &)"
@@ -201,8 +201,6 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
       return;
     }
     owner_.notifyUnitAdded(&unit);
-    // A sample that was still unread when its instance died is the only one to tell of the death.
-    if (info.instance_state != DDS_ALIVE_INSTANCE_STATE) processInvalidSample(info);
   }
 
   void processInvalidSample(const DDS_SampleInfo& info) override {

@@ -68,7 +68,7 @@ class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar:
   CommandInterestRunner(Tessivar::CommandInterestDataReader* reader, Private& owner)
       : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
 
-  void processSample(const Tessivar::CommandInterest& interest, const DDS_SampleInfo& info) override {
+  void processSample(const Tessivar::CommandInterest& interest) override {
     constexpr const char* signature =
         "void __cdecl TessivarDDS::CommandInterestRunner::processSample(const struct Tessivar::CommandInterest &)";
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(interest);
@@ -78,8 +78,6 @@ class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar:
     }
     owner_.listeners.notify(
         signature, [&](TessivarNodeListener& listener) { listener.interestRegistered(owner_.node, &interest); });
-    // A sample that was still unread when its instance died is the only one to tell of the death.
-    if (info.instance_state != DDS_ALIVE_INSTANCE_STATE) processInvalidSample(info);
   }
 
   void processInvalidSample(const DDS_SampleInfo& info) override {

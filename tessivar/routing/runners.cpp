@@ -7,7 +7,7 @@ namespace TessivarDDS {
 using Tessivar_Routing::Router;
 using Tessivar_Routing::RouterTypeSupport;
 
-void RoutingClient::RoutersRunner::processSample(const Router& router, const DDS_SampleInfo& info) {
+void RoutingClient::RoutersRunner::processSample(const Router& router) {
   constexpr const char* signature =
       "void __cdecl TessivarDDS::RoutersRunner::processSample(const struct Tessivar_Routing::Router &)";
   const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(router);
@@ -24,8 +24,6 @@ void RoutingClient::RoutersRunner::processSample(const Router& router, const DDS
   if (stored) logWarning() << signature << "Unexpected instance already in map.";
   stored = copy;
   owner_.notifyUnitAdded(handle, copy.get());
-  // A sample that was still unread when its instance died is the only one to tell of the death.
-  if (info.instance_state != DDS_ALIVE_INSTANCE_STATE) processInvalidSample(info);
 }
 
 void RoutingClient::RoutersRunner::processInvalidSample(const DDS_SampleInfo& info) {

@@ -16,7 +16,7 @@ class RoutingClient::RoutersRunner : public WaitSetThreadRunner<Tessivar_Routing
       : WaitSetThreadRunner(reader, {.instanceStateMask = DDS_ANY_INSTANCE_STATE}), owner_(owner) {}
 
   using WaitSetThreadRunner::processSample;
-  void processSample(const Tessivar_Routing::Router& router, const DDS_SampleInfo& info) override;
+  void processSample(const Tessivar_Routing::Router& router) override;
   void processInvalidSample(const DDS_SampleInfo& info) override;
 
  private:

@@ -74,7 +74,8 @@ class TESSIVAR_API WaitSetThreadRunner : public WaitSetThreadRunnerBase {
   virtual void processSamples(TSeq& samples, DDS_SampleInfoSeq& infos);
   virtual void processSample(const T& sample);
   virtual void processSample(const T& sample, const DDS_SampleInfo& info);
-  /// The instance is no longer alive: disposed of, or without writers.
+  /// The instance is no longer alive: disposed of, or without writers. Called once for each death, also for that of an
+  /// instance whose last sample was still unread, after that sample.
   virtual void processInvalidSample(const DDS_SampleInfo& info);
 
   TDataReader* typedReader() const { return reader_; }
