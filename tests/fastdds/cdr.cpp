@@ -43,6 +43,9 @@ std::uint16_t Decoder::u16() {
 std::uint32_t Decoder::u32() {
   return static_cast<std::uint32_t>(number(4));
 }
+std::uint64_t Decoder::u64() {
+  return number(8);
+}
 
 std::string Decoder::string() {
   const Bytes text = octets();

@@ -20,6 +20,7 @@ class Decoder {
   std::uint8_t octet();
   std::uint16_t u16();
   std::uint32_t u32();
+  std::uint64_t u64();
   std::string string();
   Bytes octets();
   /// Length of an optional member, 0 when it is absent; its contents come next.

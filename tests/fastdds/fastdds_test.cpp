@@ -3,6 +3,7 @@
 #include "samples.h"
 #include "support/peer.h"
 
+#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -32,18 +33,23 @@ void expect_own_hash(const Arrival& arrival, const Reader& reader) {
   EXPECT_EQ(reader.hashes_missing(), 0);
 }
 
+/// What a reader that comes now gets first.
+template <class Sample>
+Sample arrives(Peer& peer, const std::string& topic) {
+  Reader reader = peer.reader<Sample>(topic, true);
+  const auto arrival = reader.await(has_sample);
+  if (!arrival) throw std::runtime_error("nothing arrives on " + topic);
+  expect_own_hash<Sample>(*arrival, reader);
+  return Sample::decode(arrival->encoding);
+}
+
 TEST_F(FastDdsPeer, FindsTheUnitThatWasThereBefore) {
   ASSERT_TRUE(device_.does("unit " + unit_id + " Mixer"));
-  Reader units = peer_.reader<Unit>("Orvel.Tessivar.Units", true);
-
-  const auto arrival = units.await(has_sample);
-  ASSERT_TRUE(arrival);
-  const Unit unit = Unit::decode(arrival->encoding);
+  const auto unit = arrives<Unit>(peer_, "Orvel.Tessivar.Units");
   EXPECT_EQ(unit.unit_id, unit_id);
   EXPECT_EQ(unit.name, "Mixer");
   EXPECT_FALSE(unit.has_rc_address);
   EXPECT_EQ(unit.host, "");
-  expect_own_hash<Unit>(*arrival, units);
 }
 
 TEST_F(FastDdsPeer, SeesTheUnitGo) {
@@ -62,24 +68,36 @@ TEST_F(FastDdsPeer, SeesTheUnitGo) {
 TEST_F(FastDdsPeer, ReceivesValuesAndMetadata) {
   ASSERT_TRUE(device_.does("value " + unit_id + " 7 -40"));
   ASSERT_TRUE(device_.does("metadata " + unit_id + " 7 Gain"));
-  Reader values = peer_.reader<Command>("Orvel.Tessivar.Commands", true);
-  Reader descriptions = peer_.reader<Metadata>("Orvel.Tessivar.Metadata", true);
-
-  const auto value = values.await(has_sample);
-  ASSERT_TRUE(value);
-  const Command command = Command::decode(value->encoding);
+  const auto command = arrives<Command>(peer_, "Orvel.Tessivar.Commands");
   EXPECT_EQ(command.unit_id, unit_id);
   EXPECT_EQ(command.number, 7U);
   EXPECT_EQ(command.value, -40);
-  expect_own_hash<Command>(*value, values);
-
-  const auto description = descriptions.await(has_sample);
-  ASSERT_TRUE(description);
-  const Metadata metadata = Metadata::decode(description->encoding);
+  const auto metadata = arrives<Metadata>(peer_, "Orvel.Tessivar.Metadata");
   EXPECT_EQ(metadata.unit_id, unit_id);
   EXPECT_EQ(metadata.number, 7U);
   EXPECT_EQ(metadata.name, "Gain");
-  expect_own_hash<Metadata>(*description, descriptions);
+}
+
+TEST_F(FastDdsPeer, ReceivesTheSourceOfARouter) {
+  tessivar::testing::Peer router("router");
+  ASSERT_TRUE(router.does("port 0001:03:00 31 Camera"));
+  const auto source = arrives<Source>(peer_, "Orvel.Routing.Sources");
+  EXPECT_EQ(source.unit_id, "0001:03:00");
+  EXPECT_EQ(source.matrix, 0U);
+  EXPECT_EQ(source.level, 0U);
+  EXPECT_EQ(source.index, 31U);
+  EXPECT_EQ(source.name, "Camera");
+}
+
+TEST_F(FastDdsPeer, ReceivesALogMessage) {
+  tessivar::testing::Peer logger("logger");
+  ASSERT_TRUE(logger.does("log 0001:04:00 fan stopped"));
+  const auto message = arrives<LogMessage>(peer_, "Orvel.Tessivar.Logging");
+  EXPECT_EQ(message.address, "0001:04:00");
+  EXPECT_EQ(message.header, "fan");
+  EXPECT_EQ(message.value, "stopped");
+  EXPECT_EQ(message.seconds, 1'700'000'000U);
+  EXPECT_EQ(message.nanoseconds, 5U);
 }
 
 TEST_F(FastDdsPeer, SeesACommandDisposed) {

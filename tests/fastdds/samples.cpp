@@ -56,15 +56,31 @@ KeyHash Command::key_hash(const Bytes& encoding) {
 
 Metadata Metadata::decode(const Bytes& encoding) {
   Decoder decoder(encoding);
-  Metadata metadata;
-  metadata.unit_id = decoder.string();
-  metadata.number = decoder.u32();
-  metadata.name = decoder.string();
-  return metadata;
+  return {decoder.string(), decoder.u32(), decoder.string()};
 }
 
 KeyHash Metadata::key_hash(const Bytes& encoding) {
   return hash_of_command_key(encoding);
+}
+
+Source Source::decode(const Bytes& encoding) {
+  Decoder decoder(encoding);
+  return {decoder.string(), decoder.u16(), decoder.u16(), decoder.u32(), decoder.string()};
+}
+
+KeyHash Source::key_hash(const Bytes& encoding) {
+  const Source source = decode(encoding);
+  return Encoder::key().string(source.unit_id).u16(source.matrix).u16(source.level).u32(source.index).hash();
+}
+
+LogMessage LogMessage::decode(const Bytes& encoding) {
+  Decoder decoder(encoding);
+  return {decoder.string(), decoder.string(), decoder.string(), decoder.u64(), decoder.u32()};
+}
+
+KeyHash LogMessage::key_hash(const Bytes& encoding) {
+  const LogMessage message = decode(encoding);
+  return Encoder::key().string(message.address).string(message.header).hash();
 }
 
 Bytes Request::encode() const {

@@ -37,6 +37,30 @@ struct Metadata {
   std::string name;
 };
 
+struct Source {
+  static constexpr const char* type_name = "Tessivar_Routing::Source";
+  static Source decode(const Bytes& encoding);
+  static KeyHash key_hash(const Bytes& encoding);
+
+  std::string unit_id;
+  std::uint16_t matrix = 0;
+  std::uint16_t level = 0;
+  std::uint32_t index = 0;
+  std::string name;
+};
+
+struct LogMessage {
+  static constexpr const char* type_name = "Tessivar_Logging::LogMessage";
+  static LogMessage decode(const Bytes& encoding);
+  static KeyHash key_hash(const Bytes& encoding);
+
+  std::string address;
+  std::string header;
+  std::string value;
+  std::uint64_t seconds = 0;
+  std::uint32_t nanoseconds = 0;
+};
+
 struct Request {
   static constexpr const char* type_name = "Tessivar::CommandChangeRequest";
   static KeyHash key_hash(const Bytes& encoding);

@@ -14,7 +14,7 @@ int own_domain();
 /// end of its output.
 class Peer : public ChildProcess {
  public:
-  /// `role` is "device", "client", "router" or "controller", on own_domain(); `options` as "type=3".
+  /// `role` is "device", "client", "router", "controller" or "logger", on own_domain(); `options` as "type=3".
   explicit Peer(const std::string& role, const std::vector<std::string>& options = {});
 
   /// Gives it a command and waits until that has succeeded.
