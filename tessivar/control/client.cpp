@@ -118,8 +118,6 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
     const TessivarRequestReplyService* service = services.commandService();
     return service && service->waitSetThread() && service->waitSetThread()->isCurrent();
   }
-  /// True on any thread that calls listeners.
-  bool inCallback() const { return waitSetThread.isCurrent() || inReplyCallback(); }
 
   /// Tells each listener of the samples of an instance. They are read under the list's lock, so that no listener hears
   /// something older after something newer.
@@ -161,10 +159,11 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
   }
 
   ReaderQuery<Tessivar::Unit> unitQuery{
-      [this] { return services.unitNode()->dataReader(); }, [this] { return inCallback(); },
+      [this] { return services.unitNode()->dataReader(); }, [this] { return listeners.isNotifying(); },
       [this](Tessivar::UnitDataReader& reader, const DDS_InstanceHandle_t& unit) { tellUnit(reader, unit); }};
   ReaderQuery<Tessivar::Command> valueQuery{
-      [this] { return services.commandService()->valueNode().dataReader(); }, [this] { return inCallback(); },
+      [this] { return services.commandService()->valueNode().dataReader(); },
+      [this] { return listeners.isNotifying(); },
       [this](Tessivar::CommandDataReader& reader, const DDS_InstanceHandle_t& value) { tellValue(reader, value); }};
 
   void rememberUnit(const DDS_InstanceHandle_t& handle, const AddressEx& address) {
@@ -284,6 +283,11 @@ bool TessivarClient::create() {
 }
 
 void TessivarClient::cleanUp() {
+  if (private_->listeners.isNotifying()) {
+    logError() << "void __cdecl TessivarDDS::TessivarClient::cleanUp(void)"
+               << " Cannot clean up from within a callback.";
+    return;
+  }
   private_->leave();
   private_ = std::make_unique<Private>();
 }
@@ -409,6 +413,10 @@ bool TessivarClient::queryCommand(const AddressEx& address, unsigned int command
 bool TessivarClient::refreshUnits(int timeoutMs) {
   constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarClient::refreshUnits(int)";
   if (!private_->services.verifyUnitNode()) return false;
+  if (private_->listeners.isNotifying()) {
+    logError() << signature << " Cannot refresh from within a callback.";
+    return false;
+  }
   Tessivar::UnitSeq units;
   DDS_SampleInfoSeq infos;
   if (!private_->unitQuery.read(signature, units, infos, timeoutMs)) return false;

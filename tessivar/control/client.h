@@ -21,10 +21,10 @@ class TessivarServices;
 /// Use: attachDomain, attachListener, create; then waitForMatch, registerInterest, queries, setCommand or
 /// beginSetCommand; finally cleanUp. Commands are built with TessivarMessageHelper.
 ///
-/// Threads: create and cleanUp belong to one controlling thread, and nothing else may run in the client during cleanUp.
-/// All other operations may be called from any thread, also from the listeners' callbacks, except as
-/// TessivarClientListener says. Timeouts are milliseconds; -1 is without limit, 0 does not wait.
-/// A failure is one log line and false or null; an absence (an unknown unit, no data, a timeout) needs no line.
+/// Threads: attachDomain, create and cleanUp belong to one controlling thread, and nothing but the listeners may use
+/// the client meanwhile. All other operations may be called from any thread, also from the listeners' callbacks, except
+/// as TessivarClientListener says. Timeouts are milliseconds; -1 is without limit, 0 does not wait. A failure is one
+/// log line and false or null; an absence (an unknown unit, no data, a timeout) needs no line.
 class TESSIVAR_API TessivarClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar::CommandChangeReply>;
@@ -40,7 +40,7 @@ class TESSIVAR_API TessivarClient {
   /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
   virtual bool create();
   /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted), interests and services.
-  /// Afterwards the client is as new. Waits for a callback that is running; never call it from one.
+  /// Afterwards the client is as new. Waits for a callback that is running; refused within one.
   void cleanUp();
 
   /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned
@@ -81,7 +81,7 @@ class TESSIVAR_API TessivarClient {
   bool queryCommand(const AddressEx& address, unsigned int commandNumber, Tessivar::Command& command);
 
   /// Reports every unit there is to the listeners, as if it were new, and those removed since the last call. The calls
-  /// are made on the caller's thread.
+  /// are made on the caller's thread. Refused within a callback.
   bool refreshUnits(int timeoutMs);
 
   /// Asks the unit's device for a new value and waits until it has been set: true. False when the device refuses (its

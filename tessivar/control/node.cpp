@@ -137,6 +137,11 @@ bool TessivarNode::create() {
 }
 
 void TessivarNode::cleanUp() {
+  if (private_->listeners.isNotifying()) {
+    logError() << "void __cdecl TessivarDDS::TessivarNode::cleanUp(void)"
+               << " Cannot clean up from within a callback.";
+    return;
+  }
   private_->leave();
   private_ = std::make_unique<Private>(this);
 }

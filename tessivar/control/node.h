@@ -20,11 +20,11 @@ class TessivarServices;
 /// Use: attachDomain, attachListener, create; then addUnit, publishMetadata, publishCommand, setFilterAddresses;
 /// finally cleanUp. Samples are built with TessivarMessageHelper.
 ///
-/// Threads: create and cleanUp belong to one controlling thread, and nothing else may run in the node during cleanUp.
-/// All other operations may be called from any thread, also from the listeners' callbacks, except as
-/// TessivarNodeListener says. Publishing writes on the caller's thread and does not wait for receivers; answering may
-/// block for up to 100 ms when a controller does not keep up.
-/// A failure is one log line and false. Samples passed by DDSPtr stay the caller's, and are not kept.
+/// Threads: attachDomain, create and cleanUp belong to one controlling thread, and nothing but the listeners may use
+/// the node meanwhile. All other operations may be called from any thread, also from the listeners' callbacks, except
+/// as TessivarNodeListener says. Publishing writes on the caller's thread and does not wait for receivers; answering
+/// may block for up to 100 ms when a controller does not keep up. A failure is one log line and false. Samples passed
+/// by DDSPtr stay the caller's, and are not kept.
 class TESSIVAR_API TessivarNode {
  public:
   TessivarNode();
@@ -38,7 +38,7 @@ class TESSIVAR_API TessivarNode {
   /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
   virtual bool create();
   /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and services. Afterwards the
-  /// node is as new. Waits for a callback that is running; never call it from one.
+  /// node is as new. Waits for a callback that is running; refused within one.
   void cleanUp();
 
   /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned

@@ -39,7 +39,7 @@ bool RoutingClient::create() {
 bool RoutingClient::subscribe(const std::vector<AddressEx>& addresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::RoutingClient::subscribe(const " TESSIVAR_SIGNATURE_ADDRESSES " &)";
-  if (private_->inCallback()) {
+  if (private_->listeners.isNotifying()) {
     logError() << signature << " Cannot subscribe from within a callback.";
     return false;
   }
@@ -96,7 +96,7 @@ bool RoutingClient::completeSetRoute(DDSPtr<Ticket>& ticket) {
 }
 
 void RoutingClient::cleanUp() {
-  if (private_->inCallback()) {
+  if (private_->listeners.isNotifying()) {
     logError() << "void __cdecl TessivarDDS::RoutingClient::cleanUp(void)"
                << " Cannot clean up from within a callback.";
     return;

@@ -9,13 +9,6 @@ namespace TessivarDDS {
 
 using namespace Tessivar_Routing;
 
-bool RoutingClient::Private::inCallback() const {
-  // In this order: while the first subscribe makes the service, a router may be reported.
-  if (leaving_ || thread.isCurrent()) return true;
-  const RoutingRequestReplyService* const service = services.routingService();
-  return service && service->waitSetThread() && service->waitSetThread()->isCurrent();
-}
-
 bool RoutingClient::Private::attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner) {
   if (!thread.attachRunner(runner.get(), true)) {
     logError() << signature << "Failed to attach runner to thread";

@@ -27,8 +27,6 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
   void ticketChanged(unsigned short ticketId) override;
   void valueChanged(const Tessivar_Routing::AssociationRoute* route) override;
 
-  /// True while a listener is called by the thread that asks: what waits for that very call must not be begun.
-  bool inCallback() const;
   /// Hands `runner` to the thread; false, with `signature` in the log, when that cannot be.
   bool attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner);
   bool attachStateRunners(const char* signature);

@@ -5,7 +5,10 @@
 #include "tessivar/framework/sync/sync.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
+#include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -67,11 +70,16 @@ class ListenerList {
       logError() << signature << "Error locking list";
       return false;
     }
+    notifier_ = std::this_thread::get_id();
     for (const Entry& entry : entries_) {
       if (entry.listener && !callGuarded(signature, call, *entry.listener)) break;
     }
+    notifier_ = std::thread::id();
     return true;
   }
+
+  /// True within a listener's call, on the thread of that call.
+  bool isNotifying() const { return notifier_ == std::this_thread::get_id(); }
 
  private:
   struct Entry {
@@ -126,6 +134,7 @@ class ListenerList {
   const char* listenerClass_;
   std::vector<Entry> entries_;
   TessivarMutex mutex_;
+  std::atomic<std::thread::id> notifier_{};
 };
 
 }  // namespace TessivarDDS
