@@ -44,15 +44,6 @@ TEST(Encapsulation, IsOneOfFour) {
   }
 }
 
-TEST(Encapsulation, IsNotNeededInsideAStream) {
-  const Sample<Tessivar::ULRange> sample("Tessivar::ULRange");
-  *sample = {1, 2};
-  Stream stream(16);
-  RTICdrStream_setEndian(stream.get(), RTI_CDR_BIG_ENDIAN);
-  EXPECT_TRUE(Tessivar::ULRangePlugin_serialize(nullptr, sample.get(), stream.get(), RTI_FALSE, 0, RTI_TRUE, nullptr));
-  EXPECT_EQ(to_hex(stream.written()), "0000000100000002");
-}
-
 TEST(Sizes, OfACommand) {
   // Header, unit id, padding, number, discriminator, the longest branch.
   constexpr unsigned int most = 4 + 4 + 65 + 3 + 4 + 4 + 4 + 65;
@@ -115,12 +106,6 @@ TEST(Encoding, TellsWhichEnumeratorItRefuses) {
   EXPECT_FALSE(encoding_of(sample, true));
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("CommandTypePlugin_serialize: 7 is no enumerator of "
                                                  "Tessivar::CommandType")));
-}
-
-TEST(Encoding, TakesAnyOctetForTrue) {
-  const Sample<Tessivar::Range> sample("Tessivar::Range");
-  sample->minInclusive = 2;
-  EXPECT_EQ(to_hex(encoding_of(sample, true).value()), "0001000000000000000000000100");
 }
 
 TEST(Decoding, EmptiesTheBranchesThatAreNotThere) {
