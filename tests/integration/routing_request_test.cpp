@@ -45,28 +45,28 @@ class RouteRequest : public ::testing::Test {
   std::optional<Peer> controller_;
 };
 
-TEST_F(RouteRequest, CompletesAndChangesTheRoute) {
+TEST_F(RouteRequest, EndsAsTheRouterAnswers) {
   start();
+  Peer other("controller");
+  join(other);
+  controller().events("");
   ASSERT_TRUE(controller().does("set " + router + " 7 42"));
   EXPECT_TRUE(controller().sees("set " + complete));
   EXPECT_TRUE(controller().sees("result " + complete));
   EXPECT_TRUE(controller().sees("route " + router + " 7 42"));
   EXPECT_TRUE(device().sees("request " + router + " 7 42"));
-}
+  // Another controller sees the route change, and no ticket.
+  EXPECT_TRUE(other.sees("route " + router + " 7 42"));
+  EXPECT_TRUE(other.saw_nothing_of("result"));
 
-TEST_F(RouteRequest, IsRefusedWithTheRoutersReason) {
-  start();
   ASSERT_TRUE(device().does("answer refuse protected"));
-  ASSERT_TRUE(controller().does("set " + router + " 7 42"));
+  ASSERT_TRUE(controller().does("set " + router + " 7 43"));
   EXPECT_TRUE(controller().sees("set " + failed));
   EXPECT_TRUE(controller().sees("result " + failed + " protected"));
   EXPECT_TRUE(controller().saw_nothing_of("route"));
-}
 
-TEST_F(RouteRequest, TellsThatItIsInProgressBeforeItCompletes) {
-  start();
   ASSERT_TRUE(device().does("answer progress 3 50"));
-  ASSERT_TRUE(controller().does("set " + router + " 7 42"));
+  ASSERT_TRUE(controller().does("set " + router + " 7 44"));
   EXPECT_TRUE(controller().sees("set " + complete));
   EXPECT_TRUE(controller().sees("result " + pending));
   for (int i = 0; i < 3; ++i) EXPECT_TRUE(controller().sees("result " + in_progress));
@@ -87,17 +87,6 @@ TEST_F(RouteRequest, FiveThousandAnsweredAtOnceLoseNone) {
   device().begin("release 5000");
   EXPECT_TRUE(device().sees("did release ok", long_time)) << device().transcript();
   EXPECT_TRUE(controller().sees("flood 5000 0 0", long_time)) << controller().transcript();
-}
-
-TEST_F(RouteRequest, OfAnotherControllerShowsAsAChangedRouteAndNoTicket) {
-  start();
-  Peer other("controller");
-  join(other);
-  controller().events("");
-  ASSERT_TRUE(other.does("set " + router + " 7 42"));
-  EXPECT_TRUE(other.sees("set " + complete));
-  EXPECT_TRUE(controller().sees("route " + router + " 7 42"));
-  EXPECT_TRUE(controller().saw_nothing_of("result"));
 }
 
 TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
