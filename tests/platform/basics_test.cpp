@@ -1,0 +1,180 @@
+// What the rest is built on: durations, strings, properties, sequences, the log and threads.
+#include "support/bus.h"
+#include "tessivar/platform/osapi.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <pthread.h>
+#include <signal.h>
+#include <stdexcept>
+
+namespace platform_test {
+namespace {
+
+using namespace tessivar::platform;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+TEST(Duration, BecomesNanosecondsAndBack) {
+  constexpr std::int64_t second = 1000000000;
+  const std::pair<DDS_Duration_t, std::int64_t> cases[] = {{DDS_DURATION_ZERO, 0},
+                                                           {{3, 500000000}, 3500000000},
+                                                           {{0x7ffffffe, 999999999}, 0x7ffffffe * second + 999999999},
+                                                           {DDS_DURATION_INFINITE, never}};
+  for (const auto& [duration, nanoseconds] : cases) {
+    EXPECT_EQ(to_nanoseconds(duration), nanoseconds);
+    EXPECT_EQ(to_duration(nanoseconds), duration) << nanoseconds;
+  }
+  EXPECT_EQ(to_duration(-1), DDS_DURATION_ZERO);
+  EXPECT_EQ(DDS_Duration_from_millis(-1), DDS_DURATION_INFINITE);
+  EXPECT_EQ(DDS_Duration_from_millis(1999), (DDS_Duration_t{1, 999000000}));
+  EXPECT_EQ(to_nanoseconds(DDS_TIME_INVALID), -1);
+  EXPECT_EQ(to_time(INT64_MAX).sec, DDS_TIME_INVALID.sec);
+}
+
+TEST(String, IsReplacedInPlaceWhenItFitsAndCopiedWithinItsBound) {
+  char* text = DDS_String_alloc(10);
+  const char* before = text;
+  EXPECT_EQ(DDS_String_replace(&text, "ten chars!"), before);
+  EXPECT_EQ(DDS_String_replace(&text, text + 4), before) << "a part of itself";
+  EXPECT_STREQ(text, "chars!");
+  EXPECT_FALSE(DDS_String_copy_bounded(&text, "abcde", 5));
+  EXPECT_TRUE(DDS_String_copy_bounded(&text, "abcd", 5));
+  EXPECT_STREQ(text, "abcd");
+  EXPECT_EQ(DDS_String_replace(&text, nullptr), nullptr);
+}
+
+TEST(Property, IsAddedAssertedAndRemoved) {
+  using Helper = DDSPropertyQosPolicyHelper;
+  DDS_DomainParticipantQos qos;
+  DDS_PropertyQosPolicy& policy = qos.property;
+  EXPECT_EQ(Helper::add_property(policy, "a", "1", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+  EXPECT_EQ(Helper::add_property(policy, "a", "2", DDS_BOOLEAN_FALSE), DDS_RETCODE_PRECONDITION_NOT_MET);
+  EXPECT_EQ(Helper::assert_property(policy, "b", "x", DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
+  const DDS_DomainParticipantQos copy = qos;
+  EXPECT_EQ(Helper::assert_property(policy, "b", "longer than before", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+  EXPECT_EQ(Helper::remove_property(policy, "a"), DDS_RETCODE_OK);
+  EXPECT_EQ(Helper::remove_property(policy, "a"), DDS_RETCODE_PRECONDITION_NOT_MET);
+  EXPECT_EQ(Helper::add_property(policy, "n", nullptr, DDS_BOOLEAN_FALSE), DDS_RETCODE_BAD_PARAMETER);
+  ASSERT_EQ(policy.value.length(), 1);
+  EXPECT_STREQ(policy.value[0].value, "longer than before");
+  ASSERT_EQ(copy.property.value.length(), 2) << "a copy is independent";
+  EXPECT_STREQ(copy.property.value[1].value, "x");
+}
+
+/// Of structures with strings: what they own is seen by the leak checker.
+class SequenceTest : public testing::Test {
+ protected:
+  SequenceTest() {
+    commands.ensure_length(3, 10);
+    for (DDS_Long i = 0; i < 3; ++i) DDS_String_replace(&commands[i].unitId, "unit");
+  }
+  Tessivar::CommandSeq commands;
+  LogLines log;
+};
+
+TEST_F(SequenceTest, TellsWhyItFailsAndStaysAsItIs) {
+  Command one = {};
+  Tessivar::CommandSeq loaned, empty;
+  ASSERT_TRUE(loaned.loan_contiguous(&one, 1, 1));
+  commands.set_absolute_maximum(11);
+  const auto check = [&](bool result, const char* line) {
+    EXPECT_FALSE(result) << line;
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(line)));
+  };
+  check(commands.set_maximum(-1), "CommandSeq_set_maximum: max size must be positive");
+  check(commands.set_maximum(12), "CommandSeq_set_maximum: new max cannot be larger than absolute maximum");
+  check(commands.set_length(11), "CommandSeq_set_length: ");
+  check(commands.ensure_length(5, 4), "CommandSeq_ensure_length: insufficient space (5, 4)");
+  check(commands.get_reference(-1), "CommandSeq_get_reference: index out of bounds");
+  check(commands.unloan(), "CommandSeq_unloan: buffer must be loaned");
+  check(commands.loan_contiguous(&one, 1, 1), "CommandSeq_loan_contiguous: max size must be 0");
+  check(empty.loan_contiguous(nullptr, 0, 1), "CommandSeq_loan_contiguous: NULL buffer can't have non-zero maximum");
+  check(loaned.set_maximum(5), "CommandSeq_set_maximum: buffer must not be loaned");
+  check(loaned.copy_no_alloc(commands), "CommandSeq_copy_no_alloc: insufficient space (1, 3)");
+  EXPECT_EQ(commands.length(), 3);
+  commands[7].commandNumber = 9;  // one of nobody
+  EXPECT_EQ(commands[7].commandNumber, 0u);
+}
+
+TEST_F(SequenceTest, IsCopiedDeeplyBetweenAllKindsOfBuffersAndKeepsWhatFits) {
+  Tessivar::CommandSeq copy(commands), scattered;
+  DDS_String_replace(&commands[0].unitId, "changed");
+  EXPECT_STREQ(copy[0].unitId, "unit");
+  Command array[3] = {};
+  Command* pointers[3] = {&array[0], &array[1], &array[2]};
+  ASSERT_TRUE(scattered.loan_discontiguous(pointers, 0, 3));
+  ASSERT_TRUE(scattered.copy_no_alloc(commands));
+  EXPECT_EQ(scattered.get_reference(1), &array[1]);
+  ASSERT_TRUE(copy.copy(scattered));
+  EXPECT_TRUE(scattered.unloan());
+  EXPECT_STREQ(array[0].unitId, "changed") << "what was lent is left alone";
+  for (Command& each : array) Tessivar::Command_finalize(&each);
+  for (const DDS_Long maximum : {1, 20}) {
+    EXPECT_TRUE(copy.set_maximum(maximum));
+    ASSERT_EQ(copy.length(), 1);
+    EXPECT_STREQ(copy[0].unitId, "changed");
+  }
+}
+
+TEST(PlatformLog, SurvivesASinkThatThrowsOrLogs) {
+  int lines = 0;
+  set_log_sink(
+      [](LogLevel, std::string_view, void* context) {
+        ++*static_cast<int*>(context);
+        log(LogLevel::error, "sink", "nested");
+        throw std::runtime_error("sink");
+      },
+      &lines);
+  for (const LogLevel level : {LogLevel::error, LogLevel::debug, LogLevel::warning}) log(level, "x", "y");
+  set_log_sink(nullptr, nullptr);
+  EXPECT_EQ(lines, 2) << "debugging is off";
+}
+
+TEST(PlatformLogDeathTest, GoesToStandardErrorAsTheEnvironmentSays) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const std::pair<const char*, const char*> cases[] = {
+      {"error", "^x: e\ndone"}, {"loud", "TESSIVAR_PLATFORM_LOG: \"loud\" is none of .*\nx: e\nx: w\ndone"}};
+  for (const auto& [value, output] : cases) {
+    setenv("TESSIVAR_PLATFORM_LOG", value, 1);  // read as early as static objects are made
+    const auto speak = [] {
+      log(LogLevel::error, "x", "e");
+      log(LogLevel::warning, "x", "w");
+      std::fputs("done", stderr);
+      std::_Exit(0);
+    };
+    EXPECT_EXIT(speak(), testing::ExitedWithCode(0), output);
+  }
+  unsetenv("TESSIVAR_PLATFORM_LOG");
+}
+
+TEST(OsapiThread, RunsUnderItsCutNameAndLeavesSignalsToTheApplication) {
+  struct Seen {
+    char name[16];
+    sigset_t mask;
+  } seen;
+  RTIOsapiThreadFactory* factory = RTIOsapiThreadFactory_newDefault();
+  const auto look = [](void* argument) -> void* {
+    auto& its = *static_cast<Seen*>(argument);
+    pthread_getname_np(pthread_self(), its.name, sizeof its.name);
+    pthread_sigmask(SIG_BLOCK, nullptr, &its.mask);
+    return nullptr;
+  };
+  const auto start = [&](int stack_size) {
+    return RTIOsapiThreadFactory_createThread(factory, "DDSRequestReply_Client", 0, 0, stack_size, nullptr, look,
+                                              &seen);
+  };
+  EXPECT_EQ(start(1), nullptr) << "a stack of one octet";
+  RTIOsapiThread* thread = start(-1);
+  ASSERT_NE(thread, nullptr);
+  RTIOsapiThreadFactory_destroyThread(factory, thread);
+  EXPECT_STREQ(seen.name, "DDSRequestReply");
+  EXPECT_TRUE(sigismember(&seen.mask, SIGTERM));
+  EXPECT_FALSE(sigismember(&seen.mask, SIGSEGV));
+  pthread_sigmask(SIG_BLOCK, nullptr, &seen.mask);
+  EXPECT_FALSE(sigismember(&seen.mask, SIGTERM)) << "the creating thread has its own mask again";
+  RTIOsapiThreadFactory_delete(factory);
+}
+
+}  // namespace
+}  // namespace platform_test
