@@ -1,0 +1,70 @@
+// Listeners of a device and of a controller that note what they hear.
+#pragma once
+
+#include "tessivar/control/client.h"
+#include "tessivar/control/message_helper.h"
+#include "tessivar/control/node.h"
+#include "tessivar/control/services.h"
+#include "tests/support/log_recorder.h"
+#include "tests/support/loopback.h"
+
+namespace tessivar::testing {
+
+constexpr int control_domain = 90;
+
+/// Answers with what `answer` gives.
+class DeviceListener : public TessivarDDS::TessivarNodeListener {
+ public:
+  typedef Tessivar::CommandChangeReply Reply;
+  typedef Tessivar::CommandChangeRequest Request;
+  typedef std::function<Reply*(TessivarDDS::TessivarNode*, const Request*)> Answer;
+
+  explicit DeviceListener(Events& events, Answer how = complete) : answer(std::move(how)), events_(events) {}
+
+  static Reply* complete(TessivarDDS::TessivarNode*, const Request* request) {
+    return TessivarDDS::TessivarMessageHelper::createReply(request, Tessivar::COMPLETE, nullptr);
+  }
+  Reply* commandChangeRequested(TessivarDDS::TessivarNode* node, const Request* request) override {
+    events_.add("request");
+    return answer(node, request);
+  }
+  void interestRegistered(TessivarDDS::TessivarNode*, const Tessivar::CommandInterest* interest) override {
+    events_.add(std::string("interest ") + interest->unitId);
+  }
+  void interestRemoved(TessivarDDS::TessivarNode*, const TessivarDDS::AddressEx& unit, unsigned int first,
+                       unsigned int last) override {
+    events_.add("interest removed " + unit.toString() + ' ' + std::to_string(first) + ' ' + std::to_string(last));
+  }
+
+  Answer answer;
+
+ private:
+  Events& events_;
+};
+
+/// Does what `during` says with each text that it has noted.
+class ControllerListener : public TessivarDDS::TessivarClientListener {
+ public:
+  explicit ControllerListener(Events& events) : events_(events) {}
+
+  void unitAdded(const Tessivar::Unit* unit) override { note(std::string("unit ") + unit->unitId); }
+  void unitRemoved(const TessivarDDS::AddressEx& unit) override { note("no unit " + unit.toString()); }
+  void commandMetadataUpdated(const Tessivar::CommandMetadata*) override {}
+  void commandValueChanged(const Tessivar::Command* command) override {
+    note("value " + std::to_string(command->value._u.intValue));
+  }
+
+  void commandTicketChanged(TessivarDDS::DDSPtr<TessivarDDS::TessivarClient::Ticket>&) override {}
+
+  std::function<void(const std::string&)> during = [](const std::string&) {};
+
+ private:
+  void note(const std::string& text) {
+    events_.add(text);
+    during(text);
+  }
+
+  Events& events_;
+};
+
+}  // namespace tessivar::testing

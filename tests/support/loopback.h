@@ -1,0 +1,74 @@
+// Domains on loopback, and waiting for what happens between them.
+#pragma once
+
+#include "tessivar/framework/domain/dds_domain.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tessivar::testing {
+
+constexpr std::chrono::seconds patience(20);
+
+/// Polls until `condition` holds.
+inline bool eventually(const std::function<bool()>& condition) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return true;
+}
+
+/// A domain that exists, on loopback.
+class LoopbackDomain : public TessivarDDS::DDSDomain {
+ public:
+  explicit LoopbackDomain(int domainId, const std::function<void(TessivarDDS::DDSDomain&)>& configure = {}) {
+    setAllowedInterfaces({"lo"});
+    if (configure) configure(*this);
+    EXPECT_TRUE(createDomainParticipant(domainId));
+  }
+};
+
+/// Things that happened, in order, as texts.
+class Events {
+ public:
+  void add(const std::string& text) {
+    const std::lock_guard lock(mutex_);
+    texts_.push_back(text);
+    changed_.notify_all();
+  }
+  /// Waits until so many have happened; takes everything.
+  std::vector<std::string> take(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, patience, [&] { return texts_.size() >= count; });
+    return std::exchange(texts_, {});
+  }
+  /// Waits until `text` has happened; takes it alone.
+  bool happens(const std::string& text) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, patience, [&] {
+      const auto found = std::find(texts_.begin(), texts_.end(), text);
+      if (found == texts_.end()) return false;
+      texts_.erase(found);
+      return true;
+    });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<std::string> texts_;
+};
+
+}  // namespace tessivar::testing
