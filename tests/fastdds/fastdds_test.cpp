@@ -128,14 +128,18 @@ class FastDdsRequester : public FastDdsPeer {
     request.identity = identity_;
     request.ticket = ticket;
     request.wanted = {unit_id, 7, value};
-    if (!requests_.write(request.encode())) return std::nullopt;
-    const auto arrival = replies_.await([&](const Arrival& reply) {
+    const auto is_wanted = [&](const Arrival& reply) {
       return has_sample(reply) && Reply::decode(reply.encoding).identity == identity_ &&
              Reply::decode(reply.encoding).ticket == ticket;
-    });
-    if (!arrival) return std::nullopt;
-    expect_own_hash<Reply>(*arrival, replies_);
-    return Reply::decode(arrival->encoding);
+    };
+    // The device may match the requests' writer a moment later than that matches it, and requests are not kept.
+    for (int tries = 0; tries < 20 && requests_.write(request.encode()); ++tries) {
+      const auto arrival = replies_.await(is_wanted, std::chrono::seconds(1));
+      if (!arrival) continue;
+      expect_own_hash<Reply>(*arrival, replies_);
+      return Reply::decode(arrival->encoding);
+    }
+    return std::nullopt;
   }
 
   const Bytes identity_ = {0xfa, 0x57, 0xdd, 0x50, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};

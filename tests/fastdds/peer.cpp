@@ -95,8 +95,8 @@ DataWriter* Peer::make_writer(Topic* topic) {
   return require(publisher_->create_datawriter(topic, qos), "writer");
 }
 
-std::optional<Arrival> Reader::await(const std::function<bool(const Arrival&)>& wanted) {
-  const auto deadline = std::chrono::steady_clock::now() + patience;
+std::optional<Arrival> Reader::await(const std::function<bool(const Arrival&)>& wanted, std::chrono::seconds at_most) {
+  const auto deadline = std::chrono::steady_clock::now() + at_most;
   for (;;) {
     Bytes encoding;
     SampleInfo info;

@@ -31,8 +31,9 @@ struct Arrival {
 
 class Reader {
  public:
-  /// The first arrival from now on that `wanted` accepts; others are dropped. Nothing after `patience`.
-  std::optional<Arrival> await(const std::function<bool(const Arrival&)>& wanted);
+  /// The first arrival from now on that `wanted` accepts; others are dropped. Nothing after `at_most`.
+  std::optional<Arrival> await(const std::function<bool(const Arrival&)>& wanted,
+                               std::chrono::seconds at_most = patience);
 
   /// How often Fast DDS had to ask for a key hash because a received sample carried none.
   int hashes_missing() const { return *hashes_asked_; }
