@@ -10,6 +10,9 @@
 namespace TessivarDDS {
 namespace {
 
+constexpr const char* signature =
+    "void __cdecl TessivarDDS::BuiltinParticipantListener::on_data_available(class DDSDataReader *)";
+
 /// Octets of the shortest user data that can hold a type: "type=" and a digit.
 constexpr DDS_Long shortest_type = 6;
 
@@ -73,8 +76,6 @@ unsigned short BuiltinParticipantListener::parseType(const DDS_Octet* text, DDS_
 
 void BuiltinParticipantListener::judge(const DDS_ParticipantBuiltinTopicData& data,
                                        const DDS_InstanceHandle_t& handle) {
-  constexpr const char* signature =
-      "void __cdecl TessivarDDS::BuiltinParticipantListener::on_data_available(class DDSDataReader *)";
   const unsigned short type = announcedType(data);
   const std::string description = describe(data, type);
   if (allowed_.empty() || std::find(allowed_.begin(), allowed_.end(), type) != allowed_.end()) {
@@ -89,8 +90,6 @@ void BuiltinParticipantListener::judge(const DDS_ParticipantBuiltinTopicData& da
 }
 
 void BuiltinParticipantListener::on_data_available(DDSDataReader* reader) {
-  constexpr const char* signature =
-      "void __cdecl TessivarDDS::BuiltinParticipantListener::on_data_available(class DDSDataReader *)";
   auto* participants = DDSParticipantBuiltinTopicDataDataReader::narrow(reader);
   DDS_ParticipantBuiltinTopicDataSeq samples;
   DDS_SampleInfoSeq infos;

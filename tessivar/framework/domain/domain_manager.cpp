@@ -71,7 +71,7 @@ DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock
   const auto place = records_.insert(records_.end(), std::move(record));
   lock.unlock();
   DDSDomain* domain = nullptr;
-  tessivar::framework::guarded(signature, [&] { domain = createDomain(domainId, library, profile); });
+  tessivar::framework::guarded(signature, [&] { domain = createDomain(signature, domainId, library, profile); });
   if (!domain) logError() << signature << "Problem creating domain participant";
   lock.lock();
   if (domain) {
@@ -83,7 +83,8 @@ DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock
   return domain;
 }
 
-DDSDomain* DomainManager::createDomain(int domainId, const std::string& library, const std::string& profile) {
+DDSDomain* DomainManager::createDomain(const char* signature, int domainId, const std::string& library,
+                                       const std::string& profile) {
   auto domain = std::make_unique<DDSDomain>();
   DomainHook domainHook;
   DomainQosHook qosHook;
@@ -99,11 +100,11 @@ DDSDomain* DomainManager::createDomain(int domainId, const std::string& library,
   DDS_DomainParticipantQos qos;
   const bool named = !library.empty() && !profile.empty();
   const bool loaded = named && domain->participantQosProfile(library, profile, qos);
-  if (named && !loaded) logError() << shared_signature << "Failed to load participant Qos from QoS file!";
+  if (named && !loaded) logError() << signature << "Failed to load participant Qos from QoS file!";
   if (!loaded) {
     const DDS_ReturnCode_t code = DDSDomainParticipantFactory::get_instance()->get_default_participant_qos(qos);
     if (code != DDS_RETCODE_OK) {
-      logError() << shared_signature << " Failed to get the default domain participant Qos. Error code: " << code;
+      logError() << signature << " Failed to get the default domain participant Qos. Error code: " << code;
       return nullptr;
     }
   }

@@ -76,7 +76,7 @@ class TESSIVAR_API DomainManager {
   /// Warns of every domain that was not given back.
   ~DomainManager();
 
-  DDSDomain* createDomain(int domainId, const std::string& library, const std::string& profile);
+  DDSDomain* createDomain(const char* signature, int domainId, const std::string& library, const std::string& profile);
   DDSDomain* createRecorded(const char* signature, std::unique_lock<std::mutex>& lock, Record record,
                             const std::string& library, const std::string& profile);
 
