@@ -3,6 +3,7 @@
 #include "tessivar/control/reader_query.h"
 #include "tessivar/control/services.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/nodes/address_texts.h"
 #include "tessivar/framework/pointers/listener_list.h"
 #include "tessivar/framework/waitset/handle_sum_order.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
@@ -67,9 +68,8 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
   }
 
   void notifyUnitAdded(const Tessivar::Unit* unit) {
-    listeners.notify(
-        "void __cdecl TessivarDDS::TessivarClient::Private::notifyUnitAdded(const struct Tessivar::Unit *)",
-        [&](TessivarClientListener& listener) { listener.unitAdded(unit); });
+    listeners.notify("void __cdecl TessivarDDS::TessivarClient::Private::notifyUnitAdded(const class Tessivar::Unit *)",
+                     [&](TessivarClientListener& listener) { listener.unitAdded(unit); });
   }
 
   void notifyUnitRemoved(const AddressEx& unit) {
@@ -81,15 +81,14 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
   void notifyCommandMetadataChanged(const Tessivar::CommandMetadata* metadata) {
     listeners.notify(
         "void __cdecl TessivarDDS::TessivarClient::Private::notifyCommandMetadataChanged("
-        "const struct Tessivar::CommandMetadata *)",
+        "const class Tessivar::CommandMetadata *)",
         [&](TessivarClientListener& listener) { listener.commandMetadataUpdated(metadata); });
   }
 
   using RequestReplyClientListener::valueChanged;
   void valueChanged(const Tessivar::Command* command) override {
-    listeners.notify(
-        "void __cdecl TessivarDDS::TessivarClient::Private::valueChanged(const struct Tessivar::Command *)",
-        [&](TessivarClientListener& listener) { listener.commandValueChanged(command); });
+    listeners.notify("void __cdecl TessivarDDS::TessivarClient::Private::valueChanged(const class Tessivar::Command *)",
+                     [&](TessivarClientListener& listener) { listener.commandValueChanged(command); });
   }
 
   void ticketChanged(unsigned short ticketId) override {
@@ -107,11 +106,7 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
     return services.metadataNode()->setFilterParameters(texts) && commands;
   }
 
-  std::vector<std::string> interestTexts() const {
-    std::vector<std::string> texts;
-    for (const AddressEx& address : interests) texts.push_back(address.toString());
-    return texts;
-  }
+  std::vector<std::string> interestTexts() const { return addressTexts({interests.begin(), interests.end()}); }
 
   /// True on the thread that tells of values and tickets.
   bool inReplyCallback() const {
@@ -195,7 +190,7 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
   void processSample(const Tessivar::Unit& unit) override {
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(unit);
     if (DDS_InstanceHandle_is_nil(&handle)) {
-      logError() << "void __cdecl TessivarDDS::UnitsRunner::processSample(const struct Tessivar::Unit &)"
+      logError() << "void __cdecl TessivarDDS::UnitsRunner::processSample(const class Tessivar::Unit &)"
                  << "Instance handle should not be nil!";
       return;
     }
@@ -220,7 +215,7 @@ class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::Comm
   void processSample(const Tessivar::CommandMetadata& metadata) override {
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(metadata);
     if (DDS_InstanceHandle_is_nil(&handle)) {
-      logError() << "void __cdecl TessivarDDS::MetadataRunner::processSample(const struct Tessivar::CommandMetadata &)"
+      logError() << "void __cdecl TessivarDDS::MetadataRunner::processSample(const class Tessivar::CommandMetadata &)"
                  << "Instance handle should not be nil!";
       return;
     }
@@ -379,7 +374,7 @@ void TessivarClient::freeCommandData(Tessivar::CommandSeq& commands, DDS_SampleI
 bool TessivarClient::queryUnit(const AddressEx& address, Tessivar::Unit& unit) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarClient::queryUnit("
-      "const class TessivarDDS::AddressEx &,struct Tessivar::Unit &)";
+      "const class TessivarDDS::AddressEx &,class Tessivar::Unit &)";
   if (!private_->services.verifyUnitNode()) return false;
   if (!unit.unitId) {
     logError() << signature << " Unit not initialised";
@@ -394,7 +389,7 @@ bool TessivarClient::queryUnit(const AddressEx& address, Tessivar::Unit& unit) {
 bool TessivarClient::queryCommand(const AddressEx& address, unsigned int commandNumber, Tessivar::Command& command) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarClient::queryCommand("
-      "const class TessivarDDS::AddressEx &,unsigned int,struct Tessivar::Command &)";
+      "const class TessivarDDS::AddressEx &,unsigned int,class Tessivar::Command &)";
   if (!private_->services.verifyCommandNode()) return false;
   if (!command.unitId) {
     logError() << signature << " Command not initialised";
@@ -440,8 +435,8 @@ bool TessivarClient::refreshUnits(int timeoutMs) {
 
 DDSPtr<Ticket> TessivarClient::beginSetCommand(DDSPtr<Tessivar::Command>& command) {
   constexpr const char* signature =
-      "class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<struct Tessivar::CommandChangeReply> > __cdecl "
-      "TessivarDDS::TessivarClient::beginSetCommand(class TessivarDDS::DDSPtr<struct Tessivar::Command> &)";
+      "class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class Tessivar::CommandChangeReply> > __cdecl "
+      "TessivarDDS::TessivarClient::beginSetCommand(class TessivarDDS::DDSPtr<class Tessivar::Command> &)";
   if (!command) {
     logError() << signature << "Invalid argument.";
     return nullptr;
@@ -465,7 +460,7 @@ bool TessivarClient::completeSetCommand(DDSPtr<Ticket>& ticket) {
 
 bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutMs) {
   constexpr const char* signature =
-      "bool __cdecl TessivarDDS::TessivarClient::setCommand(class TessivarDDS::DDSPtr<struct Tessivar::Command> &,int)";
+      "bool __cdecl TessivarDDS::TessivarClient::setCommand(class TessivarDDS::DDSPtr<class Tessivar::Command> &,int)";
   if (!private_->services.verifyCommandNode()) return false;
   if (private_->inReplyCallback()) {
     logError() << signature << "Called from commandValueChanged or commandTicketChanged, where no reply can arrive.";

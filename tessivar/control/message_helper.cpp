@@ -35,7 +35,7 @@ auto createAddressed(const char* signature, const AddressEx& address) -> decltyp
 
 Tessivar::Command* TessivarMessageHelper::createCommand(const AddressEx& address, unsigned long commandNumber) {
   constexpr const char* signature =
-      "struct Tessivar::Command *__cdecl TessivarDDS::TessivarMessageHelper::createCommand("
+      "class Tessivar::Command *__cdecl TessivarDDS::TessivarMessageHelper::createCommand("
       "const class TessivarDDS::AddressEx &,unsigned long)";
   if (commandNumber > UINT32_MAX) {
     logError() << signature << "Command number out of range: " << commandNumber;
@@ -69,7 +69,7 @@ Tessivar::Command* TessivarMessageHelper::createCommand(const AddressEx& address
 Tessivar::Command* TessivarMessageHelper::createCommand(const AddressEx& address, unsigned long commandNumber,
                                                         const char* value) {
   constexpr const char* signature =
-      "struct Tessivar::Command *__cdecl TessivarDDS::TessivarMessageHelper::createCommand("
+      "class Tessivar::Command *__cdecl TessivarDDS::TessivarMessageHelper::createCommand("
       "const class TessivarDDS::AddressEx &,unsigned long,const char *)";
   if (!value) {
     logError() << signature << "Invalid argument";
@@ -112,7 +112,7 @@ Tessivar::Command* TessivarMessageHelper::createPresetCommand(const AddressEx& a
 
 Tessivar::CommandMetadata* TessivarMessageHelper::createMetadata(const AddressEx& address, unsigned int commandNumber) {
   Tessivar::CommandMetadata* metadata = createAddressed<Tessivar::CommandMetadataTypeSupport>(
-      "struct Tessivar::CommandMetadata *__cdecl TessivarDDS::TessivarMessageHelper::createMetadata("
+      "class Tessivar::CommandMetadata *__cdecl TessivarDDS::TessivarMessageHelper::createMetadata("
       "const class TessivarDDS::AddressEx &,unsigned int)",
       address);
   if (metadata) metadata->commandNumber = commandNumber;
@@ -123,8 +123,8 @@ Tessivar::CommandChangeReply* TessivarMessageHelper::createReply(const Tessivar:
                                                                  Tessivar::CommandChangeReplyResult result,
                                                                  const char* text) {
   constexpr const char* signature =
-      "struct Tessivar::CommandChangeReply *__cdecl TessivarDDS::TessivarMessageHelper::createReply("
-      "const struct Tessivar::CommandChangeRequest *,enum Tessivar::CommandChangeReplyResult,const char *)";
+      "class Tessivar::CommandChangeReply *__cdecl TessivarDDS::TessivarMessageHelper::createReply("
+      "const class Tessivar::CommandChangeRequest *,enum Tessivar::CommandChangeReplyResult,const char *)";
   using Support = Tessivar::CommandChangeReplyTypeSupport;
   Tessivar::CommandChangeReply* reply = request ? Support::create_data() : nullptr;
   if (!reply) {
@@ -157,7 +157,7 @@ Tessivar::CommandChangeReply* TessivarMessageHelper::createReply(const Tessivar:
 
 Tessivar::Unit* TessivarMessageHelper::createUnit(const AddressEx& address, const char* name) {
   constexpr const char* signature =
-      "struct Tessivar::Unit *__cdecl TessivarDDS::TessivarMessageHelper::createUnit("
+      "class Tessivar::Unit *__cdecl TessivarDDS::TessivarMessageHelper::createUnit("
       "const class TessivarDDS::AddressEx &,const char *)";
   if (!name) {
     logError() << signature << "Invalid argument";

@@ -1,5 +1,6 @@
 #include "tessivar/control/metadata_node.h"
 
+#include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/log/logger.h"
 
@@ -8,8 +9,7 @@ namespace TessivarDDS {
 bool MetadataNode::createTopic(const std::string& name, const DDS_TopicQos& qos) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::MetadataNode::createTopic("
-      "const class std::basic_string<char,struct std::char_traits<char>,class std::allocator<char> > &,"
-      "const struct DDS_TopicQos &)";
+      "const " TESSIVAR_SIGNATURE_STRING " &,const struct DDS_TopicQos &)";
   if (!DDSFilteredNode::createTopic(name, qos)) return false;
   const DDSContentFilter* filter = domain()->contentFilter(AddressContentFilter::name);
   if (!filter) {

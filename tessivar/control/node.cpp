@@ -2,7 +2,9 @@
 
 #include "tessivar/control/message_helper.h"
 #include "tessivar/control/services.h"
+#include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/nodes/address_texts.h"
 #include "tessivar/framework/pointers/listener_list.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
@@ -47,8 +49,8 @@ class TessivarNode::Private
   Tessivar::CommandChangeReply* processRequest(const Tessivar::CommandChangeRequest* request) override {
     Tessivar::CommandChangeReply* reply = nullptr;
     listeners.notify(
-        "struct Tessivar::CommandChangeReply *__cdecl TessivarDDS::TessivarNode::Private::processRequest("
-        "const struct Tessivar::CommandChangeRequest *)",
+        "class Tessivar::CommandChangeReply *__cdecl TessivarDDS::TessivarNode::Private::processRequest("
+        "const class Tessivar::CommandChangeRequest *)",
         [&](TessivarNodeListener& listener) {
           reply = listener.commandChangeRequested(node, request);
           return reply == nullptr;
@@ -70,7 +72,7 @@ class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar:
 
   void processSample(const Tessivar::CommandInterest& interest) override {
     constexpr const char* signature =
-        "void __cdecl TessivarDDS::CommandInterestRunner::processSample(const struct Tessivar::CommandInterest &)";
+        "void __cdecl TessivarDDS::CommandInterestRunner::processSample(const class Tessivar::CommandInterest &)";
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(interest);
     if (DDS_InstanceHandle_is_nil(&handle)) {
       logError() << signature << "Instance handle should not be nil!";
@@ -157,7 +159,7 @@ void TessivarNode::detachListener(TessivarNodeListener* listener) {
 bool TessivarNode::addUnit(const DDSPtr<Tessivar::Unit>& unit) {
   if (!unit) {
     logError() << "bool __cdecl TessivarDDS::TessivarNode::addUnit("
-                  "const class TessivarDDS::DDSPtr<struct Tessivar::Unit> &)"
+                  "const class TessivarDDS::DDSPtr<class Tessivar::Unit> &)"
                << "Invalid argument.";
     return false;
   }
@@ -174,7 +176,7 @@ bool TessivarNode::removeUnit(const AddressEx& address) {
 bool TessivarNode::publishCommand(const DDSPtr<Tessivar::Command>& command) {
   if (!command) {
     logError() << "bool __cdecl TessivarDDS::TessivarNode::publishCommand("
-                  "const class TessivarDDS::DDSPtr<struct Tessivar::Command> &)"
+                  "const class TessivarDDS::DDSPtr<class Tessivar::Command> &)"
                << "Invalid argument.";
     return false;
   }
@@ -183,7 +185,7 @@ bool TessivarNode::publishCommand(const DDSPtr<Tessivar::Command>& command) {
 
 bool TessivarNode::publishCommand(Tessivar::Command* command, bool deleteAfterWrite) {
   if (!command) {
-    logError() << "bool __cdecl TessivarDDS::TessivarNode::publishCommand(struct Tessivar::Command *,bool)"
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::publishCommand(class Tessivar::Command *,bool)"
                << "Invalid argument.";
     return false;
   }
@@ -205,7 +207,7 @@ bool TessivarNode::disposeCommand(const AddressEx& address, unsigned int command
 bool TessivarNode::publishMetadata(const DDSPtr<Tessivar::CommandMetadata>& metadata) {
   if (!metadata) {
     logError() << "bool __cdecl TessivarDDS::TessivarNode::publishMetadata("
-                  "const class TessivarDDS::DDSPtr<struct Tessivar::CommandMetadata> &)"
+                  "const class TessivarDDS::DDSPtr<class Tessivar::CommandMetadata> &)"
                << "Invalid argument.";
     return false;
   }
@@ -223,7 +225,7 @@ bool TessivarNode::disposeMetadata(const AddressEx& address, unsigned int comman
 bool TessivarNode::sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply) {
   if (!reply) {
     logError() << "bool __cdecl TessivarDDS::TessivarNode::sendReply("
-                  "const class TessivarDDS::DDSPtr<struct Tessivar::CommandChangeReply> &)"
+                  "const class TessivarDDS::DDSPtr<class Tessivar::CommandChangeReply> &)"
                << "Invalid argument.";
     return false;
   }
@@ -233,14 +235,11 @@ bool TessivarNode::sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply) 
 bool TessivarNode::setFilterAddresses(const std::vector<AddressEx>& addresses) {
   TessivarServices& services = private_->services;
   if (!services.verifyInterestsNode()) {
-    logError() << "bool __cdecl TessivarDDS::TessivarNode::setFilterAddresses("
-                  "const class std::vector<class TessivarDDS::AddressEx,class std::allocator<class "
-                  "TessivarDDS::AddressEx> > &)"
+    logError() << "bool __cdecl TessivarDDS::TessivarNode::setFilterAddresses(const " TESSIVAR_SIGNATURE_ADDRESSES " &)"
                << "Not initialised correctly!";
     return false;
   }
-  std::vector<std::string> texts;
-  for (const AddressEx& address : addresses) texts.push_back(address.toString());
+  const std::vector<std::string> texts = addressTexts(addresses);
   return services.interestsNode()->setFilterParameters(texts) && services.commandService()->setFilterAddresses(texts);
 }
 

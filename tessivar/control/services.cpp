@@ -1,5 +1,6 @@
 #include "tessivar/control/services.h"
 
+#include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/log/logger.h"
 
@@ -55,9 +56,7 @@ TessivarServices::~TessivarServices() {
 
 bool TessivarServices::create(bool isClient, const std::vector<std::string>& filterAddresses) {
   constexpr const char* signature =
-      "bool __cdecl TessivarDDS::TessivarServices::create(bool,const class std::vector<class std::basic_string<char,"
-      "struct std::char_traits<char>,class std::allocator<char> >,class std::allocator<class std::basic_string<char,"
-      "struct std::char_traits<char>,class std::allocator<char> > > > &)";
+      "bool __cdecl TessivarDDS::TessivarServices::create(bool,const " TESSIVAR_SIGNATURE_STRINGS " &)";
   if (!domain_) {
     logError() << signature << "No domain is attached.";
     return false;
@@ -108,12 +107,9 @@ bool TessivarServices::createUnitNode() {
 }
 
 bool TessivarServices::createCommandService(const std::vector<std::string>& filterAddresses) {
-  if (refuse_existing("bool __cdecl TessivarDDS::TessivarServices::createCommandService("
-                      "const class std::vector<class std::basic_string<char,struct std::char_traits<char>,"
-                      "class std::allocator<char> >,class std::allocator<class std::basic_string<char,"
-                      "struct std::char_traits<char>,class std::allocator<char> > > > &)",
-                      commandService_.get()))
-    return false;
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarServices::createCommandService(const " TESSIVAR_SIGNATURE_STRINGS " &)";
+  if (refuse_existing(signature, commandService_.get())) return false;
   commandService_ = std::make_unique<TessivarRequestReplyService>(isClient_);
   commandService_->setLiveliness(reply_liveliness_ms);
   commandService_->setFilterAddresses(filterAddresses);
@@ -123,10 +119,7 @@ bool TessivarServices::createCommandService(const std::vector<std::string>& filt
 
 bool TessivarServices::createMetadataNode(const std::vector<std::string>& filterAddresses) {
   constexpr const char* signature =
-      "bool __cdecl TessivarDDS::TessivarServices::createMetadataNode("
-      "const class std::vector<class std::basic_string<char,struct std::char_traits<char>,class std::allocator<char> >,"
-      "class std::allocator<class std::basic_string<char,struct std::char_traits<char>,class std::allocator<char> > > >"
-      " &)";
+      "bool __cdecl TessivarDDS::TessivarServices::createMetadataNode(const " TESSIVAR_SIGNATURE_STRINGS " &)";
   if (refuse_existing(signature, metadataNode_.get())) return false;
   metadataNode_ = std::make_unique<MetadataNode>();
   metadataNode_->attachDomain(domain_);
@@ -161,8 +154,7 @@ bool TessivarServices::createInterestsNode() {
   if (isClient_) {
     // Clients that share an interest share its instance: one that leaves must not dispose of it for the others.
     DDS_DataWriterQos writer;
-    if (node.participant()->get_default_datawriter_qos(writer) != DDS_RETCODE_OK) return false;
-    DDS_DataWriterQos_copy_from_topic_qos(writer, qos);
+    if (!node.dataWriterQos(writer)) return false;
     writer.writer_data_lifecycle.autodispose_unregistered_instances = DDS_BOOLEAN_FALSE;
     return node.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, writer);
   }

@@ -63,8 +63,8 @@ void RoutingClient::detachListener(RoutingClientListener* listener) {
 DDSPtr<RoutingClient::Ticket> RoutingClient::beginSetRoute(DDSPtr<AssociationRoute>& route) {
   constexpr const char* signature =
       "class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<"
-      "struct Tessivar_Routing::AssociationRouteChangeReply> > __cdecl TessivarDDS::RoutingClient::beginSetRoute("
-      "class TessivarDDS::DDSPtr<struct Tessivar_Routing::AssociationRoute> &)";
+      "class Tessivar_Routing::AssociationRouteChangeReply> > __cdecl TessivarDDS::RoutingClient::beginSetRoute("
+      "class TessivarDDS::DDSPtr<class Tessivar_Routing::AssociationRoute> &)";
   RoutingRequestReplyService* const service = private_->services.routingService();
   if (!service) return {};
   DDSPtr<AssociationRouteChangeRequest> request = service->createRequest(route.get());

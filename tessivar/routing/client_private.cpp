@@ -80,7 +80,7 @@ void RoutingClient::Private::notifyUnitAdded(const DDS_InstanceHandle_t& handle,
   const ScopedLock lock(knownRoutersLock_);
   if (leaving_) return;
   knownRouters_.insert_or_assign(handle, AddressEx(router->unitId));
-  notify(SIGNATURE("notifyUnitAdded(const struct Tessivar_Routing::Router *)"),
+  notify(SIGNATURE("notifyUnitAdded(const class Tessivar_Routing::Router *)"),
          [&](RoutingClientListener& listener) { listener.routerAdded(router); });
 }
 
@@ -93,17 +93,17 @@ void RoutingClient::Private::notifyUnitRemoved(const DDS_InstanceHandle_t& handl
 }
 
 void RoutingClient::Private::processSample(Source* source) {
-  notify(SIGNATURE("processSample(struct Tessivar_Routing::Source *)"),
+  notify(SIGNATURE("processSample(class Tessivar_Routing::Source *)"),
          [&](RoutingClientListener& listener) { listener.sourceChanged(source); });
 }
 
 void RoutingClient::Private::processSample(Destination* destination) {
-  notify(SIGNATURE("processSample(struct Tessivar_Routing::Destination *)"),
+  notify(SIGNATURE("processSample(class Tessivar_Routing::Destination *)"),
          [&](RoutingClientListener& listener) { listener.destinationChanged(destination); });
 }
 
 void RoutingClient::Private::processSample(Association* association, bool sourceSide) {
-  notify(SIGNATURE("processSample(struct Tessivar_Routing::Association *,bool)"), [&](RoutingClientListener& listener) {
+  notify(SIGNATURE("processSample(class Tessivar_Routing::Association *,bool)"), [&](RoutingClientListener& listener) {
     if (sourceSide) {
       listener.sourceAssociationChanged(association);
     } else {
@@ -119,7 +119,7 @@ void RoutingClient::Private::ticketChanged(unsigned short ticketId) {
 }
 
 void RoutingClient::Private::valueChanged(const AssociationRoute* route) {
-  notify(SIGNATURE("valueChanged(const struct Tessivar_Routing::AssociationRoute *)"),
+  notify(SIGNATURE("valueChanged(const class Tessivar_Routing::AssociationRoute *)"),
          [&](RoutingClientListener& listener) { listener.routeChanged(route); });
 }
 

@@ -9,7 +9,7 @@ using Tessivar_Routing::RouterTypeSupport;
 
 void RoutingClient::RoutersRunner::processSample(const Router& router) {
   constexpr const char* signature =
-      "void __cdecl TessivarDDS::RoutersRunner::processSample(const struct Tessivar_Routing::Router &)";
+      "void __cdecl TessivarDDS::RoutersRunner::processSample(const class Tessivar_Routing::Router &)";
   const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(router);
   if (DDS_InstanceHandle_is_nil(&handle)) {
     logError() << signature << "Instance handle should not be nil!";

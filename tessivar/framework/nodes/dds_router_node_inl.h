@@ -26,9 +26,8 @@ DDSRouterNode<T>* DDSRouterNode<T>::create(DDSDomain* domain, const std::vector<
   if (!domain->contentFilter(AddressContentFilter::name)) {
     logError() << signature(
                       ("class TessivarDDS::DDSRouterNode<class " + std::string(TypeOf<T>::name()) + "> *").c_str(),
-                      "create(class TessivarDDS::DDSDomain *,const class std::vector<class TessivarDDS::AddressEx,"
-                      "class std::allocator<class TessivarDDS::AddressEx> > &,const " TESSIVAR_SIGNATURE_STRING
-                      " &,bool)")
+                      "create(class TessivarDDS::DDSDomain *,const " TESSIVAR_SIGNATURE_ADDRESSES
+                      " &,const " TESSIVAR_SIGNATURE_STRING " &,bool)")
                << "Custom filter not registered!";
     return nullptr;
   }
@@ -39,9 +38,7 @@ DDSRouterNode<T>* DDSRouterNode<T>::create(DDSDomain* domain, const std::vector<
 template <class T>
 bool DDSRouterNode<T>::createFilteredDataReader(const std::vector<AddressEx>& addresses) {
   const auto where = [] {
-    return signature("bool ",
-                     "createFilteredDataReader(const class std::vector<class TessivarDDS::AddressEx,"
-                     "class std::allocator<class TessivarDDS::AddressEx> > &)");
+    return signature("bool ", "createFilteredDataReader(const " TESSIVAR_SIGNATURE_ADDRESSES " &)");
   };
   const char* const typeName = this->typeName();
   if (!typeName || !*typeName) {
@@ -88,9 +85,7 @@ bool DDSRouterNode<T>::writeSample(T* sample, bool release) {
 template <class T>
 bool DDSRouterNode<T>::updateAddresses(const std::vector<AddressEx>& addresses) {
   if (this->setFilterParameters(addressTexts(addresses))) return true;
-  logError() << signature("bool ",
-                          "updateAddresses(const class std::vector<class TessivarDDS::AddressEx,"
-                          "class std::allocator<class TessivarDDS::AddressEx> > &)")
+  logError() << signature("bool ", "updateAddresses(const " TESSIVAR_SIGNATURE_ADDRESSES " &)")
              << " Failed to update filter parameters";
   return false;
 }

@@ -45,8 +45,13 @@ void WaitSetThreadRunner<T>::processData() {
 template <class T>
 void WaitSetThreadRunner<T>::processSamples(TSeq& samples, DDS_SampleInfoSeq& infos) {
   for (DDS_Long i = 0; i < samples.length(); ++i) {
-    tessivar::framework::guarded([] { return signature("processSamples(class Seq &,struct DDS_SampleInfoSeq &)"); },
-                                 [&] { process(samples[i], infos[i]); });
+    tessivar::framework::guarded(
+        [] {
+          return signature(
+              (std::string("processSamples(struct ") + TypeOf<T>::name() + "Seq &,struct DDS_SampleInfoSeq &)")
+                  .c_str());
+        },
+        [&] { process(samples[i], infos[i]); });
   }
 }
 
