@@ -90,7 +90,6 @@ class Side {
     EXPECT_EQ(factory().delete_participant(participant), DDS_RETCODE_OK);
   }
   Side(const Side&) = delete;
-  Side& operator=(const Side&) = delete;
 
   CommandDataWriter* writer(const DDS_DataWriterQos& qos = DDS_DATAWRITER_QOS_USE_TOPIC_QOS,
                             DDSDataWriterListener* listener = nullptr) {
