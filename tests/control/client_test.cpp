@@ -92,6 +92,22 @@ TEST_F(Client, AnswersQueriesAndTakesNoNewsFromTheListeners) {
   client_.freeCommandData(commands, infos);
 }
 
+TEST_F(Client, HearsOnceOfAUnitThatGoesBeforeItIsRead) {
+  listener_.during = [&](const std::string& text) {
+    if (text != "unit 0001:02:0B") return;
+    auto* const gone = client_.services()->unitNode()->dataReader()->create_readcondition(
+        DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_NOT_ALIVE_INSTANCE_STATE);
+    EXPECT_TRUE(add("camera") && node_.removeUnit(camera));
+    EXPECT_TRUE(eventually([&] { return gone->get_trigger_value(); }));
+  };
+  start();
+  ASSERT_TRUE(node_.addUnit(DDSPtr(Helper::createUnit(lamp, "lamp"))));
+  EXPECT_TRUE(events_.happens("no unit 0001:02:0A"));
+  ASSERT_TRUE(node_.removeUnit(lamp));
+  EXPECT_TRUE(events_.happens("no unit 0001:02:0B"));
+  EXPECT_THAT(events_.take(0), ElementsAre("unit 0001:02:0B", "unit 0001:02:0A"));
+}
+
 TEST_F(Client, LeavesNoTicketBehind) {
   device_listener_.answer = [](auto*, auto* request) {
     const auto number = request->newValue.commandNumber;
@@ -118,6 +134,8 @@ TEST_F(Client, SetsQueriesRegistersAndThrowsInItsCallbacks) {
       EXPECT_TRUE(client_.hasUnit(camera) && client_.queryUnit(camera, *unit_));
       EXPECT_TRUE(client_.registerInterest(lamp));
       EXPECT_TRUE(client_.setCommand(command_, 10000));
+      EXPECT_FALSE(client_.refreshUnits(-1));
+      client_.cleanUp();  // refused, too
     } else {
       EXPECT_TRUE(client_.queryCommand(lamp, 1, *command_));
       EXPECT_FALSE(client_.setCommand(command_, -1)) << "its reply could not arrive";

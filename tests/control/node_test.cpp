@@ -70,18 +70,23 @@ TEST_F(Node, RefusesWhatComesTooEarlyTwiceOrIsNothing) {
 }
 
 TEST_F(Node, FirstReplyWinsAndMoreMayFollow) {
+  struct Heard : RequestReplyNodeClientListener {
+    void ticketChanged(unsigned short) override { interim.signal(); }
+    TessivarEvent interim;
+  } heard;
   Events second, third;
   std::jthread worker;
   listener_.answer = [](auto*, auto*) -> Tessivar::CommandChangeReply* { throw 1; };
   DeviceListener silent(events_, [](auto*, auto*) { return nullptr; });
   DeviceListener answering(second, [&](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
     const DDSPtr done(Helper::createReply(request, Tessivar::COMPLETE, "in the end"));
-    worker = std::jthread([=] { EXPECT_TRUE(node->sendReply(done)); });
+    worker = std::jthread([=, &heard] { EXPECT_TRUE(heard.interim.wait(20000) && node->sendReply(done)); });
     return Helper::createReply(request, Tessivar::IN_PROGRESS, nullptr);
   });
   DeviceListener late(third);
   for (DeviceListener* listener : {&listener_, &silent, &answering, &late}) node_.attachListener(listener, false);
   start();
+  client_.services()->commandService()->attachListener(&heard);
   EXPECT_TRUE(set(camera));
   EXPECT_THAT(events_.take(2), ElementsAre("request", "request"));
   EXPECT_TRUE(second.happens("request"));
@@ -91,6 +96,7 @@ TEST_F(Node, FirstReplyWinsAndMoreMayFollow) {
   EXPECT_TRUE(third.happens("request"));
   EXPECT_THAT(second.take(0), IsEmpty());
   node_.cleanUp();
+  client_.cleanUp();
 }
 
 TEST_F(Node, HearsOfInterestsInItsUnitsAndGivesNoReplyMeanwhile) {
