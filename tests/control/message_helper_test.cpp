@@ -55,9 +55,8 @@ TEST(MessageHelper, RefusesWhatWouldNotFitTheSample) {
   EXPECT_EQ(Helper::createCommand(camera, 1, too_long.guid()), nullptr);
   EXPECT_EQ(Helper::createCommand(camera, 1, static_cast<const char*>(nullptr)), nullptr);
   EXPECT_EQ(Helper::createUnit(camera, name.c_str()), nullptr);
-  EXPECT_EQ(Helper::createUnit(camera, nullptr), nullptr);
   EXPECT_THAT(log.lines(), ElementsAre(EndsWith("String value too long."), EndsWith("Invalid argument"),
-                                       EndsWith("Unit name string too long"), EndsWith("Invalid argument")));
+                                       EndsWith("Unit name string too long")));
 }
 
 }  // namespace

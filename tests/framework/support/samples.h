@@ -7,8 +7,6 @@
 #include <cstring>
 #include <string>
 
-#include <gtest/gtest.h>
-
 namespace tessivar::testing {
 
 inline TessivarDDS::DDSPtr<Tessivar::Command> command(const char* unit, unsigned number, int value = 0) {

@@ -1,0 +1,104 @@
+#include "tessivar/framework/pointers/dds_ptr.h"
+#include "tessivar/framework/pointers/listener_list.h"
+#include "tests/support/log_recorder.h"
+
+#include <stdexcept>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace TessivarDDS;
+using namespace testing;
+
+struct Listener {
+  std::string name;
+  std::vector<std::string>& calls;
+  ~Listener() { calls.push_back("~" + name); }
+};
+
+class ListenerListTest : public Test {
+ protected:
+  tessivar::testing::LogRecorder log;
+  std::vector<std::string> calls;
+  Listener a{"a", calls}, b{"b", calls}, c{"c", calls};
+  ListenerList<Listener> list{"TessivarDDS::Listener"};
+};
+
+TEST_F(ListenerListTest, notifies_each_once_in_the_order_of_attachment_whatever_one_throws) {
+  for (Listener* listener : {&b, &a, static_cast<Listener*>(nullptr), &c, &b}) list.attachListener(listener, false);
+  const auto notify = [&](Listener& listener) {
+    calls.push_back(listener.name);
+    if (&listener == &b) throw std::runtime_error("boom");
+    return &listener != &a;  // no further one after it
+  };
+  EXPECT_TRUE(list.notify("X::y", notify));
+  EXPECT_THAT(log.lines(), ElementsAre("8 X::y Exception in a listener: boom"));
+  for (int twice = 0; twice < 2; ++twice) list.detachListener(&a);
+  EXPECT_TRUE(list.notify("X::y", notify));
+  EXPECT_THAT(calls, ElementsAre("b", "a", "b", "c"));
+}
+
+TEST_F(ListenerListTest, deletes_owned_listeners_only_and_once) {
+  std::vector<Listener*> own;
+  for (const char* name : {"owned", "owned later", "given back", "detached"}) own.push_back(new Listener{name, calls});
+  {
+    ListenerList<Listener> discarded;
+    for (Listener* listener : own) discarded.attachListener(listener, listener != own[1]);
+    discarded.attachListener(own[1], true);
+    discarded.attachListener(own[2], false);
+    discarded.detachListener(own[3]);
+    discarded.clear();  // and it clears itself when it goes
+  }
+  EXPECT_THAT(calls, ElementsAre("~owned", "~owned later"));
+  delete own[2];
+  delete own[3];
+}
+
+TEST_F(ListenerListTest, gives_up_on_a_lock_held_for_a_second) {
+  list.attachListener(&a, false);
+  // All at once, each on a thread of its own, while a notification holds the lock.
+  list.notify("", [&](Listener&) {
+    std::thread attach([&] { list.attachListener(&b, false); });
+    std::thread detach([&] { list.detachListener(&a); });
+    std::thread clear([&] { list.clear(); });
+    std::thread notify([&] { EXPECT_FALSE(list.notify("X::notify", [](Listener&) { FAIL(); })); });
+    for (std::thread* thread : {&attach, &detach, &clear, &notify}) thread->join();
+  });
+  EXPECT_THAT(log.lines(), AllOf(SizeIs(4), Each(EndsWith("Error locking list"))));
+  list.notify("", [&](Listener& listener) { EXPECT_EQ(&listener, &a) << "unchanged"; });
+}
+
+TEST(DDSPtr, releases_with_the_last_holder) {
+  struct Counted {
+    explicit Counted(int& count) : released(count) {}
+    ~Counted() { ++released; }
+    int& released;
+  };
+  typedef DDSPtr<Counted> Pointer;
+  int released = 0;
+  Pointer a(new Counted(released));
+  {
+    Pointer b = a, c;
+    const Pointer& self = c = b;
+    c = self;
+    b = Pointer(std::move(a));
+    EXPECT_FALSE(a);
+    EXPECT_TRUE(b == c);
+    a = c;
+  }
+  EXPECT_EQ(released, 0);
+  a.reset(new Counted(released));
+  EXPECT_EQ(released, 1);
+  {
+    const auto copy = [a] {
+      for (int i = 0; i < 3000; ++i) const Pointer copied = a;
+    };
+    const std::jthread one(copy), two(copy);
+    a = nullptr;
+  }
+  EXPECT_EQ(released, 2);
+}
+
+}  // namespace
