@@ -9,20 +9,18 @@
 #include <cstring>
 #include <iostream>
 
-/// The shared domain whose number is the program's first argument, 0 without one; a program that is given anything else
+/// The shared domain whose number is the program's first argument, 0 without one; a program that cannot have it
 /// ends. Given back with this object: nodes and services are declared after it, so that they go first.
 class ExampleDomain {
  public:
   ExampleDomain(int argc, char** argv) {
     TessivarDDS::setLogThreshold(TessivarDDS::LogWarning);
     domain_ = TessivarDDS::DomainManager::instance().sharedDomain(number(argc, argv), "", "", nullptr);
+    if (!domain_) std::exit(1);  // the log says why
   }
-  ~ExampleDomain() {
-    if (domain_) TessivarDDS::DomainManager::instance().releaseSharedDomain(domain_, nullptr);
-  }
+  ~ExampleDomain() { TessivarDDS::DomainManager::instance().releaseSharedDomain(domain_, nullptr); }
   ExampleDomain(const ExampleDomain&) = delete;
   ExampleDomain& operator=(const ExampleDomain&) = delete;
-  /// Null when there is none, which the library has said why in the log.
   operator TessivarDDS::DDSDomain*() const { return domain_; }
 
  private:
