@@ -111,7 +111,7 @@ TEST_F(FilterTest, HistoryAndEndsComeAgainThroughTheNewFilterAndFiguresGoOn) {
     std::atomic<int> calls = 0;
   } listener;
   CommandDataReader* some = reader(true, &listener);
-  for (const DDS_UnsignedLong i : {40, 50, 80, 90}) write(writer, i, static_cast<DDS_Long>(i));
+  for (const DDS_UnsignedLong i : {40u, 50u, 80u, 90u}) write(writer, i, static_cast<DDS_Long>(i));
   EXPECT_THAT(numbers(take(some, 3)), UnorderedElementsAre(50u, 80u, 90u));
   EXPECT_TRUE(eventually([&] { return listener.calls == 2; }));
   DDSReadCondition* condition =

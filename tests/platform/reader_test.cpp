@@ -64,7 +64,7 @@ TEST_F(ReaderTest, RefusesBuffersThatDoNotFitTogether) {
 }
 
 TEST_F(ReaderTest, SelectsByConditionsAndInstances) {
-  for (const DDS_UnsignedLong number : {7, 3, 5, 7, 3}) write(writer, number);
+  for (const DDS_UnsignedLong number : {7u, 3u, 5u, 7u, 3u}) write(writer, number);
   DDS_ReadSelectionI selection;
   selection.condition = reader->create_readcondition(DDS_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
   EXPECT_EQ(access(reader, selection, received), DDS_RETCODE_NO_DATA);
@@ -79,7 +79,7 @@ TEST_F(ReaderTest, SelectsByConditionsAndInstances) {
   ASSERT_EQ(access(reader, selection, received), DDS_RETCODE_OK);
   EXPECT_THAT(numbers(received), ElementsAre(3u, 3u));
   // Each once, also when taking makes them go.
-  for (const DDS_UnsignedLong number : {7, 3, 5}) dispose(writer, number);
+  for (const DDS_UnsignedLong number : {7u, 3u, 5u}) dispose(writer, number);
   for (const DDS_Boolean take : {DDS_BOOLEAN_FALSE, DDS_BOOLEAN_TRUE}) {
     selection = {};
     selection.take = take;

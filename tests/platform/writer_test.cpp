@@ -180,7 +180,7 @@ TEST(History, IsCompleteWhenTheWaitEndsAndNotClaimedOfAStoppedWriter) {
   constexpr std::size_t each = 10000;
   Peer peers[] = {Peer(each), Peer(each), Peer(each)};
   Side side;
-  write(side.writer(lively<DDS_DataWriterQos>(true)), 1);
+  EXPECT_EQ(write(side.writer(lively<DDS_DataWriterQos>(true)), 1), DDS_RETCODE_OK);
   const auto qos = lively<DDS_DataReaderQos>(true);
   CommandDataReader* reader = side.reader(qos);
   ASSERT_TRUE(matched(reader, 4));

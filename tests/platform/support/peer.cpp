@@ -25,7 +25,8 @@ void run_peer(std::istringstream role) {
   side.participant->ignore_participant(side.participant->get_instance_handle());
   CommandDataWriter* writer = side.writer(lively<DDS_DataWriterQos>(history > 0));
   const auto first = static_cast<DDS_UnsignedLong>(getpid()) * 100000u;
-  for (DDS_UnsignedLong i = 0; i < history; ++i) write(writer, first + 2 * i + 1);
+  for (DDS_UnsignedLong i = 0; i < history;)
+    i += write(writer, first + 2 * i + 1) == DDS_RETCODE_OK;  // else it blocked
   CommandDataReader* reader = side.reader(lively<DDS_DataReaderQos>(history > 0));
   send(child_channel, "r", 1, 0);
   for (pollfd end = {child_channel, POLLIN, 0}; poll(&end, 1, 1) == 0;) {
