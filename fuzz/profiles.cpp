@@ -1,4 +1,5 @@
-// Any text as a source of QoS profiles, and every profile in it.
+// Any text as a source of QoS profiles, and every profile in it. One that begins with "p", "t", "w" or "r" is what a
+// profile says of a participant, a topic, a writer or a reader.
 #include "fuzz/demand.h"
 #include "tessivar/platform/qos_profiles.h"
 
@@ -11,6 +12,17 @@ namespace {
 
 using tessivar::platform::QosProfiles;
 using tessivar_fuzz::demand;
+
+/// The text, or the source with that content.
+std::string source(const std::string& text) {
+  const std::pair<char, std::string> sections[] = {
+      {'p', "participant_qos"}, {'t', "topic_qos"}, {'w', "datawriter_qos"}, {'r', "datareader_qos"}};
+  for (const auto& [mark, name] : sections)
+    if (text.starts_with(mark))
+      return "<dds><qos_library name='l'><qos_profile name='p' is_default_qos='1'><" + name + ">" + text.substr(1) +
+             "</" + name + "></qos_profile></qos_library></dds>";
+  return text;
+}
 
 bool valid(const DDS_Duration_t& d) {
   return d == DDS_DURATION_INFINITE || (d.sec >= 0 && d.nanosec <= 999999999);
@@ -67,7 +79,7 @@ void check_profile(const QosProfiles& profiles, const char* library, const char*
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-  const std::string text(data, data + size);
+  const std::string text = source({reinterpret_cast<const char*>(data), size});
   DDS_ProfileQosPolicy policy;
   policy.ignore_user_profile = policy.ignore_environment_profile = DDS_BOOLEAN_TRUE;
   demand(policy.string_profile.ensure_length(1, 1), "there is memory");

@@ -18,7 +18,7 @@ corpus=${4:-}
 }
 mkdir -p "$corpus" "$build/found"
 
-options=(-max_total_time="$3" -timeout=10 -rss_limit_mb=1024 -malloc_limit_mb=64 -print_final_stats=1
+options=(-max_total_time="$3" -timeout=10 -rss_limit_mb=1024 -malloc_limit_mb=1 -print_final_stats=1
   -artifact_prefix="$build/found/$target-")
 [ ! -f "$here/$target.dict" ] || options+=(-dict="$here/$target.dict")
 
