@@ -1,68 +1,73 @@
-// Just enough CDR to understand and make a few samples without the library: what another maker would write.
+// CDR as Fast CDR reads and writes it.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <fastcdr/Cdr.h>
+#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <fastrtps/utils/md5.h>
 
 namespace fastdds_peer {
 
 typedef std::vector<std::uint8_t> Bytes;
 typedef std::array<std::uint8_t, 16> KeyHash;
 
-/// Reads one encoding that begins with its RTPS header, in either byte order. Throws std::runtime_error at its end.
+/// Reads one encoding that begins with its RTPS header, in either byte order. Throws at its end.
 class Decoder {
  public:
-  explicit Decoder(const Bytes& encoding);
-
-  std::uint8_t octet();
-  std::uint16_t u16();
-  std::uint32_t u32();
-  std::uint64_t u64();
-  std::string string();
-  Bytes octets();
+  explicit Decoder(const Bytes& encoding)
+      : buffer_(const_cast<char*>(reinterpret_cast<const char*>(encoding.data())), encoding.size()) {
+    cdr_.read_encapsulation();
+  }
+  template <class... Members>
+  Decoder& read(Members&... members) {
+    ((cdr_ >> members), ...);
+    return *this;
+  }
+  /// Reads over a member of this type.
+  template <class Member>
+  Decoder& skip() {
+    Member member{};
+    return read(member);
+  }
   /// Length of an optional member, 0 when it is absent; its contents come next.
-  std::uint32_t optional(std::uint32_t member_id);
-  void skip(std::size_t count);
+  std::uint16_t optional(std::uint16_t member_id) {
+    cdr_.jump((4 - cdr_.getSerializedDataLength() % 4) % 4);
+    std::uint16_t id = 0;
+    std::uint16_t length = 0;
+    read(id, length);
+    if ((id & 0x3fff) != member_id) throw std::runtime_error("another member than the optional one that was due");
+    return length;
+  }
+  void jump(std::size_t count) { cdr_.jump(count); }
 
  private:
-  std::uint64_t number(std::size_t size);
-  void align(std::size_t size);
-  const std::uint8_t* take(std::size_t count);
-
-  const Bytes& encoding_;
-  std::size_t position_ = 4;
-  bool little_ = true;
+  eprosima::fastcdr::FastBuffer buffer_;
+  eprosima::fastcdr::Cdr cdr_{buffer_, eprosima::fastcdr::Cdr::DEFAULT_ENDIAN, eprosima::fastcdr::Cdr::DDS_CDR};
 };
 
-/// Makes one encoding; alignment counts from the end of the header, if there is one.
-class Encoder {
- public:
-  /// A sample: little-endian, with a header.
-  static Encoder sample() { return Encoder(true, {0, 1, 0, 0}); }
-  /// The key members for a key hash: big-endian, without a header (DDSI-RTPS 2.3, 9.6.3.8).
-  static Encoder key() { return Encoder(false, {}); }
+template <class... Members>
+Bytes encoded(eprosima::fastcdr::Cdr::Endianness order, bool with_header, const Members&... members) {
+  eprosima::fastcdr::FastBuffer buffer;
+  eprosima::fastcdr::Cdr cdr(buffer, order, eprosima::fastcdr::Cdr::DDS_CDR);
+  if (with_header) cdr.serialize_encapsulation();
+  ((cdr << members), ...);
+  return Bytes(buffer.getBuffer(), buffer.getBuffer() + cdr.getSerializedDataLength());
+}
 
-  Encoder& octet(std::uint8_t value) { return number(value, 1); }
-  Encoder& u16(std::uint16_t value) { return number(value, 2); }
-  Encoder& u32(std::uint32_t value) { return number(value, 4); }
-  Encoder& u64(std::uint64_t value) { return number(value, 8); }
-  Encoder& string(const std::string& text);
-  Encoder& octets(const Bytes& values);
-
-  const Bytes& bytes() const { return bytes_; }
-  /// The MD5 digest, as for every key that can be longer than 16 octets.
-  KeyHash hash() const;
-
- private:
-  Encoder(bool little, Bytes header) : bytes_(std::move(header)), origin_(bytes_.size()), little_(little) {}
-  Encoder& number(std::uint64_t value, std::size_t size);
-
-  Bytes bytes_;
-  std::size_t origin_;
-  bool little_;
-};
+/// The hash of these key members (DDSI-RTPS 2.3, 9.6.3.8): MD5, as for every key that can be longer than 16 octets.
+template <class... Members>
+KeyHash hash_of(const Members&... members) {
+  const Bytes key = encoded(eprosima::fastcdr::Cdr::BIG_ENDIANNESS, false, members...);
+  MD5 md5;
+  md5.init();
+  md5.update(key.data(), static_cast<MD5::size_type>(key.size()));
+  md5.finalize();
+  return std::to_array(md5.digest);
+}
 
 }  // namespace fastdds_peer

@@ -29,7 +29,7 @@ bool has_sample(const Arrival& arrival) {
 /// The key hash on the wire is the one that the peer computes of the sample.
 template <class Sample>
 void expect_own_hash(const Arrival& arrival, const Reader& reader) {
-  EXPECT_EQ(arrival.key_hash, Sample::key_hash(arrival.encoding));
+  EXPECT_EQ(arrival.key_hash, key_hash_of<Sample>(arrival.encoding));
   EXPECT_EQ(reader.hashes_missing(), 0);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "raw_type.h"
+#include "samples.h"
 
 #include <chrono>
 #include <functional>
@@ -68,13 +69,13 @@ class Peer {
   Reader reader(const std::string& topic, bool history) {
     Reader reader;
     reader.reader_ =
-        make_reader(this->topic(topic, Sample::type_name, Sample::key_hash, reader.hashes_asked_), history);
+        make_reader(this->topic(topic, Sample::type_name, key_hash_of<Sample>, reader.hashes_asked_), history);
     return reader;
   }
   template <class Sample>
   Writer writer(const std::string& topic) {
     Writer writer;
-    writer.writer_ = make_writer(this->topic(topic, Sample::type_name, Sample::key_hash, nullptr));
+    writer.writer_ = make_writer(this->topic(topic, Sample::type_name, key_hash_of<Sample>, nullptr));
     return writer;
   }
 

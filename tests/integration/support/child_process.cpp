@@ -2,11 +2,12 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace tessivar::testing {
@@ -51,57 +52,38 @@ ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
   if (pid_ == 0) become(argv, input.ends[0], output.ends[1], parent);
   ::close(input.ends[0]);
   ::close(output.ends[1]);
-  input_ = input.ends[1];
-  output_ = output.ends[0];
-  if (pid_ < 0) {
-    ::close(input_);
-    ::close(output_);
-    throw std::runtime_error("cannot start " + arguments.front());
-  }
+  input_ = ::fdopen(input.ends[1], "w");
+  output_ = ::fdopen(output.ends[0], "r");
+  if (pid_ < 0 || !input_ || !output_) throw std::runtime_error("cannot start " + arguments.front());
   reader_ = std::thread([this] { read_output(); });
 }
 
 ChildProcess::~ChildProcess() {
-  ::close(input_);
+  std::fclose(input_);
   kill();
   reader_.join();
-  ::close(output_);
+  std::fclose(output_);
 }
 
 void ChildProcess::read_output() {
-  std::string line;
-  char buffer[4096];
-  for (;;) {
-    const ssize_t count = ::read(output_, buffer, sizeof buffer);
-    if (count < 0 && errno == EINTR) continue;
+  char* text = nullptr;
+  std::size_t room = 0;
+  for (ssize_t size; (size = ::getline(&text, &room, output_)) > 0;) {
+    std::string line(text, static_cast<std::size_t>(size));
     const std::lock_guard guard(lock_);
-    if (count <= 0) break;
-    for (const char c : std::string_view(buffer, static_cast<std::size_t>(count))) {
-      if (c != '\n') {
-        line += c;
-        continue;
-      }
-      if (transcript_.size() < transcript_limit) transcript_ += line + '\n';
-      if (line.starts_with(event_mark)) events_.push_back(line.substr(event_mark.size()));
-      line.clear();
-    }
+    if (transcript_.size() < transcript_limit) transcript_ += line;
+    if (line.back() == '\n') line.pop_back();
+    if (line.starts_with(event_mark)) events_.push_back(line.substr(event_mark.size()));
     changed_.notify_all();
   }
+  std::free(text);
   const std::lock_guard guard(lock_);
   closed_ = true;
   changed_.notify_all();
 }
 
 bool ChildProcess::send(std::string_view line) {
-  std::string text(line);
-  text += '\n';
-  for (std::size_t sent = 0; sent < text.size();) {
-    const ssize_t count = ::write(input_, text.data() + sent, text.size() - sent);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return false;
-    sent += static_cast<std::size_t>(count);
-  }
-  return true;
+  return std::fprintf(input_, "%.*s\n", static_cast<int>(line.size()), line.data()) > 0 && std::fflush(input_) == 0;
 }
 
 std::optional<std::string> ChildProcess::event(std::string_view prefix, std::chrono::milliseconds timeout) {
@@ -136,13 +118,12 @@ void ChildProcess::signal(int number) const {
 
 std::optional<int> ChildProcess::wait(std::chrono::milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
+  int status = 0;
   while (!status_) {
-    int status = 0;
     if (::waitpid(pid_, &status, WNOHANG) == pid_) {
       status_ = exit_code(status);
-    } else if (std::chrono::steady_clock::now() >= deadline) {
-      return std::nullopt;
     } else {
+      if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
   }

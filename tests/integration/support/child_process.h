@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -53,8 +54,8 @@ class ChildProcess {
   void read_output();
 
   pid_t pid_ = -1;
-  int input_ = -1;
-  int output_ = -1;
+  std::FILE* input_ = nullptr;
+  std::FILE* output_ = nullptr;
   std::optional<int> status_;
   std::thread reader_;
   mutable std::mutex lock_;
