@@ -20,9 +20,6 @@
 namespace TessivarDDS {
 namespace {
 
-// Few samples lent at a time, so that a burst does not grow the reader's pool.
-constexpr DDS_Long samples_per_cycle = 256;
-
 constexpr int poll_milliseconds = 10;
 
 using Ticket = TessivarClient::Ticket;
@@ -185,7 +182,7 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
 class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
  public:
   UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
-      : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
+      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false}), owner_(owner) {}
 
   void processSample(const Tessivar::Unit& unit) override {
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(unit);
@@ -210,7 +207,7 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
 class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::CommandMetadata> {
  public:
   MetadataRunner(Tessivar::CommandMetadataDataReader* reader, Private& owner)
-      : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
+      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false}), owner_(owner) {}
 
   void processSample(const Tessivar::CommandMetadata& metadata) override {
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(metadata);
@@ -260,13 +257,8 @@ bool TessivarClient::create() {
     logError() << signature << "Failed to create read condition";
     return false;
   }
-  const auto attach = [&](std::unique_ptr<WaitSetThreadRunnerBase> runner) {
-    if (!thread.attachRunner(runner.get(), true)) return false;
-    runner.release();
-    return true;
-  };
-  if (!attach(std::make_unique<UnitsRunner>(services.unitNode()->dataReader(), *private_)) ||
-      !attach(std::make_unique<MetadataRunner>(services.metadataNode()->dataReader(), *private_))) {
+  if (!thread.attachRunner(std::make_unique<UnitsRunner>(services.unitNode()->dataReader(), *private_)) ||
+      !thread.attachRunner(std::make_unique<MetadataRunner>(services.metadataNode()->dataReader(), *private_))) {
     logError() << signature << "Failed to attach runner to thread";
     return false;
   }

@@ -13,9 +13,6 @@
 namespace TessivarDDS {
 namespace {
 
-// Few samples lent at a time, so that a burst does not grow the reader's pool.
-constexpr DDS_Long samples_per_cycle = 256;
-
 /// Disposes of the instance that `key` names; true when that was done.
 template <class Writer, class Sample>
 bool dispose(const char* signature, Writer* writer, const DDSPtr<Sample>& key, const char* not_found) {
@@ -68,7 +65,7 @@ class TessivarNode::Private
 class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar::CommandInterest> {
  public:
   CommandInterestRunner(Tessivar::CommandInterestDataReader* reader, Private& owner)
-      : WaitSetThreadRunner(reader, {.maxSamples = samples_per_cycle, .take = false}), owner_(owner) {}
+      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false}), owner_(owner) {}
 
   void processSample(const Tessivar::CommandInterest& interest) override {
     constexpr const char* signature =
@@ -125,12 +122,11 @@ bool TessivarNode::create() {
     return false;
   }
   services.commandService()->setListener(private_.get());
-  auto runner = std::make_unique<CommandInterestRunner>(services.interestsNode()->dataReader(), *private_);
-  if (!thread.attachRunner(runner.get(), true)) {
+  if (!thread.attachRunner(
+          std::make_unique<CommandInterestRunner>(services.interestsNode()->dataReader(), *private_))) {
     logError() << signature << "Failed to attach runner to thread";
     return false;
   }
-  runner.release();
   private_->created = true;
   thread.start();
   services.start();

@@ -10,12 +10,9 @@ namespace TessivarDDS {
 using namespace Tessivar_Routing;
 
 bool RoutingClient::Private::attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner) {
-  if (!thread.attachRunner(runner.get(), true)) {
-    logError() << signature << "Failed to attach runner to thread";
-    return false;
-  }
-  runner.release();
-  return true;
+  const bool attached = thread.attachRunner(std::move(runner));
+  if (!attached) logError() << signature << "Failed to attach runner to thread";
+  return attached;
 }
 
 bool RoutingClient::Private::attachStateRunners(const char* signature) {

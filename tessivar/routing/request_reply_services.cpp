@@ -52,11 +52,8 @@ bool RouterRequestReply<Value, Req, Rep>::renewValueReader() {
       !node.createDataReader(&this->valueReaderListener_, this->valueReaderStatuses, qos)) {
     return false;
   }
-  auto runner =
-      std::make_unique<RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep>>(*this, node.dataReader(), true);
-  if (!this->waitSetThread()->attachRunner(runner.get(), true)) return false;
-  runner.release();
-  return true;
+  typedef RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep> Runner;
+  return this->waitSetThread()->attachRunner(std::make_unique<Runner>(*this, node.dataReader(), true));
 }
 
 using namespace Tessivar_Routing;

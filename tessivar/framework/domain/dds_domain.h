@@ -31,7 +31,6 @@ class TESSIVAR_API DDSDomain {
   DDSDomain& operator=(const DDSDomain&) = delete;
 
   // --- before creation
-  // ------------------------------------------------------------------------------------------------
 
   /// Discovery by multicast, off unless enabled. Refused with a line in the log once the participant exists.
   void enableMulticast(bool enable);
@@ -42,7 +41,6 @@ class TESSIVAR_API DDSDomain {
   void setAllowedInterfaces(std::vector<std::string> interfaces);
 
   // --- creation
-  // -------------------------------------------------------------------------------------------------------
 
   /// With the default participant QoS. `domainId`: 0 to 232.
   bool createDomainParticipant(int domainId);
@@ -66,7 +64,6 @@ class TESSIVAR_API DDSDomain {
   void cleanUp();
 
   // --- peers
-  // ----------------------------------------------------------------------------------------------------------
 
   /// Where to look for other participants: a host name, an address or "[N@]builtin.udpv4://ADDRESS". Also while
   /// running.
@@ -76,7 +73,6 @@ class TESSIVAR_API DDSDomain {
   std::vector<std::string> initialPeerList() const;
 
   // --- content filters
-  // ------------------------------------------------------------------------------------------------
 
   /// Makes `filter` available to filtered topics under `name`. Not owned: it must outlive the participant or be
   /// unregistered. True also when this very filter has that name already; false for a name in use.
@@ -88,7 +84,6 @@ class TESSIVAR_API DDSDomain {
   const DDSContentFilter* contentFilter(const std::string& name) const;
 
   // --- QoS profiles
-  // ---------------------------------------------------------------------------------------------------
 
   bool participantQosProfile(const std::string& library, const std::string& profile, DDS_DomainParticipantQos& qos);
   bool topicQosProfile(const std::string& library, const std::string& profile, DDS_TopicQos& qos);
@@ -96,7 +91,6 @@ class TESSIVAR_API DDSDomain {
   bool dataWriterQosProfile(const std::string& library, const std::string& profile, DDS_DataWriterQos& qos);
 
   // --- state
-  // ----------------------------------------------------------------------------------------------------------
 
   /// Null until created. Owned by the domain.
   DDSDomainParticipant* participant() const { return participant_; }

@@ -76,10 +76,8 @@ bool DDSRequestReply<Value, Req, Rep>::createWaitSet() {
   bool made = DDSRequestReplyNode<Req, Rep>::createWaitSet();
   this->autoStartThread_ = autoStart;
   if (made && this->clientSide()) {
-    auto runner =
-        std::make_unique<RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep>>(*this, valueNode_.dataReader());
-    made = this->waitSetThread()->attachRunner(runner.get(), true);
-    if (made) runner.release();
+    typedef RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep> Runner;
+    made = this->waitSetThread()->attachRunner(std::make_unique<Runner>(*this, valueNode_.dataReader()));
   }
   if (made && autoStart) this->waitSetThread()->start();
   return made;

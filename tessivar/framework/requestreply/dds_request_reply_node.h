@@ -58,7 +58,6 @@ class TESSIVAR_API DDSRequestReplyNode {
   virtual void cleanUp();
 
   // --- settings, before create()
-  // --------------------------------------------------------------------------------------
 
   void setRole(RequestReplyRole role);
   /// After how many milliseconds of silence a server counts as gone; -1 (initially): never.
@@ -71,7 +70,6 @@ class TESSIVAR_API DDSRequestReplyNode {
   void setWaitSetThread(WaitSetThread* thread);
 
   // --- settings, at any time
-  // ------------------------------------------------------------------------------------------
 
   /// The oldest pending ticket is forgotten when there would be more than so many; -1 (initially): no limit.
   void setMaxPendingTickets(int most) { maxPendingTickets_ = most; }
@@ -83,7 +81,6 @@ class TESSIVAR_API DDSRequestReplyNode {
   void setListener(RequestReplyServerListener<Req, Rep>* listener);
 
   // --- the client side
-  // ------------------------------------------------------------------------------------------------
 
   /// A new request with this node's identity and the next ticket number: 1 to 65534, then from 0 again.
   DDSPtr<Req> createRequest();
@@ -100,7 +97,6 @@ class TESSIVAR_API DDSRequestReplyNode {
   std::size_t pendingTickets() const { return pendingTickets_.size(); }
 
   // --- the server side
-  // ------------------------------------------------------------------------------------------------
 
   /// One more reply to a request, before or after the one that the listener returns: pages, or news of its progress.
   /// `reply`, made by its type support, is the node's from now on, which fills in identity and ticket number. False
@@ -108,7 +104,6 @@ class TESSIVAR_API DDSRequestReplyNode {
   bool sendReply(Rep* reply, const Req& request);
 
   // --- state
-  // ----------------------------------------------------------------------------------------------------------
 
   RequestReplyRole role() const { return role_; }
   bool created() const { return created_; }

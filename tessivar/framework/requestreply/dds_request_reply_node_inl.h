@@ -39,7 +39,6 @@ DDSRequestReplyNode<Req, Rep>::~DDSRequestReplyNode() {
 }
 
 // --- settings
-// ---------------------------------------------------------------------------------------------------------
 
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::refusedBecauseCreated(const char* function) const {
@@ -101,7 +100,6 @@ void DDSRequestReplyNode<Req, Rep>::setListener(RequestReplyServerListener<Req, 
 }
 
 // --- creation and cleaning up
-// -----------------------------------------------------------------------------------------
 
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::create(const std::string& name, DDSDomain* domain) {
@@ -265,15 +263,12 @@ bool DDSRequestReplyNode<Req, Rep>::createWaitSet() {
     waitSetThread_ = thread.release();
   }
   if (clientSide()) {
-    auto runner = std::make_unique<RequestReplyCoreWaitsetThreadRunner<Rep, Req, Rep>>(*this, replyNode_.dataReader());
-    if (!waitSetThread_->attachRunner(runner.get(), true)) return false;
-    runner.release();
+    typedef RequestReplyCoreWaitsetThreadRunner<Rep, Req, Rep> Runner;
+    if (!waitSetThread_->attachRunner(std::make_unique<Runner>(*this, replyNode_.dataReader()))) return false;
   }
   if (serverSide()) {
-    auto runner =
-        std::make_unique<RequestReplyCoreWaitsetThreadRunner<Req, Req, Rep>>(*this, requestNode_.dataReader());
-    if (!waitSetThread_->attachRunner(runner.get(), true)) return false;
-    runner.release();
+    typedef RequestReplyCoreWaitsetThreadRunner<Req, Req, Rep> Runner;
+    if (!waitSetThread_->attachRunner(std::make_unique<Runner>(*this, requestNode_.dataReader()))) return false;
   }
   if (autoStartThread_) waitSetThread_->start();
   return true;
@@ -304,7 +299,6 @@ void DDSRequestReplyNode<Req, Rep>::cleanUp() {
 }
 
 // --- the client side
-// --------------------------------------------------------------------------------------------------
 
 template <class Req, class Rep>
 unsigned short DDSRequestReplyNode<Req, Rep>::nextTicketId() {
@@ -427,7 +421,6 @@ void DDSRequestReplyNode<Req, Rep>::dispatch(const Rep& reply, const DDS_SampleI
 }
 
 // --- the server side
-// --------------------------------------------------------------------------------------------------
 
 template <class Req, class Rep>
 void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_SampleInfo& info) {

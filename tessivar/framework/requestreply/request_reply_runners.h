@@ -16,7 +16,7 @@ class TESSIVAR_API RequestReplyCoreWaitsetThreadRunner : public WaitSetThreadRun
  public:
   RequestReplyCoreWaitsetThreadRunner(DDSRequestReplyNode<Req, Rep>& node,
                                       typename WaitSetThreadRunner<Sample>::TDataReader* reader)
-      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = 256, .sampleStateMask = DDS_ANY_SAMPLE_STATE}),
+      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .sampleStateMask = DDS_ANY_SAMPLE_STATE}),
         node_(node) {}
 
   using WaitSetThreadRunner<Sample>::processSample;
@@ -32,7 +32,7 @@ class TESSIVAR_API RequestReplyWaitsetThreadRunner : public WaitSetThreadRunner<
  public:
   RequestReplyWaitsetThreadRunner(DDSRequestReply<Value, Req, Rep>& node,
                                   typename WaitSetThreadRunner<Sample>::TDataReader* reader, bool take = false)
-      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = 256, .take = take}), node_(node) {}
+      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .take = take}), node_(node) {}
 
   using WaitSetThreadRunner<Sample>::processSample;
   void processSample(const Sample& sample, const DDS_SampleInfo& info) override { node_.dispatchValue(sample, info); }

@@ -70,6 +70,12 @@ bool WaitSetThread::attachRunner(WaitSetThreadRunnerBase* runner, bool owned) {
   return true;
 }
 
+bool WaitSetThread::attachRunner(std::unique_ptr<WaitSetThreadRunnerBase> runner) {
+  if (!attachRunner(runner.get(), true)) return false;
+  runner.release();
+  return true;
+}
+
 bool WaitSetThread::detachRunner(DDSDataReader* reader) {
   const ScopedLock lock(runnersLock_);
   const auto entry = std::find_if(runners_.begin(), runners_.end(),

@@ -33,6 +33,8 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
   /// Serves the runner from now on. Owned runners are deleted when they are detached, by detachRunner() or stop(); not
   /// when attaching fails. The reader must outlive the time that its runner is attached.
   bool attachRunner(WaitSetThreadRunnerBase* runner, bool owned);
+  /// The same for an owned runner, which is deleted also when attaching fails.
+  bool attachRunner(std::unique_ptr<WaitSetThreadRunnerBase> runner);
   /// Detaches the first runner of that reader, which may then be deleted. False when there is none.
   bool detachRunner(DDSDataReader* reader);
   void start() override;

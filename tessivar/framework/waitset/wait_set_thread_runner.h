@@ -6,6 +6,9 @@
 
 namespace TessivarDDS {
 
+/// For RunnerSettings::maxSamples: so few lent at a time that a burst does not grow the reader's pool.
+constexpr DDS_Long samplesPerCycle = 256;
+
 /// How a runner gets at its reader's samples. Masks are DDS_..._STATE bits.
 struct RunnerSettings {
   /// Samples of one call of processData(); more are served in the next cycles. DDS_LENGTH_UNLIMITED: all there are.
