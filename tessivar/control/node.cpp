@@ -225,7 +225,7 @@ bool TessivarNode::sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply) 
                << "Invalid argument.";
     return false;
   }
-  return private_->services.verifyCommandNode() && private_->services.commandService()->replyNode().writeSample(reply);
+  return private_->services.verifyCommandNode() && private_->services.commandService()->sendReply(reply);
 }
 
 bool TessivarNode::setFilterAddresses(const std::vector<AddressEx>& addresses) {

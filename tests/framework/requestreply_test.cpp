@@ -155,7 +155,7 @@ class RequestReply : public Test {
     DDSPtr<Reply> sample(reply(result));
     sample->changeguid.copy(guid);
     sample->ticketId = ticketId;
-    EXPECT_TRUE(server.replyNode().writeSample(sample));
+    EXPECT_TRUE(server.sendReply(sample));
   }
 
   LogRecorder log;
@@ -186,6 +186,24 @@ TEST_F(RequestReply, lets_several_replies_fill_the_ticket_that_waits_for_them) {
   EXPECT_TRUE(client.removeTicket(ticket));
   EXPECT_EQ(client.findTicket(1), nullptr);
   EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_F(RequestReply, keeps_what_it_sent_to_recent_clients_only) {
+  ASSERT_TRUE(server.create("RR.Test", &here));
+  const DDSPtr<Reply> key(reply(Tessivar::COMPLETE));
+  key->changeguid.copy(client.guid());
+  const auto kept = [&] {
+    const DDS_InstanceHandle_t handle = server.replyNode().dataWriter()->lookup_instance(*key);
+    return !DDS_InstanceHandle_is_nil(&handle);
+  };
+  send(client.guid(), 1, Tessivar::COMPLETE);
+  EXPECT_TRUE(kept());
+  for (std::size_t i = 0; i < detail::remembered_clients; ++i) {
+    DDS_OctetSeq other;
+    generateRequestGuid(other);
+    send(other, 1, Tessivar::COMPLETE);
+  }
+  EXPECT_FALSE(kept());
 }
 
 TEST_F(RequestReply, keeps_clients_and_pending_tickets_apart) {

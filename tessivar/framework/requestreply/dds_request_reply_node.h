@@ -102,6 +102,8 @@ class TESSIVAR_API DDSRequestReplyNode {
   /// `reply`, made by its type support, is the node's from now on, which fills in identity and ticket number. False
   /// when it cannot be written.
   bool sendReply(Rep* reply, const Req& request);
+  /// The same for a reply in which they are filled in already, and which stays the caller's.
+  bool sendReply(const DDSPtr<Rep>& reply);
 
   // --- state
 

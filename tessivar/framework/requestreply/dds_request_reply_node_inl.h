@@ -437,9 +437,14 @@ bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
     reply->changeguid.copy(request.changeguid);
     reply->ticketId = request.ticketId;
   }
-  if (!replyNode_.writeSample(reply, true)) return false;
+  return sendReply(DDSPtr<Rep>(reply));
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
+  if (!replyNode_.writeSample(reply)) return false;
   // Each client that ever asked is an instance of the reply writer, which would keep its replies for good.
-  const std::string forgotten = recentClients_.answered(requestGuidToText(request.changeguid));
+  const std::string forgotten = recentClients_.answered(requestGuidToText(reply->changeguid));
   if (forgotten.empty()) return true;
   const DDSPtr<Rep> key(TypeOf<Rep>::TypeSupport::create_data());
   if (key && requestGuidFromText(forgotten, key->changeguid)) {
