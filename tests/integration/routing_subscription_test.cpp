@@ -48,25 +48,15 @@ TEST(RoutingSubscription, BringsTheChosenRoutersStateAndNoOthers) {
   expect_nothing_of(controller, second);
 }
 
-TEST(RoutingSubscription, OfNoRouterIsOfAllRouters) {
-  Peer device("router");
-  publish_state(device, first, "early");
-  publish_state(device, second, "early");
-  Peer controller("controller");
-  ASSERT_TRUE(controller.does("create"));
-  ASSERT_TRUE(controller.does("subscribe"));
-  expect_state(controller, first, "early");
-  expect_state(controller, second, "early");
-}
-
 TEST(RoutingSubscription, MovesToAnotherRouter) {
   Peer device("router");
   publish_state(device, first, "early");
   publish_state(device, second, "early");
   Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));
-  ASSERT_TRUE(controller.does("subscribe " + first));
+  ASSERT_TRUE(controller.does("subscribe"));  // to all
   expect_state(controller, first, "early");
+  expect_state(controller, second, "early");
   ASSERT_TRUE(controller.does("subscribe " + second));
   expect_state(controller, second, "early");
 
@@ -82,6 +72,9 @@ TEST(RoutingSubscription, MovesToAnotherRouter) {
   ASSERT_TRUE(controller.does("set " + first + " 5 8"));
   EXPECT_TRUE(controller.sees("set 1"));
   EXPECT_TRUE(controller.sees("route " + first + " 5 8"));
+  EXPECT_TRUE(controller.saw_nothing_of("protected"));
+  ASSERT_TRUE(device.does("protect " + first + " 5"));
+  EXPECT_TRUE(controller.sees("protected " + first + " 5"));
 }
 
 std::size_t threads_of(const Peer& peer) {
@@ -136,18 +129,6 @@ TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
   EXPECT_TRUE(controller.sees("set 1"));
   ASSERT_TRUE(device.does("withdraw " + first));
   EXPECT_TRUE(controller.sees("router-removed " + first));
-}
-
-TEST(RoutingSubscription, ShowsADestinationThatItsRouterProtects) {
-  Peer device("router");
-  Peer controller("controller");
-  ASSERT_TRUE(controller.does("create"));
-  ASSERT_TRUE(controller.does("subscribe " + first));
-  publish_state(device, first, "open");
-  expect_state(controller, first, "open");
-  EXPECT_TRUE(controller.saw_nothing_of("protected"));
-  ASSERT_TRUE(device.does("protect " + first + " 5"));
-  EXPECT_TRUE(controller.sees("protected " + first + " 5"));
 }
 
 TEST(RoutingSubscription, CleansUpInTrafficAndBeginsAnew) {
