@@ -32,8 +32,8 @@ class Scratch {
     for (std::size_t i = 0; i < count; ++i) pointers[i] = &slots_[i];
   }
 
+  static constexpr std::size_t kept = 4096;
   void trim() {
-    constexpr std::size_t kept = 4096;
     if (slots_.size() > kept) *this = Scratch();
   }
 
@@ -100,9 +100,10 @@ struct Access {
     return call(scratch, max, false);
   }
 
-  // The engine tells how much there is by locking its cache, which the following call unlocks.
-  dds_return_t all(Scratch& scratch) const {
-    const std::size_t held = dds_reader_lock_samples(reader);
+  // Room is made for what is there, however much was asked for. The engine tells by locking its cache, which the
+  // following call unlocks.
+  dds_return_t many(Scratch& scratch, std::size_t max) const {
+    const std::size_t held = std::min<std::size_t>(dds_reader_lock_samples(reader), max);
     if (held == 0) return some(scratch, 1);
     if (instance == 0) {
       scratch.make_room(held);
@@ -171,7 +172,8 @@ DDS_ReturnCode_t Reader::fetch(const EngineSelection& selection, DDS_Long max, s
   if (mask == 0 || max == 0) return DDS_RETCODE_NO_DATA;
   Scratch& scratch = Scratch::of_this_thread();
   const Access access = {entity_, mask, selection.take, selection.instance};
-  const dds_return_t count = max < 0 ? access.all(scratch) : access.some(scratch, static_cast<std::size_t>(max));
+  const auto most = static_cast<std::size_t>(max);  // unlimited is the largest of all
+  const dds_return_t count = most > Scratch::kept ? access.many(scratch, most) : access.some(scratch, most);
   if (count <= 0) {
     scratch.trim();
     return count == 0 ? DDS_RETCODE_NO_DATA : to_return_code(count);
