@@ -71,10 +71,10 @@ DDS_ReturnCode_t make_config(DDS_DomainId_t domain_id, const DDS_DomainParticipa
   config.domain_id = domain_id;
 
   const DDS_OctetSeq& user_data = qos.user_data.value;
-  if (user_data.length() > qos.resource_limits.participant_user_data_max_length) {
+  const DDS_Long most = qos.resource_limits.participant_user_data_max_length;
+  if (most != DDS_LENGTH_UNLIMITED && user_data.length() > most) {
     error = "user_data has " + std::to_string(user_data.length()) +
-            " octets, resource_limits.participant_user_data_max_length allows " +
-            std::to_string(qos.resource_limits.participant_user_data_max_length);
+            " octets, resource_limits.participant_user_data_max_length allows " + std::to_string(most);
     return DDS_RETCODE_INCONSISTENT_POLICY;
   }
   for (DDS_Long i = 0; i < user_data.length(); ++i) config.user_data.push_back(user_data[i]);
