@@ -73,6 +73,7 @@ DDS_ReturnCode_t SeenParticipants::access(const BuiltinSelection& selection,
   for (auto participant = participants_.begin(); participant != participants_.end();) {
     const bool selected[] = {fits(selection, *participant, participant->announcement),
                              fits(selection, *participant, participant->departure)};
+    bool yielded = false;
     for (Sample* sample : {&participant->announcement, &participant->departure}) {
       const bool valid = sample == &participant->announcement;
       if (!selected[valid ? 0 : 1] || index == static_cast<DDS_Long>(count)) continue;
@@ -89,8 +90,9 @@ DDS_ReturnCode_t SeenParticipants::access(const BuiltinSelection& selection,
       sample->read = true;
       if (selection.take) sample->there = false;
       ++index;
+      yielded = true;
     }
-    if (selected[0] || selected[1]) participant->viewed = true;
+    if (yielded) participant->viewed = true;
     const bool finished = !participant->alive && !participant->announcement.there && !participant->departure.there;
     participant = finished ? participants_.erase(participant) : std::next(participant);
   }
