@@ -185,13 +185,16 @@ bool DDSDataReader::Impl::drop_unknown(bool taken) {
   return removed;
 }
 
-/// What is left of an earlier side.
+/// What is left of an earlier side. The end of an instance that has come to life again is none any more, and would look
+/// like the end of its new life.
 void DDSDataReader::Impl::add_departed(const EngineSelection& selection, DDS_Long max) {
   if (selection.instance) return;
   std::erase_if(departed, [&](Departed& one) {
+    const KeyHash hash = key_hash_of(one.slot.sample->key_hash);
+    if (side->instances().knows(hash)) return true;
     const bool room = max < 0 || slots.size() < static_cast<std::size_t>(max);
     if (!room || !selects(selection, one.slot.info)) return false;
-    side->instances().remember(key_hash_of(one.slot.sample->key_hash), one.key);
+    side->instances().remember(hash, one.key);
     slots.push_back(std::move(one.slot));
     return true;
   });
