@@ -135,9 +135,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const v
     const DDS_ReturnCode_t identified = identify(key, sample, handle, WriteKind::data, instance);
     if (identified != DDS_RETCODE_OK) return identified;
   }
-  const auto octets = static_cast<std::uint32_t>(size);
-  if (batch) batch->make_room(octets);
-  SampleRef encoded(writer.allocate(octets, false));
+  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(size), false));
   if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
   if (!type.encode(sample, encoded->bytes, size)) return refuse(name_of(WriteKind::data), unencodable);
   return send(writer, std::move(encoded), instance.hash, WriteKind::data, timestamp);
@@ -156,9 +154,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
     instances.remove(key);
     return DDS_RETCODE_OK;
   }
-  const auto octets = static_cast<std::uint32_t>(key.size());
-  if (batch) batch->make_room(octets);
-  SampleRef encoded(writer.allocate(octets, true));
+  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(key.size()), true));
   if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
   std::memcpy(encoded->bytes, key.data(), key.size());
   const DDS_ReturnCode_t result = send(writer, std::move(encoded), instance.hash, kind, timestamp);
@@ -189,7 +185,8 @@ DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encod
                                            std::int64_t timestamp) {
   std::memcpy(encoded->key_hash, hash.data(), hash.size());
   const std::uint32_t octets = encoded->size;
-  const DDS_ReturnCode_t result = writer.write(std::move(encoded), kind, timestamp);
+  DDS_ReturnCode_t result = batch ? batch->make_room(octets) : DDS_RETCODE_OK;
+  if (result == DDS_RETCODE_OK) result = writer.write(std::move(encoded), kind, timestamp);
   return batch && result == DDS_RETCODE_OK ? batch->added(octets) : result;
 }
 
