@@ -1,5 +1,6 @@
 #include "tessivar/control/client.h"
 
+#include "tessivar/control/addressed_sample.h"
 #include "tessivar/control/reader_query.h"
 #include "tessivar/control/services.h"
 #include "tessivar/framework/log/logger.h"
@@ -9,7 +10,6 @@
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <optional>
 #include <set>
@@ -36,16 +36,6 @@ DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs)
   }
   ticket.received = false;  // before the reply is read, so that one that comes now is not missed
   return ticket.reply;
-}
-
-/// Writes the address into a key member that has room for a longest one.
-bool setKey(const char* signature, const AddressEx& address, char* unitId) {
-  if (std::strlen(address.guid()) > 64) {
-    logError() << signature << "Address string too long";
-    return false;
-  }
-  std::strcpy(unitId, address.guid());
-  return true;
 }
 
 }  // namespace
@@ -310,8 +300,8 @@ bool TessivarClient::registerInterest(const AddressEx& address, unsigned int fir
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarClient::registerInterest("
       "const class TessivarDDS::AddressEx &,unsigned int,unsigned int)";
-  const DDSPtr interest(Tessivar::CommandInterestTypeSupport::create_data());
-  if (!interest || !setKey(signature, address, interest->unitId)) return false;
+  const DDSPtr interest(createAddressed<Tessivar::CommandInterestTypeSupport>(signature, address));
+  if (!interest) return false;
   interest->range.min = first;
   interest->range.max = last;
 
@@ -324,10 +314,9 @@ bool TessivarClient::registerInterest(const AddressEx& address, unsigned int fir
 
 bool TessivarClient::hasUnit(const AddressEx& address) {
   if (!private_->services.verifyUnitNode()) return false;
-  const DDSPtr key(Tessivar::UnitTypeSupport::create_data());
-  if (!key || !setKey("bool __cdecl TessivarDDS::TessivarClient::hasUnit(const class TessivarDDS::AddressEx &)",
-                      address, key->unitId))
-    return false;
+  const DDSPtr key(createAddressed<Tessivar::UnitTypeSupport>(
+      "bool __cdecl TessivarDDS::TessivarClient::hasUnit(const class TessivarDDS::AddressEx &)", address));
+  if (!key) return false;
   const DDS_InstanceHandle_t handle = private_->services.unitNode()->dataReader()->lookup_instance(*key);
   return !DDS_InstanceHandle_is_nil(&handle);
 }
@@ -372,7 +361,7 @@ bool TessivarClient::queryUnit(const AddressEx& address, Tessivar::Unit& unit) {
     logError() << signature << " Unit not initialised";
     return false;
   }
-  if (!setKey(signature, address, unit.unitId)) return false;
+  if (!setAddress(signature, address, unit.unitId)) return false;
   const DDS_InstanceHandle_t handle = private_->unitQuery.reader()->lookup_instance(unit);
   if (DDS_InstanceHandle_is_nil(&handle)) return false;
   return private_->unitQuery.one(signature, handle, unit);
@@ -387,7 +376,7 @@ bool TessivarClient::queryCommand(const AddressEx& address, unsigned int command
     logError() << signature << " Command not initialised";
     return false;
   }
-  if (!setKey(signature, address, command.unitId)) return false;
+  if (!setAddress(signature, address, command.unitId)) return false;
   command.commandNumber = commandNumber;
   const DDS_InstanceHandle_t handle = private_->valueQuery.reader()->lookup_instance(command);
   if (DDS_InstanceHandle_is_nil(&handle)) {

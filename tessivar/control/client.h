@@ -23,8 +23,8 @@ class TessivarServices;
 ///
 /// Threads: attachDomain, create and cleanUp belong to one controlling thread, and nothing but the listeners may use
 /// the client meanwhile. All other operations may be called from any thread, also from the listeners' callbacks, except
-/// as TessivarClientListener says. Timeouts are milliseconds; -1 is without limit, 0 does not wait. A failure is one
-/// log line and false or null; an absence (an unknown unit, no data, a timeout) needs no line.
+/// as TessivarClientListener says. Timeouts are milliseconds; -1 is without limit. A failure is one log line and false
+/// or null; an absence (an unknown unit, no data, a timeout) needs no line.
 class TESSIVAR_API TessivarClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar::CommandChangeReply>;
@@ -50,7 +50,7 @@ class TESSIVAR_API TessivarClient {
   /// Waits for a callback that is running; the listener is the caller's afterwards.
   void detachListener(TessivarClientListener* listener);
 
-  /// Waits until a device is there that requests can be sent to.
+  /// Waits, 50 ms at a time, until a device is there that requests can be sent to.
   bool waitForMatch(int timeoutMs);
   /// As waitForMatch, and then, for as long again, until the current values have arrived.
   bool waitForHistoricalData(int timeoutMs);

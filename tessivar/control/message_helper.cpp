@@ -1,5 +1,6 @@
 #include "tessivar/control/message_helper.h"
 
+#include "tessivar/control/addressed_sample.h"
 #include "tessivar/framework/log/logger.h"
 
 #include <cstdint>
@@ -9,27 +10,9 @@
 namespace TessivarDDS {
 namespace {
 
-constexpr std::size_t max_address = 64;
 constexpr std::size_t max_unit_name = 32;
 constexpr std::size_t max_string_value = 64;
 constexpr std::size_t max_reply_text = 255;
-
-/// A new sample that bears the address; null after one log line.
-template <class Support>
-auto createAddressed(const char* signature, const AddressEx& address) -> decltype(Support::create_data()) {
-  // A longer address would not fit the sample's buffer.
-  if (std::strlen(address.guid()) > max_address) {
-    logError() << signature << "Address string too long";
-    return nullptr;
-  }
-  auto* sample = Support::create_data();
-  if (!sample) {
-    logError() << signature << "Failed to create data";
-    return nullptr;
-  }
-  address.copyTo(sample->unitId);
-  return sample;
-}
 
 }  // namespace
 

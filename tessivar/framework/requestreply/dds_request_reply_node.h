@@ -86,7 +86,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   DDSPtr<Req> createRequest();
   /// Sends a request; the ticket gets the replies. Null when no server is connected or the write fails.
   Ticket makeRequest(DDSPtr<Req>& request);
-  /// Polls every 50 ms until a server is connected; at most so many milliseconds, -1: without limit.
+  /// Polls until a server is connected; at most so many milliseconds, in whole steps of 50; -1: without limit.
   bool waitForMatch(int timeoutMs);
   /// Servers that can be reached; -1 on a server.
   virtual int calculateMatchCount();
