@@ -1,7 +1,8 @@
-// Type supports, and readers and writers that are narrowed to a type; what they do on the bus is the platform's test.
+// Type supports, and readers and writers of one type over the real engine.
 #include "tessivar/types/command/command.h"
 #include "tests/support/log_lines.h"
 
+#include <unistd.h>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -12,23 +13,70 @@ namespace {
 using namespace Tessivar;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
 
-TEST(TypedEntities, AreNarrowedToTheirOwnTypeOnly) {
+constexpr DDS_SampleStateMask any_sample = DDS_ANY_SAMPLE_STATE;
+constexpr DDS_ViewStateMask any_view = DDS_ANY_VIEW_STATE;
+constexpr DDS_InstanceStateMask any_instance = DDS_ANY_INSTANCE_STATE;
+constexpr DDS_Long all = DDS_LENGTH_UNLIMITED;
+
+/// Reader and writer share a participant on the loopback: what is written is there when the write returns.
+class TypedEntities : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    DDS_DomainParticipantQos qos;
+    DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.transport.UDPv4.builtin.parent.allow_interfaces", "lo",
+                                             DDS_BOOLEAN_FALSE);
+    participant = factory->create_participant(20 + getpid() % 70, qos, nullptr, DDS_STATUS_MASK_NONE);
+    ASSERT_NE(participant, nullptr);
+    ASSERT_EQ(CommandTypeSupport::register_type(participant), DDS_RETCODE_OK);
+    DDSTopic* const topic = participant->create_topic(COMMANDS_TOPIC, CommandTypeSupport::get_type_name(),
+                                                      DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
+    writer = CommandDataWriter::narrow(
+        participant->create_datawriter(topic, DDS_DATAWRITER_QOS_DEFAULT, nullptr, DDS_STATUS_MASK_NONE));
+    DDS_DataReaderQos reader_qos;
+    reader_qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
+    reader_qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
+    reader =
+        CommandDataReader::narrow(participant->create_datareader(topic, reader_qos, nullptr, DDS_STATUS_MASK_NONE));
+    ASSERT_TRUE(writer && reader);
+    DDS_String_replace(&command->unitId, "0001:02:00");
+  }
+  void TearDown() override {
+    CommandTypeSupport::delete_data(command);
+    EXPECT_EQ(participant->delete_contained_entities(), DDS_RETCODE_OK);
+    EXPECT_EQ(factory->delete_participant(participant), DDS_RETCODE_OK);
+  }
+  const Command& numbered(DDS_UnsignedLong number) {
+    command->commandNumber = number;
+    return *command;
+  }
+  void write(std::initializer_list<DDS_UnsignedLong> numbers) {
+    for (const DDS_UnsignedLong number : numbers)
+      ASSERT_EQ(writer->write(numbered(number), DDS_HANDLE_NIL), DDS_RETCODE_OK);
+  }
+  /// The numbers in `samples`, which are given back.
+  std::vector<DDS_UnsignedLong> numbers(DDS_ReturnCode_t result) {
+    EXPECT_EQ(result, DDS_RETCODE_OK);
+    EXPECT_FALSE(samples.has_ownership());
+    std::vector<DDS_UnsignedLong> found;
+    for (DDS_Long i = 0; i < samples.length(); ++i) found.push_back(samples[i].commandNumber);
+    EXPECT_EQ(reader->return_loan(samples, infos), DDS_RETCODE_OK);
+    return found;
+  }
+
   DDSDomainParticipantFactory* const factory = DDSDomainParticipantFactory::get_instance();
-  DDS_DomainParticipantQos qos;
-  DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.transport.UDPv4.builtin.parent.allow_interfaces", "lo",
-                                           DDS_BOOLEAN_FALSE);
-  DDSDomainParticipant* const participant = factory->create_participant(20, qos, nullptr, DDS_STATUS_MASK_NONE);
-  ASSERT_NE(participant, nullptr);
-  ASSERT_EQ(CommandTypeSupport::register_type(participant), DDS_RETCODE_OK);
-  DDSTopic* const topic =
-      participant->create_topic(COMMANDS_TOPIC, CommandTypeSupport::get_type_name(), DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-  ASSERT_NE(topic, nullptr);
-  DDSDataWriter* const writer = participant->create_datawriter(topic, DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
-  DDSDataReader* const reader = participant->create_datareader(topic, DDS_DATAREADER_QOS_DEFAULT, nullptr, 0);
-  EXPECT_NE(CommandDataWriter::narrow(writer), nullptr);
-  EXPECT_NE(CommandDataReader::narrow(reader), nullptr);
+  DDSDomainParticipant* participant = nullptr;
+  CommandDataWriter* writer = nullptr;
+  CommandDataReader* reader = nullptr;
+  Command* const command = CommandTypeSupport::create_data();
+  CommandSeq samples;
+  DDS_SampleInfoSeq infos;
   tessivar_test::LogLines log;
+};
+
+TEST_F(TypedEntities, AreNarrowedToTheirOwnTypeOnly) {
   EXPECT_EQ(UnitDataWriter::narrow(writer), nullptr);
   EXPECT_EQ(UnitDataWriter::narrow(nullptr), nullptr);
   EXPECT_EQ(UnitDataReader::narrow(reader), nullptr);
@@ -39,8 +87,59 @@ TEST(TypedEntities, AreNarrowedToTheirOwnTypeOnly) {
       ElementsAre(HasSubstr("TDataWriter::narrow: wrong type writer"), HasSubstr("TDataWriter::narrow: null writer"),
                   HasSubstr("TDataReader::narrow: wrong type reader"), HasSubstr("TDataReader::narrow: null reader"),
                   HasSubstr("TTypeSupport::register_type: bad parameter: participant")));
-  EXPECT_EQ(participant->delete_contained_entities(), DDS_RETCODE_OK);
-  EXPECT_EQ(factory->delete_participant(participant), DDS_RETCODE_OK);
+}
+
+TEST_F(TypedEntities, ReadAndTakeInEveryForm) {
+  write({1, 2, 1, 3});
+  const DDS_InstanceHandle_t one = reader->lookup_instance(numbered(1));
+  DDSReadCondition* fresh = reader->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, any_view, any_instance);
+  DDSReadCondition* seen = reader->create_readcondition(DDS_READ_SAMPLE_STATE, any_view, any_instance);
+  EXPECT_THAT(numbers(reader->read_instance(samples, infos, all, one, any_sample, any_view, any_instance)),
+              ElementsAre(1u, 1u));
+  EXPECT_EQ(reader->read_instance_w_condition(samples, infos, all, one, fresh), DDS_RETCODE_NO_DATA);
+  EXPECT_THAT(numbers(reader->take_instance_w_condition(samples, infos, all, one, seen)), ElementsAre(1u, 1u));
+  EXPECT_EQ(reader->take_w_condition(samples, infos, all, nullptr), DDS_RETCODE_BAD_PARAMETER);
+  EXPECT_THAT(numbers(reader->read_w_condition(samples, infos, all, fresh)), UnorderedElementsAre(2u, 3u));
+  EXPECT_THAT(numbers(reader->read_next_instance_w_condition(samples, infos, 1, one, seen)), SizeIs(1));
+  EXPECT_THAT(numbers(reader->take_next_instance_w_condition(samples, infos, 1, DDS_HANDLE_NIL, seen)), SizeIs(1));
+  DDS_SampleInfo info;
+  EXPECT_EQ(reader->take_next_sample(*command, info), DDS_RETCODE_NO_DATA);  // what is left has been read
+  EXPECT_THAT(numbers(reader->read(samples, infos, all, any_sample, any_view, any_instance)), SizeIs(1));
+
+  // Into buffers of the caller, as many as fit.
+  write({7, 8});
+  CommandSeq own(2);
+  DDS_SampleInfoSeq own_infos(2);
+  ASSERT_EQ(reader->take(own, own_infos, all, any_sample, any_view, any_instance), DDS_RETCODE_OK);
+  EXPECT_EQ(own.length(), 2);
+  EXPECT_TRUE(own.has_ownership());
+  EXPECT_EQ(reader->return_loan(own, own_infos), DDS_RETCODE_OK);
+  EXPECT_STREQ(own[1].unitId, "0001:02:00");
+  EXPECT_EQ(reader->take_next_sample(*command, info), DDS_RETCODE_OK);
+  EXPECT_TRUE(info.valid_data);
+  EXPECT_EQ(reader->take(samples, infos, all, any_sample, any_view, any_instance), DDS_RETCODE_NO_DATA);
+}
+
+TEST_F(TypedEntities, HandleInstances) {
+  const DDS_InstanceHandle_t handle = writer->register_instance(numbered(7));
+  const DDS_InstanceHandle_t found = writer->lookup_instance(*command);
+  EXPECT_TRUE(handle.isValid && DDS_InstanceHandle_equals(&handle, &found));
+  DDS_WriteParams_t params;
+  params.source_timestamp = {1700000000, 5};
+  EXPECT_EQ(writer->write_w_params(*command, params), DDS_RETCODE_OK);
+  EXPECT_TRUE(DDS_InstanceHandle_equals(&handle, &params.handle));
+  EXPECT_EQ(writer->write_w_timestamp(*command, handle, {1700000001, 0}), DDS_RETCODE_OK);
+  EXPECT_EQ(writer->dispose(*command, handle), DDS_RETCODE_OK);
+
+  ASSERT_EQ(reader->take(samples, infos, all, any_sample, any_view, any_instance), DDS_RETCODE_OK);
+  EXPECT_EQ(infos[0].source_timestamp.sec, 1700000000);
+  EXPECT_EQ(infos[0].instance_state, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE);
+  numbered(0);
+  EXPECT_EQ(reader->get_key_value(*command, infos[0].instance_handle), DDS_RETCODE_OK);
+  EXPECT_EQ(command->commandNumber, 7u);
+  EXPECT_EQ(reader->return_loan(samples, infos), DDS_RETCODE_OK);
+  EXPECT_EQ(writer->unregister_instance(*command, handle), DDS_RETCODE_OK);
+  EXPECT_FALSE(writer->lookup_instance(*command).isValid);
 }
 
 TEST(TypeSupport, HandlesSamples) {
