@@ -1,8 +1,7 @@
 #include "tessivar/control/metadata_node.h"
 
 #include "tessivar/framework/domain/signature.h"
-#include "tessivar/framework/filters/address_content_filter.h"
-#include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/nodes/address_filtered_topic.h"
 
 namespace TessivarDDS {
 
@@ -10,18 +9,9 @@ bool MetadataNode::createTopic(const std::string& name, const DDS_TopicQos& qos)
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::MetadataNode::createTopic("
       "const " TESSIVAR_SIGNATURE_STRING " &,const struct DDS_TopicQos &)";
-  if (!DDSFilteredNode::createTopic(name, qos)) return false;
-  const DDSContentFilter* filter = domain()->contentFilter(AddressContentFilter::name);
-  if (!filter) {
-    logError() << signature << "Custom filter not registered!";
-    return false;
-  }
-  if (!createContentFilteredTopic(filter, AddressContentFilter::name, AddressContentFilter::expression(typeName()),
-                                  addresses_)) {
-    logError() << signature << "Failed to create content filter topic on the metadata node";
-    return false;
-  }
-  return true;
+  return DDSFilteredNode::createTopic(name, qos) &&
+         createAddressFilteredTopic(*this, addresses_, signature,
+                                    "Failed to create content filter topic on the metadata node");
 }
 
 }  // namespace TessivarDDS

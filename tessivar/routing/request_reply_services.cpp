@@ -1,8 +1,7 @@
 #include "tessivar/routing/request_reply_services.h"
 
 #include "tessivar/framework/domain/signature.h"
-#include "tessivar/framework/filters/address_content_filter.h"
-#include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/nodes/address_filtered_topic.h"
 #include "tessivar/framework/nodes/address_texts.h"
 
 #include <memory>
@@ -18,15 +17,9 @@ template <class Value, class Req, class Rep>
 bool RouterRequestReply<Value, Req, Rep>::creatValueTopic(const std::string& topicName, DDSDomain* domain) {
   if (!DDSRequestReply<Value, Req, Rep>::creatValueTopic(topicName, domain)) return false;
   if (!this->clientSide()) return true;
-  const DDSContentFilter* const filter = domain->contentFilter(AddressContentFilter::name);
-  if (!filter) {
-    logError() << "bool __cdecl TessivarDDS::" << serviceClass_ << "::creatValueTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN
-               << "Custom filter not registered!";
-    return false;
-  }
-  auto& node = this->valueNode();
-  return node.createContentFilteredTopic(filter, AddressContentFilter::name,
-                                         AddressContentFilter::expression(node.typeName()), addressTexts(addresses_));
+  const std::string signature =
+      std::string("bool __cdecl TessivarDDS::") + serviceClass_ + "::creatValueTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN;
+  return createAddressFilteredTopic(this->valueNode(), addressTexts(addresses_), signature, nullptr);
 }
 
 template <class Value, class Req, class Rep>

@@ -1,27 +1,8 @@
 #include "tessivar/framework/requestreply/tessivar_request_reply_service.h"
 
-#include "tessivar/framework/filters/address_content_filter.h"
+#include "tessivar/framework/nodes/address_filtered_topic.h"
 
 namespace TessivarDDS {
-namespace {
-
-/// Makes the node's filtered topic; what fails is logged after `signature`.
-template <class T>
-bool createAddressFilter(DDSFilteredNode<T>& node, const std::vector<std::string>& addresses, const char* signature) {
-  const DDSContentFilter* const filter = node.domain()->contentFilter(AddressContentFilter::name);
-  if (!filter) {
-    logError() << signature << "Custom filter not registered!";
-    return false;
-  }
-  const std::string expression = AddressContentFilter::expression(node.typeName());
-  if (!node.createContentFilteredTopic(filter, AddressContentFilter::name, expression, addresses)) {
-    logError() << signature << "Failed to create address filtered topic for " << expression;
-    return false;
-  }
-  return true;
-}
-
-}  // namespace
 
 TessivarRequestReplyService::~TessivarRequestReplyService() {
   TessivarRequestReplyService::cleanUp();
@@ -30,17 +11,19 @@ TessivarRequestReplyService::~TessivarRequestReplyService() {
 bool TessivarRequestReplyService::createRequestTopic(const std::string& name, DDSDomain* domain) {
   if (!DDSRequestReply::createRequestTopic(name, domain)) return false;
   return !serverSide() ||
-         createAddressFilter(
+         createAddressFilteredTopic(
              requestNode(), addresses_,
              "bool __cdecl "
-             "TessivarDDS::TessivarRequestReplyService::createRequestTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN);
+             "TessivarDDS::TessivarRequestReplyService::createRequestTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN,
+             "Failed to create address filtered topic for typeName=Tessivar::CommandChangeRequest");
 }
 
 bool TessivarRequestReplyService::creatValueTopic(const std::string& name, DDSDomain* domain) {
   return DDSRequestReply::creatValueTopic(name, domain) &&
-         createAddressFilter(
+         createAddressFilteredTopic(
              valueNode(), addresses_,
-             "bool __cdecl TessivarDDS::TessivarRequestReplyService::creatValueTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN);
+             "bool __cdecl TessivarDDS::TessivarRequestReplyService::creatValueTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN,
+             "Failed to create address filtered topic for typeName=Tessivar::Command");
 }
 
 bool TessivarRequestReplyService::setFilterAddresses(const std::vector<std::string>& addresses) {
