@@ -1,6 +1,7 @@
 #include "tessivar/platform/batch.h"
 
 #include "tessivar/platform/log.h"
+#include "tessivar/platform/signals_blocked.h"
 
 #include <algorithm>
 #include <chrono>
@@ -25,6 +26,7 @@ class FlushClock {
     std::unique_lock lock(mutex_);
     stopped_.wait(lock, [&] { return !stopping_; });
     if (!thread_.joinable()) {
+      const SignalsBlocked blocked;
       thread_ = std::thread([this] { run(); });
       pthread_setname_np(thread_.native_handle(), "tessivar_flush");
     }

@@ -1,6 +1,7 @@
 #include "tessivar/platform/osapi.h"
 
 #include "tessivar/platform/log.h"
+#include "tessivar/platform/signals_blocked.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -9,11 +10,11 @@
 #include <mutex>
 #include <new>
 #include <pthread.h>
-#include <signal.h>
 #include <string>
 #include <thread>
 
 using tessivar::platform::LogLevel;
+using tessivar::platform::SignalsBlocked;
 
 namespace {
 
@@ -100,26 +101,6 @@ void* run(void* argument) {
     return nullptr;
   }
 }
-
-/// Blocks signals for a thread about to be made, which inherits the mask: the application's handlers run on its own
-/// threads. Those that a thread's own fault raises, and a profiler's, stay.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS, SIGPROF}) {
-      sigdelset(&all, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &all, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_;
-};
 
 /// 0, or the system's error number.
 int create(pthread_t& thread, int stack_size, Start* start) {

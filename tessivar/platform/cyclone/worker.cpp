@@ -1,10 +1,14 @@
 #include "tessivar/platform/cyclone/worker.h"
 
+#include "tessivar/platform/signals_blocked.h"
+
 #include <pthread.h>
 
 namespace tessivar::platform::cyclone {
 
-Worker::Worker() : thread_([this] { run(); }) {
+Worker::Worker() {
+  const SignalsBlocked blocked;
+  thread_ = std::thread([this] { run(); });
   pthread_setname_np(thread_.native_handle(), "tessivar-engine");
 }
 

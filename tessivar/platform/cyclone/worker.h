@@ -26,7 +26,7 @@ class Worker {
   std::condition_variable wake_;
   std::deque<std::function<void()>> tasks_;
   bool stopping_ = false;
-  std::thread thread_;  // last: it uses the others
+  std::thread thread_;
 };
 
 }  // namespace tessivar::platform::cyclone
