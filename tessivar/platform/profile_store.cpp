@@ -3,7 +3,7 @@
 namespace tessivar::platform {
 
 ProfileStore& ProfileStore::instance() {
-  static ProfileStore store;
+  static ProfileStore& store = *new ProfileStore;  // never destroyed, like the factory that asks it
   return store;
 }
 
