@@ -21,7 +21,6 @@ using tessivar::platform::get_status;
 using tessivar::platform::Loans;
 using tessivar::platform::log;
 using tessivar::platform::LogLevel;
-
 using tessivar::platform::ReaderSide;
 
 namespace {
@@ -32,8 +31,15 @@ constexpr std::chrono::milliseconds matching_time(100);
 /// How long `structure` is kept from others at a time, nanoseconds.
 constexpr std::int64_t longest_wait = 50000000;
 
+/// Null, with a log line, when the engine refuses.
 std::unique_ptr<EngineCondition> make_condition(ReaderSide& side, const DDSCondition::Impl& condition) {
-  return side.engine().create_condition(condition.sample_states, condition.view_states, condition.instance_states);
+  auto made = side.engine().create_condition(condition.sample_states, condition.view_states, condition.instance_states);
+  if (!made) {
+    log(LogLevel::error, "DDSReadCondition",
+        std::string("topic \"") + condition.reader->get_topicdescription()->get_name() +
+            "\": the engine has no condition left, or the states select nothing");
+  }
+  return made;
 }
 
 }  // namespace
@@ -101,8 +107,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::enable() {
   return DDS_RETCODE_OK;
 }
 
-// --- another filter
-// ---------------------------------------------------------------------------------------------------
+// --- another filter --------------------------------------------------------------------------------------------------
 
 bool DDSDataReader::Impl::redelivers_history() const {
   constexpr const char* property = "dds.data_reader.state.filter_redundant_samples";
@@ -170,8 +175,7 @@ DDS_StatusMask DDSDataReader::Impl::follow_new_side() {
   return changed;
 }
 
-// --- the public class
-// -------------------------------------------------------------------------------------------------
+// --- the public class ------------------------------------------------------------------------------------------------
 
 void DDSDataReader::ImplDelete::operator()(Impl* impl) const {
   delete impl;
@@ -273,11 +277,7 @@ DDSReadCondition* DDSDataReader::create_readcondition(DDS_SampleStateMask sample
   condition->view_states = view_states;
   condition->instance_states = instance_states;
   const std::lock_guard lock(impl_->structure);
-  if (impl_->side && !(condition->engine = make_condition(*impl_->side, *condition))) {
-    log(LogLevel::error, "DDSDataReader::create_readcondition",
-        "topic \"" + impl_->topic->impl().name + "\": the engine has no condition left");
-    return nullptr;
-  }
+  if (impl_->side && !(condition->engine = make_condition(*impl_->side, *condition))) return nullptr;
   const std::lock_guard access_lock(impl_->access);
   DDSReadCondition* created = impl_->conditions.emplace_back(new DDSReadCondition(std::move(condition)));
   impl_->update_pending();
