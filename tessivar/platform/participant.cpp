@@ -54,8 +54,7 @@ DDSContentFilteredTopic* DDSDomainParticipant::Impl::find_filtered_topic(std::st
   return topic == filtered_topics.end() ? nullptr : *topic;
 }
 
-// --- pins
-// -------------------------------------------------------------------------------------------------------------
+// --- pins ------------------------------------------------------------------------------------------------------------
 
 void DDSDomainParticipant::Impl::pin(const void* entity) {
   pins.push_back({entity, std::this_thread::get_id()});
@@ -78,8 +77,7 @@ void DDSDomainParticipant::Impl::await_unpinned(std::unique_lock<std::mutex>& lo
   });
 }
 
-// --- enabling
-// ---------------------------------------------------------------------------------------------------------
+// --- enabling --------------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   const std::lock_guard enabling_lock(enabling);
@@ -139,8 +137,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   return result;
 }
 
-// --- discovery
-// --------------------------------------------------------------------------------------------------------
+// --- discovery -------------------------------------------------------------------------------------------------------
 
 void DDSDomainParticipant::Impl::participant_seen(const DDS_ParticipantBuiltinTopicData& data,
                                                   const DDS_InstanceHandle_t& handle, bool alive) {
@@ -155,8 +152,7 @@ void DDSDomainParticipant::Impl::participant_seen(const DDS_ParticipantBuiltinTo
   reader.report(DDS_DATA_AVAILABLE_STATUS);
 }
 
-// --- filters' parameters
-// ----------------------------------------------------------------------------------------------
+// --- filters' parameters ---------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTopic& topic,
                                                             const DDS_StringSeq& parameters) {
@@ -201,8 +197,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
   return result;
 }
 
-// --- the public class
-// -------------------------------------------------------------------------------------------------
+// --- the public class ------------------------------------------------------------------------------------------------
 
 DDSDomainParticipant::DDSDomainParticipant(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {
   impl_->self = this;

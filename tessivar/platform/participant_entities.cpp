@@ -33,8 +33,7 @@ bool remove(std::vector<T*>& entities, const T* entity) {
 
 }  // namespace
 
-// --- QoS
-// --------------------------------------------------------------------------------------------------------------
+// --- QoS -------------------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& qos) {
   const std::lock_guard lock(impl_->mutex);
@@ -104,8 +103,7 @@ DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos(const DDS_Data
   return DDS_RETCODE_OK;
 }
 
-// --- types
-// ------------------------------------------------------------------------------------------------------------
+// --- types -----------------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::register_type(const char* type_name, const PRESTypePlugin& plugin) {
   if (!type_name || !*type_name) return refuse("register_type", "the type's name is missing");
@@ -138,8 +136,7 @@ bool DDSDomainParticipant::is_type_registered(const char* type_name) const {
   return type_name && impl_->types.contains(type_name);
 }
 
-// --- topics
-// -----------------------------------------------------------------------------------------------------------
+// --- topics ----------------------------------------------------------------------------------------------------------
 
 DDSTopic* DDSDomainParticipant::create_topic(const char* topic_name, const char* type_name, const DDS_TopicQos& qos,
                                              DDSTopicListener* listener, DDS_StatusMask mask) {
@@ -252,8 +249,7 @@ DDSTopicDescription* DDSDomainParticipant::lookup_topicdescription(const char* n
   return impl_->find_filtered_topic(name);
 }
 
-// --- content filters
-// --------------------------------------------------------------------------------------------------
+// --- content filters -------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::register_contentfilter(const char* filter_name, const DDSContentFilter* filter) {
   if (!filter_name || !*filter_name || !filter) {
@@ -282,8 +278,7 @@ DDS_ReturnCode_t DDSDomainParticipant::unregister_contentfilter(const char* filt
   return DDS_RETCODE_OK;
 }
 
-// --- writers and readers
-// ----------------------------------------------------------------------------------------------
+// --- writers and readers ---------------------------------------------------------------------------------------------
 
 DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DDS_DataWriterQos& qos,
                                                        DDSDataWriterListener* listener, DDS_StatusMask mask) {
@@ -421,8 +416,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
   return delete_all(impl_->topics, [&](DDSTopic* topic) { return delete_topic(topic); });
 }
 
-// --- peers and ignoring
-// -----------------------------------------------------------------------------------------------
+// --- peers and ignoring ----------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::add_peer(const char* peer) {
   if (!peer) return refuse("add_peer", "null peer");

@@ -83,8 +83,7 @@ constexpr Element element(std::string_view name) {
 
 constexpr std::int64_t unlimited = DDS_LENGTH_UNLIMITED;
 
-// --- names
-// ------------------------------------------------------------------------------------------------------------
+// --- names -----------------------------------------------------------------------------------------------------------
 
 constexpr Name booleans[] = {{"true", 1}, {"false", 0}, {"1", 1}, {"0", 0}, {"BOOLEAN_TRUE", 1}, {"BOOLEAN_FALSE", 0}};
 
@@ -135,8 +134,7 @@ struct Enumerators<DDS_DestinationOrderQosPolicyKind> {
       {"BY_SOURCE_TIMESTAMP_DESTINATIONORDER_QOS", DDS_BY_SOURCE_TIMESTAMP_DESTINATIONORDER_QOS}};
 };
 
-// --- policies
-// ---------------------------------------------------------------------------------------------------------
+// --- policies --------------------------------------------------------------------------------------------------------
 
 template <>
 struct Elements<DDS_Duration_t> {
@@ -272,8 +270,7 @@ struct Elements<DDS_WireProtocolQosPolicy> {
       element<&P::rtps_app_id>("rtps_app_id"), element<&P::rtps_instance_id>("rtps_instance_id")};
 };
 
-// --- sets
-// -------------------------------------------------------------------------------------------------------------
+// --- sets ------------------------------------------------------------------------------------------------------------
 
 template <>
 struct Elements<DDS_DomainParticipantQos> {

@@ -211,8 +211,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::flush() {
   return batch ? batch->flush() : DDS_RETCODE_OK;
 }
 
-// --- statuses
-// ---------------------------------------------------------------------------------------------------------
+// --- statuses --------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -278,8 +277,7 @@ void DDSDataWriter::Impl::offered_incompatible_qos(const DDS_OfferedIncompatible
   }
 }
 
-// --- the public class
-// -------------------------------------------------------------------------------------------------
+// --- the public class ------------------------------------------------------------------------------------------------
 
 void DDSDataWriter::ImplDelete::operator()(Impl* impl) const {
   delete impl;
