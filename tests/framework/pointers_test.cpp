@@ -34,7 +34,7 @@ TEST_F(ListenerListTest, notifies_each_once_in_the_order_of_attachment_whatever_
     return &listener != &a;  // no further one after it
   };
   EXPECT_TRUE(list.notify("X::y", notify));
-  EXPECT_THAT(log.lines(), ElementsAre("8 X::y Exception in a listener: boom"));
+  EXPECT_THAT(log.lines(), ElementsAre("8 X::y Exception in the application's code: boom"));
   for (int twice = 0; twice < 2; ++twice) list.detachListener(&a);
   EXPECT_TRUE(list.notify("X::y", notify));
   EXPECT_THAT(calls, ElementsAre("b", "a", "b", "c"));

@@ -1,12 +1,12 @@
 // The application's listeners of one service object.
 #pragma once
 
+#include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/sync/sync.h"
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <thread>
 #include <type_traits>
 #include <utility>
@@ -109,18 +109,15 @@ class ListenerList {
 
   template <class F>
   static bool callGuarded(const char* signature, F& call, L& listener) noexcept {
-    try {
+    bool more = true;
+    tessivar::framework::guarded(signature, [&] {
       if constexpr (std::is_same_v<decltype(call(listener)), bool>) {
-        return call(listener);
+        more = call(listener);
       } else {
         call(listener);
       }
-    } catch (const std::exception& exception) {
-      logError() << signature << " Exception in a listener: " << exception.what();
-    } catch (...) {
-      logError() << signature << " Exception in a listener.";
-    }
-    return true;
+    });
+    return more;
   }
 
   /// `operation` up to the name of L among its parameters, and `rest` from there, if it has one.
