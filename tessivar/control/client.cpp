@@ -122,7 +122,9 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
     if (!key || reader.get_key_value(*key, instance) != DDS_RETCODE_OK) return;
     const AddressEx address(key->unitId);
     tell<Tessivar::UnitSeq>(
-        "void __cdecl TessivarDDS::TessivarClient::Private::tellUnit(void)", reader, instance,
+        "void __cdecl TessivarDDS::TessivarClient::Private::tellUnit("
+        "class Tessivar::UnitDataReader &,const struct DDS_InstanceHandle_t &)",
+        reader, instance,
         [&](TessivarClientListener& listener, const Tessivar::Unit& unit, const DDS_SampleInfo& info) {
           if (info.valid_data && info.instance_state == DDS_ALIVE_INSTANCE_STATE) {
             listener.unitAdded(&unit);
@@ -134,7 +136,9 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
 
   void tellValue(Tessivar::CommandDataReader& reader, const DDS_InstanceHandle_t& instance) {
     tell<Tessivar::CommandSeq>(
-        "void __cdecl TessivarDDS::TessivarClient::Private::tellValue(void)", reader, instance,
+        "void __cdecl TessivarDDS::TessivarClient::Private::tellValue("
+        "class Tessivar::CommandDataReader &,const struct DDS_InstanceHandle_t &)",
+        reader, instance,
         [](TessivarClientListener& listener, const Tessivar::Command& command, const DDS_SampleInfo& info) {
           if (info.valid_data) listener.commandValueChanged(&command);
         });

@@ -399,7 +399,9 @@ bool DDSDomain::installBuiltInParticipantListener() {
   participantListener_.setParticipant(participant_);
   participantListener_.setAllowedTypes(
       BuiltinParticipantListener::parseTypes(types && types->value ? types->value : ""));
-  return reader->set_listener(&participantListener_, DDS_DATA_AVAILABLE_STATUS) == DDS_RETCODE_OK;
+  const DDS_ReturnCode_t installed = reader->set_listener(&participantListener_, DDS_DATA_AVAILABLE_STATUS);
+  if (installed != DDS_RETCODE_OK) logError() << signature << " Failed to set the listener. Return code: " << installed;
+  return installed == DDS_RETCODE_OK;
 }
 
 void DDSDomain::cleanUp() {

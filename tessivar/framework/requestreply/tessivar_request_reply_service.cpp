@@ -27,8 +27,9 @@ bool TessivarRequestReplyService::creatValueTopic(const std::string& name, DDSDo
 }
 
 bool TessivarRequestReplyService::setFilterAddresses(const std::vector<std::string>& addresses) {
-  if (requestNode().contentFilteredTopic() && !requestNode().setFilterParameters(addresses)) return false;
+  // The requests last: a server reads no values, so that none of the addresses is in force when its requests' fail.
   if (valueNode().contentFilteredTopic() && !valueNode().setFilterParameters(addresses)) return false;
+  if (requestNode().contentFilteredTopic() && !requestNode().setFilterParameters(addresses)) return false;
   addresses_ = addresses;
   return true;
 }

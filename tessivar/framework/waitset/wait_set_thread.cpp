@@ -87,8 +87,9 @@ bool WaitSetThread::detachRunner(DDSDataReader* reader) {
 }
 
 void WaitSetThread::release(const Entry& entry) {
-  tessivar::framework::guarded("void __cdecl TessivarDDS::WaitSetThread::release(void)",
-                               [&] { entry.runner->cleanUpReader(); });
+  tessivar::framework::guarded(
+      "void __cdecl TessivarDDS::WaitSetThread::release(const struct TessivarDDS::WaitSetThread::Entry &)",
+      [&] { entry.runner->cleanUpReader(); });
   if (entry.owned) delete entry.runner;
 }
 
