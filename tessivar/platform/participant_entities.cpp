@@ -418,50 +418,53 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
 
 // --- peers and ignoring ----------------------------------------------------------------------------------------------
 
-DDS_ReturnCode_t DDSDomainParticipant::add_peer(const char* peer) {
-  if (!peer) return refuse("add_peer", "null peer");
+namespace {
+
+/// Before the participant is enabled `change_initial` changes its initial peers; afterwards the engine's change.
+template <class ChangeInitial>
+DDS_ReturnCode_t change_peer(DDSDomainParticipant::Impl& participant, const char* operation, const char* peer,
+                             const ChangeInitial& change_initial,
+                             DDS_ReturnCode_t (EngineParticipant::*change)(const std::string&)) {
+  if (!peer) return refuse(operation, "null peer");
   std::string error;
   const auto parsed = tessivar::platform::parse_peer(peer, error);
-  if (!parsed) return refuse("add_peer", error);
+  if (!parsed) return refuse(operation, error);
   {
-    std::unique_lock lock(impl_->mutex);
-    impl_->changed.wait(lock, [&] { return !impl_->starting; });
-    if (!impl_->engine) {
-      DDS_StringSeq& peers = impl_->qos.discovery.initial_peers;
-      const DDS_Long count = peers.length();
-      return peers.ensure_length(count + 1, count + 1) && DDS_String_replace(&peers[count], peer)
-                 ? DDS_RETCODE_OK
-                 : DDS_RETCODE_OUT_OF_RESOURCES;
-    }
+    std::unique_lock lock(participant.mutex);
+    participant.changed.wait(lock, [&] { return !participant.starting; });
+    if (!participant.engine) return change_initial(participant.qos.discovery.initial_peers);
   }
   if (parsed->address.empty()) return DDS_RETCODE_OK;
-  const DDS_ReturnCode_t result = impl_->engine.load()->add_peer(parsed->address);
+  const DDS_ReturnCode_t result = (participant.engine.load()->*change)(parsed->address);
   if (result == DDS_RETCODE_OK) return result;
-  return refuse("add_peer", "peer " + quoted(peer) + " cannot be used, return code " + std::to_string(result), result);
+  return refuse(operation, "peer " + quoted(peer) + " cannot be used, return code " + std::to_string(result), result);
+}
+
+}  // namespace
+
+DDS_ReturnCode_t DDSDomainParticipant::add_peer(const char* peer) {
+  const auto append = [&](DDS_StringSeq& peers) {
+    const DDS_Long count = peers.length();
+    return peers.ensure_length(count + 1, count + 1) && DDS_String_replace(&peers[count], peer)
+               ? DDS_RETCODE_OK
+               : DDS_RETCODE_OUT_OF_RESOURCES;
+  };
+  return change_peer(*impl_, "add_peer", peer, append, &EngineParticipant::add_peer);
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::remove_peer(const char* peer) {
-  if (!peer) return refuse("remove_peer", "null peer");
-  std::string error;
-  const auto parsed = tessivar::platform::parse_peer(peer, error);
-  if (!parsed) return refuse("remove_peer", error);
-  {
-    std::unique_lock lock(impl_->mutex);
-    impl_->changed.wait(lock, [&] { return !impl_->starting; });
-    if (!impl_->engine) {
-      DDS_StringSeq& peers = impl_->qos.discovery.initial_peers;
-      DDS_Long kept = 0;
-      for (DDS_Long i = 0; i < peers.length(); ++i) {
-        if (peers[i] && std::strcmp(peers[i], peer) == 0) continue;
-        std::swap(peers[kept++], peers[i]);
-      }
-      if (kept == peers.length()) {
-        return refuse("remove_peer", "peer " + quoted(peer) + " is not among the initial peers");
-      }
-      return peers.length(kept) ? DDS_RETCODE_OK : DDS_RETCODE_ERROR;
+  const auto erase = [&](DDS_StringSeq& peers) {
+    DDS_Long kept = 0;
+    for (DDS_Long i = 0; i < peers.length(); ++i) {
+      if (peers[i] && std::strcmp(peers[i], peer) == 0) continue;
+      std::swap(peers[kept++], peers[i]);
     }
-  }
-  return parsed->address.empty() ? DDS_RETCODE_OK : impl_->engine.load()->remove_peer(parsed->address);
+    if (kept == peers.length()) {
+      return refuse("remove_peer", "peer " + quoted(peer) + " is not among the initial peers");
+    }
+    return peers.length(kept) ? DDS_RETCODE_OK : DDS_RETCODE_ERROR;
+  };
+  return change_peer(*impl_, "remove_peer", peer, erase, &EngineParticipant::remove_peer);
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::ignore_participant(const DDS_InstanceHandle_t& handle) {
