@@ -163,8 +163,6 @@ class EngineReader {
   /// Waits until the history that the matched writers held has been received, nanoseconds or `never`.
   virtual DDS_ReturnCode_t wait_for_historical_data(std::int64_t timeout) = 0;
   virtual DDS_InstanceHandle_t guid() const = 0;
-  virtual DDS_SubscriptionMatchedStatus subscription_matched_status() = 0;
-  virtual DDS_LivelinessChangedStatus liveliness_changed_status() = 0;
   /// GUIDs of the matched writers.
   virtual std::vector<DDS_InstanceHandle_t> matched_publications() = 0;
 };

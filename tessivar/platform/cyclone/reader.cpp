@@ -239,18 +239,6 @@ std::vector<DDS_InstanceHandle_t> Reader::matched_publications() {
   return matches_.all(entity_);
 }
 
-DDS_SubscriptionMatchedStatus Reader::subscription_matched_status() {
-  dds_subscription_matched_status_t status = {};
-  dds_get_subscription_matched_status(entity_, &status);
-  return to_platform(entity_, status);
-}
-
-DDS_LivelinessChangedStatus Reader::liveliness_changed_status() {
-  dds_liveliness_changed_status_t status = {};
-  dds_get_liveliness_changed_status(entity_, &status);
-  return to_platform(entity_, status);
-}
-
 DDS_SubscriptionMatchedStatus Reader::to_platform(dds_entity_t reader,
                                                   const dds_subscription_matched_status_t& status) {
   DDS_SubscriptionMatchedStatus result = {};

@@ -17,8 +17,6 @@ class Reader final : public EngineReader {
                                                     DDS_InstanceStateMask) override;
   DDS_ReturnCode_t wait_for_historical_data(std::int64_t timeout) override;
   DDS_InstanceHandle_t guid() const override;
-  DDS_SubscriptionMatchedStatus subscription_matched_status() override;
-  DDS_LivelinessChangedStatus liveliness_changed_status() override;
   std::vector<DDS_InstanceHandle_t> matched_publications() override;
 
  private:
