@@ -36,4 +36,9 @@ inline DDS_InstanceHandle_t handle_of(const KeyHash& hash) {
   return handle;
 }
 
+/// Whether the handle is that instance's; nil is any one's.
+inline bool may_mean(const DDS_InstanceHandle_t& handle, const KeyHash& hash) {
+  return !handle.isValid || std::memcmp(handle.keyHash.value, hash.data(), hash.size()) == 0;
+}
+
 }  // namespace tessivar::platform

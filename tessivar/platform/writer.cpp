@@ -27,10 +27,6 @@ using tessivar::platform::WriterInstances;
 
 namespace {
 
-bool names(const DDS_InstanceHandle_t& handle, const KeyHash& hash) {
-  return std::memcmp(handle.keyHash.value, hash.data(), hash.size()) == 0;
-}
-
 const char* name_of(WriteKind kind) {
   switch (kind) {
     case WriteKind::data:
@@ -173,11 +169,12 @@ DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void
     if (!known) return DDS_RETCODE_PRECONDITION_NOT_MET;
     instance = *known;
   } else {
-    const auto added = instances.add(key, sample, true);
+    const auto added = instances.add(key, sample, true, handle);
     if (!added) return DDS_RETCODE_OUT_OF_RESOURCES;
     instance = {*added, true};
   }
-  if (handle.isValid && !names(handle, instance.hash)) return refuse(name_of(kind), "the handle is another instance's");
+  if (!tessivar::platform::may_mean(handle, instance.hash))
+    return refuse(name_of(kind), "the handle is another instance's");
   return DDS_RETCODE_OK;
 }
 

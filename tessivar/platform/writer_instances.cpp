@@ -11,15 +11,17 @@ WriterInstances::ByKey::value_type* WriterInstances::known(const EncodedKey& key
   return latest_ = &*found;
 }
 
-std::optional<KeyHash> WriterInstances::add(const EncodedKey& key, const void* sample, bool written) {
+std::optional<KeyHash> WriterInstances::add(const EncodedKey& key, const void* sample, bool written,
+                                            const DDS_InstanceHandle_t& meant) {
   const std::lock_guard lock(mutex_);
   if (ByKey::value_type* instance = known(key)) {
-    instance->second.written |= written;
+    if (may_mean(meant, instance->second.hash)) instance->second.written |= written;
     return instance->second.hash;
   }
   DDS_KeyHash_t octets = {};
   if (!type_.instance_to_keyhash(nullptr, &octets, sample)) return std::nullopt;
   const KeyHash hash = key_hash_of(octets.value);
+  if (!may_mean(meant, hash)) return hash;
   try {
     const auto added = by_key_.emplace(key.bytes(), Known{hash, written}).first;
     try {

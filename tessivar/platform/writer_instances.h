@@ -19,8 +19,9 @@ class WriterInstances {
   explicit WriterInstances(const PRESTypePlugin& type) : type_(type) {}
 
   /// The hash of the sample's key, whose instance is known from now on; nothing when there is no memory for it.
-  /// `written` says that the bus gets to know it, too.
-  std::optional<KeyHash> add(const EncodedKey& key, const void* sample, bool written);
+  /// `written` says that the bus gets to know it, too. When `meant` is another instance's, nothing is recorded.
+  std::optional<KeyHash> add(const EncodedKey& key, const void* sample, bool written,
+                             const DDS_InstanceHandle_t& meant = DDS_HANDLE_NIL);
   struct Known {
     KeyHash hash;
     bool written;
