@@ -162,6 +162,8 @@ TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
       {"<topic_qos>\n<histroy/></topic_qos>", "unknown element <histroy> in <topic_qos>"},
       {"<topic_qos><history>\n<kind>KEEP_SOME</kind></history></topic_qos>",
        "\"KEEP_SOME\" is no value of <kind>, which takes KEEP_LAST_HISTORY_QOS, KEEP_ALL_HISTORY_QOS"},
+      {"<topic_qos><history>\n<kind>KEEP\n&#13;ALL</kind></history></topic_qos>",
+       "\"KEEP  ALL\" is no value of <kind>"},
       {"<topic_qos><history><depth>1</depth>\n<depth>2</depth></history></topic_qos>", "second element <depth>"},
       {"<topic_qos><resource_limits>\n<max_samples>99999999999</max_samples></resource_limits></topic_qos>",
        "takes -1 to 2147483647 (-1: LENGTH_UNLIMITED)"},
