@@ -29,12 +29,6 @@ std::int64_t to_nanoseconds(const DDS_Duration_t& duration) {
   return duration.sec * second + duration.nanosec;
 }
 
-DDS_Duration_t to_duration(std::int64_t nanoseconds) {
-  if (nanoseconds >= DDS_DURATION_INFINITE.sec * second) return DDS_DURATION_INFINITE;
-  if (nanoseconds < 0) return DDS_DURATION_ZERO;
-  return {static_cast<DDS_Long>(nanoseconds / second), static_cast<DDS_UnsignedLong>(nanoseconds % second)};
-}
-
 std::int64_t to_nanoseconds(const DDS_Time_t& time) {
   return time.sec < 0 ? -1 : time.sec * second + time.nanosec;
 }

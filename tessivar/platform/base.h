@@ -97,7 +97,6 @@ namespace tessivar::platform {
 /// Nanoseconds of a duration, at most `never`; infinite is `never`.
 constexpr std::int64_t never = INT64_MAX;
 TESSIVAR_API std::int64_t to_nanoseconds(const DDS_Duration_t& duration);
-TESSIVAR_API DDS_Duration_t to_duration(std::int64_t nanoseconds);
 
 /// Wall-clock time; `DDS_TIME_INVALID` is -1.
 TESSIVAR_API std::int64_t to_nanoseconds(const DDS_Time_t& time);

@@ -182,7 +182,6 @@ class EngineWriter {
   virtual DDS_ReturnCode_t wait_for_acknowledgments(std::int64_t timeout) = 0;
   virtual DDS_ReturnCode_t assert_liveliness() = 0;
   virtual DDS_InstanceHandle_t guid() const = 0;
-  virtual DDS_PublicationMatchedStatus publication_matched_status() = 0;
   /// GUIDs of the matched readers.
   virtual std::vector<DDS_InstanceHandle_t> matched_subscriptions() = 0;
 };

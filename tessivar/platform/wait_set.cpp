@@ -94,6 +94,8 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
   if (platform::EngineCondition* engine = condition->impl().engine.get()) {
     const DDS_ReturnCode_t result = impl_->engine->attach(*engine, condition);
     if (result != DDS_RETCODE_OK) return result;
+  } else if (!condition->impl().reader) {
+    return DDS_RETCODE_OUT_OF_RESOURCES;  // a guard that the engine refused would never wake anybody
   }
   impl_->conditions.push_back(condition);
   condition->impl().wait_sets.push_back(impl_.get());

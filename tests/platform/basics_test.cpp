@@ -14,16 +14,13 @@ using namespace tessivar::platform;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(Duration, BecomesNanosecondsAndBack) {
+TEST(Duration, BecomesNanoseconds) {
   constexpr std::int64_t second = 1000000000;
   const std::pair<DDS_Duration_t, std::int64_t> cases[] = {{DDS_DURATION_ZERO, 0},
                                                            {{3, 500000000}, 3500000000},
                                                            {{0x7ffffffe, 999999999}, 0x7ffffffe * second + 999999999},
                                                            {DDS_DURATION_INFINITE, never}};
-  for (const auto& [duration, nanoseconds] : cases) {
-    EXPECT_EQ(to_nanoseconds(duration), nanoseconds);
-    EXPECT_EQ(to_duration(nanoseconds), duration) << nanoseconds;
-  }
+  for (const auto& [duration, nanoseconds] : cases) EXPECT_EQ(to_nanoseconds(duration), nanoseconds);
   EXPECT_EQ(DDS_Duration_from_millis(-1), DDS_DURATION_INFINITE);
   EXPECT_EQ(DDS_Duration_from_millis(1999), (DDS_Duration_t{1, 999000000}));
 }

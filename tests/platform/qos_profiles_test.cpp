@@ -165,6 +165,8 @@ TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
       {"<topic_qos><history>\n<kind>KEEP\n&#13;ALL</kind></history></topic_qos>",
        "\"KEEP  ALL\" is no value of <kind>"},
       {"<topic_qos><history><depth>1</depth>\n<depth>2</depth></history></topic_qos>", "second element <depth>"},
+      {"<topic_qos><deadline>\n<period><nanosec>1000000000</nanosec></period></deadline></topic_qos>",
+       "<nanosec> of <period> is more than 999999999"},
       {"<topic_qos><resource_limits>\n<max_samples>99999999999</max_samples></resource_limits></topic_qos>",
        "takes -1 to 2147483647 (-1: LENGTH_UNLIMITED)"},
       {"<topic_qos>\n<history depth='1'/></topic_qos>", "unknown attribute depth of <history>"},

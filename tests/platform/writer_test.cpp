@@ -100,7 +100,6 @@ TEST(Batch, IsSentAtItsLimits) {
     DDS_ReturnCode_t wait_for_acknowledgments(std::int64_t) override { return DDS_RETCODE_OK; }
     DDS_ReturnCode_t assert_liveliness() override { return DDS_RETCODE_OK; }
     DDS_InstanceHandle_t guid() const override { return DDS_HANDLE_NIL; }
-    DDS_PublicationMatchedStatus publication_matched_status() override { return {}; }
     std::vector<DDS_InstanceHandle_t> matched_subscriptions() override { return {}; }
     int flushes = 0;
   } engine;

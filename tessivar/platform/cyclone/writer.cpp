@@ -108,12 +108,6 @@ std::vector<DDS_InstanceHandle_t> Writer::matched_subscriptions() {
   return matches_.all(entity_);
 }
 
-DDS_PublicationMatchedStatus Writer::publication_matched_status() {
-  dds_publication_matched_status_t status = {};
-  dds_get_publication_matched_status(entity_, &status);
-  return to_platform(entity_, status);
-}
-
 DDS_PublicationMatchedStatus Writer::to_platform(dds_entity_t writer, const dds_publication_matched_status_t& status) {
   DDS_PublicationMatchedStatus result = {};
   result.total_count = static_cast<DDS_Long>(status.total_count);

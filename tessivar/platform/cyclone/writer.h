@@ -18,7 +18,6 @@ class Writer final : public EngineWriter {
   DDS_ReturnCode_t wait_for_acknowledgments(std::int64_t timeout) override;
   DDS_ReturnCode_t assert_liveliness() override;
   DDS_InstanceHandle_t guid() const override;
-  DDS_PublicationMatchedStatus publication_matched_status() override;
   std::vector<DDS_InstanceHandle_t> matched_subscriptions() override;
 
  private:

@@ -1,0 +1,71 @@
+// An engine that refuses one thing.
+#pragma once
+
+#include "tessivar/platform/engine.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace tessivar::testing {
+
+/// In front of the real engine as long as it exists; whatever was made through it must be gone before.
+class FailingEngine final : public platform::Engine {
+ public:
+  FailingEngine() { platform::set_engine(this); }
+  ~FailingEngine() override { platform::set_engine(nullptr); }
+
+  /// Refuses the creation that comes after `others` from now on; negative: none.
+  void fail_after(int others) { left_ = others; }
+  /// Whether it came to that since fail_after().
+  bool failed() const { return left_ == -1; }
+
+  DDS_ReturnCode_t create_participant(const platform::EngineParticipantConfig& config,
+                                      platform::EngineParticipantEvents* events,
+                                      std::unique_ptr<platform::EngineParticipant>& participant,
+                                      std::string& error) override {
+    if (refuses(&error)) return DDS_RETCODE_OUT_OF_RESOURCES;
+    auto made = std::make_unique<Participant>(*this);
+    const DDS_ReturnCode_t result = platform::cyclone_engine().create_participant(config, events, made->real, error);
+    if (result == DDS_RETCODE_OK) participant = std::move(made);
+    return result;
+  }
+  std::unique_ptr<platform::EngineGuardCondition> create_guard_condition() override {
+    return refuses() ? nullptr : platform::cyclone_engine().create_guard_condition();
+  }
+  std::unique_ptr<platform::EngineWaitSet> create_wait_set() override {
+    return refuses() ? nullptr : platform::cyclone_engine().create_wait_set();
+  }
+
+ private:
+  struct Participant final : platform::EngineParticipant {
+    explicit Participant(FailingEngine& its_engine) : engine(its_engine) {}
+    DDS_InstanceHandle_t guid() const override { return real->guid(); }
+    int participant_index() const override { return real->participant_index(); }
+    DDS_ReturnCode_t create_writer(const platform::EngineWriterConfig& config, platform::EngineWriterEvents* events,
+                                   std::unique_ptr<platform::EngineWriter>& writer, std::string& error) override {
+      return engine.refuses(&error) ? DDS_RETCODE_OUT_OF_RESOURCES : real->create_writer(config, events, writer, error);
+    }
+    DDS_ReturnCode_t create_reader(const platform::EngineReaderConfig& config, platform::EngineReaderEvents* events,
+                                   std::unique_ptr<platform::EngineReader>& reader, std::string& error) override {
+      return engine.refuses(&error) ? DDS_RETCODE_OUT_OF_RESOURCES : real->create_reader(config, events, reader, error);
+    }
+    DDS_ReturnCode_t ignore(const DDS_InstanceHandle_t& remote) override { return real->ignore(remote); }
+    DDS_ReturnCode_t add_peer(const std::string& address) override { return real->add_peer(address); }
+    DDS_ReturnCode_t remove_peer(const std::string& address) override { return real->remove_peer(address); }
+
+    FailingEngine& engine;
+    std::unique_ptr<platform::EngineParticipant> real;
+  };
+
+  bool refuses(std::string* error = nullptr) {
+    if (left_ < 0 || left_-- != 0) return false;
+    if (error) *error = "refused by the test";
+    return true;
+  }
+
+  std::atomic<int> left_{-2};
+};
+
+}  // namespace tessivar::testing
