@@ -108,6 +108,12 @@ TEST(Encoding, TellsWhichEnumeratorItRefuses) {
                                                  "Tessivar::CommandType")));
 }
 
+TEST(Decoding, RefusesABooleanOfMoreThanOne) {
+  const AnySample sample("Tessivar::CommandValue");
+  EXPECT_TRUE(decode(sample, from_hex("000100000200000001")));
+  EXPECT_FALSE(decode(sample, from_hex("000100000200000002")));
+}
+
 TEST(Decoding, EmptiesTheBranchesThatAreNotThere) {
   const Sample<Tessivar::CommandValue> sample("Tessivar::CommandValue",
                                               {{"_d", "String"}, {"_u", {{"stringValue", "old"}}}});
