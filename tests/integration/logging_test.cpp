@@ -1,19 +1,21 @@
-// Stored messages that are fetched page by page, with the request/reply templates alone.
+// The examples of logging, each in a process of its own: stored messages are fetched page by page.
 #include "support/peer.h"
 
 namespace tessivar::testing {
 namespace {
 
 TEST(LogHistory, ComesInPagesToWhoAsks) {
-  Peer history("logger");
-  ASSERT_TRUE(history.does("keep 0001:04:01 50"));
-  Peer browser("logger");
-  ASSERT_TRUE(browser.does("browse 0001:04:01"));
-  for (const char* page : {"page 20 more 0", "page 20 more 20", "page 10 last 40"}) EXPECT_TRUE(browser.sees(page));
-  ASSERT_TRUE(browser.does("browse 0001:04:02"));
-  EXPECT_TRUE(browser.sees("page 0 last -"));
-  EXPECT_TRUE(browser.saw_nothing_of("page"));
-  EXPECT_TRUE(history.saw_nothing_of("page"));
+  ChildProcess publisher = example("log_publisher", "0001:04:01");
+  for (int i = 1; i <= 55; ++i) ASSERT_TRUE(publisher.send("fan 0 message" + std::to_string(i)));
+  ChildProcess history = example("log_history", "");
+  ASSERT_TRUE(history.event("messages kept: 50"));
+  ChildProcess browser = example("log_browser", "0001:04:01");
+  for (const char* line : {"a page of 20:", "  0001:04:01 fan: message6", "a page of 20:",
+                           "  0001:04:01 fan: message26", "a page of 10, the last:", "  0001:04:01 fan: message55"})
+    EXPECT_TRUE(browser.event(line)) << line << browser.transcript();
+  EXPECT_EQ(browser.wait(), 0);
+  ChildProcess other = example("log_browser", "0001:04:02");
+  EXPECT_TRUE(other.event("a page of 0, the last:")) << other.transcript();
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// bus_peer device|client|router|controller|logger DOMAIN [type=N] [allow=N,…]: one process on the bus that a test
+// bus_peer device|client|router|controller DOMAIN [type=N] [allow=N,…]: one process on the bus that a test
 // commands line by line.
 #include "peer/console.h"
 #include "peer/roles.h"
@@ -43,7 +43,6 @@ std::unique_ptr<Role> make_role(const std::string& name, DDSDomain* domain) {
   if (name == "client") return make_client(domain);
   if (name == "router") return make_router(domain);
   if (name == "controller") return make_controller(domain);
-  if (name == "logger") return make_logger(domain);
   throw std::runtime_error("no role is called " + name);
 }
 

@@ -66,9 +66,4 @@ std::unique_ptr<Role> make_router(TessivarDDS::DDSDomain* domain);
 /// [REASON], for each reply · set RESULT, -1 without one · flood COMPLETED LOST FOREIGN · misnamed COUNT, with await.
 std::unique_ptr<Role> make_controller(TessivarDDS::DDSDomain* domain);
 
-/// A unit that logs, and asks and answers for stored messages.
-/// Commands: log ADDRESS HEADER TEXT · keep ADDRESS COUNT (once: stored messages, whose values count from 0) · browse
-/// ADDRESS. Events: page COUNT more|last VALUE (of its first message).
-std::unique_ptr<Role> make_logger(TessivarDDS::DDSDomain* domain);
-
 }  // namespace tessivar::testing

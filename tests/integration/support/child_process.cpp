@@ -13,7 +13,6 @@
 namespace tessivar::testing {
 namespace {
 
-constexpr std::string_view event_mark = "@ ";
 constexpr std::size_t transcript_limit = 256 * 1024;
 
 struct Pipe {
@@ -39,7 +38,8 @@ int exit_code(int status) {
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments, std::string event_mark)
+    : event_mark_(std::move(event_mark)) {
   std::signal(SIGPIPE, SIG_IGN);  // a child that died shows as a failing send
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
@@ -73,7 +73,7 @@ void ChildProcess::read_output() {
     const std::lock_guard guard(lock_);
     if (transcript_.size() < transcript_limit) transcript_ += line;
     if (line.back() == '\n') line.pop_back();
-    if (line.starts_with(event_mark)) events_.push_back(line.substr(event_mark.size()));
+    if (line.starts_with(event_mark_)) events_.push_back(line.substr(event_mark_.size()));
     changed_.notify_all();
   }
   std::free(text);

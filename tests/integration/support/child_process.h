@@ -17,12 +17,12 @@ namespace tessivar::testing {
 
 /// Runs one program with its standard input, output and error on pipes.
 ///
-/// A line of its output that begins with "@ " is an event; every other line is its log, kept for failure messages. One
-/// test thread at a time. The process ends with this object, whatever state it is in, and with the test program.
+/// A line of its output that begins with the mark is an event; every other line is its log, kept for failure messages.
+/// One test thread at a time. The process ends with this object, whatever state it is in, and with the test program.
 class ChildProcess {
  public:
   /// `arguments` begins with the program's path. Throws std::runtime_error when the process cannot be started.
-  explicit ChildProcess(const std::vector<std::string>& arguments);
+  explicit ChildProcess(const std::vector<std::string>& arguments, std::string event_mark = "@ ");
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
@@ -32,7 +32,7 @@ class ChildProcess {
   /// Writes one line to its standard input; false when it no longer reads.
   bool send(std::string_view line);
 
-  /// The first event not taken yet that begins with `prefix`, without the "@ "; other events stay for later calls.
+  /// The first event not taken yet that begins with `prefix`, without the mark; other events stay for later calls.
   /// Nothing when none comes in time or the process closes its output.
   std::optional<std::string> event(std::string_view prefix, std::chrono::milliseconds timeout = default_timeout);
   /// Events not taken yet that begin with `prefix`; takes them, without waiting.
@@ -53,6 +53,7 @@ class ChildProcess {
  private:
   void read_output();
 
+  const std::string event_mark_;
   pid_t pid_ = -1;
   std::FILE* input_ = nullptr;
   std::FILE* output_ = nullptr;

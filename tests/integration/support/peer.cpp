@@ -17,6 +17,10 @@ std::vector<std::string> command_line(const std::string& role, const std::vector
 
 }  // namespace
 
+ChildProcess example(const std::string& name, const std::string& argument) {
+  return ChildProcess({TESSIVAR_EXAMPLES "/" + name, std::to_string(own_domain()), argument}, "");
+}
+
 int own_domain() {
   return 100 + ::getpid() % 100;
 }

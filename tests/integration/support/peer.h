@@ -10,11 +10,14 @@ namespace tessivar::testing {
 /// The bus domain of this test program alone, however many run at once.
 int own_domain();
 
+/// Runs one of the examples there; all that it prints are events.
+ChildProcess example(const std::string& name, const std::string& argument);
+
 /// Runs `bus_peer`; what it understands and reports is in the header of its role in peer/. Failure messages hold the
 /// end of its output.
 class Peer : public ChildProcess {
  public:
-  /// `role` is "device", "client", "router", "controller" or "logger", on own_domain(); `options` as "type=3".
+  /// `role` is "device", "client", "router" or "controller", on own_domain(); `options` as "type=3".
   explicit Peer(const std::string& role, const std::vector<std::string>& options = {});
 
   /// Gives it a command and waits until that has succeeded.
