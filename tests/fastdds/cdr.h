@@ -52,11 +52,12 @@ class Decoder {
 
 template <class... Members>
 Bytes encoded(eprosima::fastcdr::Cdr::Endianness order, bool with_header, const Members&... members) {
-  eprosima::fastcdr::FastBuffer buffer;
+  char octets[1024] = {};  // what is skipped to align stays zero
+  eprosima::fastcdr::FastBuffer buffer(octets, sizeof octets);
   eprosima::fastcdr::Cdr cdr(buffer, order, eprosima::fastcdr::Cdr::DDS_CDR);
   if (with_header) cdr.serialize_encapsulation();
   ((cdr << members), ...);
-  return Bytes(buffer.getBuffer(), buffer.getBuffer() + cdr.getSerializedDataLength());
+  return Bytes(octets, octets + cdr.getSerializedDataLength());
 }
 
 /// The hash of these key members (DDSI-RTPS 2.3, 9.6.3.8): MD5, as for every key that can be longer than 16 octets.

@@ -80,15 +80,6 @@ TEST_F(RouteRequest, FiveThousandInFlightLoseNone) {
   EXPECT_TRUE(controller().sees("flood 5000 0 0", long_time)) << controller().transcript();
 }
 
-TEST_F(RouteRequest, FiveThousandAnsweredAtOnceLoseNone) {
-  start();
-  ASSERT_TRUE(device().does("answer hold"));
-  controller().begin("flood " + router + " 1 5000 5000");
-  device().begin("release 5000");
-  EXPECT_TRUE(device().sees("did release ok", long_time)) << device().transcript();
-  EXPECT_TRUE(controller().sees("flood 5000 0 0", long_time)) << controller().transcript();
-}
-
 TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
   Peer controller("controller");
   ASSERT_TRUE(controller.does("create"));

@@ -51,9 +51,8 @@ std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
 /// (sources and destinations, associations of both with routes, so many in each matrix, named by their indexes) · route
 /// ADDRESS DEST SOURCE · protect ADDRESS INDEX · stream PERIOD_MS ADDRESS… (counts up the source of destination 0 of
 /// each, and renames its source 0, until the next stream) · readers ·
-/// answer complete|echo|refuse REASON|none|progress COUNT PERIOD_MS|hold (all but `complete` leave the route as it is)
-/// · release COUNT (answers as `echo`, at once, when so many requests are held). Events: request ADDRESS DEST SOURCE ·
-/// readers COUNT (that the sources' writer is matched with).
+/// answer complete|echo|refuse REASON|none|progress COUNT PERIOD_MS (all but `complete` leave the route as it is).
+/// Events: request ADDRESS DEST SOURCE · readers COUNT (that the sources' writer is matched with).
 std::unique_ptr<Role> make_router(TessivarDDS::DDSDomain* domain);
 
 /// A controller of routers.

@@ -1,14 +1,10 @@
 #include "peer/roles.h"
 #include "tessivar/routing/services.h"
 
-#include <algorithm>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace tessivar::testing {
 namespace {
@@ -64,7 +60,6 @@ class RouterDevice : public Role,
     if (verb == "stream") return stream(words);
     if (verb == "readers") return readers();
     if (verb == "answer") return answer_.set(words);
-    if (verb == "release") return release(number(words.at(1)));
     return false;
   }
 
@@ -76,7 +71,6 @@ class RouterDevice : public Role,
     if (kind == "none") return nullptr;
     if (kind == "refuse") return reply(FAILED, answer.at(1).c_str());
     if (kind == "echo") return reply(COMPLETE, std::to_string(wanted.dest_index).c_str());
-    if (kind == "hold") return hold(*request), nullptr;
     if (kind == "progress") return beginProgress(*request, std::stoi(answer.at(1)), std::stoi(answer.at(2)));
     route(wanted.unitId, wanted.matrix_index, wanted.dest_index, wanted.source_index);
     return reply(COMPLETE, nullptr);
@@ -175,19 +169,6 @@ class RouterDevice : public Role,
     return made;
   }
 
-  void hold(const AssociationRouteChangeRequest& request) {
-    const std::lock_guard guard(heldLock_);
-    held_.push_back(addressed(request, reply(COMPLETE, std::to_string(request.newValue.dest_index).c_str())));
-    heldMore_.notify_all();
-  }
-
-  bool release(unsigned count) {
-    std::unique_lock guard(heldLock_);
-    if (!heldMore_.wait_for(guard, std::chrono::seconds(100), [&] { return held_.size() == count; })) return false;
-    return std::all_of(held_.begin(), held_.end(),
-                       [&](const auto& reply) { return services_.routingService()->replyNode().writeSample(reply); });
-  }
-
   AssociationRouteChangeReply* beginProgress(const AssociationRouteChangeRequest& request, int count, int period) {
     progress_ = std::jthread([this, count, period, progress = addressed(request, reply(IN_PROGRESS, nullptr)),
                               done = addressed(request, reply(COMPLETE, nullptr))](const std::stop_token& stop) {
@@ -201,9 +182,6 @@ class RouterDevice : public Role,
 
   RoutingServices services_;
   Answer answer_;
-  std::mutex heldLock_;
-  std::condition_variable heldMore_;
-  std::vector<DDSPtr<AssociationRouteChangeReply>> held_;
   std::jthread stream_;
   std::jthread progress_;
 };
