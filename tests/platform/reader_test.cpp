@@ -47,22 +47,6 @@ TEST_F(ReaderTest, LendsSamplesUntilTheyAreReturned) {
   infos[1].unloan();
 }
 
-TEST_F(ReaderTest, RefusesBuffersThatDoNotFitTogether) {
-  write(writer, 1);
-  Command commands[4];
-  const auto result = [&](DDS_Long samples, DDS_Long info_count, DDS_Long max, DDS_Boolean owned = DDS_BOOLEAN_TRUE) {
-    DDS_SampleBufferI buffer = {0, samples, owned, samples ? commands : nullptr, sizeof(Command)};
-    DDS_SampleInfoSeq infos(info_count);
-    return reader->read_or_take_untypedI(buffer, infos, taking(max));
-  };
-  EXPECT_EQ(result(2, 0, -1), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(result(0, 2, -1), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(result(4, 4, -1, DDS_BOOLEAN_FALSE), DDS_RETCODE_PRECONDITION_NOT_MET);
-  EXPECT_EQ(result(2, 2, 3), DDS_RETCODE_PRECONDITION_NOT_MET);
-  for (const DDS_Long max : {0, -2}) EXPECT_EQ(result(0, 0, max), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_EQ(take(reader).size(), 1u);
-}
-
 TEST_F(ReaderTest, SelectsByConditionsAndInstances) {
   for (const DDS_UnsignedLong number : {7u, 3u, 5u, 7u, 3u}) write(writer, number);
   DDS_ReadSelectionI selection;
@@ -71,10 +55,7 @@ TEST_F(ReaderTest, SelectsByConditionsAndInstances) {
   EXPECT_EQ(access(side.reader(), selection, received), DDS_RETCODE_PRECONDITION_NOT_MET) << "another reader's";
   selection = {};
   selection.instances = DDS_ReadSelectionI::one;
-  for (const DDS_InstanceHandle_t& wrong : {DDS_HANDLE_NIL, writer->register_instance(command(4))}) {
-    selection.instance = wrong;
-    EXPECT_EQ(access(reader, selection, received), DDS_RETCODE_BAD_PARAMETER);
-  }
+  EXPECT_EQ(access(reader, selection, received), DDS_RETCODE_BAD_PARAMETER) << "of nobody";
   selection.instance = reader->lookup_instance(command(3));
   ASSERT_EQ(access(reader, selection, received), DDS_RETCODE_OK);
   EXPECT_THAT(numbers(received), ElementsAre(3u, 3u));
@@ -135,8 +116,7 @@ TEST_F(ReaderTest, DoesNotHearOfTheEndOfWhatItNeverSaw) {
   EXPECT_THAT(numbers(take(late, 1)), Each(2u));
 }
 
-/// The type of the commands, with an encoder that spoils the value 13, a decoder that refuses 14, and a count of its
-/// samples.
+/// The type of the commands, with an encoder that spoils the value 13 and a decoder that refuses 14.
 struct CarefulType : PRESTypePlugin {
   CarefulType() : PRESTypePlugin(original) {
     static CommandSupport support;
@@ -149,33 +129,18 @@ struct CarefulType : PRESTypePlugin {
     decode = [](void* sample, const std::uint8_t* buffer, std::size_t size) {
       return original.decode(sample, buffer, size) && value_of(sample) != 14;
     };
-    create_sample = [] {
-      ++made;
-      return original.create_sample();
-    };
-    destroy_sample = [](void* sample) {
-      --made;
-      original.destroy_sample(sample);
-    };
   }
   static DDS_Long value_of(const void* sample) { return static_cast<const Command*>(sample)->value._u.intValue; }
   inline static const PRESTypePlugin original = *std::unique_ptr<PRESTypePlugin>(Tessivar::CommandPlugin_new());
-  inline static std::atomic<int> made = 0;
 };
 
-class CarefulTest : public ReaderTest {
- protected:
-  CarefulTest() {
-    side.participant->register_type("Careful", type);
-    side.topic = side.participant->create_topic(topic.c_str(), "Careful", reliable<DDS_TopicQos>(), nullptr, 0);
-    writer = side.writer();
-    reader = side.reader();
-  }
+TEST_F(ReaderTest, DropsMalformedSamplesWithOneLine) {
   const std::string topic = own_topic(".Careful");
   const CarefulType type;
-};
-
-TEST_F(CarefulTest, MalformedSamplesAreDroppedWithOneLine) {
+  side.participant->register_type("Careful", type);
+  side.topic = side.participant->create_topic(topic.c_str(), "Careful", reliable<DDS_TopicQos>(), nullptr, 0);
+  writer = side.writer();
+  reader = side.reader();
   Side peer(loopback_qos(), topic);
   CommandDataReader* remote = peer.reader();
   ASSERT_TRUE(matched(writer, 2));
@@ -187,20 +152,6 @@ TEST_F(CarefulTest, MalformedSamplesAreDroppedWithOneLine) {
   for (const DDS_Long value : {1, 14, 2}) write(writer, 6, value);
   EXPECT_EQ(take(reader).size(), 2u);
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("could not be decoded")));
-}
-
-TEST_F(CarefulTest, SamplesAreUsedAgainAndABoundedNumberIsKept) {
-  for (DDS_UnsignedLong i = 0; i < 3000; ++i) write(writer, i);
-  EXPECT_EQ(take(reader).size(), 3000u);
-  const int made = type.made;
-  EXPECT_LE(made, 1024);
-  for (int round = 0; round < 10; ++round) {
-    for (DDS_UnsignedLong i = 0; i < 4; ++i) write(writer, i);
-    EXPECT_EQ(take(reader).size(), 4u);
-  }
-  EXPECT_EQ(type.made, made);
-  side.participant->delete_contained_entities();
-  EXPECT_EQ(type.made, 0);
 }
 
 struct Acting : DDSDataReaderListener {

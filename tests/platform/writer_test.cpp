@@ -1,6 +1,5 @@
 // Writing: instances, refusals, batches, when a writer blocks, and what it leaves for late joiners.
 #include "support/peer.h"
-#include "tessivar/platform/batch.h"
 
 #include <algorithm>
 #include <atomic>
@@ -53,11 +52,9 @@ TEST_F(WriterTest, RefusesWhatCannotBeWrittenWithOneLine) {
   const DDS_InstanceHandle_t nil = DDS_HANDLE_NIL;
   const DDS_InstanceHandle_t other = writer->register_instance(command(2));
   refused(writer->write_untypedI(nullptr, nil, DDS_TIME_INVALID), "write: topic");
-  refused(writer->unregister_untypedI(nullptr, nil, DDS_TIME_INVALID), "unregister_instance: topic");
   refused(writer->write(too_long, nil), "the sample cannot be encoded");
   refused(writer->dispose(bad_key, nil), "the key cannot be encoded");
   refused(writer->write(good, other), "the handle is another instance's");
-  refused(writer->write_w_timestamp(good, nil, {-2, 0}), "not a valid time");
   refused(writer->write_w_timestamp(good, nil, {1, 1000000000}), "not a valid time");
   EXPECT_FALSE(writer->register_instance(bad_key).isValid);
 }
@@ -86,54 +83,23 @@ TEST_F(WriterTest, BlocksWhenItKeepsAllAndTimesOut) {
   EXPECT_EQ(keep_all->wait_for_acknowledgments(patience), DDS_RETCODE_OK);
 }
 
-constexpr DDS_Long any = DDS_LENGTH_UNLIMITED;
-
-TEST(Batch, IsSentAtItsLimits) {
-  using namespace tessivar::platform;
-  struct : EngineWriter {
-    EncodedSample* allocate(std::uint32_t, bool) override { return nullptr; }
-    DDS_ReturnCode_t write(SampleRef, WriteKind, std::int64_t) override { return DDS_RETCODE_OK; }
-    DDS_ReturnCode_t flush() override {
-      ++flushes;
-      return DDS_RETCODE_OK;
-    }
-    DDS_ReturnCode_t wait_for_acknowledgments(std::int64_t) override { return DDS_RETCODE_OK; }
-    DDS_ReturnCode_t assert_liveliness() override { return DDS_RETCODE_OK; }
-    DDS_InstanceHandle_t guid() const override { return DDS_HANDLE_NIL; }
-    std::vector<DDS_InstanceHandle_t> matched_subscriptions() override { return {}; }
-    int flushes = 0;
-  } engine;
-  const struct {
-    DDS_Long max_bytes, max_samples;
-    int samples, flushes;  // of 100 octets each
-  } cases[] = {{any, 3, 2, 0},   {any, 3, 3, 1},   {any, 3, 7, 2},  {300, any, 2, 0},
-               {300, any, 3, 1}, {250, any, 3, 1}, {50, any, 2, 2}, {any, any, 50, 0}};
-  for (const auto& c : cases) {
-    Batch batch({DDS_BOOLEAN_TRUE, c.max_bytes, c.max_samples}, engine);
-    engine.flushes = 0;
-    for (int i = 0; i < c.samples; ++i) {
-      EXPECT_EQ(batch.make_room(100), DDS_RETCODE_OK);
-      EXPECT_EQ(batch.added(100), DDS_RETCODE_OK);
-    }
-    EXPECT_EQ(engine.flushes, c.flushes) << c.max_bytes << ", " << c.max_samples << ", " << c.samples;
-  }
-}
-
 class BatchTest : public WriterTest {
  protected:
-  CommandDataWriter* batched(DDS_Duration_t delay) {
+  CommandDataWriter* batched(DDS_Duration_t delay, DDS_Long max_bytes = any, DDS_Long max_samples = any) {
     auto qos = reliable<DDS_DataWriterQos>(false);
-    qos.batch = {DDS_BOOLEAN_TRUE, any, any, delay};
+    qos.batch = {DDS_BOOLEAN_TRUE, max_bytes, max_samples, delay};
     return side.writer(qos);
   }
+  static constexpr DDS_Long any = DDS_LENGTH_UNLIMITED;
   Side peer;
   CommandDataReader* reader = peer.reader(reliable<DDS_DataReaderQos>(false));
 };
 
-TEST_F(BatchTest, IsHeldBackUntilItIsFlushedOrItsDelayIsOver) {
+TEST_F(BatchTest, IsHeldBackUntilItIsFlushedFullOrItsDelayIsOver) {
   CommandDataWriter* endless = batched(DDS_DURATION_INFINITE);
-  CommandDataWriter* delayed = batched({0, 30000000});
-  ASSERT_TRUE(matched(reader, 3) && matched(writer) && matched(endless) && matched(delayed));
+  CommandDataWriter* limited[] = {batched(DDS_DURATION_INFINITE, 100), batched(DDS_DURATION_INFINITE, any, 5),
+                                  batched({0, 30000000})};
+  ASSERT_TRUE(matched(reader, 5) && matched(writer) && matched(endless));
   // The first sample goes at once, with a heartbeat, and a reader asks for what it misses after some milliseconds: a
   // slow machine may need several tries to see that the others were not sent.
   bool held_back = false;
@@ -150,8 +116,11 @@ TEST_F(BatchTest, IsHeldBackUntilItIsFlushedOrItsDelayIsOver) {
     EXPECT_EQ(take(reader, 11 - early.size()).size(), 11 - early.size());
   }
   EXPECT_TRUE(held_back);
-  for (DDS_UnsignedLong i = 0; i < 5; ++i) write(delayed, i);
-  EXPECT_EQ(take(reader, 5).size(), 5u);
+  for (CommandDataWriter* other : limited) {
+    ASSERT_TRUE(matched(other));
+    for (DDS_UnsignedLong i = 0; i < 7; ++i) write(other, i);
+    EXPECT_GE(take(reader, 5).size(), 5u);
+  }
 }
 
 TEST_F(BatchTest, WritersComeAndGoBesideOthersThatStillSendAtOnce) {

@@ -52,22 +52,5 @@ TEST(Idl, OfEveryModuleIsWhatItsTablesSay) {
                                               {"LOGGING_ACKS_TOPIC", LOGGING_ACKS_TOPIC}}));
 }
 
-TEST(TypeCode, DescribesMembers) {
-  const DDS_TypeCode& unit = *Tessivar::Unit_get_typecode();
-  EXPECT_EQ(unit.kind(), DDS_TK_STRUCT);
-  EXPECT_STREQ(unit.name(), "Tessivar::Unit");
-  ASSERT_EQ(unit.member_count(), 9u);
-  EXPECT_EQ(unit.member(9), nullptr);
-  EXPECT_EQ(unit.member(0)->kind, DDS_TYPECODE_KEY_MEMBER);
-  EXPECT_EQ(unit.member(0)->type, Tessivar::Guid_get_typecode());
-  const DDS_TypeCodeMember* address = unit.find_member_by_name("rcAddress");
-  ASSERT_NE(address, nullptr);
-  EXPECT_EQ(address->id, 7);
-  EXPECT_EQ(address->kind, DDS_TYPECODE_NONKEY_MEMBER);
-  EXPECT_EQ(address->type, Tessivar::Address_get_typecode());
-  EXPECT_EQ(unit.find_member_by_name("none"), nullptr);
-  EXPECT_EQ(Tessivar_Logging::LogMessageEx2_get_typecode()->member(0)->id, 1);
-}
-
 }  // namespace
 }  // namespace types_test

@@ -6,6 +6,7 @@
 #include "tessivar/types/routing/routing_tables.h"
 #include "tests/types/support/values.h"
 
+#include <memory>
 #include <stdexcept>
 
 namespace types_test {
@@ -21,13 +22,8 @@ AnyType any_type(const char* room) {
   type.room = room;
   type.keyed = IsKeyed<Kind>::value;
   type.is_mutable = IsMutable<Kind>::value;
-  static const PRESTypePlugin record = [] {
-    PRESTypePlugin* made = PluginRecord<Kind>::create();
-    const PRESTypePlugin copy = *made;
-    delete made;
-    return copy;
-  }();
-  type.plugin = &record;
+  static const std::unique_ptr<PRESTypePlugin> record(PluginRecord<Kind>::create());
+  type.plugin = record.get();
   type.min_size = Plugin<Kind>::min_size;
   type.max_key_size = Plugin<Kind>::max_key_size_of;
   type.skip = Plugin<Kind>::skip;
