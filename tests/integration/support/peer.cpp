@@ -1,5 +1,9 @@
 #include "support/peer.h"
 
+#include <cstdio>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace tessivar::testing {
@@ -22,7 +26,18 @@ ChildProcess example(const std::string& name, const std::string& argument) {
 }
 
 int own_domain() {
-  return 100 + ::getpid() % 100;
+  // Claimed by a socket's name, which is free again however this process ends.
+  static const int claimed = [] {
+    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    for (int i = ::getpid();; ++i) {
+      const int domain = 100 + i % 100;
+      sockaddr_un name = {AF_UNIX, {}};
+      std::snprintf(name.sun_path + 1, sizeof name.sun_path - 1, "tessivar-test-domain-%d", domain);
+      if (::bind(socket, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0) return domain;
+      if (i > ::getpid() + 100) throw std::runtime_error("no bus domain is free");
+    }
+  }();
+  return claimed;
 }
 
 Peer::Peer(const std::string& role, const std::vector<std::string>& options)
