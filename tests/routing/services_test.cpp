@@ -120,27 +120,5 @@ TEST_F(RoutingServicesTest, ChangeDestinationsOnRequest) {
   client.cleanUp();
 }
 
-TEST_F(RoutingServicesTest, FailBesideATopicInUseWithTheWordsOfTheStep) {
-  const std::tuple<const char*, const char*, int> cases[] = {
-      {"Routers", "Failed to create the router node.", 0},
-      {"Sources", "Failed to create the sources node.", 1},
-      {"Destinations", "Failed to create the destinations node.", 2},
-      {"Source.Associations", "Failed to create the source associations node.", 3},
-      {"Dest.Associations", "Failed to create the dest associations node.", 4},
-      {"AssociationRoutes.Reply", "Failed to create the router node.", 6},
-      {"DestinationsChanges.Requests", "Failed to create the protect node.", 7}};
-  for (const auto& [topic, failure, made] : cases) {
-    DDSNode<Tessivar_Routing::Router> occupant;
-    occupant.attachDomain(&domain_);
-    ASSERT_TRUE(occupant.createTopic(std::string("Orvel.Routing.") + topic));
-    services_.attachDomain(&domain_);
-    EXPECT_FALSE(services_.createServerServices());
-    EXPECT_THAT(log_.lines(), Contains(EndsWith(failure)));
-    // What was made before the failure stays; a service that could not be completed is there, too.
-    EXPECT_EQ(nodes(services_), made) << topic;
-    services_.cleanUp();
-  }
-}
-
 }  // namespace
 }  // namespace TessivarDDS
