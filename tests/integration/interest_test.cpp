@@ -103,37 +103,24 @@ TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
   EXPECT_TRUE(device.saw_nothing_of("request " + camera + " 1 7"));
 }
 
-TEST(Interest, IsSeenByTheDeviceUntilItsClientIsGone) {
-  Peer device("device");
-  {
-    Peer client("client");
-    ASSERT_TRUE(client.does("create"));
-    ASSERT_TRUE(client.does("interest " + camera + " 10 20"));
-    ASSERT_TRUE(client.does("interest " + camera));
-    ASSERT_TRUE(device.sees("interest " + camera + " 10 20"));
-    ASSERT_TRUE(device.sees("interest " + camera + " 0 4294967295"));
-    client.kill();
-  }
-  EXPECT_TRUE(device.sees("interest-removed " + camera + " 10 20"));
-  EXPECT_TRUE(device.sees("interest-removed " + camera + " 0 4294967295"));
-}
-
-TEST(Interest, StaysWhileAnotherClientSharesIt) {
+TEST(Interest, IsSeenByTheDeviceUntilTheLastClientIsGone) {
   Peer device("device");
   Peer staying("client");
-  Peer leaving("client");
-  for (Peer* client : {&staying, &leaving}) {
-    ASSERT_TRUE(client->does("create"));
-    ASSERT_TRUE(client->does("interest " + camera));
-    ASSERT_TRUE(device.sees("interest " + camera));
+  {
+    Peer leaving("client");
+    for (Peer* client : {&staying, &leaving}) {
+      ASSERT_TRUE(client->does("create"));
+      ASSERT_TRUE(client->does("interest " + camera));
+      ASSERT_TRUE(device.sees("interest " + camera + " 0 4294967295"));
+    }
+    ASSERT_TRUE(leaving.does("interest " + lamp + " 10 20"));
+    ASSERT_TRUE(device.sees("interest " + lamp + " 10 20"));
+    leaving.kill();
   }
-  ASSERT_TRUE(leaving.does("interest " + lamp));
-  ASSERT_TRUE(device.sees("interest " + lamp));
-  ASSERT_TRUE(leaving.quits());
-  ASSERT_TRUE(device.sees("interest-removed " + lamp));
+  ASSERT_TRUE(device.sees("interest-removed " + lamp + " 10 20"));
   EXPECT_TRUE(device.saw_nothing_of("interest-removed " + camera));
   ASSERT_TRUE(staying.quits());
-  EXPECT_TRUE(device.sees("interest-removed " + camera));
+  EXPECT_TRUE(device.sees("interest-removed " + camera + " 0 4294967295"));
 }
 
 }  // namespace

@@ -98,22 +98,5 @@ TEST_F(Request, DeviceKilledInMidRequestGivesTimeoutAndUnitRemoved) {
   EXPECT_TRUE(client().sees("unit-removed 0001:02:0A"));
 }
 
-TEST_F(Request, ClientsThatThrowKeepListening) {
-  start();
-  ASSERT_TRUE(client().does("throw on"));
-  ASSERT_TRUE(device().does("unit 0001:02:0B lamp"));
-  ASSERT_TRUE(device().does("metadata 0001:02:0A 1 gain"));
-  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 20000"));
-  EXPECT_TRUE(client().sees("set true"));
-  EXPECT_TRUE(client().sees("unit-added 0001:02:0B"));
-  EXPECT_TRUE(client().sees("metadata 0001:02:0A 1"));
-  EXPECT_TRUE(client().sees("value 0001:02:0A 1 42"));
-  EXPECT_NE(client().transcript().find("a fault of the controller"), std::string::npos) << client().transcript();
-  ASSERT_TRUE(client().does("throw off"));
-  ASSERT_TRUE(client().does("set 0001:02:0A 1 43 20000"));
-  EXPECT_TRUE(client().sees("value 0001:02:0A 1 43"));
-  EXPECT_TRUE(client().quits());
-}
-
 }  // namespace
 }  // namespace tessivar::testing

@@ -63,7 +63,7 @@ TEST_F(RouteRequest, EndsAsTheRouterAnswers) {
   ASSERT_TRUE(controller().does("set " + router + " 7 43"));
   EXPECT_TRUE(controller().sees("set " + failed));
   EXPECT_TRUE(controller().sees("result " + failed + " protected"));
-  EXPECT_TRUE(controller().saw_nothing_of("route"));
+  EXPECT_TRUE(controller().saw_nothing_of("route " + router + " 7"));
 
   ASSERT_TRUE(device().does("answer progress 3 50"));
   ASSERT_TRUE(controller().does("set " + router + " 7 44"));

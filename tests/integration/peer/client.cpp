@@ -4,9 +4,7 @@
 #include "peer/roles.h"
 #include "tessivar/control/message_helper.h"
 
-#include <atomic>
 #include <chrono>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -38,27 +36,19 @@ class Client : public Role, public TessivarClientListener {
     if (verb == "history") return client_.waitForHistoricalData(std::stoi(words.at(1)));
     if (verb == "set") return set(words);
     if (verb == "flood") return flood(words.at(1), number(words.at(2)), number(words.at(3)), number(words.at(4)));
-    if (verb == "value") return value(words);
     if (verb == "counts") return counts();
-    if (verb == "throw") return throw_ = words.at(1) == "on", true;
     return false;
   }
 
-  void unitAdded(const Tessivar::Unit* unit) override {
-    event("unit-added", unit->unitId, unit->name);
-    if (throw_) throw std::runtime_error("a fault of the controller");
-  }
+  void unitAdded(const Tessivar::Unit* unit) override { event("unit-added", unit->unitId, unit->name); }
   void unitRemoved(const AddressEx& unit) override { event("unit-removed", unit.guid()); }
   void commandMetadataUpdated(const Tessivar::CommandMetadata* metadata) override {
     event("metadata", metadata->unitId, metadata->commandNumber, metadata->name);
-    if (throw_) throw 1;
   }
   void commandValueChanged(const Tessivar::Command* command) override {
     event("value", command->unitId, command->commandNumber, command->value._u.intValue);
-    if (throw_) throw std::runtime_error("a fault of the controller");
   }
   void commandTicketChanged(DDSPtr<Ticket>& ticket) override {
-    if (throw_) throw std::runtime_error("a fault of the controller");
     if (ticket && ticket->reply->ex) event("reason", ticket->reply->ex->message);
   }
 
@@ -74,13 +64,6 @@ class Client : public Role, public TessivarClientListener {
     const bool done = client_.setCommand(command, std::stoi(words.at(4)));
     const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     event("set", done ? "true" : "false", spent);
-    return true;
-  }
-
-  bool value(const Words& words) {
-    const DDSPtr command(Tessivar::CommandTypeSupport::create_data());
-    if (!client_.queryCommand(address(words.at(1)), number(words.at(2)), *command)) return false;
-    event("queried", command->unitId, command->commandNumber, command->value._u.intValue);
     return true;
   }
 
@@ -106,7 +89,6 @@ class Client : public Role, public TessivarClientListener {
                           [&](DDSPtr<Ticket>& ticket) { client_.completeSetCommand(ticket); });
   }
 
-  std::atomic<bool> throw_ = false;
   TessivarClient client_;
 };
 

@@ -40,7 +40,7 @@ std::unique_ptr<Role> make_device(TessivarDDS::DDSDomain* domain);
 /// A controller of the control family.
 /// Commands: create (made by itself, so that interest can be registered before) · interest ADDRESS [MIN MAX] ·
 /// match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER COUNT WINDOW ·
-/// value ADDRESS NUMBER · counts · throw on|off.
+/// counts.
 /// Events: unit-added ADDRESS NAME · unit-removed ADDRESS · metadata ADDRESS NUMBER NAME · value ADDRESS NUMBER INT ·
 /// set true|false MILLISECONDS · reason TEXT · flood COMPLETED LOST FOREIGN · counts UNITS COMMANDS.
 std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
