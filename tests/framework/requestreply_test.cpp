@@ -106,6 +106,7 @@ TEST(RequestReplyAlone, numbers_tickets_of_several_threads_apart_and_never_65535
   for (const auto& own : numbers) all.insert(own.begin(), own.end());
   EXPECT_EQ(all.size(), 65535u);
   EXPECT_EQ(*all.rbegin(), 65534);
+  EXPECT_EQ(client.createRequest()->ticketId, 1);
 }
 
 TEST(RequestReplyAlone, refuses_what_it_is_not_ready_for) {

@@ -1,10 +1,12 @@
 #include "tessivar/framework/nodes/instances.h"
+#include "tessivar/framework/waitset/handle_sum_order.h"
 #include "tessivar/framework/waitset/instances.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 #include "tests/framework/support/samples.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
 
+#include <algorithm>
 #include <future>
 
 namespace {
@@ -120,6 +122,17 @@ TEST_F(WaitSet, survives_handlers_that_throw) {
   EXPECT_THAT(log.lines(), UnorderedElementsAre(EndsWith(" Exception in the application's code: first"),
                                                 EndsWith(" Exception in the application's code.")));
   EXPECT_TRUE(reader->cleanUpDataReader()) << "no loan is left";
+}
+
+TEST(HandleSumOrder, orders_by_the_sum_of_the_octets) {
+  const auto sum = [](const DDS_Octet(&octets)[16], DDS_UnsignedLong length = 16) {
+    DDS_InstanceHandle_t handle = {{{0}, length}, DDS_BOOLEAN_TRUE};
+    std::copy_n(octets, 16, handle.keyHash.value);
+    return HandleSumOrder::sum(handle);
+  };
+  EXPECT_EQ(sum({255, 255, 1}), 511u);
+  EXPECT_EQ(sum({255, 255, 255}, 2), 510u) << "only as many as the hash is long";
+  EXPECT_EQ(sum({255}, 99), 255u) << "and no further than there are";
 }
 
 }  // namespace

@@ -21,7 +21,6 @@ TEST(Configuration, PeersAreReadInAllTheirForms) {
       {"2@builtin.shmem://", "<>"},
       {"builtin.udpv4://", "address is missing"},
       {"200@10.0.0.1", "number before the @"},
-      {"10.0.0.1,10.0.0.2", "not an address"},
   };
   for (const auto& [text, expected] : cases) {
     std::string error;

@@ -154,7 +154,6 @@ TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
       {"<topic_qos><history><depth>1</depth>\n<depth>2</depth></history></topic_qos>", "second element <depth>"},
       {"<topic_qos><resource_limits>\n<max_samples>99999999999</max_samples></resource_limits></topic_qos>",
        "takes -1 to 2147483647 (-1: LENGTH_UNLIMITED)"},
-      {"<topic_qos>\n<history depth='1'/></topic_qos>", "unknown attribute depth of <history>"},
       {"\n</qos_profile><qos_profile name='bad' base_name='bad'>", "profile \"l::bad\" is based on itself"},
       {"\n</qos_profile><qos_profile name='bad' base_name='x::p'>", "based on unknown QoS library \"x\""},
   };
