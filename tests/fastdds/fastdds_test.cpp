@@ -99,22 +99,6 @@ TEST_F(FastDdsPeer, ReceivesALogMessage) {
   EXPECT_GT(message.seconds, 1'700'000'000U);
 }
 
-TEST_F(FastDdsPeer, SeesACommandDisposed) {
-  ASSERT_TRUE(device_.does("value " + unit_id + " 7 1"));
-  ASSERT_TRUE(device_.does("value " + unit_id + " 8 2"));
-  Reader values = peer_.reader<Command>("Orvel.Tessivar.Commands", true);
-  const auto of_eight = [](const Arrival& arrival) {
-    return has_sample(arrival) && Command::decode(arrival.encoding).number == 8;
-  };
-  const auto value = values.await(of_eight);
-  ASSERT_TRUE(value);
-
-  ASSERT_TRUE(device_.does("dispose " + unit_id + " 8"));
-  const auto disposed = values.await([](const Arrival& arrival) { return arrival.state == State::disposed; });
-  ASSERT_TRUE(disposed);
-  EXPECT_EQ(disposed->key_hash, value->key_hash);
-}
-
 class FastDdsRequester : public FastDdsPeer {
  protected:
   void SetUp() override {

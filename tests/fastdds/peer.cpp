@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <thread>
 
-#include <fastdds/dds/core/condition/WaitSet.hpp>
 #include <fastdds/dds/domain/DomainParticipantFactory.hpp>
 #include <fastdds/dds/topic/TypeSupport.hpp>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
@@ -114,17 +114,10 @@ std::optional<Arrival> Reader::await(const std::function<bool(const Arrival&)>& 
 
 bool Writer::await_match() {
   const auto deadline = std::chrono::steady_clock::now() + patience;
-  StatusCondition& condition = writer_->get_statuscondition();
-  condition.set_enabled_statuses(StatusMask::publication_matched());
-  WaitSet waiter;
-  waiter.attach_condition(condition);
   PublicationMatchedStatus status;
   while (writer_->get_publication_matched_status(status), status.current_count == 0) {
-    const auto left = deadline - std::chrono::steady_clock::now();
-    if (left <= left.zero()) return false;
-    const double seconds = std::chrono::duration<double>(left).count();
-    ConditionSeq triggered;
-    waiter.wait(triggered, eprosima::fastrtps::Duration_t(static_cast<long double>(seconds)));
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
   return true;
 }

@@ -2,8 +2,6 @@
 #include "support/bus.h"
 #include "tessivar/platform/osapi.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <pthread.h>
 #include <signal.h>
 
@@ -61,19 +59,6 @@ TEST_F(SequenceTest, IsCopiedDeeplyBetweenAllKindsOfBuffersAndKeepsWhatFits) {
     ASSERT_EQ(copy.length(), 1);
     EXPECT_STREQ(copy[0].unitId, "changed");
   }
-}
-
-TEST(PlatformLogDeathTest, GoesToStandardErrorAsTheEnvironmentSays) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";
-  setenv("TESSIVAR_PLATFORM_LOG", "error", 1);  // read as early as static objects are made
-  const auto speak = [] {
-    log(LogLevel::error, "x", "e");
-    log(LogLevel::warning, "x", "w");
-    std::fputs("done", stderr);
-    std::_Exit(0);
-  };
-  EXPECT_EXIT(speak(), testing::ExitedWithCode(0), "^x: e\ndone");
-  unsetenv("TESSIVAR_PLATFORM_LOG");
 }
 
 TEST(OsapiThread, RunsUnderItsCutNameAndLeavesSignalsToTheApplication) {

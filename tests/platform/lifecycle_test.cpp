@@ -1,6 +1,5 @@
 // Coming and going of what the engine keeps for us: nothing is left behind, nothing is forgotten too early.
 #include "support/bus.h"
-#include "tessivar/platform/cyclone/internals.h"
 #include "tessivar/platform/cyclone/sample.h"
 #include "tessivar/platform/reader_instances.h"
 
@@ -79,35 +78,6 @@ TEST(ReaderInstances, StaysWhenItIsBornAgainWhileItIsTaken) {
     instances.accessed(taking, slots, true, before);
     EXPECT_EQ(instances.knows(hash), born_again);
   }
-}
-
-// Some peers send nothing but a key hash with a dispose. Here the engine's operations are called as the engine does.
-TEST(EngineKeys, LearnTheirOctetsFromASample) {
-  using namespace cyclone;
-  SampleType type = {};
-  type.engine.serdata_ops = &sample_ops;
-  type.plugin = Encoding::type.get();
-  Encoding encoding(5);
-  ddsi_keyhash hash;
-  std::copy(std::begin(encoding.key_hash), std::end(encoding.key_hash), std::begin(hash.value));
-  ddsi_serdata* poor = sample_ops.from_keyhash(&type.engine, &hash);
-  const ddsrt_iovec_t vector = {encoding.bytes, encoding.size};
-  ddsi_serdata* rich = sample_ops.from_ser_iov(&type.engine, SDK_DATA, 1, &vector, encoding.size);
-  ASSERT_TRUE(poor && rich);
-  EXPECT_EQ(poor->hash, rich->hash);
-  const auto key_of = [](ddsi_serdata* data) {
-    SampleSlot slot = nullptr;
-    EXPECT_TRUE(sample_ops.untyped_to_sample(nullptr, data, &slot, nullptr, nullptr));
-    return SampleRef(slot);
-  };
-  EXPECT_EQ(key_of(poor)->bytes, nullptr);
-  EXPECT_TRUE(sample_ops.eqkey(poor, rich));
-  const SampleRef key = key_of(poor);
-  ASSERT_NE(key->bytes, nullptr);
-  DDS_KeyHash_t learnt;
-  EXPECT_TRUE(type.plugin->check_key(key->bytes, key->size, &learnt));
-  EXPECT_TRUE(std::equal(std::begin(learnt.value), std::end(learnt.value), hash.value));
-  for (ddsi_serdata* data : {poor, rich}) ddsi_serdata_unref(data);
 }
 
 }  // namespace

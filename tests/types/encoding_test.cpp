@@ -1,19 +1,13 @@
-// Encoding's own rules: headers, sizes, what is refused.
+// Encoding's own rules: what is refused, what is kept.
 #include "tests/types/support/encoding.h"
 
 #include "tessivar/types/command/command.h"
-#include "tessivar/types/logging/logging.h"
-#include "tests/support/log_lines.h"
 #include "tests/types/support/any_type.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace types_test {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 typedef Sample<Tessivar::Command> Command;
 typedef Sample<Tessivar::CommandMetadata> Metadata;
@@ -25,29 +19,6 @@ bool is_encodable(const AnySample& sample) {
   const bool has_size = sample.type().plugin->encoded_size(sample.get()) != 0;
   EXPECT_EQ(encoding_of(sample, true).has_value(), has_size);
   return has_size;
-}
-
-TEST(Encapsulation, IsOneOfFour) {
-  const Command sample(command_name);
-  for (RTIEncapsulationId id = 0; id < 6; ++id) {
-    Stream stream(64);
-    EXPECT_EQ(Tessivar::CommandPlugin_serialize(nullptr, sample.get(), stream.get(), RTI_TRUE, id, RTI_TRUE, nullptr),
-              id < 4)
-        << id;
-    Octets octets = encoding_of(sample, (id & 1) != 0).value();
-    octets[1] = static_cast<std::uint8_t>(id);
-    Stream input(octets);
-    EXPECT_EQ(
-        Tessivar::CommandPlugin_deserialize_sample(nullptr, sample.get(), input.get(), RTI_TRUE, RTI_TRUE, nullptr),
-        id < 4)
-        << id;
-  }
-}
-
-TEST(Sizes, LeaveRoomForEveryMemberAtItsLongest) {
-  // 1024 strings of 64 characters, each aligned.
-  EXPECT_EQ(Tessivar_Logging::LogMessage2RequestPlugin_get_serialized_sample_max_size(nullptr, RTI_FALSE, 0, 0),
-            4u + 16 + 2 + 2 + 4 + 1023 * 72 + 69);
 }
 
 TEST(Encoding, RefusesWhatIsOverItsBound) {
@@ -69,15 +40,6 @@ TEST(Encoding, RefusesWhatIsOverItsBound) {
     EXPECT_TRUE(metadata->allowedValues.ensure_length(length, 200));
     EXPECT_EQ(is_encodable(metadata), length == 128);
   }
-}
-
-TEST(Encoding, TellsWhichEnumeratorItRefuses) {
-  const Command sample(command_name);
-  sample->value._d = static_cast<Tessivar::CommandType>(7);
-  tessivar_test::LogLines log;
-  EXPECT_FALSE(encoding_of(sample, true));
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("CommandTypePlugin_serialize: 7 is no enumerator of "
-                                                 "Tessivar::CommandType")));
 }
 
 TEST(Decoding, RefusesABooleanOfMoreThanOne) {
@@ -107,16 +69,6 @@ TEST(Decoding, ReusesTheBuffersOfTheSample) {
     EXPECT_EQ(sample->description, text);
     EXPECT_EQ(sample->allowedValues.get_contiguous_buffer(), values);
   }
-}
-
-TEST(Decoding, GrowsAStringThatIsTooShortForItsBound) {
-  const Command sample(command_name);
-  const Command source(command_name);
-  DDS_String_copy_bounded(&source->unitId, std::string(64, 'x').c_str(), 65);
-  DDS_String_free(sample->unitId);
-  sample->unitId = DDS_String_dup("x");
-  ASSERT_TRUE(decode(sample, encoding_of(source, true).value()));
-  EXPECT_STREQ(sample->unitId, source->unitId);
 }
 
 }  // namespace

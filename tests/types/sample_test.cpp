@@ -1,4 +1,4 @@
-// Initialising, copying, finalising and printing samples.
+// Initialising, copying and finalising samples.
 #include "tessivar/types/command/command.h"
 #include "tests/types/support/any_type.h"
 
@@ -10,21 +10,6 @@ namespace {
 constexpr const char* metadata_name = "Tessivar::CommandMetadata";
 
 typedef Sample<Tessivar::CommandMetadata> Metadata;
-
-TEST(Initialize, AllocatesToTheBounds) {
-  Tessivar::CommandMetadata sample;
-  ASSERT_TRUE(Tessivar::CommandMetadata_initialize(&sample));
-  EXPECT_STREQ(sample.unitId, "");
-  EXPECT_EQ(sample.allowedValues.maximum(), 128);
-  EXPECT_EQ(sample.allowedValues.absolute_maximum(), 128);
-  EXPECT_EQ(sample.allowedValues.length(), 0);
-  EXPECT_NE(sample.allowedValues.get_contiguous_buffer()[127]._u.stringValue, nullptr);
-  EXPECT_EQ(sample.validRange, nullptr);
-  EXPECT_EQ(sample.defaultValue._d, Tessivar::CommandValue_getDefaultDiscriminator());
-  Tessivar::CommandMetadata_finalize(&sample);
-  EXPECT_EQ(sample.unitId, nullptr);
-  EXPECT_EQ(sample.allowedValues.maximum(), 0);
-}
 
 TEST(Initialize, EmptiesInPlaceWithoutMemory) {
   Metadata sample(metadata_name);
@@ -69,23 +54,6 @@ TEST(Copy, RefusesWhatIsOverItsBound) {
   longer->allowedValues.absolute_maximum(200);
   ASSERT_TRUE(longer->allowedValues.ensure_length(129, 129));
   EXPECT_FALSE(Tessivar::CommandMetadata_copy(metadata.get(), longer.get()));
-}
-
-TEST(Print, WritesEachMember) {
-  const Sample<Tessivar::Command> command(
-      "Tessivar::Command",
-      {{"unitId", "0001:02:00"}, {"commandNumber", 12}, {"value", {{"_d", "Int"}, {"_u", {{"intValue", -2}}}}}});
-  testing::internal::CaptureStdout();
-  Tessivar::CommandPluginSupport_print_data(command.get(), "command", 1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "   command:\n"
-            "      unitId:\n"
-            "         \"0001:02:00\"\n"
-            "      commandNumber: 12\n"
-            "      value:\n"
-            "         _d:\n"
-            "            CommandType: 1 (Int)\n"
-            "         intValue: -2\n");
 }
 
 }  // namespace
