@@ -71,7 +71,6 @@ json json_of(Union<T>, const T& value) {
 }
 
 // --- from JSON: throws on what is not there
-// ---------------------------------------------------------------------------
 
 template <class T>
 void assign_json(Number<T>, T& value, const json& from) {
@@ -132,7 +131,6 @@ void assign_json(Union<T>, T& value, const json& from) {
 }
 
 // --- random
-// -----------------------------------------------------------------------------------------------------------
 
 /// 0 … most, often one of the ends.
 inline std::size_t pick(Random& random, std::size_t most) {
