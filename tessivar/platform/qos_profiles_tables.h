@@ -153,6 +153,11 @@ struct Elements<DDS_DurabilityQosPolicy> {
 };
 
 template <>
+struct Elements<DDS_DurabilityServiceQosPolicy> {
+  static constexpr Element table[] = {element<&DDS_DurabilityServiceQosPolicy::history_depth>("history_depth")};
+};
+
+template <>
 struct Elements<DDS_ReliabilityQosPolicy> {
   using P = DDS_ReliabilityQosPolicy;
   static constexpr Element table[] = {element<&P::kind>("kind"), element<&P::max_blocking_time>("max_blocking_time")};
@@ -314,8 +319,9 @@ struct Elements<DDS_DataWriterQos> {
   using Q = DDS_DataWriterQos;
   static constexpr std::array table =
       join(common_elements<Q>,
-           std::array{element<&Q::user_data>("user_data"), element<&Q::writer_data_lifecycle>("writer_data_lifecycle"),
-                      element<&Q::property>("property"), element<&Q::batch>("batch")});
+           std::array{element<&Q::durability_service>("durability_service"), element<&Q::user_data>("user_data"),
+                      element<&Q::writer_data_lifecycle>("writer_data_lifecycle"), element<&Q::property>("property"),
+                      element<&Q::batch>("batch")});
 };
 
 template <>

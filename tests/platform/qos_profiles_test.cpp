@@ -86,6 +86,7 @@ TEST_F(QosProfilesTest, EveryPolicyIsRead) {
   check(topic);
   check(writer);
   check(reader);
+  EXPECT_EQ(writer.durability_service.history_depth, 3);
   EXPECT_FALSE(writer.writer_data_lifecycle.autodispose_unregistered_instances);
   EXPECT_THAT(writer.batch, FieldsAre(DDS_BOOLEAN_TRUE, 4096, 1000, DDS_Duration_t{0, 50000000}, DDS_DURATION_ZERO));
 
