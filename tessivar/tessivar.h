@@ -19,6 +19,7 @@
 // What they are made of, for services of one's own
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/framework/domain/dds_domain.h"
+#include "tessivar/framework/domain/domain_handle.h"
 #include "tessivar/framework/domain/domain_manager.h"
 #include "tessivar/framework/domain/topic_qos.h"
 #include "tessivar/framework/filters/address_content_filter.h"

@@ -1,4 +1,5 @@
 #include "tessivar/framework/domain/dds_domain.h"
+#include "tessivar/framework/domain/domain_handle.h"
 #include "tessivar/framework/domain/domain_manager.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
@@ -91,6 +92,26 @@ TEST_F(Manager, shares_one_domain_of_an_id_until_the_last_release) {
   EXPECT_EQ(b.deletions, 1);
   manager.releaseSharedDomain(domain, &b);
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("was released already")));
+}
+
+TEST_F(Manager, gives_handles_that_release) {
+  DDSDomain* released = nullptr;
+  {
+    DomainHandle first = DomainHandle::shared(domain_id), second = DomainHandle::shared(domain_id);
+    ASSERT_TRUE(first && first->participant() && second.get() == first.get());
+    released = first.get();
+    second = std::move(first);
+    EXPECT_FALSE(first);
+    EXPECT_TRUE(second->participant()) << "held by one of them";
+    second = DomainHandle::exclusive(domain_id);
+    EXPECT_NE(second.get(), released);
+    manager.releaseSharedDomain(released, nullptr);
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("was released already")));
+    released = second.get();
+  }
+  manager.releaseSharedDomain(released, nullptr);
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("was released already")));
+  EXPECT_FALSE(DomainHandle::shared(233));
 }
 
 TEST_F(Manager, gives_threads_that_ask_at_once_the_same_domain) {
