@@ -28,7 +28,9 @@ bool WaitSetThread::create() {
   if (!waitSet_) {
     auto waitSet = std::make_unique<DDSWaitSet>();
     auto quit = std::make_unique<DDSGuardCondition>();
-    const DDS_ReturnCode_t code = waitSet->attach_condition(quit.get());
+    auto posted = std::make_unique<DDSGuardCondition>();
+    DDS_ReturnCode_t code = waitSet->attach_condition(quit.get());
+    if (code == DDS_RETCODE_OK) code = waitSet->attach_condition(posted.get());
     if (code != DDS_RETCODE_OK) {
       logError() << "bool __cdecl TessivarDDS::WaitSetThread::create(void)"
                  << " Failed to attach the quit condition. Error code: " << code;
@@ -36,6 +38,8 @@ bool WaitSetThread::create() {
     }
     waitSet_ = std::move(waitSet);
     quit_ = std::move(quit);
+    const std::lock_guard lock(tasksLock_);
+    posted_ = std::move(posted);
   }
   return true;
 }
@@ -138,7 +142,28 @@ void WaitSetThread::run() {
   terminated_ = true;
 }
 
+bool WaitSetThread::post(std::function<void()> task) {
+  const std::lock_guard lock(tasksLock_);
+  if (!posted_) return false;
+  tasks_.push_back(std::move(task));
+  return posted_->set_trigger_value(DDS_BOOLEAN_TRUE) == DDS_RETCODE_OK;
+}
+
+void WaitSetThread::runPosted() {
+  std::vector<std::function<void()>> tasks;
+  {
+    const std::lock_guard lock(tasksLock_);
+    posted_->set_trigger_value(DDS_BOOLEAN_FALSE);
+    tasks.swap(tasks_);
+  }
+  for (const auto& task : tasks) tessivar::framework::guarded(run_signature, task);
+}
+
 bool WaitSetThread::serve(DDSCondition* condition) {
+  if (condition == posted_.get()) {
+    runPosted();
+    return true;
+  }
   {
     const ScopedLock lock(runnersLock_);
     const auto entry = std::find_if(runners_.begin(), runners_.end(), [condition](const Entry& candidate) {
@@ -165,6 +190,9 @@ void WaitSetThread::stop() {
   }
   waitSet_.reset();
   quit_.reset();
+  const std::lock_guard lock(tasksLock_);
+  posted_.reset();
+  tasks_.clear();
 }
 
 }  // namespace TessivarDDS

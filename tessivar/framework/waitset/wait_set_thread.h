@@ -7,7 +7,9 @@
 #include "tessivar/platform/condition.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,6 +39,10 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
   bool attachRunner(std::unique_ptr<WaitSetThreadRunnerBase> runner);
   /// Detaches the first runner of that reader, which may then be deleted. False when there is none.
   bool detachRunner(DDSDataReader* reader);
+  /// Runs `task` on the thread, between two runners, in the order of posting. Never blocks; any thread, also a runner.
+  /// An exception is logged. Tasks that have not begun when the thread is stopped are dropped. False, and nothing runs,
+  /// without create().
+  bool post(std::function<void()> task);
   void start() override;
   void run() override;
   /// Ends the thread, waiting for the runner that is at work, and detaches all runners. Fine in any state. Called from
@@ -55,11 +61,15 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
 
   /// Calls the runner of a triggered condition; false when it has none.
   bool serve(DDSCondition* condition);
+  void runPosted();
   void release(const Entry& entry);
 
   const std::string name_;
   std::unique_ptr<DDSWaitSet> waitSet_;
   std::unique_ptr<DDSGuardCondition> quit_;
+  std::unique_ptr<DDSGuardCondition> posted_;
+  std::vector<std::function<void()>> tasks_;
+  std::mutex tasksLock_;  // of posted_ and tasks_; not held while a task runs
   std::vector<Entry> runners_;
   TessivarMutex runnersLock_;
   std::atomic<bool> terminated_{true};  // so that stop() need not wait for a thread that was never started
