@@ -44,12 +44,16 @@ bool RoutingClient::subscribe(const std::vector<AddressEx>& addresses) {
     return false;
   }
   if (private_->services.sourcesNode()) return private_->resubscribe(signature, addresses);
-  private_->services.setRoutingListener(private_.get());
   if (!private_->services.createClientReaderServices(addresses)) {
     logError() << signature << "Failed to create the client services during subscription";
     return false;
   }
-  return private_->attachStateRunners(signature);
+  if (!private_->attachStateRunners(signature)) return false;
+  if (!private_->createProtectService(addresses)) {
+    logError() << signature << "Failed to create the client services during subscription";
+    return false;
+  }
+  return true;
 }
 
 void RoutingClient::attachListener(RoutingClientListener* listener, bool owned) {
@@ -72,20 +76,8 @@ DDSPtr<RoutingClient::Ticket> RoutingClient::beginSetRoute(DDSPtr<AssociationRou
     logError() << signature << "Invalid request type returned";
     return {};
   }
-  DDSPtr<Ticket> ticket = service->makeRequest(request);
-  if (ticket) return ticket;
-
-  // Nobody will answer, so the answer is made here: the caller has one way to learn the outcome.
-  DDSPtr<AssociationRouteChangeReply> reply(AssociationRouteChangeReplyTypeSupport::create_data());
-  if (!reply) {
-    logError() << signature << "Failed to create data";
-    return {};
-  }
-  reply->ticketId = request->ticketId;
-  reply->result = FAILED;
-  ticket.reset(new Ticket(request->ticketId));
-  ticket->complete(reply, {});
-  return ticket;
+  return private_->ticketOf(signature, request->ticketId, service->makeRequest(request),
+                            &RoutingClientListener::ticketChanged);
 }
 
 bool RoutingClient::completeSetRoute(DDSPtr<Ticket>& ticket) {
@@ -93,6 +85,45 @@ bool RoutingClient::completeSetRoute(DDSPtr<Ticket>& ticket) {
   if (!service) return false;
   service->removeTicket(ticket);
   return true;
+}
+
+DDSPtr<RoutingClient::ProtectTicket> RoutingClient::beginProtect(DDSPtr<Destination>& destination,
+                                                                 const std::vector<bool>& levels) {
+  constexpr const char* signature =
+      "class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<"
+      "class Tessivar_Routing::DestinationChangeReply> > __cdecl TessivarDDS::RoutingClient::beginProtect("
+      "class TessivarDDS::DDSPtr<class Tessivar_Routing::Destination> &,const class std::vector<bool> &)";
+  constexpr std::size_t max_levels = 32;
+  ProtectRequestReplyService* const service = private_->protectService;
+  if (!service) return {};
+  if (levels.size() > max_levels) {
+    logError() << signature << "More than " << max_levels << " levels: " << levels.size();
+    return {};
+  }
+  DDSPtr<DestinationChangeRequest> request = service->createRequest(destination.get());
+  std::vector<bool> mask = levels;
+  if (request && mask.empty() && destination->level < max_levels) {
+    mask.resize(destination->level + 1u);
+    mask.back() = true;
+  }
+  if (!request || !request->level_mask.length(static_cast<DDS_Long>(mask.size()))) {
+    logError() << signature << "Invalid request type returned";
+    return {};
+  }
+  for (std::size_t i = 0; i < mask.size(); ++i) request->level_mask[static_cast<DDS_Long>(i)] = mask[i];
+  return private_->ticketOf(signature, request->ticketId, service->makeRequest(request),
+                            &RoutingClientListener::protectTicketChanged);
+}
+
+bool RoutingClient::completeProtect(DDSPtr<ProtectTicket>& ticket) {
+  ProtectRequestReplyService* const service = private_->protectService;
+  if (!service) return false;
+  service->removeTicket(ticket);
+  return true;
+}
+
+RoutingServices* RoutingClient::services() const {
+  return &private_->services;
 }
 
 void RoutingClient::cleanUp() {

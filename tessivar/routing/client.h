@@ -1,4 +1,4 @@
-// The controlling side: follows routers and changes their routes.
+// The controlling side: follows routers, changes their routes and protects their destinations.
 #pragma once
 
 #include "tessivar/routing/client_listener.h"
@@ -9,20 +9,22 @@
 namespace TessivarDDS {
 
 class DDSDomain;
+class RoutingServices;
 
 /// A controller of routers.
 ///
-/// Use: attachDomain, attachListener, create; then subscribe to some of the routers that are reported, beginSetRoute;
-/// finally cleanUp.
+/// Use: attachDomain, attachListener, create; then subscribe to some of the routers that are reported, beginSetRoute
+/// and beginProtect; finally cleanUp.
 ///
 /// Threads: attachDomain, create, subscribe and cleanUp belong to one controlling thread. From a listener's call, which
 /// they would wait for, subscribe and cleanUp are refused. Nothing else may run in the client during cleanUp. Listeners
-/// may be attached and detached by any other thread at any time. Routes may be set by any thread and from the
-/// listeners' calls, once the first subscribe has returned or, from routeChanged and ticketChanged, while it still
-/// runs. A failure is one log line and false or null.
+/// may be attached and detached by any other thread at any time. Requests may be made and completed by any thread and
+/// from the listeners' calls, once the first subscribe has returned or, of routes and from routeChanged and
+/// ticketChanged, while it still runs. A failure is one log line and false or null.
 class TESSIVAR_API RoutingClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar_Routing::AssociationRouteChangeReply>;
+  using ProtectTicket = RequestReplyTicket<Tessivar_Routing::DestinationChangeReply>;
 
   RoutingClient();
   /// As cleanUp().
@@ -45,12 +47,26 @@ class TESSIVAR_API RoutingClient {
   void detachListener(RoutingClientListener* listener);
 
   /// Asks the router's device for a route, without waiting for the answer. The ticket is filled as replies arrive: see
-  /// its `received`. When the request cannot be sent, as no router is there, the ticket is complete already, with the
-  /// result FAILED. Null before subscribe(). May block for up to 100 ms when a router does not keep up.
+  /// its `received`; the listeners' ticketChanged tells of each. When the request cannot be sent, as no router is
+  /// there, the ticket is complete already, with the result FAILED, which the listeners are told soon after. Null
+  /// before subscribe(). May block for up to 100 ms when a router does not keep up.
   DDSPtr<Ticket> beginSetRoute(DDSPtr<Tessivar_Routing::AssociationRoute>& route);
   /// Forgets the ticket: later replies to it are dropped. To be called for every ticket of beginSetRoute. False before
   /// subscribe().
   bool completeSetRoute(DDSPtr<Ticket>& ticket);
+
+  /// Asks the router's device to protect the destination or to stop protecting it, as `destination->protect` says; the
+  /// device decides whether it takes over the name as well. `levels`: `levels[i]` says whether the change concerns the
+  /// destination on level i, at most 32; without any, the level of `destination` alone. Answers and failures as for
+  /// beginSetRoute, with the listeners' protectTicketChanged; null also with too many levels. The new state comes with
+  /// destinationChanged.
+  DDSPtr<ProtectTicket> beginProtect(DDSPtr<Tessivar_Routing::Destination>& destination,
+                                     const std::vector<bool>& levels = {});
+  /// As completeSetRoute(), for every ticket of beginProtect.
+  bool completeProtect(DDSPtr<ProtectTicket>& ticket);
+
+  /// The endpoints underneath; valid until cleanUp(). Do not create or clean up anything on them.
+  RoutingServices* services() const;
 
   /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and subscription. Every router
   /// that was reported is reported as removed first. Afterwards the client is as new. Waits for a callback that is
@@ -64,8 +80,7 @@ class TESSIVAR_API RoutingClient {
   class Private;
   class RoutersRunner;
   template <class Sample>
-  class PortsRunner;
-  class AssociationsRunner;
+  class StateRunner;
 
   std::unique_ptr<Private> private_;
 };

@@ -9,6 +9,11 @@ namespace TessivarDDS {
 
 using namespace Tessivar_Routing;
 
+RoutingClient::Private::Private() {
+  services.setRoutingListener(this);
+  services.setProtectListener(&protectListener_);
+}
+
 bool RoutingClient::Private::attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner) {
   const bool attached = thread.attachRunner(std::move(runner));
   if (!attached) logError() << signature << "Failed to attach runner to thread";
@@ -16,14 +21,35 @@ bool RoutingClient::Private::attach(const char* signature, std::unique_ptr<WaitS
 }
 
 bool RoutingClient::Private::attachStateRunners(const char* signature) {
-  const auto sources = services.sourcesNode()->dataReader();
-  const auto destinations = services.destinationsNode()->dataReader();
-  const auto sourceAssociations = services.sourceAssociations()->dataReader();
-  const auto destinationAssociations = services.destinationAssociations()->dataReader();
-  return attach(signature, std::make_unique<PortsRunner<Source>>(sources, *this)) &&
-         attach(signature, std::make_unique<PortsRunner<Destination>>(destinations, *this)) &&
-         attach(signature, std::make_unique<AssociationsRunner>(sourceAssociations, *this, true)) &&
-         attach(signature, std::make_unique<AssociationsRunner>(destinationAssociations, *this, false));
+  const auto changed = [this](auto* sample) { processSample(sample); };
+  const auto association = [this](bool sourceSide) {
+    return [this, sourceSide](Association* sample) { processSample(sample, sourceSide); };
+  };
+  typedef RoutingClientListener Listener;
+  return attachStateRunner<Source>(signature, services.sourcesNode(), changed, &Listener::sourceRemoved) &&
+         attachStateRunner<Destination>(signature, services.destinationsNode(), changed,
+                                        &Listener::destinationRemoved) &&
+         attachStateRunner<Association>(signature, services.sourceAssociations(), association(true),
+                                        &Listener::sourceAssociationRemoved) &&
+         attachStateRunner<Association>(signature, services.destinationAssociations(), association(false),
+                                        &Listener::destinationAssociationRemoved);
+}
+
+bool RoutingClient::Private::createProtectService(const std::vector<AddressEx>& addresses) {
+  if (!services.createClientProtectService(addresses, &thread)) return false;
+  protectService = services.protectService();
+  return true;
+}
+
+template <class Sample>
+bool RoutingClient::Private::attachStateRunner(const char* signature, DDSRouterNode<Sample>* node,
+                                               std::function<void(Sample*)> changed,
+                                               void (RoutingClientListener::*removed)(const Sample*)) {
+  const auto gone = [this, removed](const Sample* key) {
+    notify(SIGNATURE("processRemoval(const void *)"),
+           [&](RoutingClientListener& listener) { (listener.*removed)(key); });
+  };
+  return attach(signature, std::make_unique<StateRunner<Sample>>(node->dataReader(), std::move(changed), gone));
 }
 
 bool RoutingClient::Private::resubscribe(const char* signature, const std::vector<AddressEx>& addresses) {
@@ -43,7 +69,7 @@ bool RoutingClient::Private::resubscribe(const char* signature, const std::vecto
   drop(services.sourceAssociations());
   drop(services.destinationAssociations());
   if (services.routingService()) services.routingService()->dropValueReader();
-  if (!services.updateClientReaderServices(addresses)) {
+  if (!protectService || !services.updateClientReaderServices(addresses)) {
     logError() << signature << "Cannot change the subscription once it is started. Clean up and re-create.";
     return false;
   }
@@ -113,6 +139,44 @@ void RoutingClient::Private::ticketChanged(unsigned short ticketId) {
   const DDSPtr<Ticket> ticket = services.routingService()->findTicket(ticketId);
   notify(SIGNATURE("ticketChanged(unsigned short)"),
          [&](RoutingClientListener& listener) { listener.ticketChanged(ticket); });
+}
+
+void RoutingClient::Private::protectTicketChanged(unsigned short ticketId) {
+  const DDSPtr<ProtectTicket> ticket = services.protectService()->findTicket(ticketId);
+  notify(SIGNATURE("protectTicketChanged(unsigned short)"),
+         [&](RoutingClientListener& listener) { listener.protectTicketChanged(ticket); });
+}
+
+template <class Rep>
+DDSPtr<RequestReplyTicket<Rep>> RoutingClient::Private::ticketOf(
+    const char* signature, unsigned short ticketId, DDSPtr<RequestReplyTicket<Rep>> sent,
+    void (RoutingClientListener::*changed)(DDSPtr<RequestReplyTicket<Rep>>)) {
+  if (sent) return sent;
+  // Nobody will answer, so the answer is made here: the caller has one way to learn the outcome.
+  DDSPtr<Rep> reply(TypeOf<Rep>::TypeSupport::create_data());
+  if (!reply) {
+    logError() << signature << "Failed to create data";
+    return {};
+  }
+  reply->ticketId = ticketId;
+  reply->result = FAILED;
+  DDSPtr<RequestReplyTicket<Rep>> failed(new RequestReplyTicket<Rep>(ticketId));
+  failed->complete(reply, {});
+  // Not told here: the caller may be a listener's call itself, or hold a lock that the listener wants.
+  thread.post([this, signature, failed, changed] {
+    notify(signature, [&](RoutingClientListener& listener) { (listener.*changed)(failed); });
+  });
+  return failed;
+}
+
+template DDSPtr<RoutingClient::Ticket> RoutingClient::Private::ticketOf(
+    const char*, unsigned short, DDSPtr<Ticket>, void (RoutingClientListener::*)(DDSPtr<Ticket>));
+template DDSPtr<RoutingClient::ProtectTicket> RoutingClient::Private::ticketOf(
+    const char*, unsigned short, DDSPtr<ProtectTicket>, void (RoutingClientListener::*)(DDSPtr<ProtectTicket>));
+
+void RoutingClient::Private::valueRemoved(const AssociationRoute* route) {
+  notify(SIGNATURE("valueRemoved(const class Tessivar_Routing::AssociationRoute *)"),
+         [&](RoutingClientListener& listener) { listener.routeRemoved(route); });
 }
 
 void RoutingClient::Private::valueChanged(const AssociationRoute* route) {

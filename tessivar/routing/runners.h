@@ -5,7 +5,9 @@
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"
 #include "tessivar/routing/client_private.h"
 
+#include <functional>
 #include <map>
+#include <utility>
 
 namespace TessivarDDS {
 
@@ -24,36 +26,29 @@ class RoutingClient::RoutersRunner : public WaitSetThreadRunner<Tessivar_Routing
   std::map<DDS_InstanceHandle_t, DDSPtr<Tessivar_Routing::Router>, HandleSumOrder> routers_;
 };
 
-/// Sources or destinations.
+/// Sources, destinations or associations: tells of each that has changed or is gone.
 template <class Sample>
-class RoutingClient::PortsRunner : public WaitSetThreadRunner<Sample> {
+class RoutingClient::StateRunner : public WaitSetThreadRunner<Sample> {
  public:
-  PortsRunner(typename TypeOf<Sample>::DataReader* reader, Private& owner)
-      : WaitSetThreadRunner<Sample>(reader, {.instanceStateMask = DDS_ALIVE_INSTANCE_STATE}), owner_(owner) {}
+  typedef std::function<void(Sample*)> Changed;
+  typedef std::function<void(const Sample*)> Removed;
+
+  /// `removed` gets a sample with nothing but its key.
+  StateRunner(typename TypeOf<Sample>::DataReader* reader, Changed changed, Removed removed)
+      : WaitSetThreadRunner<Sample>(reader, {.instanceStateMask = DDS_ANY_INSTANCE_STATE}),
+        changed_(std::move(changed)),
+        removed_(std::move(removed)) {}
 
   using WaitSetThreadRunner<Sample>::processSample;
-  void processSample(const Sample& sample) override { owner_.processSample(const_cast<Sample*>(&sample)); }
-
- private:
-  Private& owner_;
-};
-
-/// The associations of sources or of destinations.
-class RoutingClient::AssociationsRunner : public WaitSetThreadRunner<Tessivar_Routing::Association> {
- public:
-  AssociationsRunner(Tessivar_Routing::AssociationDataReader* reader, Private& owner, bool sourceSide)
-      : WaitSetThreadRunner(reader, {.instanceStateMask = DDS_ALIVE_INSTANCE_STATE}),
-        owner_(owner),
-        sourceSide_(sourceSide) {}
-
-  using WaitSetThreadRunner::processSample;
-  void processSample(const Tessivar_Routing::Association& association) override {
-    owner_.processSample(const_cast<Tessivar_Routing::Association*>(&association), sourceSide_);
+  void processSample(const Sample& sample) override { changed_(const_cast<Sample*>(&sample)); }
+  void processInvalidSample(const DDS_SampleInfo& info) override {
+    const DDSPtr<Sample> key(TypeOf<Sample>::TypeSupport::create_data());
+    if (key && this->typedReader()->get_key_value(*key, info.instance_handle) == DDS_RETCODE_OK) removed_(key.get());
   }
 
  private:
-  Private& owner_;
-  const bool sourceSide_;
+  const Changed changed_;
+  const Removed removed_;
 };
 
 }  // namespace TessivarDDS

@@ -66,6 +66,15 @@ bool RoutingServices::createClientReaderServices(const std::vector<AddressEx>& a
   return createStateNodes(signature, addresses);
 }
 
+bool RoutingServices::createClientProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread) {
+  constexpr const char* signature = SIGNATURE("createClientProtectService(const " TESSIVAR_SIGNATURE_ADDRESSES
+                                              " &,class TessivarDDS::WaitSetThread *)");
+  if (!domain_) return report(signature, "No domain is attached.");
+  isClient_ = true;
+  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
+  return createProtectService(addresses, thread) || report(signature, "Failed to create the protect node.");
+}
+
 bool RoutingServices::createStateNodes(const char* signature, const std::vector<AddressEx>& addresses) {
   if (!createSourceNode(addresses)) return report(signature, "Failed to create the sources node.");
   if (!createDestinationNode(addresses)) return report(signature, "Failed to create the destinations node.");
@@ -83,7 +92,8 @@ bool RoutingServices::updateClientReaderServices(const std::vector<AddressEx>& a
     return report(signature, " One of the nodes has not been created!");
   return (sourcesNode_->updateAddresses(addresses) && destinationsNode_->updateAddresses(addresses) &&
           sourceAssociations_->updateAddresses(addresses) && destinationAssociations_->updateAddresses(addresses) &&
-          routingService_->updateAddresses(addresses)) ||
+          routingService_->updateAddresses(addresses) &&
+          (!protectService_ || protectService_->updateAddresses(addresses))) ||
          report(signature, " Addresses could not be updated for one of the nodes.");
 }
 
@@ -138,10 +148,12 @@ bool RoutingServices::createRoutingService(const std::vector<AddressEx>& address
   return routingService_->create(routes_topic, domain_);
 }
 
-bool RoutingServices::createProtectService(const std::vector<AddressEx>& addresses) {
+bool RoutingServices::createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread) {
   if (protectService_) return report(SIGNATURE_OF_ADDRESSES("createProtectService"), "Already created");
   protectService_ = std::make_shared<ProtectRequestReplyService>(isClient_, addresses);
   protectService_->setLiveliness(reply_lease_milliseconds);
+  protectService_->setWaitSetThread(thread);
+  if (isClient_) protectService_->attachListener(protectListener_);
   return protectService_->create(destination_changes_topic, domain_);
 }
 

@@ -10,13 +10,15 @@
 namespace TessivarDDS {
 
 class DDSDomain;
+class WaitSetThread;
 
 /// Makes and owns the nodes of routers, sources, destinations and associations and the services that change routes and
 /// destinations, for one side of the bus.
 ///
 /// A router device attaches a domain, calls createServerServices(), sets itself as the listener of the two services
 /// (setListener), and publishes with the nodes' writeSample(): the routes with that of routingService()->valueNode(),
-/// the destinations a controller changed both there and with destinationsNode(). A controller uses RoutingClient.
+/// the destinations a controller changed both with that of protectService()->valueNode() and with destinationsNode().
+/// A controller uses RoutingClient.
 ///
 /// Create, update and clean up on one thread at a time; the nodes' readers and writers are thread-safe. Creating and
 /// cleaning up block for some milliseconds, cleaning up on a bus that does not acknowledge for longer. Every failure is
@@ -41,6 +43,9 @@ class TESSIVAR_API RoutingServices {
   bool createClientDiscoveryServices();
   /// What tells a controller of the routers at `addresses` (none: of all), and lets it change their routes.
   bool createClientReaderServices(const std::vector<AddressEx>& addresses);
+  /// Lets a controller ask for changes of the destinations of the routers at `addresses` (none: of all). `thread`, as
+  /// for setWaitSetThread() of the service, serves the replies and must outlive cleanUp(); null: a thread of its own.
+  bool createClientProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread = nullptr);
   /// The routers to hear of from now on. After a failure some of the readers may have the old ones.
   bool updateClientReaderServices(const std::vector<AddressEx>& addresses);
 
@@ -50,6 +55,10 @@ class TESSIVAR_API RoutingServices {
   /// What the routing service of a client reports to. Before it is created; not owned.
   void setRoutingListener(RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* listener) {
     routingListener_ = listener;
+  }
+  /// The same for the protect service.
+  void setProtectListener(RequestReplyClientListener<Tessivar_Routing::Destination>* listener) {
+    protectListener_ = listener;
   }
 
   // Owned; null until created. Not valid any more after cleanUp().
@@ -61,7 +70,6 @@ class TESSIVAR_API RoutingServices {
     return destinationAssociations_.get();
   }
   RoutingRequestReplyService* routingService() const { return routingService_.get(); }
-  /// Of a router only.
   ProtectRequestReplyService* protectService() const { return protectService_.get(); }
 
   /// Deletes the nodes and services; domain and listener stay.
@@ -74,7 +82,7 @@ class TESSIVAR_API RoutingServices {
   bool createSourceAssociationNode(const std::vector<AddressEx>& addresses);
   bool createDestAssociationNode(const std::vector<AddressEx>& addresses);
   bool createRoutingService(const std::vector<AddressEx>& addresses);
-  bool createProtectService(const std::vector<AddressEx>& addresses);
+  bool createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread = nullptr);
 
   template <class T>
   bool createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node, const char* topicName,
@@ -91,6 +99,7 @@ class TESSIVAR_API RoutingServices {
   std::shared_ptr<RoutingRequestReplyService> routingService_;
   std::shared_ptr<ProtectRequestReplyService> protectService_;
   RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* routingListener_ = nullptr;
+  RequestReplyClientListener<Tessivar_Routing::Destination>* protectListener_ = nullptr;
 };
 
 }  // namespace TessivarDDS

@@ -19,6 +19,7 @@ DDSPtr<Sample> make(const std::string& unit, unsigned index = 0) {
   DDS_String_replace(&sample->unitId, unit.c_str());
   if constexpr (requires { sample->index; }) sample->index = index;
   if constexpr (requires { sample->dest_index; }) sample->dest_index = index;
+  if constexpr (requires { sample->protect; }) sample->protect = DDS_BOOLEAN_TRUE;
   return sample;
 }
 
@@ -34,8 +35,16 @@ class Listener : public RoutingClientListener {
   void destinationAssociationChanged(Association* sample) override { note("to ", std::to_string(sample->index)); }
   void routeChanged(const AssociationRoute* sample) override { note("route ", std::to_string(sample->dest_index)); }
   void ticketChanged(DDSPtr<RoutingClient::Ticket> ticket) override {
-    note("ticket ", std::to_string(ticket->ticketId));
+    note(ticket->reply->result == FAILED ? "failed " : "ticket ", std::to_string(ticket->ticketId));
   }
+  void protectTicketChanged(DDSPtr<RoutingClient::ProtectTicket> ticket) override {
+    note(ticket->reply->result == FAILED ? "not protected " : "protected ", std::to_string(ticket->ticketId));
+  }
+  void sourceRemoved(const Source* key) override { note("no source ", std::to_string(key->index)); }
+  void destinationRemoved(const Destination* key) override { note("no destination ", std::to_string(key->index)); }
+  void sourceAssociationRemoved(const Association* key) override { note("no source of ", std::to_string(key->index)); }
+  void destinationAssociationRemoved(const Association* key) override { note("none to ", std::to_string(key->index)); }
+  void routeRemoved(const AssociationRoute* key) override { note("no route ", std::to_string(key->dest_index)); }
   std::function<void(const std::string&)> during = [](const std::string&) {};
 
  private:
@@ -47,7 +56,8 @@ class Listener : public RoutingClientListener {
 };
 
 class RoutingClientOnBus : public Test,
-                           RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply> {
+                           RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>,
+                           RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply> {
  protected:
   RoutingClientOnBus() {
     attach();
@@ -63,9 +73,13 @@ class RoutingClientOnBus : public Test,
   }
   /// A device, and a client that hears of everything.
   void start() {
+    start_device();
+    ASSERT_TRUE(client_.create() && client_.subscribe({}));
+  }
+  void start_device() {
     ASSERT_TRUE(device_.createServerServices());
     device_.routingService()->setListener(this);
-    ASSERT_TRUE(client_.create() && client_.subscribe({}));
+    device_.protectService()->setListener(this);
   }
   template <class NodeOfSamples, class Sample>
   bool tells(NodeOfSamples& node, const DDSPtr<Sample>& sample, const std::string& what) {
@@ -76,6 +90,20 @@ class RoutingClientOnBus : public Test,
     reply->result = COMPLETE;
     return reply;
   }
+  /// Agrees to protect what is asked for on levels 0 and 2 alone.
+  DestinationChangeReply* processRequest(const DestinationChangeRequest* request) override {
+    const auto& mask = request->level_mask;
+    const bool agreed = request->newValue.protect && mask.length() == 3 && mask[0] && !mask[1] && mask[2];
+    DestinationChangeReply* reply = DestinationChangeReplyTypeSupport::create_data();
+    reply->result = agreed ? COMPLETE : FAILED;
+    return reply;
+  }
+  /// Publishes, hears of it, withdraws, and hears of that.
+  template <class NodeOfSamples, class Sample>
+  bool comesAndGoes(NodeOfSamples& node, const DDSPtr<Sample>& sample, const std::string& what, const char* gone) {
+    return tells(node, sample, what) && node.dataWriter()->dispose(*sample, DDS_HANDLE_NIL) == DDS_RETCODE_OK &&
+           events_.happens(gone);
+  }
 
   LoopbackDomain client_domain_{domain_id}, device_domain_{domain_id};
   RoutingServices device_;
@@ -84,6 +112,7 @@ class RoutingClientOnBus : public Test,
   RoutingClient client_;
   LogRecorder log_;
   DDSPtr<AssociationRoute> route_ = make<AssociationRoute>("0001:03:01", 5);
+  DDSPtr<Destination> destination_ = make<Destination>("0001:03:01", 5);
 };
 
 TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce) {
@@ -91,7 +120,7 @@ TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce)
   EXPECT_THAT(log_.lines(), Contains(EndsWith("Failed to attach runner to thread")));
   client_.cleanUp();
   EXPECT_FALSE(client_.create()) << "the domain is forgotten";
-  EXPECT_FALSE(client_.beginSetRoute(route_));
+  EXPECT_FALSE(client_.beginSetRoute(route_) || client_.beginProtect(destination_));
   attach();
   DDSNode<Router> occupant;
   occupant.attachDomain(&client_domain_);
@@ -112,7 +141,10 @@ TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce)
     EXPECT_EQ(ticket->ticketId, id);
     EXPECT_EQ(ticket->reply->result, FAILED);
     EXPECT_TRUE(client_.completeSetRoute(ticket));
+    EXPECT_TRUE(events_.happens("failed " + std::to_string(id)));
   }
+  DDSPtr<RoutingClient::ProtectTicket> ticket = client_.beginProtect(destination_);
+  EXPECT_TRUE(ticket && ticket->received && events_.happens("not protected 1") && client_.completeProtect(ticket));
   DDSPtr<AssociationRoute> none;
   EXPECT_FALSE(client_.beginSetRoute(none));
 }
@@ -141,6 +173,37 @@ TEST_F(RoutingClientOnBus, LetsListenersSetRoutesAndRefusesWhatWouldWaitForThem)
   EXPECT_TRUE(events_.happens("removed a")) << "which was known";
   EXPECT_THAT(log_.lines(), IsSupersetOf({EndsWith(" Cannot subscribe from within a callback."),
                                           EndsWith(" Cannot clean up from within a callback.")}));
+}
+
+TEST_F(RoutingClientOnBus, HearsOfWhatIsWithdrawnAndProtectsDestinations) {
+  start();
+  EXPECT_TRUE(comesAndGoes(*device_.sourcesNode(), make<Source>("a", 1), "source 1", "no source 1"));
+  EXPECT_TRUE(
+      comesAndGoes(*device_.destinationsNode(), make<Destination>("a", 2), "destination 2", "no destination 2"));
+  EXPECT_TRUE(comesAndGoes(*device_.sourceAssociations(), make<Association>("a", 3), "source of 3", "no source of 3"));
+  EXPECT_TRUE(comesAndGoes(*device_.destinationAssociations(), make<Association>("a", 4), "to 4", "none to 4"));
+  EXPECT_TRUE(comesAndGoes(device_.routingService()->valueNode(), route_, "route 5", "no route 5"));
+  ASSERT_TRUE(client_.subscribe({AddressEx("0001:03:01")}));
+  EXPECT_TRUE(comesAndGoes(device_.routingService()->valueNode(), route_, "route 5", "no route 5"));
+  device_.sourcesNode()->writeSample(make<Source>("0001:03:01", 6));
+  EXPECT_TRUE(events_.happens("source 6"));
+  device_.cleanUp();
+  EXPECT_TRUE(events_.happens("no source 6")) << "its program is gone";
+
+  start_device();
+  destination_->level = 2;
+  DDSPtr<RoutingClient::ProtectTicket> ticket;
+  const auto result = [&](const std::vector<bool>& levels) {
+    ticket = client_.beginProtect(destination_, levels);
+    EXPECT_TRUE(ticket && eventually([&] { return ticket->received.load(); }) && client_.completeProtect(ticket));
+    return ticket->reply->result;
+  };
+  EXPECT_TRUE(eventually([&] { return result({true, false, true}) == COMPLETE; }));
+  EXPECT_TRUE(events_.happens("protected " + std::to_string(ticket->ticketId)));
+  EXPECT_EQ(result({}), FAILED) << "its own level alone";
+  EXPECT_TRUE(events_.happens("not protected " + std::to_string(ticket->ticketId)));
+  EXPECT_FALSE(client_.beginProtect(destination_, std::vector<bool>(33)));
+  EXPECT_EQ(client_.services()->protectService()->pendingTickets(), 0u);
 }
 
 }  // namespace

@@ -19,36 +19,15 @@ class RoutingServicesTest : public Test {
   LogRecorder log_;
 };
 
-TEST_F(RoutingServicesTest, ChangeDestinationsOnRequest) {
-  using namespace Tessivar_Routing;
-  struct Guard : RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply> {
-    DestinationChangeReply* processRequest(const DestinationChangeRequest* request) override {
-      auto* reply = DestinationChangeReplyTypeSupport::create_data();
-      reply->result = request->level_mask[0] && request->newValue.protect ? COMPLETE : FAILED;
-      return reply;
-    }
-  } guard;
-  services_.attachDomain(&domain_);
-  ASSERT_TRUE(services_.createServerServices());
-  services_.protectService()->setListener(&guard);
-  LoopbackDomain other(domain_id);
+TEST_F(RoutingServicesTest, ProtectServiceOfAClientNeedsTheAddressFilter) {
   ProtectRequestReplyService client(true, {AddressEx(1, 3, 1)});
-  EXPECT_FALSE(client.create("Orvel.Routing.DestinationsChanges", &other));
+  EXPECT_FALSE(client.create("Orvel.Routing.DestinationsChanges", &domain_));
   EXPECT_THAT(log_.lines(), Contains(EndsWith("Custom filter not registered!")));
   client.cleanUp();
-  other.registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
-  ASSERT_TRUE(client.create("Orvel.Routing.DestinationsChanges", &other) && client.waitForMatch(20000));
-  const DDSPtr destination(DestinationTypeSupport::create_data());
-  destination->protect = DDS_BOOLEAN_TRUE;
-  for (const bool allowed : {false, true}) {
-    DDSPtr<DestinationChangeRequest> request = client.createRequest(destination.get());
-    ASSERT_TRUE(request && request->level_mask.length(1));
-    request->level_mask[0] = allowed;
-    const auto ticket = client.makeRequest(request);
-    ASSERT_TRUE(ticket && eventually([&] { return ticket->received.load(); }));
-    EXPECT_EQ(ticket->reply->result, allowed ? COMPLETE : FAILED);
-  }
-  client.cleanUp();
+  EXPECT_FALSE(services_.createClientProtectService({})) << "without a domain";
+  services_.attachDomain(&domain_);
+  EXPECT_TRUE(services_.createClientProtectService({}));
+  EXPECT_FALSE(services_.createClientProtectService({})) << "it exists";
 }
 
 }  // namespace

@@ -1,0 +1,14 @@
+#include "tessivar/routing/client_listener.h"
+
+namespace TessivarDDS {
+
+using namespace Tessivar_Routing;
+
+void RoutingClientListener::protectTicketChanged(DDSPtr<RequestReplyTicket<DestinationChangeReply>> /*ticket*/) {}
+void RoutingClientListener::sourceRemoved(const Source* /*source*/) {}
+void RoutingClientListener::destinationRemoved(const Destination* /*destination*/) {}
+void RoutingClientListener::sourceAssociationRemoved(const Association* /*association*/) {}
+void RoutingClientListener::destinationAssociationRemoved(const Association* /*association*/) {}
+void RoutingClientListener::routeRemoved(const AssociationRoute* /*route*/) {}
+
+}  // namespace TessivarDDS
