@@ -122,6 +122,7 @@ DDS_DiscoveryQosPolicy::DDS_DiscoveryQosPolicy() {
 
 void DDS_DataWriterQos_copy_from_topic_qos(DDS_DataWriterQos& writer, const DDS_TopicQos& topic) {
   copy_from_topic(writer, topic);
+  writer.lifespan = topic.lifespan;
 }
 
 void DDS_DataReaderQos_copy_from_topic_qos(DDS_DataReaderQos& reader, const DDS_TopicQos& topic) {

@@ -71,6 +71,12 @@ struct DDS_DestinationOrderQosPolicy {
   DDS_DestinationOrderQosPolicyKind kind = DDS_BY_RECEPTION_TIMESTAMP_DESTINATIONORDER_QOS;
 };
 
+/// How long a sample is of use. A writer does not send an older sample, and a reader drops it from its cache when it
+/// has lain there for so long.
+struct DDS_LifespanQosPolicy {
+  DDS_Duration_t duration = DDS_DURATION_INFINITE;
+};
+
 /// Limits on what a writer or reader keeps; DDS_LENGTH_UNLIMITED is none. A reader's limits are carried but not handed
 /// to the engine: one reader that is not read must never stall its whole participant.
 struct DDS_ResourceLimitsQosPolicy {
@@ -216,6 +222,7 @@ struct DDS_TopicQos {
   DDS_HistoryQosPolicy history;
   DDS_ResourceLimitsQosPolicy resource_limits;
   DDS_OwnershipQosPolicy ownership;
+  DDS_LifespanQosPolicy lifespan;
 };
 
 /// A writer is reliable by default (OMG DDS 1.4, 2.2.3.14).
@@ -230,6 +237,7 @@ struct DDS_DataWriterQos {
   DDS_HistoryQosPolicy history;
   DDS_ResourceLimitsQosPolicy resource_limits;
   DDS_OwnershipQosPolicy ownership;
+  DDS_LifespanQosPolicy lifespan;
   DDS_UserDataQosPolicy user_data;
   DDS_WriterDataLifecycleQosPolicy writer_data_lifecycle;
   DDS_PropertyQosPolicy property;

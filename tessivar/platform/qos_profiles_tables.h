@@ -197,6 +197,11 @@ struct Elements<DDS_DestinationOrderQosPolicy> {
 };
 
 template <>
+struct Elements<DDS_LifespanQosPolicy> {
+  static constexpr Element table[] = {element<&DDS_LifespanQosPolicy::duration>("duration")};
+};
+
+template <>
 struct Elements<DDS_ResourceLimitsQosPolicy> {
   using P = DDS_ResourceLimitsQosPolicy;
   static constexpr Element table[] = {element<&P::max_samples, unlimited>("max_samples"),
@@ -311,7 +316,8 @@ constexpr std::array<Element, A + B> join(const std::array<Element, A>& a, const
 
 template <>
 struct Elements<DDS_TopicQos> {
-  static constexpr std::array table = common_elements<DDS_TopicQos>;
+  using Q = DDS_TopicQos;
+  static constexpr std::array table = join(common_elements<Q>, std::array{element<&Q::lifespan>("lifespan")});
 };
 
 template <>
@@ -319,9 +325,9 @@ struct Elements<DDS_DataWriterQos> {
   using Q = DDS_DataWriterQos;
   static constexpr std::array table =
       join(common_elements<Q>,
-           std::array{element<&Q::durability_service>("durability_service"), element<&Q::user_data>("user_data"),
-                      element<&Q::writer_data_lifecycle>("writer_data_lifecycle"), element<&Q::property>("property"),
-                      element<&Q::batch>("batch")});
+           std::array{element<&Q::durability_service>("durability_service"), element<&Q::lifespan>("lifespan"),
+                      element<&Q::user_data>("user_data"), element<&Q::writer_data_lifecycle>("writer_data_lifecycle"),
+                      element<&Q::property>("property"), element<&Q::batch>("batch")});
 };
 
 template <>

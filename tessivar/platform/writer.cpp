@@ -22,6 +22,7 @@ using tessivar::platform::log;
 using tessivar::platform::LogLevel;
 using tessivar::platform::read_status;
 using tessivar::platform::SampleRef;
+using tessivar::platform::to_nanoseconds;
 using tessivar::platform::WriteKind;
 using tessivar::platform::WriterInstances;
 
@@ -115,7 +116,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::publish(const void* sample, const DDS_Inst
   if (!keyed && handle.isValid) return refuse(name_of(kind), "a handle for a type without key");
   EngineWriter* writer = engine;
   if (!writer) return DDS_RETCODE_NOT_ENABLED;
-  const std::int64_t time = tessivar::platform::to_nanoseconds(timestamp);
+  const std::int64_t time = to_nanoseconds(timestamp);
   return kind == WriteKind::data ? write_sample(*writer, sample, handle, time)
                                  : write_key(*writer, sample, handle, time, kind);
 }
@@ -184,6 +185,12 @@ DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encod
   const std::uint32_t octets = encoded->size;
   DDS_ReturnCode_t result = batch ? batch->make_room(octets) : DDS_RETCODE_OK;
   if (result == DDS_RETCODE_OK) result = writer.write(std::move(encoded), kind, timestamp);
+  if (result == DDS_RETCODE_TIMEOUT) {
+    const std::int64_t waited = to_nanoseconds(qos.reliability.max_blocking_time) / 1000000;
+    log(LogLevel::error, name_of(kind),
+        "topic \"" + topic.impl().name + "\": the readers did not acknowledge earlier samples within " +
+            std::to_string(waited) + " ms (max_blocking_time), so that there is no room for another one");
+  }
   return batch && result == DDS_RETCODE_OK ? batch->added(octets) : result;
 }
 

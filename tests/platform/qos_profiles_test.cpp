@@ -73,6 +73,9 @@ TEST_F(QosProfilesTest, EveryPolicyIsRead) {
     EXPECT_THAT(qos.history, FieldsAre(DDS_KEEP_ALL_HISTORY_QOS, 7, DDS_ON_DEMAND_REFILTER_QOS));
     EXPECT_THAT(qos.resource_limits, FieldsAre(8, DDS_LENGTH_UNLIMITED, DDS_LENGTH_UNLIMITED));
     EXPECT_EQ(qos.ownership.kind, DDS_EXCLUSIVE_OWNERSHIP_QOS);
+    if constexpr (requires { qos.lifespan; }) {
+      EXPECT_EQ(qos.lifespan.duration, (DDS_Duration_t{6, 0}));
+    }
     if constexpr (requires { qos.user_data; }) {
       ASSERT_EQ(qos.user_data.value.length(), 3);
       for (const DDS_Long i : {0, 1, 2}) EXPECT_EQ(qos.user_data.value[i], "ty\xff"[i] & 0xff);

@@ -66,6 +66,7 @@ EngineQos to_engine_qos(const DDS_DataWriterQos& qos, bool ignore_own_participan
   dds_qset_durability_service(result.get(), 0, kept > 0 ? DDS_HISTORY_KEEP_LAST : to_engine(qos.history.kind),
                               kept > 0 ? kept : qos.history.depth, limits.max_samples, limits.max_instances,
                               limits.max_samples_per_instance);
+  dds_qset_lifespan(result.get(), to_engine_duration(qos.lifespan.duration));
   dds_qset_writer_data_lifecycle(result.get(), qos.writer_data_lifecycle.autodispose_unregistered_instances != 0);
   return result;
 }
