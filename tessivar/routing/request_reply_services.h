@@ -43,7 +43,9 @@ class TESSIVAR_API RoutingRequestReplyService
  public:
   /// `addresses`: the routers whose routes a client gets; none means all.
   RoutingRequestReplyService(bool isClient, const std::vector<AddressEx>& addresses)
-      : RouterRequestReply("RoutingRequestReplyService", isClient, addresses) {}
+      : RouterRequestReply("RoutingRequestReplyService", isClient, addresses) {
+    ticketCompletion_ = "completeSetRoute";
+  }
 };
 
 /// Changes a destination: its name, or its protection against being routed to.
@@ -53,7 +55,9 @@ class TESSIVAR_API ProtectRequestReplyService
  public:
   /// `addresses`: the routers whose destinations a client gets; none means all.
   ProtectRequestReplyService(bool isClient, const std::vector<AddressEx>& addresses)
-      : RouterRequestReply("ProtectRequestReplyService", isClient, addresses) {}
+      : RouterRequestReply("ProtectRequestReplyService", isClient, addresses) {
+    ticketCompletion_ = "completeProtect";
+  }
 };
 
 extern template class RouterRequestReply<Tessivar_Routing::AssociationRoute,

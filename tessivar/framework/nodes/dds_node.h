@@ -68,6 +68,11 @@ class TESSIVAR_API DDSNode {
   /// one.
   virtual bool writeSample(T* sample, bool release);
 
+  /// Writes as writeSample() does, and returns the platform's code: BAD_PARAMETER for a null sample and one that cannot
+  /// be encoded, TIMEOUT when readers did not make room in time, PRECONDITION_NOT_MET without a writer. `sample` stays
+  /// the caller's.
+  DDS_ReturnCode_t tryWriteSample(T* sample);
+
   /// Deletes everything that was made, the writer after sending what is batched and waiting at most `flushTimeout`
   /// milliseconds for its readers; -1 neither sends nor waits. A reader must have no runner attached any more.
   virtual void cleanUp(int flushTimeout = defaultFlushTimeout);

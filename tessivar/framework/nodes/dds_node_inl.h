@@ -208,23 +208,25 @@ bool DDSNode<T>::stateReaderQos(DDS_DataReaderQos& qos) const {
 }
 
 template <class T>
-bool DDSNode<T>::writeSample(T* sample, bool release) {
+DDS_ReturnCode_t DDSNode<T>::tryWriteSample(T* sample) {
   const auto where = [this] {
     return signature("bool ", (std::string("writeSample(class ") + typeName() + " *,bool)").c_str());
   };
-  const auto write = [&] {
-    if (!writer_) {
-      logError() << where() << "Could not get writer in writeSample!";
-      return false;
-    }
-    const DDS_ReturnCode_t code =
-        sample ? writer_->write(*sample, writer_->register_instance(*sample)) : DDS_RETCODE_BAD_PARAMETER;
-    if (code != DDS_RETCODE_OK) {
-      logError() << where() << "Failed to write instance data in writeSample, errCode " << code;
-    }
-    return code == DDS_RETCODE_OK;
-  };
-  const bool written = write();
+  if (!writer_) {
+    logError() << where() << "Could not get writer in writeSample!";
+    return DDS_RETCODE_PRECONDITION_NOT_MET;
+  }
+  const DDS_ReturnCode_t code =
+      sample ? writer_->write(*sample, writer_->register_instance(*sample)) : DDS_RETCODE_BAD_PARAMETER;
+  if (code != DDS_RETCODE_OK) {
+    logError() << where() << "Failed to write instance data in writeSample, errCode " << code;
+  }
+  return code;
+}
+
+template <class T>
+bool DDSNode<T>::writeSample(T* sample, bool release) {
+  const bool written = tryWriteSample(sample) == DDS_RETCODE_OK;
   if (release && sample) TTypeSupport::delete_data(sample);
   return written;
 }

@@ -8,12 +8,16 @@
 #include "tessivar/framework/requestreply/match_listeners.h"
 #include "tessivar/framework/requestreply/pending_tickets.h"
 #include "tessivar/framework/requestreply/recent_clients.h"
+#include "tessivar/framework/requestreply/recent_units.h"
+#include "tessivar/framework/requestreply/request_failure.h"
+#include "tessivar/framework/requestreply/request_reply_counts.h"
 #include "tessivar/framework/requestreply/request_reply_listeners.h"
 #include "tessivar/framework/requestreply/request_reply_role.h"
 #include "tessivar/framework/requestreply/request_reply_runners.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -36,8 +40,13 @@ constexpr std::size_t remembered_clients = 128;
 /// Settings and listeners first, then create(), then requests, then cleanUp(), which the destructor does as well; after
 /// it create() may begin anew, with listeners attached again. Settings, create() and cleanUp() belong to one thread,
 /// and not to a callback of the node; everything else may be called by any, also from callbacks. Only waitForMatch(),
-/// makeRequest() (while the bus does not keep up), setListener() (while the old listener is being called) and cleanUp()
-/// block. A failure logs one line and gives false or null.
+/// makeRequest() (while the bus does not keep up, see there), setListener() (while the old listener is being called)
+/// and cleanUp() block. A failure logs one line and gives false or null.
+///
+/// A request whose replies do not come in time is not withdrawn: after an interruption of the network the server may
+/// still get it and carry it out. The LIFESPAN of the profile "requestNodeQos" limits the age of requests: an older
+/// request is not sent any more, and a server whose own profile has it does not pass it to its listener. The age counts
+/// from the source timestamp, so that the clocks of the hosts must agree.
 ///
 /// A derived class that overrides anything calls cleanUp() in its own destructor: the node's threads call the
 /// overrides.
@@ -82,10 +91,19 @@ class TESSIVAR_API DDSRequestReplyNode {
 
   // --- the client side
 
-  /// A new request with this node's identity and the next ticket number: 1 to 65534, then from 0 again.
+  /// A new request with this node's identity and the next ticket number: 1 to 65534, then from 0 again. Numbers of
+  /// pending tickets are skipped. Null when all are pending or memory is short.
   DDSPtr<Req> createRequest();
-  /// Sends a request; the ticket gets the replies. Null when no server is connected or the write fails.
+  /// The same; `failure` says why the result is null, and is None otherwise.
+  DDSPtr<Req> createRequest(RequestFailure& failure);
+  /// Sends a request; the ticket gets the replies. Give it to removeTicket() when no more replies are wanted: until
+  /// then it keeps its number and its memory. Null when no server is connected or the write fails.
+  ///
+  /// Blocks while requests of some megabytes are not acknowledged by the servers, at most for the max_blocking_time of
+  /// the request writer: 5 seconds, unless the profile says otherwise.
   Ticket makeRequest(DDSPtr<Req>& request);
+  /// The same; `failure` says why the result is null, and is None otherwise.
+  Ticket makeRequest(DDSPtr<Req>& request, RequestFailure& failure);
   /// Polls until a server is connected; at most so many milliseconds, in whole steps of 50; -1: without limit.
   bool waitForMatch(int timeoutMs);
   /// Servers that can be reached; -1 on a server.
@@ -107,6 +125,7 @@ class TESSIVAR_API DDSRequestReplyNode {
 
   // --- state
 
+  RequestReplyCounts counts() const { return counters_.read(pendingTickets_.size()); }
   RequestReplyRole role() const { return role_; }
   bool created() const { return created_; }
   const DDS_OctetSeq& guid() const { return guid_; }
@@ -131,6 +150,8 @@ class TESSIVAR_API DDSRequestReplyNode {
   static bool defaultTopicQos(DDSDomain* domain, DDS_TopicQos& qos);
 
   const std::string qosLibrary_ = "requestReplyLib";
+  /// What an application calls when it is done with a ticket, for messages. A literal.
+  const char* ticketCompletion_ = "removeTicket";
   bool autoStartThread_ = true;
   bool ownsThread_ = true;
 
@@ -145,18 +166,23 @@ class TESSIVAR_API DDSRequestReplyNode {
   void notifyMatchCount();
   void dispatch(const Rep& reply, const DDS_SampleInfo& info);
   void dispatch(const Req& request, const DDS_SampleInfo& info);
-  unsigned short nextTicketId();
+  Ticket send(DDSPtr<Req>& request, RequestFailure& failure);
+  bool keepTicket(const Ticket& ticket, const Req& request);
+  bool expired(const Req& request, const DDS_SampleInfo& info);
 
   RequestReplyRole role_;
   WaitSetThread* waitSetThread_ = nullptr;
   bool created_ = false;
   DDS_OctetSeq guid_;
-  std::atomic<unsigned short> ticketCounter_{0};
   ListenerSlot<RequestReplyServerListener<Req, Rep>> serverListener_;
   int livelinessMs_ = -1;
+  std::int64_t requestLifespan_ = tessivar::platform::never;  // nanoseconds; of a server's own topic
   bool useQosProfiles_ = false;
   std::atomic<int> maxPendingTickets_{-1};
   std::atomic<bool> ignoreOwnRequests_{true};
+  RequestReplyCounters counters_;
+  std::atomic<bool> warnedOfPending_{false};
+  RecentUnits recentUnits_;
   RecentClients recentClients_{detail::remembered_clients};
   PendingTickets<Rep> pendingTickets_;
   ClientListeners clientListeners_;

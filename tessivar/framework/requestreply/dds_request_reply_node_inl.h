@@ -3,22 +3,19 @@
 
 #include "tessivar/framework/requestreply/dds_request_reply_node.h"
 
-#include <algorithm>
-#include <new>
-
 namespace TessivarDDS {
 
 namespace detail {
 
 #define TESSIVAR_SIGNATURE_NAME_DOMAIN "(const " TESSIVAR_SIGNATURE_STRING " &,class TessivarDDS::DDSDomain *)"
 
-constexpr int match_poll_milliseconds = 50;
 /// All replies to one client are one instance, and a burst must not overwrite itself: neither in the reader, where
 /// every ticket number may wait to be taken, …
 constexpr DDS_Long unread_replies = 65536;
 /// … nor on its way there. The engine makes room for so many with the first reply to a client.
 constexpr DDS_Long unacknowledged_replies = 16384;
-
+/// How long a request may wait for room. A server that is gone is noticed before.
+constexpr int request_blocking_milliseconds = 5000;
 }  // namespace detail
 
 template <class Req, class Rep>
@@ -198,8 +195,9 @@ bool DDSRequestReplyNode<Req, Rep>::createWriters() {
     DDS_DataWriterQos qos;
     if (useQosProfiles_) {
       if (!domain->dataWriterQosProfile(qosLibrary_, requestProfile_, qos)) return false;
-    } else if (!requestNode_.dataWriterQos(qos)) {
-      return false;
+    } else {
+      if (!requestNode_.dataWriterQos(qos)) return false;
+      qos.reliability.max_blocking_time = DDS_Duration_from_millis(detail::request_blocking_milliseconds);
     }
     if (!requestNode_.createDataWriter(&requestWriterListener_, DDS_PUBLICATION_MATCHED_STATUS, qos)) return false;
   }
@@ -245,6 +243,9 @@ bool DDSRequestReplyNode<Req, Rep>::createReaders() {
       return false;
     }
     if (!requestNode_.createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos)) return false;
+    DDS_TopicQos topicQos;
+    if (requestNode_.topic()->get_qos(topicQos) != DDS_RETCODE_OK) return false;
+    requestLifespan_ = tessivar::platform::to_nanoseconds(topicQos.lifespan.duration);
   }
   return true;
 }
@@ -298,159 +299,6 @@ void DDSRequestReplyNode<Req, Rep>::cleanUp() {
   created_ = false;
 }
 
-// --- the client side
-
-template <class Req, class Rep>
-unsigned short DDSRequestReplyNode<Req, Rep>::nextTicketId() {
-  // 65535 is never issued.
-  constexpr unsigned short last = 65534;
-  unsigned short current = ticketCounter_;
-  unsigned short next = 0;
-  do {
-    next = current == last ? static_cast<unsigned short>(0) : static_cast<unsigned short>(current + 1);
-  } while (!ticketCounter_.compare_exchange_weak(current, next));
-  return next;
-}
-
-template <class Req, class Rep>
-DDSPtr<Req> DDSRequestReplyNode<Req, Rep>::createRequest() {
-  const auto where = [] {
-    return signature(("class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> ").c_str(),
-                     "createRequest(void)");
-  };
-  if (!clientSide()) {
-    logError() << where() << "Invalid function call for a replier.";
-    return {};
-  }
-  DDSPtr<Req> request(TypeOf<Req>::TypeSupport::create_data());
-  if (!request || !request->changeguid.copy(guid_)) {
-    logError() << where() << "Failed to create change request sample";
-    return {};
-  }
-  request->ticketId = nextTicketId();
-  return request;
-}
-
-template <class Req, class Rep>
-typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::makeRequest(DDSPtr<Req>& request) {
-  const auto where = [] {
-    return signature(("class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class " +
-                      std::string(TypeOf<Rep>::name()) + "> > ")
-                         .c_str(),
-                     "makeRequest(class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> &)");
-  };
-  if (!clientSide()) {
-    logError() << where() << "Invalid function call for a replier.";
-    return {};
-  }
-  if (!request) {
-    logError() << where() << " Request is invalid";
-    return {};
-  }
-  if (calculateMatchCount() <= 0) {
-    logError() << where() << " No current connection to send the request.";
-    return {};
-  }
-  Ticket ticket(new (std::nothrow) RequestReplyTicket<Rep>(request->ticketId));
-  if (!ticket || !ticket->reply.get()) {
-    logError() << where() << " Failed to create the ticket";
-    return {};
-  }
-  // Pending before it is sent: the reply may come before the write returns.
-  pendingTickets_.append(ticket, maxPendingTickets_);
-  if (!requestNode_.writeSample(request)) {
-    logError() << where() << " Failed to write sample";
-    pendingTickets_.remove(ticket);
-    return {};
-  }
-  return ticket;
-}
-
-template <class Req, class Rep>
-int DDSRequestReplyNode<Req, Rep>::calculateMatchCount() {
-  if (!clientSide()) {
-    logWarning() << signature("int ", "calculateMatchCount(void)")
-                 << "Server called matchCount() which is not valid for the server side.";
-    return -1;
-  }
-  return std::min<int>(requestWriterListener_.count, replyReaderListener_.count);
-}
-
-template <class Req, class Rep>
-bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
-  const auto where = [] { return signature("bool ", "waitForMatch(int)"); };
-  if (!clientSide()) {
-    logWarning() << where() << "Server called waitForMatch() which is not valid for the server side.";
-    return false;
-  }
-  while (calculateMatchCount() == 0) {
-    TessivarThread::sleep(detail::match_poll_milliseconds);
-    if (timeoutMs == -1) continue;
-    timeoutMs -= detail::match_poll_milliseconds;
-    if (timeoutMs <= 0) {
-      logInfo() << where() << " timed out waiting for reader/writers to match.";
-      return false;
-    }
-  }
-  return true;
-}
-
-template <class Req, class Rep>
-void DDSRequestReplyNode<Req, Rep>::notifyMatchCount() {
-  const int count = calculateMatchCount();
-  clientListeners_.notify([] { return signature("void ", "notifyMatchCount(void)"); },
-                          [count](auto& listener) { listener.matchCountChanged(count); });
-}
-
-template <class Req, class Rep>
-void DDSRequestReplyNode<Req, Rep>::dispatch(const Rep& reply, const DDS_SampleInfo& info) {
-  if (!clientSide()) return;
-  const Ticket ticket = pendingTickets_.find(reply.ticketId);
-  if (!ticket) return;
-  DDSPtr<Rep> copy(TypeOf<Rep>::TypeSupport::create_data());
-  const auto where = [] {
-    return signature("void ",
-                     "dispatch(const class " + std::string(TypeOf<Rep>::name()) + " &,const struct DDS_SampleInfo &)");
-  };
-  if (!copy || TypeOf<Rep>::TypeSupport::copy_data(copy.get(), &reply) != DDS_RETCODE_OK) {
-    logError() << where() << " Failed to copy the reply of ticket " << reply.ticketId;
-    return;
-  }
-  ticket->complete(std::move(copy), info);
-  clientListeners_.notify(where, [&](auto& listener) { listener.ticketChanged(reply.ticketId); });
-}
-
-// --- the server side
-
-template <class Req, class Rep>
-void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_SampleInfo& info) {
-  if (!serverSide()) return;
-  if (role_ == RequestReplyRole::Both && ignoreOwnRequests_ && requestGuidsEqual(request.changeguid, guid_)) return;
-  Rep* reply = nullptr;
-  serverListener_.call([&](auto& listener) { reply = listener.processRequest(&request, info); });
-  if (reply) sendReply(reply, request);
-}
-
-template <class Req, class Rep>
-bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
-  if (reply) {
-    reply->changeguid.copy(request.changeguid);
-    reply->ticketId = request.ticketId;
-  }
-  return sendReply(DDSPtr<Rep>(reply));
-}
-
-template <class Req, class Rep>
-bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
-  if (!replyNode_.writeSample(reply)) return false;
-  // Each client that ever asked is an instance of the reply writer, which would keep its replies for good.
-  const std::string forgotten = recentClients_.answered(requestGuidToText(reply->changeguid));
-  if (forgotten.empty()) return true;
-  const DDSPtr<Rep> key(TypeOf<Rep>::TypeSupport::create_data());
-  if (key && requestGuidFromText(forgotten, key->changeguid)) {
-    replyNode_.dataWriter()->unregister_instance(*key, DDS_HANDLE_NIL);
-  }
-  return true;
-}
-
 }  // namespace TessivarDDS
+
+#include "tessivar/framework/requestreply/dds_request_reply_exchange_inl.h"

@@ -4,27 +4,37 @@
 #include "tessivar/framework/requestreply/request_reply_ticket.h"
 #include "tessivar/framework/sync/sync.h"
 
+#include <bit>
 #include <cstdint>
 #include <map>
+#include <new>
+#include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace TessivarDDS {
 
-/// Tickets in the order of their creation, found by number in logarithmic time. Thread-safe; the lock is held for the
-/// operation only.
+/// Tickets in the order of their creation, found by number in logarithmic time, and the numbers for new ones.
+/// Thread-safe; the lock is held for the operation only.
 template <class Rep>
 class PendingTickets {
  public:
   typedef DDSPtr<RequestReplyTicket<Rep>> Ticket;
 
-  /// Adds `ticket` as the newest; when there are `most` already (negative: no limit), the oldest is dropped.
-  void append(const Ticket& ticket, int most) {
+  /// How many numbers there are: 0 to 65534.
+  static constexpr unsigned numbers = 65535;
+
+  /// Adds `ticket` as the newest; when there are `most` already (negative: no limit), the oldest is dropped and
+  /// returned in `dropped`. Returns false, and changes nothing, when memory is short.
+  bool append(const Ticket& ticket, int most, Ticket& dropped) {
     const ScopedLock lock(lock_);
-    if (most >= 0 && !byAge_.empty() && byAge_.size() >= static_cast<std::size_t>(most)) erase(byAge_.begin());
-    byAge_.emplace_hint(byAge_.end(), next_, ticket);
-    byNumber_.emplace(ticket->ticketId, next_);
-    ++next_;
+    if (!add(ticket)) return false;
+    if (most >= 0 && byAge_.size() > 1 && byAge_.size() > static_cast<std::size_t>(most)) {
+      dropped = byAge_.begin()->second;
+      erase(byAge_.begin());
+    }
+    return true;
   }
 
   /// The oldest pending ticket of that number; null when there is none.
@@ -54,17 +64,68 @@ class PendingTickets {
     return byAge_.size();
   }
 
+  /// The number after the last one that was given, 0 after 65534, without those that are pending. None when all are.
+  std::optional<unsigned short> nextNumber() {
+    const ScopedLock lock(lock_);
+    unsigned candidate = (last_ + 1) % numbers;
+    // The words of the map from the candidate's on, and at the end the first part of the candidate's own again.
+    for (unsigned step = 0; step <= words; ++step) {
+      const unsigned word = (candidate / word_bits + step) % words;
+      std::uint64_t free = ~used_[word];
+      if (step == 0) free &= ~std::uint64_t{0} << (candidate % word_bits);
+      if (free == 0) continue;
+      last_ = word * word_bits + static_cast<unsigned>(std::countr_zero(free));
+      return static_cast<unsigned short>(last_);
+    }
+    return std::nullopt;
+  }
+
  private:
   typedef std::map<std::uint64_t, Ticket> ByAge;
+  static constexpr unsigned word_bits = 64;
+  static constexpr unsigned words = (numbers + 1) / word_bits;
+
+  bool add(const Ticket& ticket) {
+    try {
+      byNumber_.emplace(ticket->ticketId, next_);
+      byAge_.emplace_hint(byAge_.end(), next_, ticket);
+    } catch (const std::bad_alloc&) {
+      byNumber_.erase({ticket->ticketId, next_});
+      return false;
+    }
+    setUsed(ticket->ticketId, true);
+    ++next_;
+    return true;
+  }
 
   void erase(typename ByAge::iterator entry) {
-    byNumber_.erase({entry->second->ticketId, entry->first});
+    const unsigned short number = entry->second->ticketId;
+    byNumber_.erase({number, entry->first});
     byAge_.erase(entry);
+    const auto other = byNumber_.lower_bound({number, 0});
+    if (other == byNumber_.end() || other->first != number) setUsed(number, false);
+  }
+
+  void setUsed(unsigned short number, bool used) {
+    const std::uint64_t bit = std::uint64_t{1} << (number % word_bits);
+    if (used || number == numbers) {
+      used_[number / word_bits] |= bit;
+    } else {
+      used_[number / word_bits] &= ~bit;
+    }
+  }
+
+  static std::vector<std::uint64_t> allFree() {
+    std::vector<std::uint64_t> map(words, 0);
+    map.back() = std::uint64_t{1} << (word_bits - 1);  // 65535 is never given
+    return map;
   }
 
   std::uint64_t next_ = 0;
+  unsigned last_ = 0;
   ByAge byAge_;
   std::set<std::pair<unsigned short, std::uint64_t>> byNumber_;
+  std::vector<std::uint64_t> used_ = allFree();  // one bit a number
   mutable TessivarMutex lock_;
 };
 

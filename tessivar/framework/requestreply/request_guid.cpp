@@ -28,6 +28,12 @@ unsigned entropy() {
   }
 }
 
+void appendHex(std::string& text, DDS_Octet octet) {
+  constexpr char digits[] = "0123456789abcdef";
+  text += digits[octet >> 4];
+  text += digits[octet & 15];
+}
+
 }  // namespace
 
 void generateRequestGuid(DDS_OctetSeq& guid) {
@@ -40,12 +46,15 @@ void generateRequestGuid(DDS_OctetSeq& guid) {
 }
 
 std::string requestGuidToText(const DDS_OctetSeq& guid) {
-  constexpr char digits[] = "0123456789abcdef";
   std::string text;
-  for (DDS_Long i = 0; i < guid.length(); ++i) {
-    text += digits[guid[i] >> 4];
-    text += digits[guid[i] & 15];
-  }
+  for (DDS_Long i = 0; i < guid.length(); ++i) appendHex(text, guid[i]);
+  return text;
+}
+
+std::string requestPeerText(const DDS_InstanceHandle_t& writer) {
+  if (!writer.isValid) return "unknown";
+  std::string text;
+  for (const DDS_Octet octet : writer.keyHash.value) appendHex(text, octet);
   return text;
 }
 

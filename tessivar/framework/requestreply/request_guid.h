@@ -15,6 +15,8 @@ constexpr DDS_Long requestGuidLength = 16;
 TESSIVAR_API void generateRequestGuid(DDS_OctetSeq& guid);
 /// Two lower-case hexadecimal digits for each octet.
 TESSIVAR_API std::string requestGuidToText(const DDS_OctetSeq& guid);
+/// The octets of a sample's publication handle in the same form; "unknown" for a nil handle.
+TESSIVAR_API std::string requestPeerText(const DDS_InstanceHandle_t& writer);
 /// False, with `guid` unchanged, for a text of other than 32 characters. A pair of characters that is no number counts
 /// as 0.
 TESSIVAR_API bool requestGuidFromText(const std::string& text, DDS_OctetSeq& guid);

@@ -14,7 +14,9 @@ namespace TessivarDDS {
 class TESSIVAR_API TessivarRequestReplyService
     : public DDSRequestReply<Tessivar::Command, Tessivar::CommandChangeRequest, Tessivar::CommandChangeReply> {
  public:
-  explicit TessivarRequestReplyService(bool isClient) : DDSRequestReply(isClient) {}
+  explicit TessivarRequestReplyService(bool isClient) : DDSRequestReply(isClient) {
+    ticketCompletion_ = "completeSetCommand";
+  }
   ~TessivarRequestReplyService() override;
 
   /// The texts of the wanted addresses: before create() for later, afterwards at once. A client then gets the current

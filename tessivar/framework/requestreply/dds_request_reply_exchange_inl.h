@@ -1,0 +1,277 @@
+// How a request/reply node sends and serves requests; included by dds_request_reply_node_inl.h.
+#pragma once
+
+#include "tessivar/framework/requestreply/dds_request_reply_node.h"
+
+#include <algorithm>
+#include <chrono>
+#include <new>
+#include <optional>
+
+namespace TessivarDDS {
+
+namespace detail {
+
+constexpr int match_poll_milliseconds = 50;
+/// So many pending tickets are taken for a sign that they are not completed.
+constexpr std::size_t many_pending_tickets = 1000;
+
+/// The unit whose value a request is to change; null when its type has none.
+template <class Req>
+const char* unitOf(const Req& request) {
+  if constexpr (requires { static_cast<const char*>(request.newValue.unitId); }) {
+    return request.newValue.unitId;
+  } else {
+    return nullptr;
+  }
+}
+
+constexpr RequestFailure failureOf(DDS_ReturnCode_t code) {
+  switch (code) {
+    case DDS_RETCODE_OK:
+      return RequestFailure::None;
+    case DDS_RETCODE_TIMEOUT:
+      return RequestFailure::Congested;
+    case DDS_RETCODE_BAD_PARAMETER:
+      return RequestFailure::NotEncodable;
+    default:
+      return RequestFailure::Refused;
+  }
+}
+
+}  // namespace detail
+
+// --- the client side
+
+template <class Req, class Rep>
+DDSPtr<Req> DDSRequestReplyNode<Req, Rep>::createRequest() {
+  RequestFailure failure;
+  return createRequest(failure);
+}
+
+template <class Req, class Rep>
+DDSPtr<Req> DDSRequestReplyNode<Req, Rep>::createRequest(RequestFailure& failure) {
+  const auto fail = [&failure](RequestFailure why, const auto&... text) {
+    (logError() << signature(("class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> ").c_str(),
+                             "createRequest(void)")
+                << ... << text);
+    failure = why;
+    return DDSPtr<Req>();
+  };
+  if (!clientSide()) return fail(RequestFailure::InvalidArgument, "Invalid function call for a replier.");
+  DDSPtr<Req> request(TypeOf<Req>::TypeSupport::create_data());
+  if (!request || !request->changeguid.copy(guid_)) {
+    return fail(RequestFailure::Refused, "Failed to create change request sample");
+  }
+  const std::optional<unsigned short> number = pendingTickets_.nextNumber();
+  if (!number) {
+    return fail(RequestFailure::TooManyPending, "All ", PendingTickets<Rep>::numbers,
+                " ticket numbers are pending. Call ", ticketCompletion_, " for each ticket that is done with.");
+  }
+  request->ticketId = *number;
+  failure = RequestFailure::None;
+  return request;
+}
+
+template <class Req, class Rep>
+typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::makeRequest(DDSPtr<Req>& request) {
+  RequestFailure failure;
+  return makeRequest(request, failure);
+}
+
+template <class Req, class Rep>
+typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::makeRequest(DDSPtr<Req>& request,
+                                                                                          RequestFailure& failure) {
+  Ticket ticket = send(request, failure);
+  ++(ticket ? counters_.requestsSent : counters_.requestsNotSent);
+  return ticket;
+}
+
+template <class Req, class Rep>
+typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::send(DDSPtr<Req>& request,
+                                                                                   RequestFailure& failure) {
+  const auto fail = [&failure](RequestFailure why, const char* text) {
+    logError() << signature(("class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class " +
+                             std::string(TypeOf<Rep>::name()) + "> > ")
+                                .c_str(),
+                            "makeRequest(class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> &)")
+               << text;
+    failure = why;
+    return Ticket();
+  };
+  if (!clientSide()) return fail(RequestFailure::InvalidArgument, "Invalid function call for a replier.");
+  if (!request) return fail(RequestFailure::InvalidArgument, " Request is invalid");
+  if (calculateMatchCount() <= 0) {
+    return fail(RequestFailure::NobodyThere, " No current connection to send the request.");
+  }
+  Ticket ticket(new (std::nothrow) RequestReplyTicket<Rep>(request->ticketId));
+  // Pending before it is sent: the reply may come before the write returns.
+  if (!ticket || !ticket->reply.get() || !keepTicket(ticket, *request)) {
+    return fail(RequestFailure::Refused, " Failed to create the ticket");
+  }
+  const DDS_ReturnCode_t code = requestNode_.tryWriteSample(request.get());
+  if (code != DDS_RETCODE_OK) {
+    pendingTickets_.remove(ticket);
+    return fail(detail::failureOf(code), " Failed to write sample");
+  }
+  failure = RequestFailure::None;
+  return ticket;
+}
+
+/// Makes `ticket` pending; false when memory is short.
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::keepTicket(const Ticket& ticket, const Req& request) {
+  const auto where = [] {
+    return signature("bool ",
+                     "keepTicket(const class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class " +
+                         std::string(TypeOf<Rep>::name()) + "> > &,const class " + TypeOf<Req>::name() + " &)");
+  };
+  Ticket evicted;
+  if (!pendingTickets_.append(ticket, maxPendingTickets_, evicted)) return false;
+  recentUnits_.remember(guid_, request.ticketId, detail::unitOf(request));
+  if (evicted) {
+    ++counters_.ticketsEvicted;
+    logDebug() << where() << "Evicted ticket " << evicted->ticketId << " for unit "
+               << recentUnits_.find(guid_, evicted->ticketId) << ", last answered by "
+               << requestPeerText(evicted->sampleInfo->publication_handle) << ": " << maxPendingTickets_
+               << " tickets are pending.";
+  }
+  if (pendingTickets_.size() >= detail::many_pending_tickets && !warnedOfPending_.exchange(true)) {
+    logWarning() << where() << detail::many_pending_tickets << " tickets of topic " << requestNode_.topicName()
+                 << " are pending. Call " << ticketCompletion_
+                 << " for each ticket that is done with: it keeps its number and its memory until then.";
+  }
+  return true;
+}
+
+template <class Req, class Rep>
+int DDSRequestReplyNode<Req, Rep>::calculateMatchCount() {
+  if (!clientSide()) {
+    logWarning() << signature("int ", "calculateMatchCount(void)")
+                 << "Server called matchCount() which is not valid for the server side.";
+    return -1;
+  }
+  return std::min<int>(requestWriterListener_.count, replyReaderListener_.count);
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
+  const auto where = [] { return signature("bool ", "waitForMatch(int)"); };
+  if (!clientSide()) {
+    logWarning() << where() << "Server called waitForMatch() which is not valid for the server side.";
+    return false;
+  }
+  while (calculateMatchCount() == 0) {
+    TessivarThread::sleep(detail::match_poll_milliseconds);
+    if (timeoutMs == -1) continue;
+    timeoutMs -= detail::match_poll_milliseconds;
+    if (timeoutMs <= 0) {
+      logInfo() << where() << " timed out waiting for reader/writers to match.";
+      return false;
+    }
+  }
+  return true;
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::notifyMatchCount() {
+  const int count = calculateMatchCount();
+  clientListeners_.notify([] { return signature("void ", "notifyMatchCount(void)"); },
+                          [count](auto& listener) { listener.matchCountChanged(count); });
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::dispatch(const Rep& reply, const DDS_SampleInfo& info) {
+  if (!clientSide()) return;
+  const auto where = [] {
+    return signature("void ",
+                     "dispatch(const class " + std::string(TypeOf<Rep>::name()) + " &,const struct DDS_SampleInfo &)");
+  };
+  ++counters_.repliesReceived;
+  const Ticket ticket = pendingTickets_.find(reply.ticketId);
+  if (!ticket) {
+    ++counters_.repliesWithoutTicket;
+    logDebug() << where() << "Dropped a reply to ticket " << reply.ticketId << " for unit "
+               << recentUnits_.find(guid_, reply.ticketId) << " from " << requestPeerText(info.publication_handle)
+               << ": the ticket is not pending.";
+    return;
+  }
+  DDSPtr<Rep> copy(TypeOf<Rep>::TypeSupport::create_data());
+  if (!copy || TypeOf<Rep>::TypeSupport::copy_data(copy.get(), &reply) != DDS_RETCODE_OK) {
+    logError() << where() << " Failed to copy the reply of ticket " << reply.ticketId;
+    return;
+  }
+  ticket->complete(std::move(copy), info);
+  clientListeners_.notify(where, [&](auto& listener) { listener.ticketChanged(reply.ticketId); });
+}
+
+// --- the server side
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_SampleInfo& info) {
+  if (!serverSide()) return;
+  if (role_ == RequestReplyRole::Both && ignoreOwnRequests_ && requestGuidsEqual(request.changeguid, guid_)) return;
+  ++counters_.requestsReceived;
+  if (expired(request, info)) return;
+  recentUnits_.remember(request.changeguid, request.ticketId, detail::unitOf(request));
+  Rep* reply = nullptr;
+  serverListener_.call([&](auto& listener) { reply = listener.processRequest(&request, info); });
+  if (reply) sendReply(reply, request);
+}
+
+/// True when the request is older than the lifespan of its topic.
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::expired(const Req& request, const DDS_SampleInfo& info) {
+  if (requestLifespan_ == tessivar::platform::never) return false;
+  const std::int64_t now = std::chrono::system_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+  const std::int64_t age = now - tessivar::platform::to_nanoseconds(info.source_timestamp);
+  if (age <= requestLifespan_) return false;
+  ++counters_.requestsExpired;
+  logDebug() << signature("bool ", "expired(const class " + std::string(TypeOf<Req>::name()) +
+                                       " &,const struct DDS_SampleInfo &)")
+             << "Dropped the request of ticket " << request.ticketId << " for unit " << detail::unitOf(request)
+             << " from " << requestGuidToText(request.changeguid) << ": it is " << age / 1000000
+             << " ms old and exceeds its lifespan.";
+  return true;
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
+  if (reply) {
+    reply->changeguid.copy(request.changeguid);
+    reply->ticketId = request.ticketId;
+  }
+  return sendReply(DDSPtr<Rep>(reply));
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
+  const DDS_ReturnCode_t code = replyNode_.tryWriteSample(reply.get());
+  if (code != DDS_RETCODE_OK) {
+    ++counters_.repliesNotSent;
+    if (!reply) return false;
+    logDebug() << signature("bool ", "sendReply(const class TessivarDDS::DDSPtr<class " +
+                                         std::string(TypeOf<Rep>::name()) + "> &)")
+               << "Could not send the reply to ticket " << reply->ticketId << " for unit "
+               << recentUnits_.find(reply->changeguid, reply->ticketId) << " to "
+               << requestGuidToText(reply->changeguid) << ": return code " << code << '.';
+    return false;
+  }
+  ++counters_.repliesSent;
+  // Each client that ever asked is an instance of the reply writer, which would keep its replies for good.
+  const std::string forgotten = recentClients_.answered(requestGuidToText(reply->changeguid));
+  if (forgotten.empty()) return true;
+  ++counters_.clientsForgotten;
+  logDebug() << signature("bool ", "sendReply(const class TessivarDDS::DDSPtr<class " +
+                                       std::string(TypeOf<Rep>::name()) + "> &)")
+             << "Replies to " << forgotten << " are no longer kept: " << detail::remembered_clients
+             << " other clients were answered since, the last with ticket " << reply->ticketId << " for unit "
+             << recentUnits_.find(reply->changeguid, reply->ticketId) << '.';
+  const DDSPtr<Rep> key(TypeOf<Rep>::TypeSupport::create_data());
+  if (key && requestGuidFromText(forgotten, key->changeguid)) {
+    replyNode_.dataWriter()->unregister_instance(*key, DDS_HANDLE_NIL);
+  }
+  return true;
+}
+
+}  // namespace TessivarDDS
