@@ -1,85 +1,104 @@
 #include "tessivar/platform/log.h"
 
 #include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
+#include <limits>
 #include <string>
 
 namespace tessivar::platform {
 
 namespace {
 
-void to_standard_error(LogLevel, std::string_view line, void*) {
-  std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
-}
+constexpr int nothing = 0;
+constexpr int everything = 15;
 
-struct Output {
-  std::mutex mutex;  // held while the sink runs: once a sink is replaced it is not called any more
-  LogSink sink = to_standard_error;
-  void* context = nullptr;
-};
+// A chosen threshold is any int; these are none.
+constexpr std::int64_t not_read = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t not_chosen = not_read + 1;
 
-/// Never destroyed: the engine's threads may log while the process ends.
-Output& output() {
-  static Output& instance = *new Output;
-  return instance;
-}
+// Constant-initialised and trivially destroyed: other static objects log before and after main().
+constinit std::atomic<std::int64_t> chosen_threshold = not_read;
+constinit std::atomic<int> default_threshold = everything;
+constinit std::atomic<bool> wrong_environment = false;
+constinit std::atomic<LogSink> installed_sink = nullptr;
+
+constexpr const char* variable = "TESSIVAR_LOG";
 
 constexpr struct {
   std::string_view name;
-  unsigned mask;
-} verbosities[] = {{"none", 0}, {"error", 1}, {"warning", 3}, {"info", 7}, {"debug", 15}};
+  LogLevel level;
+} levels[] = {
+    {"error", LogLevel::error}, {"warning", LogLevel::warning}, {"info", LogLevel::info}, {"debug", LogLevel::debug}};
 
-unsigned initial_verbosity() {
-  const char* value = std::getenv("TESSIVAR_PLATFORM_LOG");
-  for (const auto& verbosity : verbosities) {
-    if (value && verbosity.name == value) return verbosity.mask;
+std::int64_t read_environment() {
+  const char* value = std::getenv(variable);
+  std::int64_t threshold = not_chosen;
+  for (const auto& level : levels) {
+    if (value && level.name == value) threshold = static_cast<int>(level.level);
   }
-  if (value) {
-    std::fprintf(stderr, "TESSIVAR_PLATFORM_LOG: \"%s\" is none of none, error, warning, info, debug\n", value);
-  }
-  return 3;
+  std::int64_t before = not_read;
+  if (!chosen_threshold.compare_exchange_strong(before, threshold)) return before;
+  wrong_environment = value && *value && threshold == not_chosen;
+  return threshold;
 }
 
-std::atomic<unsigned>& verbosity_mask() {
-  static std::atomic<unsigned> mask = initial_verbosity();
-  return mask;
+std::int64_t chosen() {
+  const std::int64_t threshold = chosen_threshold.load(std::memory_order_relaxed);
+  return threshold == not_read ? read_environment() : threshold;
 }
 
 }  // namespace
 
-void set_log_verbosity(unsigned mask) {
-  verbosity_mask() = mask;
+int log_threshold() {
+  const std::int64_t threshold = chosen();
+  return threshold == not_chosen ? default_threshold.load(std::memory_order_relaxed) : static_cast<int>(threshold);
 }
 
-unsigned log_verbosity() {
-  return verbosity_mask();
+void set_log_threshold(int threshold) {
+  chosen();
+  report_wrong_environment();
+  chosen_threshold = threshold;
 }
 
-void set_log_sink(LogSink sink, void* context) {
-  Output& out = output();
-  const std::lock_guard lock(out.mutex);
-  out.sink = sink ? sink : to_standard_error;
-  out.context = sink ? context : nullptr;
+void set_default_log_threshold(int threshold) {
+  default_threshold = threshold;
+}
+
+bool passes(int level, int threshold) {
+  return threshold != nothing && (threshold == everything || level >= threshold);
+}
+
+bool is_logged(LogLevel level) {
+  const bool by_default = chosen() == not_chosen;
+  return passes(static_cast<int>(level), by_default ? static_cast<int>(LogLevel::warning) : log_threshold());
+}
+
+void report_wrong_environment() {
+  if (!wrong_environment.exchange(false)) return;
+  const char* value = std::getenv(variable);
+  log(LogLevel::warning, variable,
+      std::string("\"") + (value ? value : "") + "\" is not a level: set error, warning, info or debug");
+}
+
+void set_log_sink(LogSink sink) {
+  installed_sink = sink;
 }
 
 void log(LogLevel level, std::string_view context, std::string_view text) {
-  if (!(log_verbosity() & static_cast<unsigned>(level))) return;
-  thread_local bool delivering = false;  // what a sink itself causes is dropped: it would lock twice
-  if (delivering) return;
-  delivering = true;
   try {
+    if (!is_logged(level)) return;
     std::string line;
     line.reserve(context.size() + 2 + text.size());
     line.append(context).append(": ").append(text);
-    Output& out = output();
-    const std::lock_guard lock(out.mutex);
-    out.sink(level, line, out.context);
+    if (const LogSink sink = installed_sink)
+      sink(level, line.c_str());
+    else
+      std::fprintf(stderr, "%s\n", line.c_str());
   } catch (...) {
-    // No memory for the line, or a sink that throws: there is nowhere left to report to.
+    // No memory for the line: the program goes on without it.
   }
-  delivering = false;
 }
 
 }  // namespace tessivar::platform

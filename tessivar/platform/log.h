@@ -1,26 +1,36 @@
-// The platform's own messages: errors of sequences, typed readers and writers, entities, profiles and the engine.
+// The log of the whole library: one scale, one threshold and one sink.
 //
-// One line each: "context: text". They go to the sink, by default to standard error, when their level is within the
-// verbosity. Thread-safe.
+// The platform, the types and the engine report through log(). The framework installs its Logger as the sink and uses
+// the same threshold for its own messages. Thread-safe, from before main() until after it; nothing throws.
 #pragma once
-
-#include "tessivar/platform/base.h"
 
 #include <string_view>
 
 namespace tessivar::platform {
 
-enum class LogLevel { error = 1, warning = 2, info = 4, debug = 8 };
+/// The scale, as in the framework's LogLevel.
+enum class LogLevel { debug = 1, info = 2, warning = 4, error = 8 };
 
-/// Bits of LogLevel; initially errors and warnings, or what the environment variable "TESSIVAR_PLATFORM_LOG" says
-/// ("none", "error", "warning", "info", "debug").
-TESSIVAR_API void set_log_verbosity(unsigned mask);
-TESSIVAR_API unsigned log_verbosity();
+/// The least level that is logged; 0: nothing, 15: everything. The value that set_log_threshold() chose; else that of
+/// the environment variable "TESSIVAR_LOG" (error, warning, info, debug); else the default of the framework's messages,
+/// initially 15.
+int log_threshold();
+void set_log_threshold(int threshold);
+/// For as long as nobody has chosen another.
+void set_default_log_threshold(int threshold);
+/// Logs a warning if the variable has an unknown value; once in a process. For when somebody reads the log.
+void report_wrong_environment();
+/// Returns true if a message of that level passes that threshold.
+bool passes(int level, int threshold);
+/// Returns true if log() would log a line of that level: one that passes the chosen threshold, or one from warnings on
+/// while nobody has chosen any. A caller with a costly text asks first.
+bool is_logged(LogLevel level);
 
-/// Where the lines go; null restores standard error. Called with the whole line, without end of line, by any thread.
-typedef void (*LogSink)(LogLevel level, std::string_view line, void* context);
-TESSIVAR_API void set_log_sink(LogSink sink, void* context);
+/// Called with each whole line, "context: text" without end of line, by any thread; no lock of the log is held. Null
+/// (initially): standard error.
+typedef void (*LogSink)(LogLevel level, const char* line);
+void set_log_sink(LogSink sink);
 
-TESSIVAR_API void log(LogLevel level, std::string_view context, std::string_view text);
+void log(LogLevel level, std::string_view context, std::string_view text);
 
 }  // namespace tessivar::platform

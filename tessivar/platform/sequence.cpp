@@ -27,7 +27,7 @@ bool sequence_error(const char* type, const char* operation, const char* format,
 }
 
 void sequence_debug(const char* type, const char* operation, const char* format, ...) {
-  if (!(log_verbosity() & static_cast<unsigned>(LogLevel::debug))) return;
+  if (!is_logged(LogLevel::debug)) return;
   std::va_list args;
   va_start(args, format);
   write_line(LogLevel::debug, type, operation, format, args);

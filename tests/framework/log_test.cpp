@@ -1,9 +1,19 @@
-#include "tessivar/framework/log/logger.h"
+#include "tessivar/platform/log.h"
 
+#include "tessivar/framework/domain/dds_domain.h"
+#include "tessivar/framework/log/readable_logger.h"
+#include "tests/support/log_lines.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <future>
+#include <iterator>
+#include <regex>
 #include <stdexcept>
 #include <thread>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -70,6 +80,75 @@ TEST_F(FrameworkLog, keeps_a_logger_that_is_replaced_as_long_as_it_is_busy) {
   other.join();
   EXPECT_EQ(old, (Messages{{8, "for the old one"}}));
   EXPECT_EQ(messages, (Messages{{8, "for the new one"}}));
+}
+
+/// What the library does once, in a process of its own: `first` is what its TESSIVAR_LOG says.
+void logsWith(const char* first, const char* expected, int threshold = -1) {
+  first ? setenv("TESSIVAR_LOG", first, 1) : unsetenv("TESSIVAR_LOG");
+  const auto run = [&] {
+    if (threshold >= 0) setLogThreshold(threshold);
+    ReadableLogger::install();
+    for (const int level : {1, 2, 4, 8}) {
+      LogRecord(level) << "void __cdecl TessivarDDS::TessivarNode::f(class X<int (int)>) constOwn " << level << '\n';
+      tessivar::platform::log(static_cast<tessivar::platform::LogLevel>(level), "engine", "its");
+    }
+    _exit(0);
+  };
+  EXPECT_EXIT(run(), testing::ExitedWithCode(0), expected) << (first ? first : "(unset)");
+  unsetenv("TESSIVAR_LOG");
+}
+
+TEST(ReadableLog, shows_what_the_environment_or_the_application_chooses) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";  // a new process, which reads the environment
+  const std::string t = "20..-..-.. ..:..:..[.]... ";
+  const std::string debug = t + "debug control: Own 1 \n" + t + "debug engine: its\n";
+  const std::string info = t + "info control: Own 2 \n" + t + "info engine: its\n";
+  const std::string error = t + "error control: Own 8 \n" + t + "error engine: its\n";
+  const std::string warnings = t + "warning control: Own 4 \n" + t + "warning engine: its\n" + error;
+  const std::string wrong = t + "warning platform: TESSIVAR_LOG: \"loud\" is not a level: set error, [a-z, ]*\n";
+  logsWith(nullptr, ("^" + warnings + "$").c_str());
+  logsWith("debug", ( debug + info + warnings + "$").c_str());
+  logsWith("error", ("^" + error + "$").c_str());
+  logsWith("loud", ("^" + wrong + warnings + "$").c_str());
+  logsWith("error", ("^" + info + warnings + "$").c_str(), 2);
+}
+
+TEST(ReadableLog, knows_the_room_of_each_class_that_logs) {
+  const std::regex signature("__cdecl (TessivarDDS::[A-Za-z]+)");
+  for (const std::string room : {"framework", "control", "routing"}) {
+    for (const auto& file : std::filesystem::recursive_directory_iterator(TESSIVAR_SOURCE_DIR "/tessivar/" + room)) {
+      if (file.is_directory() || file.path().filename().string().starts_with("readable_logger")) continue;
+      std::ifstream stream(file.path());
+      const std::string text(std::istreambuf_iterator<char>(stream), {});
+      for (std::sregex_iterator found(text.begin(), text.end(), signature), end; found != end; ++found)
+        EXPECT_EQ(ReadableLogger::format(LogError, found->str() + "::f(void)x"), "error " + room + ": x")
+            << found->str();
+    }
+  }
+}
+
+TEST(LogCauses, reach_the_logger_and_nothing_goes_to_standard_error) {
+  using testing::ElementsAre, testing::AllOf, testing::HasSubstr, testing::_;
+  const std::string file = testing::TempDir() + "log_test.xml";
+  std::ofstream(file) << "<dds>\n<qos_library name='l'>\n<qos_profil/>\n</qos_library>\n</dds>\n";
+  testing::internal::CaptureStderr();
+  tessivar_test::LogLines log;
+  DDSDomain domain;
+  EXPECT_FALSE(domain.createDomainParticipant(3, {"/nowhere.xml"}, "l", "p"));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("/nowhere.xml"), HasSubstr("Failed to load participant Qos")));
+  EXPECT_FALSE(domain.createDomainParticipant(3, {file}, "l", "p"));
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("log_test.xml:3"), HasSubstr("qos_profil")), _));
+  DDSDomainParticipantFactory::get_instance()->set_qos(DDS_DomainParticipantFactoryQos());
+  domain.setAllowedInterfaces({"none0"});
+  domain.addPeerAddress("a.invalid");
+  EXPECT_FALSE(domain.createDomainParticipant(3));
+  EXPECT_THAT(log.lines(), testing::Contains(HasSubstr("lo (127.0.0.1)")));
+  domain.setAllowedInterfaces({"lo"});
+  EXPECT_TRUE(domain.createDomainParticipant(3));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("peer \"a.invalid\" cannot be resolved")));
+  EXPECT_FALSE(domain.addPeerAddress("b.invalid"));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("add_peer: peer \"b.invalid\" cannot be used"), _));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 }  // namespace

@@ -1,39 +1,25 @@
-// The lines that the platform logs meanwhile.
+// The warnings and errors that are logged meanwhile.
 #pragma once
 
-#include "tessivar/platform/log.h"
+#include "tests/support/log_recorder.h"
 
-#include <mutex>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace tessivar_test {
 
+/// As LogRecorder, but the texts alone.
 class LogLines {
  public:
-  LogLines() {
-    tessivar::platform::set_log_sink(
-        [](tessivar::platform::LogLevel, std::string_view line, void* context) {
-          auto* self = static_cast<LogLines*>(context);
-          const std::lock_guard lock(self->mutex_);
-          self->lines_.emplace_back(line);
-        },
-        this);
-  }
-  ~LogLines() { tessivar::platform::set_log_sink(nullptr, nullptr); }
-  LogLines(const LogLines&) = delete;
-  LogLines& operator=(const LogLines&) = delete;
   /// Those since the last call.
   std::vector<std::string> lines() {
-    const std::lock_guard lock(mutex_);
-    return std::exchange(lines_, {});
+    std::vector<std::string> texts = recorder_.lines();
+    for (std::string& text : texts) text.erase(0, text.find(' ') + 1);
+    return texts;
   }
 
  private:
-  std::mutex mutex_;  // any thread may log
-  std::vector<std::string> lines_;
+  tessivar::testing::LogRecorder recorder_;
 };
 
 }  // namespace tessivar_test

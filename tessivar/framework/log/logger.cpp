@@ -1,8 +1,9 @@
 #include "tessivar/framework/log/logger.h"
 
 #include "tessivar/framework/log/default_logger.h"
+#include "tessivar/framework/log/readable_logger.h"
+#include "tessivar/platform/log.h"
 
-#include <atomic>
 #include <locale>
 #include <memory>
 #include <mutex>
@@ -12,18 +13,16 @@ namespace TessivarDDS {
 
 namespace {
 
-constinit std::atomic<int> threshold = 15;
-
-/// The logger in use, which whoever delivers a message shares for that time: one that is replaced meanwhile is deleted
-/// by the last of them. Made at the first use, at the latest as the library is loaded; never taken down, as threads and
-/// destructors of static objects may still log while the process ends.
+/// The logger in use. Each delivery shares it, so that a logger that is replaced meanwhile is deleted after its last
+/// delivery. Made at the first use, at the latest when the library is loaded; never deleted, as threads and destructors
+/// of static objects may still log while the process ends.
 class Installed {
  public:
   std::shared_ptr<Logger> get() {
     const std::lock_guard lock(mutex_);
     return logger_;
   }
-  /// The one that was installed before.
+  /// Returns the previous logger.
   std::shared_ptr<Logger> replace(Logger* logger) {
     const std::lock_guard lock(mutex_);
     if (logger == logger_.get()) return logger_;
@@ -40,32 +39,49 @@ Installed& installed() {
   return only;
 }
 
-[[maybe_unused]] const Installed& installedAtLoad = installed();
-
-bool isLive(int level) noexcept {
-  const int least = threshold.load(std::memory_order_relaxed);
-  return least != 0 && (least == 15 || level >= least);
+void deliver(int level, const std::string& text) noexcept {
+  thread_local bool delivering = false;  // a logger must not be entered by what it causes itself
+  if (delivering) return;
+  try {
+    tessivar::platform::report_wrong_environment();
+    delivering = true;
+    installed().get()->log(level, text);
+  } catch (...) {
+    // A logger that fails has nowhere to report to; the operation that logs must not fail with it.
+  }
+  delivering = false;
 }
+
+/// From the time the library is loaded, what the platform and the engine report goes to the logger as well.
+[[maybe_unused]] const bool connected = [] {
+  installed();
+  tessivar::platform::set_log_sink(
+      [](tessivar::platform::LogLevel level, const char* line) { deliver(static_cast<int>(level), line); });
+  return true;
+}();
 
 }  // namespace
 
 Logger::~Logger() = default;
 
 void setLogger(Logger* logger) {
+  const bool readable = dynamic_cast<ReadableLogger*>(logger) != nullptr;
+  tessivar::platform::set_default_log_threshold(readable ? LogWarning : 15);
   // Deleted here, after it was replaced: what its destructor causes to be logged does not come back to it.
   const std::shared_ptr<Logger> before = installed().replace(logger ? logger : new DefaultLogger);
+  tessivar::platform::report_wrong_environment();
 }
 
 void setLogThreshold(int value) {
-  threshold = value;
+  tessivar::platform::set_log_threshold(value);
 }
 
 int logThreshold() {
-  return threshold;
+  return tessivar::platform::log_threshold();
 }
 
 LogRecord::LogRecord(int level) noexcept : level_(level) {
-  if (!isLive(level)) return;
+  if (!tessivar::platform::passes(level, logThreshold())) return;
   try {
     stream_ = std::make_unique<std::ostringstream>();
     // Decimals are plain whatever locale the application has set.
@@ -76,15 +92,12 @@ LogRecord::LogRecord(int level) noexcept : level_(level) {
 }
 
 LogRecord::~LogRecord() {
-  thread_local bool delivering = false;  // a logger must not be entered by what it causes itself
-  if (!stream_ || delivering) return;
-  delivering = true;
+  if (!stream_) return;
   try {
-    installed().get()->log(level_, stream_->str());
+    deliver(level_, stream_->str());
   } catch (...) {
-    // A logger that fails has nowhere to report to; the operation that logs must not fail with it.
+    // No memory for the text: the message is lost, the program goes on.
   }
-  delivering = false;
 }
 
 }  // namespace TessivarDDS

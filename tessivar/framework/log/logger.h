@@ -1,7 +1,10 @@
 // The library's messages: where they go, and how the library's own classes compose them.
 //
-// One logger serves the whole process. A message is the full signature of the function that reports, immediately
-// followed by the text: `logError() << "void __cdecl TessivarDDS::X::y(void)" << " Failed. Error code: " << code;`.
+// One logger serves the whole process and gets everything: messages of the library, and the reasons that the DDS
+// platform and the engine give (a mistake in a QoS file with its line, interfaces that do not exist, an unknown peer).
+// A message of the library is the full signature of the function that reports, immediately followed by the text:
+// `logError() << "void __cdecl TessivarDDS::X::y(void)" << " Failed. Error code: " << code;`. A message of the platform
+// is "DDSDataWriter::enable: text", a message of the engine "engine: text".
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -38,7 +41,10 @@ class TESSIVAR_API Logger {
 /// thread; one that is delivering a message right now ends that with the old logger, which is deleted then.
 TESSIVAR_API void setLogger(Logger* logger);
 
-/// Which messages are composed at all: 0 none, 15 (initially) all, otherwise those of at least this level. Any thread.
+/// Which messages are composed at all: 0 none, 15 all, otherwise those of at least this level. Until this is called, the
+/// environment variable "TESSIVAR_LOG" (error, warning, info or debug) decides. Without it these are composed: of the
+/// platform and the engine those of at least LogWarning, of the library all (with a ReadableLogger, LogWarning too).
+/// Any thread.
 TESSIVAR_API void setLogThreshold(int threshold);
 TESSIVAR_API int logThreshold();
 

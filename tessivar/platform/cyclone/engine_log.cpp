@@ -61,14 +61,14 @@ EngineLogCapture::EngineLogCapture() : lines_(new Lines), outer_(innermost) {
 EngineLogCapture::~EngineLogCapture() {
   innermost = outer_;
   for (const Lines::Line& line : lines_->lines)
-    if (!lines_->reported || line.level > LogLevel::warning) log(line.level, context, line.text);
+    if (!lines_->reported || line.level < LogLevel::warning) log(line.level, context, line.text);
   delete lines_;
 }
 
 std::string EngineLogCapture::text() const {
   std::string result;
   for (const Lines::Line& line : lines_->lines)
-    if (line.level <= LogLevel::warning) result += "; " + line.text;
+    if (line.level >= LogLevel::warning) result += "; " + line.text;
   lines_->reported = true;
   return result;
 }
