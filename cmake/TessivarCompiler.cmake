@@ -1,4 +1,5 @@
-# Language, warnings, sanitizers and the compiler cache, for everything that is built here.
+# Language, warnings, sanitizers and the compiler cache of this project's targets. Each of them links tessivar_flags;
+# nothing here reaches the targets of a project that contains this one.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -10,38 +11,44 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+# A project that contains this one chooses its build type itself.
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
 endif()
 
 add_library(tessivar_flags INTERFACE)
-target_compile_options(tessivar_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow
-  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<BOOL:${TESSIVAR_WERROR}>:-Werror>)
-
 # The library's own calls of its exported functions need no detour through the symbol table.
-add_compile_options(-fno-semantic-interposition)
-
+target_compile_options(tessivar_flags INTERFACE -fno-semantic-interposition)
 if(TESSIVAR_SANITIZE)
-  add_compile_options(-fsanitize=${TESSIVAR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
-  add_link_options(-fsanitize=${TESSIVAR_SANITIZE})
-  add_compile_definitions(TESSIVAR_SANITIZED)  # one name for what each compiler calls in its own way
+  target_compile_options(tessivar_flags INTERFACE
+    -fsanitize=${TESSIVAR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(tessivar_flags INTERFACE -fsanitize=${TESSIVAR_SANITIZE})
+  target_compile_definitions(tessivar_flags INTERFACE TESSIVAR_SANITIZED)  # one name for what each compiler calls its own way
 endif()
 if(TESSIVAR_COVERAGE)
-  add_compile_options(--coverage -fprofile-update=atomic)
-  add_link_options(--coverage)
+  target_compile_options(tessivar_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(tessivar_flags INTERFACE --coverage)
 endif()
 
-if(TESSIVAR_CCACHE)
-  find_program(TESSIVAR_CCACHE_PROGRAM ccache)
-  if(TESSIVAR_CCACHE_PROGRAM)
-    # Two clones share results (base_dir, no hash_dir); precompiled headers need the sloppiness and, with Clang, no
-    # timestamp in them.
-    set(launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
-      CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${TESSIVAR_CCACHE_PROGRAM})
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
-    set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
-    if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-      add_compile_options("SHELL:$<$<COMPILE_LANGUAGE:CXX>:-Xclang -fno-pch-timestamp>")
-    endif()
+# Decided once for a build directory: ccache that is installed later would change all commands, and so compile all again.
+if(TESSIVAR_CCACHE AND NOT DEFINED CACHE{TESSIVAR_CCACHE_PROGRAM})
+  find_program(ccache ccache NO_CACHE)
+  if(NOT ccache)
+    set(ccache "")
+  endif()
+  set(TESSIVAR_CCACHE_PROGRAM "${ccache}" CACHE FILEPATH "ccache, or empty to compile without it")
+endif()
+if(TESSIVAR_CCACHE AND TESSIVAR_CCACHE_PROGRAM)
+  # Two clones share results (base_dir, no hash_dir); precompiled headers need the sloppiness and, with Clang, no
+  # timestamp in them.
+  set(launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${TESSIVAR_CCACHE_PROGRAM})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+  set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    target_compile_options(tessivar_flags INTERFACE "SHELL:$<$<COMPILE_LANGUAGE:CXX>:-Xclang -fno-pch-timestamp>")
   endif()
 endif()
+
+target_compile_options(tessivar_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<BOOL:${TESSIVAR_WERROR}>:-Werror>)

@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# configure_test.sh SOURCE_DIR CXX: what the build's options and its surroundings may change, and what not.
+set -euo pipefail
+
+source=$1
+export CXX=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+path=$PATH
+
+fail() {
+  printf 'configure_test: %s\n' "$@"
+  exit 1
+}
+configure() { # configure BUILD ARGUMENT...
+  env PATH="$path" cmake -G Ninja -B "$work/$1" "${@:2}" >"$work/log" 2>&1 || fail "cmake ${*:2}" "$(cat "$work/log")"
+}
+
+# A ccache that appears after the first configuration changes no command.
+mkdir "$work/with" "$work/without"
+for tool in /usr/bin/* "$(command -v "$CXX")"; do
+  [ "${tool##*/}" = ccache ] || ln -sf "$tool" "$work/without/"
+done
+path=$work/without
+configure once -S "$source" -DTESSIVAR_BUILD_TESTS=ON -DTESSIVAR_BUILD_EXAMPLES=OFF
+cp "$work/once/compile_commands.json" "$work/before"
+ln -s "$(command -v true)" "$work/with/ccache"
+path=$work/with:$PATH
+configure once
+cmp "$work/before" "$work/once/compile_commands.json" || fail "ccache that appeared later changes the commands"
+
+# As a part of another project it leaves that project's build type and flags alone.
+mkdir "$work/parent"
+cat >"$work/parent/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.22)
+project(parent LANGUAGES C CXX)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+add_subdirectory($source tessivardds)
+if(CMAKE_BUILD_TYPE)
+  message(FATAL_ERROR "the build type became \${CMAKE_BUILD_TYPE}")
+endif()
+file(WRITE \${CMAKE_BINARY_DIR}/main.cpp "int main() {}")
+add_executable(parent \${CMAKE_BINARY_DIR}/main.cpp)
+END
+configure part -S "$work/parent"
+command=$(grep -F '"command"' "$work/part/compile_commands.json" | grep -F 'parent.dir/main.cpp')
+[ "$(sed 's/ -o .*//; s/.*command": "[^ ]* *//' <<<"$command")" = "" ] || fail "the parent's own file gets: $command"
