@@ -107,7 +107,7 @@ TEST(ReadableLog, shows_what_the_environment_or_the_application_chooses) {
   const std::string warnings = t + "warning control: Own 4 \n" + t + "warning engine: its\n" + error;
   const std::string wrong = t + "warning platform: TESSIVAR_LOG: \"loud\" is not a level: set error, [a-z, ]*\n";
   logsWith(nullptr, ("^" + warnings + "$").c_str());
-  logsWith("debug", ( debug + info + warnings + "$").c_str());
+  logsWith("debug", (debug + info + warnings + "$").c_str());
   logsWith("error", ("^" + error + "$").c_str());
   logsWith("loud", ("^" + wrong + warnings + "$").c_str());
   logsWith("error", ("^" + info + warnings + "$").c_str(), 2);

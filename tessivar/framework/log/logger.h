@@ -41,10 +41,10 @@ class TESSIVAR_API Logger {
 /// thread; one that is delivering a message right now ends that with the old logger, which is deleted then.
 TESSIVAR_API void setLogger(Logger* logger);
 
-/// Which messages are composed at all: 0 none, 15 all, otherwise those of at least this level. Until this is called, the
-/// environment variable "TESSIVAR_LOG" (error, warning, info or debug) decides. Without it these are composed: of the
-/// platform and the engine those of at least LogWarning, of the library all (with a ReadableLogger, LogWarning too).
-/// Any thread.
+/// Which messages are composed at all: 0 none, 15 all, otherwise those of at least this level. Until this is called,
+/// the environment variable "TESSIVAR_LOG" (error, warning, info or debug) decides. Without it these are composed: of
+/// the platform and the engine those of at least LogWarning, of the library all (with a ReadableLogger, LogWarning
+/// too). Any thread.
 TESSIVAR_API void setLogThreshold(int threshold);
 TESSIVAR_API int logThreshold();
 
