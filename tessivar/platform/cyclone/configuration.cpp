@@ -109,7 +109,12 @@ std::optional<std::string> engine_configuration(const EngineParticipantConfig& c
       "<HeartbeatInterval minsched=\"10 ms\">10 ms</HeartbeatInterval>" + element("NackDelay", "10 ms") +
       // Samples reach the caches on the receive threads, however the writer is configured: wait_for_historical_data
       // relies on it.
-      element("SynchronousDeliveryPriorityThreshold", INT32_MIN);
+      element("SynchronousDeliveryPriorityThreshold", INT32_MIN) +
+      // How many octets a KEEP_ALL writer may have sent without acknowledgment before a write blocks, and when it goes
+      // on. The engine's own figure begins at 30 kB, shrinks with every loss, and lets a writer go on when next to
+      // nothing is left: on a link with delay and loss requests then wait for seconds, although nothing is wrong.
+      element("Watermarks", "<WhcHigh>4 MB</WhcHigh><WhcHighInit>4 MB</WhcHighInit><WhcLow>1 MB</WhcLow>" +
+                                element("WhcAdaptive", "false"));
   return element("Domain", element("General", general) + element("Discovery", discovery) +
                                element("Internal", internal) +
                                // Otherwise the engine makes an empty file in the working directory.
