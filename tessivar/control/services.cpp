@@ -8,6 +8,7 @@ namespace TessivarDDS {
 namespace {
 
 constexpr const char* library = "tessivar_Library";
+constexpr const char* interests_profile = "tessivar_InterestQos";
 
 // A controller that hears nothing of a device for this long has lost it.
 constexpr int reply_liveliness_ms = 3000;
@@ -54,6 +55,15 @@ TessivarServices::~TessivarServices() {
   cleanUp();
 }
 
+void TessivarServices::setUseQosProfiles(bool use) {
+  if (unitNode_ || commandService_) {
+    logError() << "void __cdecl TessivarDDS::TessivarServices::setUseQosProfiles(bool)"
+               << " Cannot be changed after create.";
+    return;
+  }
+  useQosProfiles_ = use;
+}
+
 bool TessivarServices::create(bool isClient, const std::vector<std::string>& filterAddresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarServices::create(bool,const " TESSIVAR_SIGNATURE_STRINGS " &)";
@@ -73,7 +83,7 @@ bool TessivarServices::create(bool isClient, const std::vector<std::string>& fil
     failure = "Failed to create command service.";
   } else if (!createMetadataNode(filterAddresses)) {
     failure = "Failed to create the menu node.";
-  } else if (!createInterestsNode()) {
+  } else if (!createInterestsNode(filterAddresses)) {
     failure = "Failed to create interests node.";
   }
   if (failure) {
@@ -111,6 +121,7 @@ bool TessivarServices::createCommandService(const std::vector<std::string>& filt
       "bool __cdecl TessivarDDS::TessivarServices::createCommandService(const " TESSIVAR_SIGNATURE_STRINGS " &)";
   if (refuse_existing(signature, commandService_.get())) return false;
   commandService_ = std::make_unique<TessivarRequestReplyService>(isClient_);
+  commandService_->setUseQosProfiles(useQosProfiles_);
   commandService_->setLiveliness(reply_liveliness_ms);
   commandService_->setFilterAddresses(filterAddresses);
   commandService_->setAutoStartThread(false);  // its callbacks may use the other nodes
@@ -135,35 +146,43 @@ bool TessivarServices::createMetadataNode(const std::vector<std::string>& filter
   return qos.create(*metadataNode_, isClient_);
 }
 
-bool TessivarServices::createInterestsNode() {
-  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarServices::createInterestsNode(void)";
+bool TessivarServices::createInterestsNode(const std::vector<std::string>& filterAddresses) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarServices::createInterestsNode(const " TESSIVAR_SIGNATURE_STRINGS " &)";
   if (refuse_existing(signature, interestsNode_.get())) return false;
   interestsNode_ = std::make_unique<DDSFilteredNode<Tessivar::CommandInterest>>();
   auto& node = *interestsNode_;
   node.attachDomain(domain_);
   if (!node.registerTypeSupport()) return false;
   DDS_TopicQos qos;
-  if (node.participant()->get_default_topic_qos(qos) != DDS_RETCODE_OK) logError() << signature << "Error at location";
-  qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-  qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
-  qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
-  qos.history.depth = 1;
-  qos.liveliness.lease_duration = DDS_Duration_from_millis(interest_liveliness_ms);
+  if (useQosProfiles_) {
+    node.setQosProfile(library, interests_profile);
+    if (!node.profileTopicQos(qos)) return false;
+  } else {
+    if (node.participant()->get_default_topic_qos(qos) != DDS_RETCODE_OK)
+      logError() << signature << "Error at location";
+    qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+    qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
+    qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
+    qos.history.depth = 1;
+    qos.liveliness.lease_duration = DDS_Duration_from_millis(interest_liveliness_ms);
+  }
   if (!node.createTopic("Orvel.Tessivar.Interests", qos)) return false;
 
   if (isClient_) {
     // Clients that share an interest share its instance: one that leaves must not dispose of it for the others.
     DDS_DataWriterQos writer;
     if (!node.dataWriterQos(writer)) return false;
-    writer.writer_data_lifecycle.autodispose_unregistered_instances = DDS_BOOLEAN_FALSE;
+    if (!useQosProfiles_) writer.writer_data_lifecycle.autodispose_unregistered_instances = DDS_BOOLEAN_FALSE;
     return node.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, writer);
   }
   if (!node.createContentFilteredTopic(domain_->contentFilter(AddressContentFilter::name), AddressContentFilter::name,
-                                       AddressContentFilter::expression(node.typeName()))) {
+                                       AddressContentFilter::expression(node.typeName()), filterAddresses)) {
     logError() << signature << "Failed to create content filter topic on the address interests.";
     return false;
   }
-  return node.createDataReader();
+  DDS_DataReaderQos reader;
+  return node.dataReaderQos(reader) && node.createDataReader(nullptr, DDS_STATUS_MASK_NONE, reader);
 }
 
 bool TessivarServices::verifyUnitNode() const {

@@ -36,9 +36,14 @@ class TESSIVAR_API TessivarServices {
   /// service and call start(): no value and no request is then missed.
   void setAutoStartThread(bool start) { autoStartThread_ = start; }
 
-  /// Makes all nodes. `filterAddresses`: the texts of the units whose requests, values and metadata get through; none
-  /// means all. A second call takes everything down and builds it again. After a failure what was built stays until
-  /// cleanUp() or the next create().
+  /// Whether every topic, reader and writer gets its QoS from the profiles of "tessivar_Library" and "requestReplyLib",
+  /// where a file of the user may override them. Initially false: units and metadata use profiles, all others built-in
+  /// QoS. Before create(); later it is refused with one line.
+  void setUseQosProfiles(bool use);
+
+  /// Makes all nodes. `filterAddresses`: the texts of the units whose requests, interests, values and metadata get
+  /// through, from the first moment; none means all. A second call takes everything down and builds it again. After a
+  /// failure what was built stays until cleanUp() or the next create().
   bool create(bool isClient, const std::vector<std::string>& filterAddresses);
   /// Starts the thread of the command service, once everything is made.
   void start();
@@ -64,7 +69,7 @@ class TESSIVAR_API TessivarServices {
   bool createUnitNode();
   bool createCommandService(const std::vector<std::string>& filterAddresses);
   bool createMetadataNode(const std::vector<std::string>& filterAddresses);
-  bool createInterestsNode();
+  bool createInterestsNode(const std::vector<std::string>& filterAddresses = {});
 
  private:
   DDSDomain* domain_ = nullptr;
@@ -74,6 +79,7 @@ class TESSIVAR_API TessivarServices {
   std::unique_ptr<DDSFilteredNode<Tessivar::CommandInterest>> interestsNode_;
   bool isClient_ = true;
   bool autoStartThread_ = true;
+  bool useQosProfiles_ = false;
 };
 
 }  // namespace TessivarDDS

@@ -2,6 +2,7 @@
 
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
+#include "tests/support/profile_override.h"
 
 namespace TessivarDDS {
 namespace {
@@ -45,6 +46,29 @@ TEST_F(Services, GiveEachSideItsEndpointsAndAreBuiltAnewByASecondCreate) {
     has(commands.replyNode(), client, "Orvel.Tessivar.Commands.Reply");
   }
   EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("TessivarServices have already been created.")));
+}
+
+TEST_F(Services, GetAllTheirQosFromProfilesWhenToldSoBeforeCreate) {
+  typedef tessivar::testing::ProfileOverride Override;
+  const Override profiles({"tessivar_Library::tessivar_UnitQos", "tessivar_Library::tessivar_MetadataQos",
+                           "tessivar_Library::tessivar_InterestQos", "requestReplyLib::requestNodeQos",
+                           "requestReplyLib::replyNodeQos", "requestReplyLib::valueNodeQos"});
+  services_.attachDomain(&domain_);
+  services_.setUseQosProfiles(true);
+  for (const bool client : {false, true}) {
+    services_.cleanUp();
+    ASSERT_TRUE(services_.create(client, {}));
+    TessivarRequestReplyService& commands = *services_.commandService();
+    EXPECT_TRUE(Override::reaches(*services_.unitNode()));
+    EXPECT_TRUE(Override::reaches(*services_.metadataNode()));
+    EXPECT_TRUE(Override::reaches(*services_.interestsNode()));
+    EXPECT_TRUE(Override::reaches(commands.valueNode()));
+    EXPECT_TRUE(Override::reaches(commands.requestNode()));
+    EXPECT_TRUE(Override::reaches(commands.replyNode()));
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+  services_.setUseQosProfiles(false);
+  EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("setUseQosProfiles(bool) Cannot be changed after create.")));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tessivar/framework/requestreply/instances.h"
 #include "tessivar/framework/requestreply/request_guid.h"
 #include "tests/framework/support/samples.h"
+#include "tests/support/failing_engine.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
 
@@ -33,8 +34,12 @@ class Server : public RequestReplyServerListener<Request, Reply> {
 
 class Client : public RequestReplyClientListener<Tessivar::Command> {
  public:
-  void ticketChanged(unsigned short ticketId) override { events.add("ticket " + std::to_string(ticketId)); }
+  void ticketChanged(unsigned short ticketId) override {
+    during();
+    events.add("ticket " + std::to_string(ticketId));
+  }
   void valueChanged(const Tessivar::Command*) override {}
+  std::function<void()> during = [] {};
   Events events;
 };
 
@@ -116,6 +121,10 @@ TEST(RequestReplyAlone, refuses_what_it_is_not_ready_for) {
   Client clientListener;
   DDSDomain domain;
   DDSPtr<Request> request = client.createRequest(), none;
+  RequestFailure failure = RequestFailure::None;
+  EXPECT_TRUE(!client.makeRequest(none, failure) && failure == RequestFailure::InvalidArgument);
+  EXPECT_TRUE(!client.makeRequest(request, failure) && failure == RequestFailure::NobodyThere);
+  log.lines();
   const std::pair<std::function<bool()>, const char*> cases[] = {
       {[&] { return client.setListener(&serverListener), false; }, "to an instance running as a client"},
       {[&] { return server.attachListener(&clientListener), false; }, "to an instance running as a server"},
@@ -150,7 +159,8 @@ class RequestReply : public Test {
     EXPECT_TRUE(server.sendReply(sample));
   }
 
-  LogRecorder log;
+  LogRecorder log{LogDebug};
+  FailingEngine engine;
   LoopbackDomain here{domain_id}, there{domain_id};
   Server serving;
   Client listening;
@@ -175,26 +185,97 @@ TEST_F(RequestReply, lets_several_replies_fill_the_ticket_that_waits_for_them) {
   EXPECT_EQ(ticket->reply->result, Tessivar::COMPLETE);
   EXPECT_THAT(listening.events.take(2), ElementsAre("ticket 1", "ticket 1"));
   EXPECT_TRUE(client.removeTicket(ticket));
-  EXPECT_THAT(log.lines(), IsEmpty());
+  EXPECT_THAT(log.lines(), Each(StartsWith("1 ")));
 }
 
-TEST_F(RequestReply, keeps_the_latest_pending_tickets_apart) {
+TEST_F(RequestReply, counts_and_logs_everything_that_is_lost) {
   client.setMaxPendingTickets(2);
-  std::promise<void> go;
-  serving.answer = [gone = go.get_future().share()](const Request& request) {
-    gone.wait();
-    return reply(request.ticketId == 2 ? Tessivar::FAILED : Tessivar::COMPLETE);
-  };
+  serving.answer = [](const Request&) { return nullptr; };
   ASSERT_TRUE(start());
   std::vector<DDSPtr<Ticket>> tickets;
   for (int i = 0; i < 3; ++i) tickets.push_back(request());
-  EXPECT_EQ(client.pendingTickets(), 2u);
-  go.set_value();
+  EXPECT_EQ(client.findTicket(1), nullptr);
+  ASSERT_TRUE(eventually([&] { return serving.requests == 3; }));
+  log.lines();
+  send(client.guid(), 1, Tessivar::COMPLETE);
+  send(client.guid(), 2, Tessivar::FAILED);
+  send(client.guid(), 3, Tessivar::COMPLETE);
   ASSERT_TRUE(received(tickets[1]) && received(tickets[2]));
   EXPECT_EQ(tickets[1]->reply->result, Tessivar::FAILED);
-  EXPECT_EQ(tickets[2]->reply->result, Tessivar::COMPLETE);
   EXPECT_FALSE(tickets[0]->received);
-  EXPECT_EQ(client.findTicket(1), nullptr);
+  DDS_OctetSeq other;
+  for (int i = 0; i < 128; ++i) {
+    generateRequestGuid(other);
+    send(other, 1, Tessivar::COMPLETE);
+  }
+  server.cleanUp();
+  const DDSPtr<Reply> late(reply(Tessivar::COMPLETE));
+  late->changeguid.copy(client.guid());
+  late->ticketId = 2;
+  EXPECT_FALSE(server.sendReply(late));
+  const std::string self = requestGuidToText(client.guid());
+  EXPECT_THAT(log.lines(),
+              AllOf(Contains(ContainsRegex("^1 .*Dropped a reply to ticket 1 for unit u from [0-9a-f]{32}:")),
+                    Contains(ContainsRegex("^1 .*Replies to " + self + " are no longer kept: .* ticket 1 for unit ")),
+                    Contains(ContainsRegex("^1 .*not send the reply to ticket 2 for unit u to " + self + ": .* 4."))));
+  const RequestReplyCounts asked = client.counts(), served = server.counts();
+  const std::uint64_t client_counts[] = {asked.requestsSent, asked.repliesReceived, asked.repliesWithoutTicket,
+                                         asked.ticketsEvicted, asked.ticketsPending};
+  EXPECT_THAT(client_counts, ElementsAre(3, 3, 1, 1, 2));
+  const std::uint64_t server_counts[] = {served.requestsReceived, served.repliesSent, served.repliesNotSent,
+                                         served.clientsForgotten};
+  EXPECT_THAT(server_counts, ElementsAre(3, 131, 1, 1));
+}
+
+TEST_F(RequestReply, says_why_a_request_is_not_sent) {
+  ASSERT_TRUE(start());
+  const auto failure = [&](DDS_ReturnCode_t code, int discriminator) {
+    engine.fail_writes(code);
+    DDSPtr<Request> sample = client.createRequest(command("u", 1).get());
+    sample->newValue.value._d = static_cast<Tessivar::CommandType>(discriminator);
+    RequestFailure why = RequestFailure::None;
+    EXPECT_EQ(client.makeRequest(sample, why), nullptr);
+    return why;
+  };
+  EXPECT_EQ(failure(DDS_RETCODE_TIMEOUT, Tessivar::Int), RequestFailure::Congested);
+  EXPECT_EQ(failure(DDS_RETCODE_OUT_OF_RESOURCES, Tessivar::Int), RequestFailure::Refused);
+  EXPECT_EQ(failure(DDS_RETCODE_OK, 99), RequestFailure::NotEncodable);
+  EXPECT_EQ(client.counts().requestsNotSent, 3u);
+  EXPECT_EQ(client.pendingTickets(), 0u);
+  EXPECT_TRUE(received(request()));
+}
+
+TEST_F(RequestReply, never_gives_the_number_of_a_pending_ticket_again) {
+  std::atomic<bool> answering{false};
+  serving.answer = [&](const Request&) { return answering ? reply(Tessivar::COMPLETE) : nullptr; };
+  ASSERT_TRUE(start());
+  std::vector<DDSPtr<Ticket>> tickets;
+  while (tickets.size() < 65535) {
+    tickets.push_back(request());
+    ASSERT_TRUE(tickets.back()) << tickets.size();
+  }
+  RequestFailure failure = RequestFailure::None;
+  EXPECT_EQ(client.createRequest(failure), nullptr);
+  EXPECT_EQ(failure, RequestFailure::TooManyPending);
+  std::vector<std::string> lines = log.lines();
+  std::erase_if(lines, [](const std::string& line) { return line.starts_with("1 "); });
+  EXPECT_THAT(lines, ElementsAre(ContainsRegex("^4 .*1000 tickets of topic RR.Test.Requests .*Call removeTicket for"),
+                                 ContainsRegex("^8 .*All 65535 ticket numbers .*Call removeTicket for")));
+  answering = true;
+  EXPECT_TRUE(client.removeTicket(tickets[4711]));
+  const DDSPtr<Ticket> last = request();
+  EXPECT_TRUE(received(last));
+  EXPECT_EQ(last->ticketId, tickets[4711]->ticketId);
+}
+
+TEST_F(RequestReply, loses_no_reply_with_profiles_and_a_slow_listener) {
+  server.setUseQosProfiles(true);
+  client.setUseQosProfiles(true);
+  listening.during = [] { std::this_thread::sleep_for(std::chrono::microseconds(200)); };
+  ASSERT_TRUE(start());
+  std::vector<DDSPtr<Ticket>> tickets;
+  while (tickets.size() < 5000) tickets.push_back(request());
+  EXPECT_THAT(tickets, Each(Truly(received)));
 }
 
 TEST_F(RequestReply, runs_on_a_thread_that_is_lent) {

@@ -18,6 +18,8 @@ class FailingEngine final : public platform::Engine {
 
   /// Refuses the creation that comes after `others` from now on; negative: none.
   void fail_after(int others) { left_ = others; }
+  /// Refuses every write from now on with this code; OK: none.
+  void fail_writes(DDS_ReturnCode_t code) { write_result_ = code; }
   /// Whether it came to that since fail_after().
   bool failed() const { return left_ == -1; }
 
@@ -39,13 +41,38 @@ class FailingEngine final : public platform::Engine {
   }
 
  private:
+  struct Writer final : platform::EngineWriter {
+    explicit Writer(FailingEngine& its_engine) : engine(its_engine) {}
+    platform::EncodedSample* allocate(std::uint32_t size, bool key_only) override {
+      return real->allocate(size, key_only);
+    }
+    DDS_ReturnCode_t write(platform::SampleRef sample, platform::WriteKind kind, std::int64_t time) override {
+      const DDS_ReturnCode_t refusal = engine.write_result_;
+      return refusal == DDS_RETCODE_OK ? real->write(std::move(sample), kind, time) : refusal;
+    }
+    DDS_ReturnCode_t flush() override { return real->flush(); }
+    DDS_ReturnCode_t wait_for_acknowledgments(std::int64_t timeout) override {
+      return real->wait_for_acknowledgments(timeout);
+    }
+    DDS_ReturnCode_t assert_liveliness() override { return real->assert_liveliness(); }
+    DDS_InstanceHandle_t guid() const override { return real->guid(); }
+    std::vector<DDS_InstanceHandle_t> matched_subscriptions() override { return real->matched_subscriptions(); }
+
+    FailingEngine& engine;
+    std::unique_ptr<platform::EngineWriter> real;
+  };
+
   struct Participant final : platform::EngineParticipant {
     explicit Participant(FailingEngine& its_engine) : engine(its_engine) {}
     DDS_InstanceHandle_t guid() const override { return real->guid(); }
     int participant_index() const override { return real->participant_index(); }
     DDS_ReturnCode_t create_writer(const platform::EngineWriterConfig& config, platform::EngineWriterEvents* events,
                                    std::unique_ptr<platform::EngineWriter>& writer, std::string& error) override {
-      return engine.refuses(&error) ? DDS_RETCODE_OUT_OF_RESOURCES : real->create_writer(config, events, writer, error);
+      if (engine.refuses(&error)) return DDS_RETCODE_OUT_OF_RESOURCES;
+      auto made = std::make_unique<Writer>(engine);
+      const DDS_ReturnCode_t result = real->create_writer(config, events, made->real, error);
+      if (result == DDS_RETCODE_OK) writer = std::move(made);
+      return result;
     }
     DDS_ReturnCode_t create_reader(const platform::EngineReaderConfig& config, platform::EngineReaderEvents* events,
                                    std::unique_ptr<platform::EngineReader>& reader, std::string& error) override {
@@ -66,6 +93,7 @@ class FailingEngine final : public platform::Engine {
   }
 
   std::atomic<int> left_{-2};
+  std::atomic<DDS_ReturnCode_t> write_result_{DDS_RETCODE_OK};
 };
 
 }  // namespace tessivar::testing

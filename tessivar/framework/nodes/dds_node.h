@@ -39,12 +39,25 @@ class TESSIVAR_API DDSNode {
   /// A node on `domain` with the topic and, for a client, a reader, else a writer, whose QoS follow the topic's. Null
   /// on failure. The caller owns it.
   static DDSNode* create(DDSDomain* domain, const std::string& topicName, const DDS_TopicQos& topicQos, bool isClient);
+  /// The same with the QoS of a profile.
+  static DDSNode* create(DDSDomain* domain, const std::string& topicName, const std::string& library,
+                         const std::string& profile, bool isClient);
 
   /// Not owned; must outlive the node, or be detached by attaching null.
   void attachDomain(DDSDomain* domain) { domain_ = domain; }
   DDSDomain* domain() const { return domain_; }
   /// Null, with a line in the log, when no domain is attached; null before the domain is created.
   DDSDomainParticipant* participant() const;
+
+  /// Entities made from now on have the QoS of this profile wherever the node chooses them: dataWriterQos(),
+  /// dataReaderQos() and stateReaderQos() return the profile's. An empty library, as at first: the node's built-in QoS.
+  void setQosProfile(const std::string& library, const std::string& profile) {
+    qosLibrary_ = library;
+    qosProfile_ = profile;
+  }
+  bool usesQosProfile() const { return !qosLibrary_.empty(); }
+  /// The topic QoS of the profile. False, with a line in the log, when it cannot be had.
+  bool profileTopicQos(DDS_TopicQos& qos) const { return domain_->topicQosProfile(qosLibrary_, qosProfile_, qos); }
 
   /// Under the type's own name. createTopic() does it when it has not been done.
   bool registerTypeSupport();
@@ -81,11 +94,12 @@ class TESSIVAR_API DDSNode {
   /// True when there is no reader any more.
   bool cleanUpDataReader();
 
-  /// The participant's default QoS with the topic's laid over it. False, with a line in the log, when it cannot be had.
+  /// The participant's default QoS with the topic's laid over it, or the profile's. False, with a line in the log, when
+  /// it cannot be had.
   bool dataWriterQos(DDS_DataWriterQos& qos) const;
   bool dataReaderQos(DDS_DataReaderQos& qos) const;
-  /// The same for a reader of state: transient-local, reliable, keep-last, and when its filter's parameters change it
-  /// gets the history that the new ones let through.
+  /// The same for a reader of state: without a profile transient-local, reliable, keep-last, and when its filter's
+  /// parameters change it gets the history that the new ones let through.
   bool stateReaderQos(DDS_DataReaderQos& qos) const;
 
   // Null until made; owned by the node.
@@ -116,6 +130,8 @@ class TESSIVAR_API DDSNode {
   TDataWriter* writer_ = nullptr;
   TDataReader* reader_ = nullptr;
   std::string topicName_;
+  std::string qosLibrary_;
+  std::string qosProfile_;
 };
 
 }  // namespace TessivarDDS

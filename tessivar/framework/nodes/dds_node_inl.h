@@ -34,6 +34,22 @@ DDSNode<T>* DDSNode<T>::create(DDSDomain* domain, const std::string& topicName, 
 }
 
 template <class T>
+DDSNode<T>* DDSNode<T>::create(DDSDomain* domain, const std::string& topicName, const std::string& library,
+                               const std::string& profile, bool isClient) {
+  auto node = std::make_unique<DDSNode>();
+  node->attachDomain(domain);
+  node->setQosProfile(library, profile);
+  DDS_TopicQos topic;
+  DDS_DataReaderQos reader;
+  DDS_DataWriterQos writer;
+  const bool made =
+      node->profileTopicQos(topic) && node->createTopic(topicName, topic) &&
+      (isClient ? node->dataReaderQos(reader) && node->createDataReader(nullptr, DDS_STATUS_MASK_NONE, reader)
+                : node->dataWriterQos(writer) && node->createDataWriter(nullptr, DDS_STATUS_MASK_NONE, writer));
+  return made ? node.release() : nullptr;
+}
+
+template <class T>
 DDSDomainParticipant* DDSNode<T>::participant() const {
   if (domain_) return domain_->participant();
   logError() << signature("class DDSDomainParticipant *", "participant(void) const")
@@ -162,6 +178,7 @@ bool DDSNode<T>::createDataReader(DDSDataReaderListener* listener, unsigned int 
 
 template <class T>
 bool DDSNode<T>::dataWriterQos(DDS_DataWriterQos& qos) const {
+  if (usesQosProfile()) return domain_->dataWriterQosProfile(qosLibrary_, qosProfile_, qos);
   const DDSDomainParticipant* const on = participant();
   DDS_TopicQos topicQos;
   DDS_ReturnCode_t code = on && topic_ ? on->get_default_datawriter_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
@@ -177,6 +194,7 @@ bool DDSNode<T>::dataWriterQos(DDS_DataWriterQos& qos) const {
 
 template <class T>
 bool DDSNode<T>::dataReaderQos(DDS_DataReaderQos& qos) const {
+  if (usesQosProfile()) return domain_->dataReaderQosProfile(qosLibrary_, qosProfile_, qos);
   const DDSDomainParticipant* const on = participant();
   DDS_TopicQos topicQos;
   DDS_ReturnCode_t code = on && topic_ ? on->get_default_datareader_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
@@ -193,6 +211,7 @@ bool DDSNode<T>::dataReaderQos(DDS_DataReaderQos& qos) const {
 template <class T>
 bool DDSNode<T>::stateReaderQos(DDS_DataReaderQos& qos) const {
   if (!dataReaderQos(qos)) return false;
+  if (usesQosProfile()) return true;
   qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
   qos.liveliness.kind = DDS_AUTOMATIC_LIVELINESS_QOS;
   qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;

@@ -14,12 +14,13 @@ template <class T>
 class TESSIVAR_API DDSRouterNode : public DDSFilteredNode<T> {
  public:
   /// A node on `domain` with a durable topic; a client reads the samples of the routers at `addresses` (none: of all
-  /// routers), a server writes. The address filter must be registered with the domain. Null on failure. The caller owns
-  /// it.
+  /// routers), a server writes. The address filter must be registered with the domain. With a `library` the QoS, also
+  /// of batching, is that of its `profile`. Null on failure. The caller owns it.
   static DDSRouterNode* create(DDSDomain* domain, const std::vector<AddressEx>& addresses, const std::string& topicName,
-                               bool isClient);
+                               bool isClient, const std::string& library = {}, const std::string& profile = {});
 
-  /// Samples are sent when 4096 octets or 1000 of them have come together, or after 50 ms.
+  /// Samples are sent when 4096 octets or 1000 of them have come together, or after 50 ms, unless a profile says
+  /// otherwise.
   bool createBatchedDataWriter();
   /// The batching switch, on at first. Off, every sample is sent at once. Thread-safe.
   void enableBatching(bool enable);

@@ -15,11 +15,15 @@ std::string DDSRouterNode<T>::signature(const char* result, const char* function
 
 template <class T>
 DDSRouterNode<T>* DDSRouterNode<T>::create(DDSDomain* domain, const std::vector<AddressEx>& addresses,
-                                           const std::string& topicName, bool isClient) {
+                                           const std::string& topicName, bool isClient, const std::string& library,
+                                           const std::string& profile) {
   auto node = std::make_unique<DDSRouterNode>();
   node->attachDomain(domain);
+  node->setQosProfile(library, profile);
   DDS_TopicQos topicQos;
-  if (!node->registerTypeSupport() || !createReliableDurableTopicQos(domain, topicName, topicQos) ||
+  if (!node->registerTypeSupport() ||
+      !(node->usesQosProfile() ? node->profileTopicQos(topicQos)
+                               : createReliableDurableTopicQos(domain, topicName, topicQos)) ||
       !node->createTopic(topicName, topicQos)) {
     return nullptr;
   }
@@ -62,10 +66,12 @@ bool DDSRouterNode<T>::createBatchedDataWriter() {
   }
   DDS_DataWriterQos qos;
   if (!this->dataWriterQos(qos)) return false;
-  qos.batch.enable = DDS_BOOLEAN_TRUE;
-  qos.batch.max_data_bytes = 4096;
-  qos.batch.max_samples = 1000;
-  qos.batch.max_flush_delay = DDS_Duration_from_millis(50);
+  if (!this->usesQosProfile()) {
+    qos.batch.enable = DDS_BOOLEAN_TRUE;
+    qos.batch.max_data_bytes = 4096;
+    qos.batch.max_samples = 1000;
+    qos.batch.max_flush_delay = DDS_Duration_from_millis(50);
+  }
   return this->createDataWriter(nullptr, DDS_STATUS_MASK_NONE, qos);
 }
 

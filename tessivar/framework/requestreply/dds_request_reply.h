@@ -23,6 +23,8 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
   using DDSRequestReplyNode<Req, Rep>::createRequest;
   /// A new request to change to a copy of `value`; null when it cannot be copied.
   DDSPtr<Req> createRequest(Value* value);
+  /// The same; `failure` says why the result is null, and is None otherwise.
+  DDSPtr<Req> createRequest(Value* value, RequestFailure& failure);
 
   DDSFilteredNode<Value>& valueNode() { return valueNode_; }
 

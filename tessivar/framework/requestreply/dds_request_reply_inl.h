@@ -30,8 +30,9 @@ template <class Value, class Req, class Rep>
 bool DDSRequestReply<Value, Req, Rep>::creatValueTopic(const std::string& name, DDSDomain* domain) {
   valueNode_.attachDomain(domain);
   DDS_TopicQos qos;
+  valueNode_.setQosProfile(this->profileLibrary(), valueProfile_);
   if (this->usesQosProfiles()) {
-    if (!domain->topicQosProfile(this->qosLibrary_, valueProfile_, qos)) return false;
+    if (!valueNode_.profileTopicQos(qos)) return false;
   } else {
     if (!this->defaultTopicQos(domain, qos)) return false;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
@@ -48,11 +49,7 @@ bool DDSRequestReply<Value, Req, Rep>::createWriters() {
   if (!DDSRequestReplyNode<Req, Rep>::createWriters()) return false;
   if (!this->serverSide()) return true;
   DDS_DataWriterQos qos;
-  if (this->usesQosProfiles()) {
-    if (!valueNode_.domain()->dataWriterQosProfile(this->qosLibrary_, valueProfile_, qos)) return false;
-  } else if (!valueNode_.dataWriterQos(qos)) {
-    return false;
-  }
+  if (!valueNode_.dataWriterQos(qos)) return false;
   return valueNode_.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, qos);
 }
 
@@ -61,11 +58,7 @@ bool DDSRequestReply<Value, Req, Rep>::createReaders() {
   if (!DDSRequestReplyNode<Req, Rep>::createReaders()) return false;
   if (!this->clientSide()) return true;
   DDS_DataReaderQos qos;
-  if (this->usesQosProfiles()) {
-    if (!valueNode_.domain()->dataReaderQosProfile(this->qosLibrary_, valueProfile_, qos)) return false;
-  } else if (!valueNode_.stateReaderQos(qos)) {
-    return false;
-  }
+  if (!valueNode_.stateReaderQos(qos)) return false;
   return valueNode_.createDataReader(&valueReaderListener_, valueReaderStatuses, qos);
 }
 
@@ -105,12 +98,19 @@ int DDSRequestReply<Value, Req, Rep>::calculateMatchCount() {
 
 template <class Value, class Req, class Rep>
 DDSPtr<Req> DDSRequestReply<Value, Req, Rep>::createRequest(Value* value) {
-  DDSPtr<Req> request = createRequest();
+  RequestFailure failure;
+  return createRequest(value, failure);
+}
+
+template <class Value, class Req, class Rep>
+DDSPtr<Req> DDSRequestReply<Value, Req, Rep>::createRequest(Value* value, RequestFailure& failure) {
+  DDSPtr<Req> request = createRequest(failure);
   if (!request) return request;
   if (!value || TypeOf<Value>::TypeSupport::copy_data(&request->newValue, value) != DDS_RETCODE_OK) {
     logError() << signature(("class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> ").c_str(),
                             "createRequest(class " + std::string(TypeOf<Value>::name()) + " *)")
                << "Copy data failed!";
+    failure = value ? RequestFailure::NotEncodable : RequestFailure::InvalidArgument;
     return {};
   }
   return request;

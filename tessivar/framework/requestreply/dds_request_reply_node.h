@@ -145,6 +145,8 @@ class TESSIVAR_API DDSRequestReplyNode {
   bool clientSide() const { return isClientSide(role_); }
   bool serverSide() const { return isServerSide(role_); }
   bool usesQosProfiles() const { return useQosProfiles_; }
+  /// The library of the QoS profiles; empty without them.
+  std::string profileLibrary() const { return useQosProfiles_ ? qosLibrary_ : std::string(); }
   ClientListeners& clientListeners() { return clientListeners_; }
   /// The participant's default topic QoS.
   static bool defaultTopicQos(DDSDomain* domain, DDS_TopicQos& qos);

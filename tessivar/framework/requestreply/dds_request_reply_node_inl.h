@@ -144,8 +144,9 @@ bool DDSRequestReplyNode<Req, Rep>::defaultTopicQos(DDSDomain* domain, DDS_Topic
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::createRequestTopic(const std::string& name, DDSDomain* domain) {
   DDS_TopicQos qos;
+  requestNode_.setQosProfile(profileLibrary(), requestProfile_);
   if (useQosProfiles_) {
-    if (!domain->topicQosProfile(qosLibrary_, requestProfile_, qos)) return false;
+    if (!requestNode_.profileTopicQos(qos)) return false;
   } else {
     if (!defaultTopicQos(domain, qos)) return false;
     qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS;
@@ -159,8 +160,9 @@ template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::createReplyTopic(const std::string& name, DDSDomain* domain) {
   const auto where = [] { return signature("bool ", "createReplyTopic" TESSIVAR_SIGNATURE_NAME_DOMAIN); };
   DDS_TopicQos qos;
+  replyNode_.setQosProfile(profileLibrary(), replyProfile_);
   if (useQosProfiles_) {
-    if (!domain->topicQosProfile(qosLibrary_, replyProfile_, qos)) return false;
+    if (!replyNode_.profileTopicQos(qos)) return false;
   } else {
     if (!defaultTopicQos(domain, qos)) return false;
     qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS;
@@ -190,23 +192,18 @@ bool DDSRequestReplyNode<Req, Rep>::createReplyTopic(const std::string& name, DD
 
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::createWriters() {
-  DDSDomain* const domain = requestNode_.domain();
   if (clientSide()) {
     DDS_DataWriterQos qos;
-    if (useQosProfiles_) {
-      if (!domain->dataWriterQosProfile(qosLibrary_, requestProfile_, qos)) return false;
-    } else {
-      if (!requestNode_.dataWriterQos(qos)) return false;
+    if (!requestNode_.dataWriterQos(qos)) return false;
+    if (!useQosProfiles_) {
       qos.reliability.max_blocking_time = DDS_Duration_from_millis(detail::request_blocking_milliseconds);
     }
     if (!requestNode_.createDataWriter(&requestWriterListener_, DDS_PUBLICATION_MATCHED_STATUS, qos)) return false;
   }
   if (serverSide()) {
     DDS_DataWriterQos qos;
-    if (useQosProfiles_) {
-      if (!domain->dataWriterQosProfile(qosLibrary_, replyProfile_, qos)) return false;
-    } else {
-      if (!replyNode_.dataWriterQos(qos)) return false;
+    if (!replyNode_.dataWriterQos(qos)) return false;
+    if (!useQosProfiles_) {
       // Reply readers ask for transient-local, and a volatile writer would never match them. What is kept for them is
       // as good as nothing, and a client that does not keep up makes no other one wait.
       qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
@@ -221,15 +218,10 @@ bool DDSRequestReplyNode<Req, Rep>::createWriters() {
 
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::createReaders() {
-  DDSDomain* const domain = requestNode_.domain();
   if (clientSide()) {
     DDS_DataReaderQos qos;
-    if (useQosProfiles_) {
-      if (!domain->dataReaderQosProfile(qosLibrary_, replyProfile_, qos)) return false;
-    } else {
-      if (!replyNode_.stateReaderQos(qos)) return false;
-      qos.history.depth = detail::unread_replies;
-    }
+    if (!replyNode_.stateReaderQos(qos)) return false;
+    if (!useQosProfiles_) qos.history.depth = detail::unread_replies;
     if (!replyNode_.createDataReader(&replyReaderListener_,
                                      DDS_SUBSCRIPTION_MATCHED_STATUS | DDS_LIVELINESS_CHANGED_STATUS, qos)) {
       return false;
@@ -237,11 +229,7 @@ bool DDSRequestReplyNode<Req, Rep>::createReaders() {
   }
   if (serverSide()) {
     DDS_DataReaderQos qos;
-    if (useQosProfiles_) {
-      if (!domain->dataReaderQosProfile(qosLibrary_, requestProfile_, qos)) return false;
-    } else if (!requestNode_.dataReaderQos(qos)) {
-      return false;
-    }
+    if (!requestNode_.dataReaderQos(qos)) return false;
     if (!requestNode_.createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos)) return false;
     DDS_TopicQos topicQos;
     if (requestNode_.topic()->get_qos(topicQos) != DDS_RETCODE_OK) return false;

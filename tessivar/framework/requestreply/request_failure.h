@@ -22,7 +22,9 @@ enum class RequestFailure {
   /// The request was sent, but no reply came in time. It may still be carried out.
   TimedOut,
   /// The device replied that it does not carry out the request.
-  Denied
+  Denied,
+  /// A call that waits for a reply was made from a callback on the thread that replies come on.
+  InCallback
 };
 
 /// A short text such as "nobody there". Never null; static.
@@ -48,6 +50,8 @@ constexpr const char* requestFailureText(RequestFailure failure) {
       return "timed out";
     case RequestFailure::Denied:
       return "denied by the device";
+    case RequestFailure::InCallback:
+      return "called from a callback that replies wait for";
   }
   return "unknown";
 }

@@ -4,6 +4,7 @@
 #include "tessivar/framework/nodes/type_of.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
 #include "tessivar/framework/requestreply/published.h"
+#include "tessivar/framework/requestreply/request_failure.h"
 #include "tessivar/platform/sample_info.h"
 
 #include <atomic>
@@ -27,6 +28,8 @@ struct RequestReplyTicket {
   const unsigned short ticketId;
   /// A reply has come since the flag was cleared. Set after reply and sampleInfo.
   std::atomic<bool> received{false};
+  /// Why the request was not sent; None for one that was.
+  std::atomic<RequestFailure> failure{RequestFailure::None};
 
   void complete(DDSPtr<Rep> answer, const DDS_SampleInfo& info) {
     sampleInfo.set(info);
