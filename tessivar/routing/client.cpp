@@ -19,6 +19,10 @@ void RoutingClient::attachDomain(DDSDomain* domain) {
   private_->services.attachDomain(domain);
 }
 
+void RoutingClient::setUseQosProfiles(bool use) {
+  private_->services.setUseQosProfiles(use);
+}
+
 bool RoutingClient::create() {
   constexpr const char* signature = "bool __cdecl TessivarDDS::RoutingClient::create(void)";
   if (!private_->services.createClientDiscoveryServices()) {
@@ -76,8 +80,9 @@ DDSPtr<RoutingClient::Ticket> RoutingClient::beginSetRoute(DDSPtr<AssociationRou
     logError() << signature << "Invalid request type returned";
     return {};
   }
-  return private_->ticketOf(signature, request->ticketId, service->makeRequest(request),
-                            &RoutingClientListener::ticketChanged);
+  RequestFailure failure;
+  const DDSPtr<Ticket> ticket = service->makeRequest(request, failure);
+  return private_->ticketOf(signature, request->ticketId, ticket, failure, &RoutingClientListener::ticketChanged);
 }
 
 bool RoutingClient::completeSetRoute(DDSPtr<Ticket>& ticket) {
@@ -111,7 +116,9 @@ DDSPtr<RoutingClient::ProtectTicket> RoutingClient::beginProtect(DDSPtr<Destinat
     return {};
   }
   for (std::size_t i = 0; i < mask.size(); ++i) request->level_mask[static_cast<DDS_Long>(i)] = mask[i];
-  return private_->ticketOf(signature, request->ticketId, service->makeRequest(request),
+  RequestFailure failure;
+  const DDSPtr<ProtectTicket> ticket = service->makeRequest(request, failure);
+  return private_->ticketOf(signature, request->ticketId, ticket, failure,
                             &RoutingClientListener::protectTicketChanged);
 }
 

@@ -32,6 +32,8 @@ class TESSIVAR_API RoutingClient {
 
   /// Before create(). Not owned: release it after cleanUp().
   void attachDomain(DDSDomain* domain);
+  /// Before create(), later refused with one line; initially false. See RoutingServices::setUseQosProfiles().
+  void setUseQosProfiles(bool use);
   /// Joins the bus and begins to report routers; takes some 100 ms. After a failure the way on is cleanUp().
   bool create();
   /// Begins to report what the routers at `addresses` (none: all routers) say; a later call makes it these routers
@@ -48,8 +50,9 @@ class TESSIVAR_API RoutingClient {
 
   /// Asks the router's device for a route, without waiting for the answer. The ticket is filled as replies arrive: see
   /// its `received`; the listeners' ticketChanged tells of each. When the request cannot be sent, as no router is
-  /// there, the ticket is complete already, with the result FAILED, which the listeners are told soon after. Null
-  /// before subscribe(). May block for up to 100 ms when a router does not keep up.
+  /// there, the ticket is complete already, with the result FAILED and its `failure`, which the listeners are told soon
+  /// after. Null before subscribe(). Blocks only while 4 megabytes of requests are not acknowledged by the routers, at
+  /// most for 5 seconds (the max_blocking_time of the profile "requestNodeQos"), and then fails.
   DDSPtr<Ticket> beginSetRoute(DDSPtr<Tessivar_Routing::AssociationRoute>& route);
   /// Forgets the ticket: later replies to it are dropped. To be called for every ticket of beginSetRoute. False before
   /// subscribe().

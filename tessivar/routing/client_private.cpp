@@ -149,7 +149,7 @@ void RoutingClient::Private::protectTicketChanged(unsigned short ticketId) {
 
 template <class Rep>
 DDSPtr<RequestReplyTicket<Rep>> RoutingClient::Private::ticketOf(
-    const char* signature, unsigned short ticketId, DDSPtr<RequestReplyTicket<Rep>> sent,
+    const char* signature, unsigned short ticketId, DDSPtr<RequestReplyTicket<Rep>> sent, RequestFailure failure,
     void (RoutingClientListener::*changed)(DDSPtr<RequestReplyTicket<Rep>>)) {
   if (sent) return sent;
   // Nobody will answer, so the answer is made here: the caller has one way to learn the outcome.
@@ -161,6 +161,7 @@ DDSPtr<RequestReplyTicket<Rep>> RoutingClient::Private::ticketOf(
   reply->ticketId = ticketId;
   reply->result = FAILED;
   DDSPtr<RequestReplyTicket<Rep>> failed(new RequestReplyTicket<Rep>(ticketId));
+  failed->failure = failure;
   failed->complete(reply, {});
   // Not told here: the caller may be a listener's call itself, or hold a lock that the listener wants.
   thread.post([this, signature, failed, changed] {
@@ -170,9 +171,10 @@ DDSPtr<RequestReplyTicket<Rep>> RoutingClient::Private::ticketOf(
 }
 
 template DDSPtr<RoutingClient::Ticket> RoutingClient::Private::ticketOf(
-    const char*, unsigned short, DDSPtr<Ticket>, void (RoutingClientListener::*)(DDSPtr<Ticket>));
+    const char*, unsigned short, DDSPtr<Ticket>, RequestFailure, void (RoutingClientListener::*)(DDSPtr<Ticket>));
 template DDSPtr<RoutingClient::ProtectTicket> RoutingClient::Private::ticketOf(
-    const char*, unsigned short, DDSPtr<ProtectTicket>, void (RoutingClientListener::*)(DDSPtr<ProtectTicket>));
+    const char*, unsigned short, DDSPtr<ProtectTicket>, RequestFailure,
+    void (RoutingClientListener::*)(DDSPtr<ProtectTicket>));
 
 void RoutingClient::Private::valueRemoved(const AssociationRoute* route) {
   notify(SIGNATURE("valueRemoved(const class Tessivar_Routing::AssociationRoute *)"),

@@ -33,11 +33,11 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
   void valueChanged(const Tessivar_Routing::AssociationRoute* route) override;
   void valueRemoved(const Tessivar_Routing::AssociationRoute* route) override;
 
-  /// The ticket of a request that was sent, or else one that has FAILED, which the listeners are told on the thread.
-  /// `changed` is the listener's call for a ticket.
+  /// The ticket of a request that was sent, or else one that has FAILED because of `failure`, which the listeners are
+  /// told on the thread. `changed` is the listener's call for a ticket.
   template <class Rep>
   DDSPtr<RequestReplyTicket<Rep>> ticketOf(const char* signature, unsigned short ticketId,
-                                           DDSPtr<RequestReplyTicket<Rep>> sent,
+                                           DDSPtr<RequestReplyTicket<Rep>> sent, RequestFailure failure,
                                            void (RoutingClientListener::*changed)(DDSPtr<RequestReplyTicket<Rep>>));
 
   /// Hands `runner` to the thread; false, with `signature` in the log, when that cannot be.

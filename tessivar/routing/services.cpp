@@ -20,6 +20,10 @@ constexpr const char* destination_associations_topic = "Orvel.Routing.Dest.Assoc
 constexpr const char* routes_topic = "Orvel.Routing.AssociationRoutes";
 constexpr const char* destination_changes_topic = "Orvel.Routing.DestinationsChanges";
 
+constexpr const char* profile_library = "tessivar_Library";
+constexpr const char* routers_profile = "tessivar_RouterQos";
+constexpr const char* ports_profile = "tessivar_RouterPortQos";
+
 /// How soon a controller notices that a router no longer answers.
 constexpr int reply_lease_milliseconds = 3000;
 
@@ -39,6 +43,14 @@ void remove(std::shared_ptr<Node>& node) {
 
 RoutingServices::~RoutingServices() {
   cleanUp();
+}
+
+void RoutingServices::setUseQosProfiles(bool use) {
+  if (routerNode_ || sourcesNode_) {
+    report("void __cdecl TessivarDDS::RoutingServices::setUseQosProfiles(bool)", " Cannot be changed after create.");
+    return;
+  }
+  useQosProfiles_ = use;
 }
 
 bool RoutingServices::createServerServices() {
@@ -108,8 +120,13 @@ void RoutingServices::enableBatching(bool on) {
 bool RoutingServices::createRouterNode() {
   if (routerNode_) return report(SIGNATURE("createRouterNode(void)"), "Already created");
   DDS_TopicQos qos;
-  if (!createReliableDurableTopicQos(domain_, routers_topic, qos)) return false;
-  routerNode_.reset(DDSNode<Tessivar_Routing::Router>::create(domain_, routers_topic, qos, isClient_));
+  if (!useQosProfiles_) {
+    if (!createReliableDurableTopicQos(domain_, routers_topic, qos)) return false;
+    routerNode_.reset(DDSNode<Tessivar_Routing::Router>::create(domain_, routers_topic, qos, isClient_));
+  } else {
+    routerNode_.reset(
+        DDSNode<Tessivar_Routing::Router>::create(domain_, routers_topic, profile_library, routers_profile, isClient_));
+  }
   return routerNode_ != nullptr;
 }
 
@@ -117,7 +134,8 @@ template <class T>
 bool RoutingServices::createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node, const char* topicName,
                                  const std::vector<AddressEx>& addresses) const {
   if (node) return report(signature, "Already created");
-  node.reset(DDSRouterNode<T>::create(domain_, addresses, topicName, isClient_));
+  node.reset(DDSRouterNode<T>::create(domain_, addresses, topicName, isClient_, useQosProfiles_ ? profile_library : "",
+                                      ports_profile));
   return node != nullptr;
 }
 
@@ -143,6 +161,7 @@ bool RoutingServices::createRoutingService(const std::vector<AddressEx>& address
   if (routingService_) return report(SIGNATURE_OF_ADDRESSES("createRoutingService"), "Already created");
   // In place before its thread starts, which may call a listener that asks for a route.
   routingService_ = std::make_shared<RoutingRequestReplyService>(isClient_, addresses);
+  routingService_->setUseQosProfiles(useQosProfiles_);
   routingService_->setLiveliness(reply_lease_milliseconds);
   if (isClient_) routingService_->attachListener(routingListener_);
   return routingService_->create(routes_topic, domain_);
@@ -151,6 +170,7 @@ bool RoutingServices::createRoutingService(const std::vector<AddressEx>& address
 bool RoutingServices::createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread) {
   if (protectService_) return report(SIGNATURE_OF_ADDRESSES("createProtectService"), "Already created");
   protectService_ = std::make_shared<ProtectRequestReplyService>(isClient_, addresses);
+  protectService_->setUseQosProfiles(useQosProfiles_);
   protectService_->setLiveliness(reply_lease_milliseconds);
   protectService_->setWaitSetThread(thread);
   if (isClient_) protectService_->attachListener(protectListener_);

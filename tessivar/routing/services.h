@@ -37,6 +37,11 @@ class TESSIVAR_API RoutingServices {
   void attachDomain(DDSDomain* domain) { domain_ = domain; }
   DDSDomain* domain() const { return domain_; }
 
+  /// Whether every topic, reader and writer gets its QoS from the profiles of "tessivar_Library" and "requestReplyLib",
+  /// where a file of the user may override them. Initially false: built-in QoS. Before the creators; refused with one
+  /// line while a node exists.
+  void setUseQosProfiles(bool use);
+
   /// Everything, for a router.
   bool createServerServices();
   /// What tells a controller which routers there are.
@@ -91,6 +96,7 @@ class TESSIVAR_API RoutingServices {
 
   DDSDomain* domain_ = nullptr;
   bool isClient_ = true;
+  bool useQosProfiles_ = false;
   std::shared_ptr<DDSNode<Tessivar_Routing::Router>> routerNode_;
   std::shared_ptr<DDSRouterNode<Tessivar_Routing::Source>> sourcesNode_;
   std::shared_ptr<DDSRouterNode<Tessivar_Routing::Destination>> destinationsNode_;

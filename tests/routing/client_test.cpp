@@ -140,6 +140,7 @@ TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce)
     ASSERT_TRUE(ticket && ticket->received);
     EXPECT_EQ(ticket->ticketId, id);
     EXPECT_EQ(ticket->reply->result, FAILED);
+    EXPECT_EQ(ticket->failure, RequestFailure::NobodyThere);
     EXPECT_TRUE(client_.completeSetRoute(ticket));
     EXPECT_TRUE(events_.happens("failed " + std::to_string(id)));
   }

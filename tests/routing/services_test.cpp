@@ -3,6 +3,7 @@
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
+#include "tests/support/profile_override.h"
 
 namespace TessivarDDS {
 namespace {
@@ -28,6 +29,31 @@ TEST_F(RoutingServicesTest, ProtectServiceOfAClientNeedsTheAddressFilter) {
   services_.attachDomain(&domain_);
   EXPECT_TRUE(services_.createClientProtectService({}));
   EXPECT_FALSE(services_.createClientProtectService({})) << "it exists";
+}
+
+TEST_F(RoutingServicesTest, GetAllTheirQosFromProfilesWhenToldSoBeforehand) {
+  const ProfileOverride profiles({"tessivar_Library::tessivar_RouterQos", "tessivar_Library::tessivar_RouterPortQos",
+                                  "requestReplyLib::requestNodeQos", "requestReplyLib::replyNodeQos",
+                                  "requestReplyLib::valueNodeQos"});
+  services_.attachDomain(&domain_);
+  services_.setUseQosProfiles(true);
+  for (const bool client : {false, true}) {
+    services_.cleanUp();
+    ASSERT_TRUE(client ? services_.createClientDiscoveryServices() && services_.createClientReaderServices({})
+                       : services_.createServerServices());
+    EXPECT_TRUE(ProfileOverride::reaches(*services_.routerNode()));
+    EXPECT_TRUE(ProfileOverride::reaches(*services_.sourcesNode()));
+    EXPECT_TRUE(ProfileOverride::reaches(*services_.destinationsNode()));
+    EXPECT_TRUE(ProfileOverride::reaches(*services_.sourceAssociations()));
+    EXPECT_TRUE(ProfileOverride::reaches(*services_.destinationAssociations()));
+    EXPECT_TRUE(ProfileOverride::reaches(services_.routingService()->requestNode()));
+    EXPECT_TRUE(ProfileOverride::reaches(services_.routingService()->replyNode()));
+    EXPECT_TRUE(ProfileOverride::reaches(services_.routingService()->valueNode()));
+    EXPECT_TRUE(client || ProfileOverride::reaches(services_.protectService()->replyNode()));
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+  services_.setUseQosProfiles(false);
+  EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("setUseQosProfiles(bool) Cannot be changed after create.")));
 }
 
 }  // namespace
