@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
   Camera camera;
   node.attachDomain(domain);
   node.attachListener(&camera, false);
-  if (!node.create() || !node.setFilterAddresses({address})) return 1;
+  if (!node.create({address})) return 1;
   node.addUnit(DDSPtr(Helper::createUnit(address, "studio camera")));
   for (auto [number, name] : {std::pair(gain, "gain"), {tally, "tally"}, {position, "position"}}) {
     DDSPtr metadata(Helper::createMetadata(address, number));

@@ -227,6 +227,10 @@ void TessivarClient::attachDomain(DDSDomain* domain) {
   private_->services.attachDomain(domain);
 }
 
+void TessivarClient::setUseQosProfiles(bool use) {
+  private_->services.setUseQosProfiles(use);
+}
+
 bool TessivarClient::create() {
   constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarClient::create(void)";
   if (private_->created) {
@@ -419,21 +423,28 @@ bool TessivarClient::refreshUnits(int timeoutMs) {
 }
 
 DDSPtr<Ticket> TessivarClient::beginSetCommand(DDSPtr<Tessivar::Command>& command) {
+  RequestFailure failure;
+  return beginSetCommand(command, failure);
+}
+
+DDSPtr<Ticket> TessivarClient::beginSetCommand(DDSPtr<Tessivar::Command>& command, RequestFailure& failure) {
   constexpr const char* signature =
       "class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class Tessivar::CommandChangeReply> > __cdecl "
       "TessivarDDS::TessivarClient::beginSetCommand(class TessivarDDS::DDSPtr<class Tessivar::Command> &)";
+  failure = RequestFailure::InvalidArgument;
   if (!command) {
     logError() << signature << "Invalid argument.";
     return nullptr;
   }
+  failure = RequestFailure::NotCreated;
   if (!private_->services.verifyCommandNode()) return nullptr;
   TessivarRequestReplyService& service = *private_->services.commandService();
-  DDSPtr<Tessivar::CommandChangeRequest> request = service.createRequest(command.get());
+  DDSPtr<Tessivar::CommandChangeRequest> request = service.createRequest(command.get(), failure);
   if (!request) {
     logError() << signature << "Invalid request type returned";
     return nullptr;
   }
-  DDSPtr<Ticket> ticket = service.makeRequest(request);
+  DDSPtr<Ticket> ticket = service.makeRequest(request, failure);
   if (!ticket) logError() << signature << "Client error in send";
   return ticket;
 }
@@ -444,14 +455,21 @@ bool TessivarClient::completeSetCommand(DDSPtr<Ticket>& ticket) {
 }
 
 bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutMs) {
+  RequestFailure failure;
+  return setCommand(command, timeoutMs, failure);
+}
+
+bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutMs, RequestFailure& failure) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarClient::setCommand(class TessivarDDS::DDSPtr<class Tessivar::Command> &,int)";
+  failure = RequestFailure::NotCreated;
   if (!private_->services.verifyCommandNode()) return false;
   if (private_->inReplyCallback()) {
     logError() << signature << "Called from commandValueChanged or commandTicketChanged, where no reply can arrive.";
+    failure = RequestFailure::InCallback;
     return false;
   }
-  DDSPtr<Ticket> ticket = beginSetCommand(command);
+  DDSPtr<Ticket> ticket = beginSetCommand(command, failure);
   if (!ticket) {
     logError() << signature << "Could not make request";
     return false;
@@ -461,11 +479,14 @@ bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutM
     reply = waitForReply(*ticket, timeoutMs);
   } while (reply && reply->result != Tessivar::COMPLETE && reply->result != Tessivar::FAILED);
   completeSetCommand(ticket);
-  if (reply && reply->result == Tessivar::FAILED) {
+  if (!reply) {
+    failure = RequestFailure::TimedOut;
+  } else if (reply->result == Tessivar::FAILED) {
+    failure = RequestFailure::Denied;
     logWarning() << signature << "Failed to set command value.";
     if (reply->ex) logInfo() << signature << reply->ex->message;
   }
-  return reply && reply->result == Tessivar::COMPLETE;
+  return failure == RequestFailure::None;
 }
 
 TessivarServices* TessivarClient::services() const {

@@ -37,6 +37,8 @@ class TESSIVAR_API TessivarClient {
 
   /// Before create(). Not owned: release it after cleanUp().
   void attachDomain(DDSDomain* domain);
+  /// Before create(), later refused with one line; initially false. See TessivarServices::setUseQosProfiles().
+  void setUseQosProfiles(bool use);
   /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
   virtual bool create();
   /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted), interests and services.
@@ -86,11 +88,23 @@ class TESSIVAR_API TessivarClient {
 
   /// Asks the unit's device for a new value and waits until it has been set: true. False when the device refuses (its
   /// reason is logged, and in the ticket of commandTicketChanged), when no device is there, and when `timeoutMs` pass
-  /// without a reply; each interim reply (PENDING, IN_PROGRESS) restarts the timeout.
+  /// without a reply; each interim reply (PENDING, IN_PROGRESS) restarts the timeout. Sending may block in addition, as
+  /// beginSetCommand says.
+  ///
+  /// After a timeout the request is not withdrawn: the device may get it and carry it out later, when the network works
+  /// again. The LIFESPAN of the QoS profile "requestNodeQos" limits how long that can happen.
   bool setCommand(DDSPtr<Tessivar::Command>& command, int timeoutMs);
-  /// Asks without waiting. The ticket, null on failure, is filled as replies arrive: see its `received`.
+  /// The same; `failure` says why the result is false, and is None otherwise.
+  bool setCommand(DDSPtr<Tessivar::Command>& command, int timeoutMs, RequestFailure& failure);
+  /// Asks without waiting for the reply. The ticket, null on failure, is filled as replies arrive: see its `received`.
+  ///
+  /// Returns at once, unless requests of 4 megabytes are not acknowledged by devices. Then it blocks until they are, at
+  /// most for 5 seconds (the max_blocking_time of the profile "requestNodeQos"), and fails.
   DDSPtr<Ticket> beginSetCommand(DDSPtr<Tessivar::Command>& command);
-  /// Forgets the ticket: later replies to it are dropped. To be called for every ticket of beginSetCommand.
+  /// The same; `failure` says why the result is null, and is None otherwise.
+  DDSPtr<Ticket> beginSetCommand(DDSPtr<Tessivar::Command>& command, RequestFailure& failure);
+  /// Forgets the ticket: later replies to it are dropped. To be called for every ticket of beginSetCommand: a ticket
+  /// that is not completed keeps its memory and its number, of which there are 65535. At 1000 there is a warning.
   bool completeSetCommand(DDSPtr<Ticket>& ticket);
 
   /// The endpoints underneath; valid until cleanUp().

@@ -104,8 +104,20 @@ void TessivarNode::attachDomain(DDSDomain* domain) {
   private_->services.attachDomain(domain);
 }
 
+void TessivarNode::setUseQosProfiles(bool use) {
+  private_->services.setUseQosProfiles(use);
+}
+
 bool TessivarNode::create() {
-  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarNode::create(void)";
+  return createFor("bool __cdecl TessivarDDS::TessivarNode::create(void)", {});
+}
+
+bool TessivarNode::create(const std::vector<AddressEx>& addresses) {
+  return createFor("bool __cdecl TessivarDDS::TessivarNode::create(const " TESSIVAR_SIGNATURE_ADDRESSES " &)",
+                   addressTexts(addresses));
+}
+
+bool TessivarNode::createFor(const char* signature, const std::vector<std::string>& filterAddresses) {
   if (private_->created) {
     logError() << signature << "Already created";
     return false;
@@ -117,7 +129,7 @@ bool TessivarNode::create() {
     logError() << signature << "Failed to create the TessivarNode's waitset thread.";
     return false;
   }
-  if (!services.create(false, {})) {
+  if (!services.create(false, filterAddresses)) {
     logError() << signature << "Unable to create services!";
     return false;
   }

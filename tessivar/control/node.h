@@ -8,6 +8,7 @@
 #include "tessivar/types/command/command.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace TessivarDDS {
@@ -17,14 +18,13 @@ class TessivarServices;
 
 /// A device on the bus. It may speak for several units.
 ///
-/// Use: attachDomain, attachListener, create; then addUnit, publishMetadata, publishCommand, setFilterAddresses;
-/// finally cleanUp. Samples are built with TessivarMessageHelper.
+/// Use: attachDomain, attachListener, create with the addresses of its units; then addUnit, publishMetadata,
+/// publishCommand; finally cleanUp. Samples are built with TessivarMessageHelper.
 ///
 /// Threads: attachDomain, create and cleanUp belong to one controlling thread, and nothing but the listeners may use
 /// the node meanwhile. All other operations may be called from any thread, also from the listeners' callbacks, except
-/// as TessivarNodeListener says. Publishing writes on the caller's thread and does not wait for receivers; answering
-/// may block for up to 100 ms when a controller does not keep up. A failure is one log line and false. Samples passed
-/// by DDSPtr stay the caller's, and are not kept.
+/// as TessivarNodeListener says. Publishing and answering write on the caller's thread and do not wait for receivers. A
+/// failure is one log line and false. Samples passed by DDSPtr stay the caller's, and are not kept.
 class TESSIVAR_API TessivarNode {
  public:
   TessivarNode();
@@ -35,8 +35,16 @@ class TESSIVAR_API TessivarNode {
 
   /// Before create(). Not owned: release it after cleanUp().
   void attachDomain(DDSDomain* domain);
+  /// Before create(), later refused with one line; initially false. See TessivarServices::setUseQosProfiles().
+  void setUseQosProfiles(bool use);
   /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
+  ///
+  /// Until setFilterAddresses() has returned, requests and interests for the units of all other devices reach the
+  /// listeners too, which must not answer them. create(addresses) has no such time.
   virtual bool create();
+  /// The same, with the addresses of setFilterAddresses() in force from the first moment: no request and no interest
+  /// for another unit reaches the listeners. None means all units.
+  bool create(const std::vector<AddressEx>& addresses);
   /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and services. Afterwards the
   /// node is as new. Waits for a callback that is running; refused within one.
   void cleanUp();
@@ -77,6 +85,7 @@ class TESSIVAR_API TessivarNode {
  private:
   class Private;
   class CommandInterestRunner;
+  bool createFor(const char* signature, const std::vector<std::string>& filterAddresses);
   std::unique_ptr<Private> private_;
 };
 

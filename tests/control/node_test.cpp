@@ -33,7 +33,7 @@ class Node : public Test {
   LogRecorder log_;
   Events events_;
   DeviceListener listener_{events_};
-  LoopbackDomain device_{control_domain}, controller_{control_domain};
+  LoopbackDomain device_{control_domain}, second_device_{control_domain}, controller_{control_domain};
   TessivarNode node_;
   TessivarClient client_;
   const DDSPtr<Tessivar::Unit> unit_{Helper::createUnit(camera, "camera")};
@@ -90,6 +90,33 @@ TEST_F(Node, FirstReplyWinsAndMoreMayFollow) {
   EXPECT_THAT(second.take(1), ElementsAre("request")) << "the late one is not asked";
   node_.cleanUp();
   client_.cleanUp();
+}
+
+TEST_F(Node, HearsOfItsOwnUnitsAloneFromTheFirstMoment) {
+  node_.attachListener(&listener_, false);
+  node_.attachDomain(&device_);
+  ASSERT_TRUE(node_.create({lamp}));
+  client_.attachDomain(&controller_);
+  ASSERT_TRUE(client_.create() && client_.waitForMatch(20000) && client_.registerInterest(lamp));
+  ASSERT_TRUE(client_.registerInterest(camera));
+  const std::jthread asking([&](const std::stop_token& stop) {
+    while (!stop.stop_requested()) set(lamp);
+  });
+  for (int start = 0; start < 3; ++start) {
+    Events heard;
+    DeviceListener listener(heard, [&](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
+      heard.add(std::string("of ") + request->newValue.unitId);
+      return DeviceListener::complete(node, request);
+    });
+    TessivarNode camera_node;
+    camera_node.attachListener(&listener, false);
+    camera_node.attachDomain(&second_device_);
+    ASSERT_TRUE(camera_node.create({camera}));
+    EXPECT_TRUE(heard.happens("interest " + camera.toString()));
+    EXPECT_TRUE(eventually([&] { return set(camera, 1000); }));
+    camera_node.cleanUp();
+    EXPECT_THAT(heard.take(2), Each(AnyOf("request", "of " + camera.toString())));
+  }
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Changing commands by request and reply.
 #include "support/peer.h"
 
+#include <cstdlib>
+#include <fstream>
 #include <string>
 
 namespace tessivar::testing {
@@ -86,6 +88,37 @@ TEST_F(Request, TenThousandPipelinedLoseNone) {
   ASSERT_TRUE(device().does("answer echo"));
   client().begin("flood 0001:02:0A 1 10000 10000");
   EXPECT_TRUE(client().sees("flood 10000 0 0", long_time)) << client().transcript();
+}
+
+TEST_F(Request, NoneIsRefusedWhileTheDeviceIsPaused) {
+  start();
+  ASSERT_TRUE(device().does("answer echo"));
+  device().signal(SIGSTOP);
+  client().begin("flood 0001:02:0A 1 5000 5000");
+  EXPECT_TRUE(client().sees("begun"));
+  device().signal(SIGCONT);
+  EXPECT_TRUE(client().sees("flood 5000 0 0 0", long_time)) << client().transcript();
+}
+
+TEST_F(Request, IsNotCarriedOutAfterItsLifespan) {
+  const std::string profiles = ::testing::TempDir() + "lifespan_" + std::to_string(own_domain()) + ".xml";
+  const std::string common =
+      "<reliability><kind>RELIABLE_RELIABILITY_QOS</kind></reliability>"
+      "<history><kind>KEEP_ALL_HISTORY_QOS</kind></history>";
+  const std::string lifespan = "<lifespan><duration><nanosec>500000000</nanosec></duration></lifespan>";
+  std::ofstream(profiles) << "<dds><qos_library name='requestReplyLib'><qos_profile name='requestNodeQos'>"
+                          << "<topic_qos>" << common << lifespan << "</topic_qos>"
+                          << "<datawriter_qos>" << common << lifespan << "</datawriter_qos>"
+                          << "<datareader_qos>" << common << "</datareader_qos></qos_profile></qos_library></dds>";
+  setenv("NDDS_QOS_PROFILES", profiles.c_str(), 1);
+  start();
+  unsetenv("NDDS_QOS_PROFILES");
+  device().signal(SIGSTOP);
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 42 600"));
+  device().signal(SIGCONT);
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 43 20000"));
+  EXPECT_TRUE(device().sees("request 0001:02:0A 1 43"));
+  EXPECT_TRUE(device().saw_nothing_of("request 0001:02:0A 1 42"));
 }
 
 TEST_F(Request, DeviceKilledInMidRequestGivesTimeoutAndUnitRemoved) {

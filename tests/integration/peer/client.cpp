@@ -5,6 +5,7 @@
 #include "tessivar/control/message_helper.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -25,6 +26,7 @@ class Client : public Role, public TessivarClientListener {
   explicit Client(DDSDomain* domain) {
     client_.attachDomain(domain);
     client_.attachListener(this, false);
+    client_.setUseQosProfiles(std::getenv("NDDS_QOS_PROFILES") != nullptr);
   }
   ~Client() override { client_.cleanUp(); }
 

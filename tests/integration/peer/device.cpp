@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -23,6 +24,7 @@ class Device : public Role, public TessivarNodeListener {
   explicit Device(DDSDomain* domain) {
     node_.attachDomain(domain);
     node_.attachListener(this, false);
+    node_.setUseQosProfiles(std::getenv("NDDS_QOS_PROFILES") != nullptr);
     if (!node_.create()) throw std::runtime_error("the node cannot be created");
   }
   ~Device() override {

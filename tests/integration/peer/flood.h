@@ -13,8 +13,8 @@ namespace tessivar::testing {
 
 /// Keeps up to `window` of `count` requests under way. `begin(i)` sends the request for the value `i`, counted from
 /// `first`, and gives its ticket, or null when it has to be tried again; `complete(ticket)` retires it. The server
-/// echoes each value in its reply's text, so that a reply for somebody else shows. Reports "flood COMPLETED LOST
-/// FOREIGN"; true when all were answered.
+/// echoes each value in its reply's text, so that a reply for somebody else shows. Reports "begun" when all are sent,
+/// and "flood COMPLETED LOST FOREIGN REFUSED"; true when all were answered.
 template <class Begin, class Complete>
 bool flood(unsigned first, unsigned count, unsigned window, Begin begin, Complete complete) {
   using Clock = std::chrono::steady_clock;
@@ -26,6 +26,7 @@ bool flood(unsigned first, unsigned count, unsigned window, Begin begin, Complet
   std::vector<decltype(begin(first))> tickets;
   unsigned finished = 0;
   unsigned foreign = 0;
+  unsigned refused = 0;
   const auto finish_oldest = [&] {
     auto& ticket = tickets[finished];
     if (!poll([&] { return ticket->received.load(); })) return false;
@@ -39,11 +40,15 @@ bool flood(unsigned first, unsigned count, unsigned window, Begin begin, Complet
   for (unsigned i = 0; i < count && timely; ++i) {
     if (i - finished >= window && !(timely = finish_oldest())) break;
     auto ticket = begin(first + i);
-    timely = ticket || poll([&] { return static_cast<bool>(ticket = begin(first + i)); });
+    timely = ticket || poll([&] {
+               ++refused;
+               return static_cast<bool>(ticket = begin(first + i));
+             });
     if (timely) tickets.push_back(ticket);
   }
+  event("begun");
   while (timely && finished < tickets.size()) timely = finish_oldest();
-  event("flood", finished, count - finished, foreign);
+  event("flood", finished, count - finished, foreign, refused);
   return timely;
 }
 

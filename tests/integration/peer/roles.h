@@ -30,19 +30,19 @@ class Answer {
   Words answer_ = {"complete"};
 };
 
-/// A device of the control family.
+/// A device of the control family, with QoS profiles when NDDS_QOS_PROFILES names any.
 /// Commands: unit ADDRESS NAME · remove ADDRESS · value ADDRESS NUMBER INT · metadata ADDRESS NUMBER NAME ·
 /// dispose ADDRESS NUMBER · filter ADDRESS… · stream PERIOD_MS ADDRESS… (counts up command 1 of each, until the next
 /// stream) · answer complete|echo|refuse REASON|none|throw|progress COUNT PERIOD_MS.
 /// Events: request ADDRESS NUMBER INT · interest ADDRESS MIN MAX · interest-removed ADDRESS MIN MAX.
 std::unique_ptr<Role> make_device(TessivarDDS::DDSDomain* domain);
 
-/// A controller of the control family.
+/// A controller of the control family, with QoS profiles when NDDS_QOS_PROFILES names any.
 /// Commands: create (made by itself, so that interest can be registered before) · interest ADDRESS [MIN MAX] ·
 /// match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER COUNT WINDOW ·
 /// counts.
 /// Events: unit-added ADDRESS NAME · unit-removed ADDRESS · metadata ADDRESS NUMBER NAME · value ADDRESS NUMBER INT ·
-/// set true|false MILLISECONDS · reason TEXT · flood COMPLETED LOST FOREIGN · counts UNITS COMMANDS.
+/// set true|false MILLISECONDS · reason TEXT · begun · flood COMPLETED LOST FOREIGN REFUSED · counts UNITS COMMANDS.
 std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
 
 /// A device with routers.
@@ -62,7 +62,8 @@ std::unique_ptr<Role> make_router(TessivarDDS::DDSDomain* domain);
 /// clean-up (afterwards everything is as at the start).
 /// Events: router-added ADDRESS NAME · router-removed ADDRESS · source|destination|source-association|
 /// destination-association ADDRESS INDEX NAME · protected ADDRESS INDEX · route ADDRESS DEST SOURCE · result RESULT
-/// [REASON], for each reply · set RESULT, -1 without one · flood COMPLETED LOST FOREIGN · misnamed COUNT, with await.
+/// [REASON], for each reply · set RESULT, -1 without one · begun · flood COMPLETED LOST FOREIGN REFUSED · misnamed
+/// COUNT, with await.
 std::unique_ptr<Role> make_controller(TessivarDDS::DDSDomain* domain);
 
 }  // namespace tessivar::testing
