@@ -1,11 +1,11 @@
 #include "tessivar/platform/batch.h"
 
+#include "tessivar/platform/immortal.h"
 #include "tessivar/platform/log.h"
 #include "tessivar/platform/signals_blocked.h"
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <pthread.h>
 #include <string>
 #include <thread>
@@ -17,8 +17,8 @@ namespace tessivar::platform {
 class FlushClock {
  public:
   static FlushClock& instance() {
-    static FlushClock& clock = *new FlushClock;  // never destroyed: a writer may outlive main()
-    return clock;
+    static Immortal<FlushClock> clock;
+    return *clock;
   }
 
   /// Throws std::system_error when there is no thread to be had.
@@ -89,7 +89,7 @@ class FlushClock {
     }
   }
 
-  void flush(Batch& batch, std::unique_lock<std::mutex>& lock) {
+  void flush(Batch& batch, std::unique_lock<Mutex>& lock) {
     batch.due_ = never;
     flushing_ = &batch;
     lock.unlock();
@@ -102,10 +102,10 @@ class FlushClock {
     flushed_.notify_all();
   }
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::condition_variable flushed_;
-  std::condition_variable stopped_;
+  Mutex mutex_;
+  Condition changed_;
+  Condition flushed_;
+  Condition stopped_;
   std::thread thread_;
   bool stopping_ = false;
   std::vector<Batch*> batches_;

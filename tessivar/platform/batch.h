@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tessivar/platform/engine.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/qos.h"
 
 #include <mutex>
@@ -32,7 +33,7 @@ class Batch {
   const std::int64_t max_octets_;
   const std::int64_t max_samples_;
   const std::int64_t delay_;  // nanoseconds; `never` without limit
-  std::mutex mutex_;
+  Mutex mutex_;
   std::int64_t octets_ = 0;
   std::int64_t samples_ = 0;
   std::int64_t due_ = never;  // of the flush clock, under its lock

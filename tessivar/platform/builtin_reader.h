@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/platform/builtin.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/reader_impl.h"
 
 #include <list>
@@ -45,7 +46,7 @@ class SeenParticipants {
 
   bool fits(const BuiltinSelection& selection, const Participant& participant, const Sample& sample) const;
 
-  std::mutex mutex_;
+  Mutex mutex_;
   std::list<Participant> participants_;
 };
 

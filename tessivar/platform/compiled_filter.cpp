@@ -9,19 +9,19 @@ std::shared_ptr<CompiledFilter> CompiledFilter::compile(DDSContentFilter& filter
                                                         DDS_ReturnCode_t& result) {
   void* data = nullptr;
   result = DDS_RETCODE_ERROR;
-  contained("DDSContentFilter::compile", [&] {
+  contained(CallbackKind::filter, "DDSContentFilter::compile", [&] {
     result = filter.compile(&data, expression.c_str(), parameters, type.type_code, type.type_name, nullptr);
   });
   return result == DDS_RETCODE_OK ? std::make_shared<CompiledFilter>(filter, data) : nullptr;
 }
 
 CompiledFilter::~CompiledFilter() {
-  contained("DDSContentFilter::finalize", [&] { filter_.finalize(data_); });
+  contained(CallbackKind::filter, "DDSContentFilter::finalize", [&] { filter_.finalize(data_); });
 }
 
 bool CompiledFilter::accepts(const void* sample, const DDS_FilterSampleInfo& info) const {
   bool accepted = false;
-  contained("DDSContentFilter::evaluate",
+  contained(CallbackKind::filter, "DDSContentFilter::evaluate",
             [&] { accepted = filter_.evaluate(data_, sample, &info) != DDS_BOOLEAN_FALSE; });
   return accepted;
 }

@@ -6,7 +6,9 @@ using tessivar::platform::EngineGuardCondition;
 
 DDSCondition::DDSCondition(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
-DDSCondition::~DDSCondition() = default;
+DDSCondition::~DDSCondition() {
+  if (impl_ && impl_->made_here.inherited()) static_cast<void>(impl_.release());  // the parent's engine has it
+}
 
 DDSGuardCondition::DDSGuardCondition() : DDSCondition(std::make_unique<Impl>()) {
   impl_->engine = tessivar::platform::engine().create_guard_condition();

@@ -7,12 +7,15 @@
 
 #include "tessivar/platform/condition.h"
 #include "tessivar/platform/engine.h"
+#include "tessivar/platform/fork.h"
 
 #include <atomic>
 #include <vector>
 
 struct DDSCondition::Impl {
   ~Impl();
+
+  const tessivar::platform::MadeHere made_here = {};
 
   std::unique_ptr<tessivar::platform::EngineCondition> engine;  // null while the reader of a read condition is disabled
   std::vector<DDSWaitSet::Impl*> wait_sets;
@@ -26,6 +29,7 @@ struct DDSCondition::Impl {
 };
 
 struct DDSWaitSet::Impl {
+  const tessivar::platform::MadeHere made_here = {};
   std::unique_ptr<tessivar::platform::EngineWaitSet> engine;
   std::unique_ptr<tessivar::platform::EngineGuardCondition> wake;  // triggered while one of these is pending
   std::vector<DDSCondition*> conditions;                           // in the order of their attachment

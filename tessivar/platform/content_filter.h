@@ -9,7 +9,8 @@ struct DDS_TypeCode;
 ///
 /// `compile` runs on the thread that makes or re-parameterises a filtered topic, `evaluate` on the engine's receive
 /// threads, for one reader never two at a time; `finalize` once nobody evaluates with that data any more. An exception
-/// that leaves `evaluate` is logged and refuses the sample.
+/// that leaves `evaluate` is logged and refuses the sample. The engine or the platform holds a lock meanwhile: reading,
+/// taking, writing, waiting, and making or deleting entities are refused there, each with one log line.
 class TESSIVAR_API DDSContentFilter {
  public:
   virtual ~DDSContentFilter() = default;

@@ -1,4 +1,6 @@
+#include "tessivar/platform/immortal.h"
 #include "tessivar/platform/log.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant_config.h"
 #include "tessivar/platform/participant_impl.h"
@@ -43,7 +45,7 @@ DDS_ReturnCode_t from_profile(const char* operation, Qos& qos, const char* libra
 }  // namespace
 
 struct DDSDomainParticipantFactory::Impl {
-  mutable std::mutex mutex;
+  mutable tessivar::platform::Mutex mutex;
   DDS_EntityFactoryQosPolicy entity_factory;
   std::optional<DDS_DomainParticipantQos> default_qos;
   std::vector<DDSDomainParticipant*> participants;
@@ -54,9 +56,8 @@ DDSDomainParticipantFactory::DDSDomainParticipantFactory() : impl_(std::make_uni
 DDSDomainParticipantFactory::~DDSDomainParticipantFactory() = default;
 
 DDSDomainParticipantFactory* DDSDomainParticipantFactory::get_instance() {
-  // Never destroyed: participants of static objects may outlive main().
-  static DDSDomainParticipantFactory* factory = new DDSDomainParticipantFactory;
-  return factory;
+  static tessivar::platform::Immortal<DDSDomainParticipantFactory> factory;
+  return &*factory;
 }
 
 DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(DDS_DomainId_t domain_id,
@@ -95,11 +96,18 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(DDS_Domain
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(DDSDomainParticipant* participant) {
   if (!participant) return DDS_RETCODE_BAD_PARAMETER;
+  if (tessivar::platform::refused_in_callback("DDSDomainParticipantFactory::delete_participant")) {
+    return DDS_RETCODE_ILLEGAL_OPERATION;
+  }
   {
     const std::lock_guard lock(impl_->mutex);
     const auto own = std::find(impl_->participants.begin(), impl_->participants.end(), participant);
-    if (own == impl_->participants.end() || !participant->impl().empty()) return DDS_RETCODE_PRECONDITION_NOT_MET;
+    const bool inherited = own != impl_->participants.end() && participant->impl().made_here.inherited();
+    if (own == impl_->participants.end() || (!inherited && !participant->impl().empty())) {
+      return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
     impl_->participants.erase(own);
+    if (inherited) return DDS_RETCODE_OK;
   }
   delete participant;
   return DDS_RETCODE_OK;

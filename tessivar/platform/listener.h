@@ -1,9 +1,17 @@
 // Listeners: how the platform reports status changes.
 //
-// Every callback runs on a thread of the engine and must not block for long. It may read statuses and matched
-// endpoints; it must not create, delete or reconfigure an entity that matches the one it is called for. No lock that a
-// public operation needs is held during a call. An exception that leaves a callback is logged and dropped. A listener
-// is not owned: it must outlive the entity that it is installed on, or be removed (set_listener(nullptr, 0)) before.
+// Every callback runs on a thread of the engine, or on the thread whose operation caused it, and must not block for
+// long. Within one, every operation of the platform works, except those below: they log one line and return
+// ILLEGAL_OPERATION (or null), because the engine waits for the callback.
+//
+// - deleting a reader, writer or participant, also by delete_contained_entities();
+// - enabling a participant; enabling a reader or writer of a participant that does not ignore itself;
+// - wait_for_historical_data(), wait_for_acknowledgments(), DDSWaitSet::wait();
+// - writing with the writer whose write caused the callback.
+//
+// No lock that another operation needs is held during a call. An exception that leaves a callback is logged and
+// dropped. A listener is not owned: it must outlive the entity that it is installed on, or be removed
+// (set_listener(nullptr, 0)) before.
 #pragma once
 
 #include "tessivar/platform/status.h"

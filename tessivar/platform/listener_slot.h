@@ -1,11 +1,12 @@
 // The place of one listener: who is called, for which statuses, and when it may go.
 #pragma once
 
+#include "tessivar/platform/callback.h"
 #include "tessivar/platform/log.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/status.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <exception>
 #include <mutex>
 #include <string>
@@ -18,7 +19,8 @@ namespace tessivar::platform {
 /// Runs application code; an exception that leaves it is logged under `context` and goes no further. Whether it ended
 /// without one.
 template <class Function>
-bool contained(const char* context, Function&& function) noexcept {
+bool contained(CallbackKind kind, const char* context, Function&& function) noexcept {
+  const CallbackScope scope(kind);
   try {
     function();
     return true;
@@ -39,7 +41,7 @@ class ListenerSlot {
     std::unique_lock lock(mutex_);
     const Listener* old = std::exchange(listener_, listener);
     mask_ = mask;
-    if (old == listener) return;
+    if (old == listener || made_here_.inherited()) return;
     ended_.wait(lock, [&] {
       return std::none_of(calls_.begin(), calls_.end(), [&](const Call& call) {
         return call.listener == old && call.thread != std::this_thread::get_id();
@@ -62,7 +64,7 @@ class ListenerSlot {
       listener = listener_;
       calls_.push_back({listener, std::this_thread::get_id()});
     }
-    contained(context, [&] { callback(*listener); });
+    contained(CallbackKind::listener, context, [&] { callback(*listener); });
     {
       const std::lock_guard lock(mutex_);
       calls_.erase(std::find_if(calls_.begin(), calls_.end(), [&](const Call& call) {
@@ -79,11 +81,12 @@ class ListenerSlot {
     std::thread::id thread;
   };
 
-  mutable std::mutex mutex_;
-  std::condition_variable ended_;
+  mutable Mutex mutex_;
+  Condition ended_;
   Listener* listener_ = nullptr;
   DDS_StatusMask mask_ = 0;
   std::vector<Call> calls_;
+  const MadeHere made_here_ = {};
 };
 
 }  // namespace tessivar::platform

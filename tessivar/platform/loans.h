@@ -1,6 +1,7 @@
 // The samples that one reader lends out.
 #pragma once
 
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/sample_info.h"
 #include "tessivar/platform/type_plugin.h"
 
@@ -37,7 +38,7 @@ class Loans {
   void retire(std::unique_ptr<Loan> loan);
 
   const PRESTypePlugin& type_;
-  mutable std::mutex mutex_;
+  mutable Mutex mutex_;
   std::vector<void*> idle_samples_;
   std::vector<std::unique_ptr<Loan>> idle_;
   std::vector<std::unique_ptr<Loan>> out_;

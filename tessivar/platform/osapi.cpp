@@ -1,8 +1,10 @@
 #include "tessivar/platform/osapi.h"
 
+#include "tessivar/platform/fork.h"
 #include "tessivar/platform/log.h"
 #include "tessivar/platform/signals_blocked.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -27,11 +29,24 @@ std::chrono::nanoseconds to_chrono(const RTINtpTime& time) {
 }  // namespace
 
 struct RTIOsapiSemaphore {
-  std::mutex mutex;
-  std::condition_variable condition;
-  bool given;
+  struct State {
+    explicit State(bool initially) : given(initially) {}
+    std::mutex mutex;
+    std::condition_variable condition;
+    bool given;
+  };
 
-  explicit RTIOsapiSemaphore(bool initially) : given(initially) {}
+  explicit RTIOsapiSemaphore(bool initially) : given_initially(initially), state(initially) {}
+
+  /// In a process that inherited it the semaphore is as new: who holds it, or waits, does not exist there.
+  State& present() {
+    tessivar::platform::renew_if_inherited(process, [this] { new (&state) State(given_initially); });
+    return state;
+  }
+
+  const bool given_initially;
+  std::atomic<unsigned> process{tessivar::platform::fork_depth()};
+  State state;
 };
 
 RTIOsapiSemaphore* RTIOsapiSemaphore_new(int kind, const RTIOsapiSemaphoreProperty* property) {
@@ -49,15 +64,16 @@ void RTIOsapiSemaphore_delete(RTIOsapiSemaphore* semaphore) {
 int RTIOsapiSemaphore_take(RTIOsapiSemaphore* semaphore, const RTINtpTime* timeout) {
   if (!semaphore) return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
   try {
-    std::unique_lock lock(semaphore->mutex);
-    const auto given = [semaphore] { return semaphore->given; };
+    RTIOsapiSemaphore::State& state = semaphore->present();
+    std::unique_lock lock(state.mutex);
+    const auto given = [&state] { return state.given; };
     if (!timeout) {
-      semaphore->condition.wait(lock, given);
-    } else if (!semaphore->given) {
+      state.condition.wait(lock, given);
+    } else if (!state.given) {
       const auto deadline = std::chrono::steady_clock::now() + to_chrono(*timeout);
-      if (!semaphore->condition.wait_until(lock, deadline, given)) return RTI_OSAPI_SEMAPHORE_STATUS_TIMEOUT;
+      if (!state.condition.wait_until(lock, deadline, given)) return RTI_OSAPI_SEMAPHORE_STATUS_TIMEOUT;
     }
-    semaphore->given = false;
+    state.given = false;
     return RTI_OSAPI_SEMAPHORE_STATUS_OK;
   } catch (const std::system_error&) {
     return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
@@ -67,10 +83,11 @@ int RTIOsapiSemaphore_take(RTIOsapiSemaphore* semaphore, const RTINtpTime* timeo
 int RTIOsapiSemaphore_give(RTIOsapiSemaphore* semaphore) {
   if (!semaphore) return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
   try {
+    RTIOsapiSemaphore::State& state = semaphore->present();
     // Notified under the lock: who takes it may delete the semaphore at once.
-    const std::lock_guard lock(semaphore->mutex);
-    semaphore->given = true;
-    semaphore->condition.notify_one();
+    const std::lock_guard lock(state.mutex);
+    state.given = true;
+    state.condition.notify_one();
     return RTI_OSAPI_SEMAPHORE_STATUS_OK;
   } catch (const std::system_error&) {
     return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
@@ -81,6 +98,7 @@ struct RTIOsapiThreadFactory {};
 
 struct RTIOsapiThread {
   pthread_t thread;
+  const tessivar::platform::MadeHere made_here = {};
 };
 
 namespace {
@@ -152,7 +170,9 @@ RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFactory* factor
 
 void RTIOsapiThreadFactory_destroyThread(RTIOsapiThreadFactory*, RTIOsapiThread* thread) {
   if (!thread) return;
-  if (pthread_equal(thread->thread, pthread_self())) {
+  if (thread->made_here.inherited()) {
+    // The thread is the parent's.
+  } else if (pthread_equal(thread->thread, pthread_self())) {
     pthread_detach(thread->thread);
   } else {
     pthread_join(thread->thread, nullptr);

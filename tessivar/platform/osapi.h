@@ -23,6 +23,7 @@ struct RTINtpTime {
   DDS_UnsignedLong frac;
 };
 
+/// In a process that inherited one by fork(), it begins anew with its initial count.
 struct RTIOsapiSemaphore;
 
 /// Null when memory is short.
@@ -44,7 +45,8 @@ TESSIVAR_API RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFa
                                                                 int priority, int options, int stack_size,
                                                                 const void* processor_mask,
                                                                 RTIOsapiThreadFunction entry, void* argument);
-/// Waits for the thread's end and frees it. Called by the thread itself it frees it without waiting.
+/// Waits for the thread's end and frees it. Called by the thread itself, or by a process that inherited the thread's
+/// record by fork(), it frees it without waiting.
 TESSIVAR_API void RTIOsapiThreadFactory_destroyThread(RTIOsapiThreadFactory* factory, RTIOsapiThread* thread);
 
 TESSIVAR_API void RTIOsapiThread_sleep(const RTINtpTime* time);

@@ -13,6 +13,8 @@ using tessivar::platform::BuiltinReader;
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
 using tessivar::platform::refuse;
+using tessivar::platform::refused_in_callback;
+using tessivar::platform::refused_in_filter;
 
 namespace {
 
@@ -40,6 +42,10 @@ bool DDSDomainParticipant::Impl::empty() const {
 bool DDSDomainParticipant::Impl::autoenable() const {
   const std::lock_guard lock(mutex);
   return engine && qos.entity_factory.autoenable_created_entities;
+}
+
+bool DDSDomainParticipant::Impl::cannot_enable_entity(const char* operation) const {
+  return ignores_itself ? refused_in_filter(operation) : refused_in_callback(operation);
 }
 
 DDSTopic* DDSDomainParticipant::Impl::find_topic(std::string_view name) const {
@@ -70,7 +76,7 @@ void DDSDomainParticipant::Impl::unpin(const void* entity) {
   changed.notify_all();
 }
 
-void DDSDomainParticipant::Impl::await_unpinned(std::unique_lock<std::mutex>& lock, const void* entity) {
+void DDSDomainParticipant::Impl::await_unpinned(std::unique_lock<tessivar::platform::Mutex>& lock, const void* entity) {
   changed.wait(lock, [&] {
     return std::none_of(pins.begin(), pins.end(),
                         [&](const Pin& pin) { return pin.entity == entity && pin.by != std::this_thread::get_id(); });
@@ -80,6 +86,7 @@ void DDSDomainParticipant::Impl::await_unpinned(std::unique_lock<std::mutex>& lo
 // --- enabling --------------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
+  if (!engine && refused_in_callback("DDSDomainParticipant::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const std::lock_guard enabling_lock(enabling);
   if (engine) return DDS_RETCODE_OK;
   tessivar::platform::EngineParticipantConfig config;
@@ -156,6 +163,7 @@ void DDSDomainParticipant::Impl::participant_seen(const DDS_ParticipantBuiltinTo
 
 DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTopic& topic,
                                                             const DDS_StringSeq& parameters) {
+  if (refused_in_filter("DDSContentFilteredTopic::set_expression_parameters")) return DDS_RETCODE_ILLEGAL_OPERATION;
   DDSContentFilteredTopic::Impl& impl = topic.impl();
   const std::lock_guard changing(impl.changing);
   DDS_ReturnCode_t result = DDS_RETCODE_OK;

@@ -3,9 +3,13 @@
 //
 // All operations are thread-safe; what is made through a participant is owned by it and deleted through it. Creating
 // operations return null and log one line when they fail. Nothing throws.
+//
+// In a process that inherited a participant by fork(), deleting it or what it contains returns OK and only abandons it;
+// nothing else may be called there.
 #pragma once
 
 #include "tessivar/platform/builtin.h"
+#include "tessivar/platform/immortal.h"
 #include "tessivar/platform/reader.h"
 #include "tessivar/platform/topic.h"
 #include "tessivar/platform/type_plugin.h"
@@ -174,6 +178,7 @@ class TESSIVAR_API DDSDomainParticipantFactory {
   DDS_ReturnCode_t reload_profiles();
 
  private:
+  friend class tessivar::platform::Immortal<DDSDomainParticipantFactory>;
   DDSDomainParticipantFactory();
   ~DDSDomainParticipantFactory();
   struct Impl;

@@ -14,6 +14,7 @@ using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
 using tessivar::platform::ProfileStore;
 using tessivar::platform::refuse;
+using tessivar::platform::refused_in_callback;
 
 namespace {
 
@@ -165,6 +166,7 @@ DDSTopic* DDSDomainParticipant::create_topic(const char* topic_name, const char*
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_topic(DDSTopic* topic) {
   if (!topic) return DDS_RETCODE_BAD_PARAMETER;
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
   const std::lock_guard lock(impl_->mutex);
   const auto own = std::find(impl_->topics.begin(), impl_->topics.end(), topic);
   if (own == impl_->topics.end() || topic->impl().users > 0) return DDS_RETCODE_PRECONDITION_NOT_MET;
@@ -228,6 +230,7 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_contentfilteredtopic(DDSContentFilteredTopic* topic) {
   if (!topic) return DDS_RETCODE_BAD_PARAMETER;
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
   {
     const std::lock_guard lock(impl_->mutex);
     const auto own = std::find(impl_->filtered_topics.begin(), impl_->filtered_topics.end(), topic);
@@ -315,6 +318,8 @@ DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DD
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_datawriter(DDSDataWriter* writer) {
   if (!writer) return DDS_RETCODE_BAD_PARAMETER;
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
+  if (refused_in_callback("DDSDomainParticipant::delete_datawriter")) return DDS_RETCODE_ILLEGAL_OPERATION;
   {
     std::unique_lock lock(impl_->mutex);
     if (!remove(impl_->writers, writer)) return DDS_RETCODE_PRECONDITION_NOT_MET;
@@ -367,6 +372,8 @@ DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* desc
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_datareader(DDSDataReader* reader) {
   if (!reader) return DDS_RETCODE_BAD_PARAMETER;
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
+  if (refused_in_callback("DDSDomainParticipant::delete_datareader")) return DDS_RETCODE_ILLEGAL_OPERATION;
   {
     const std::lock_guard lock(impl_->mutex);
     if (std::find(impl_->readers.begin(), impl_->readers.end(), reader) == impl_->readers.end()) {
@@ -396,6 +403,8 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::destroy(DDSDataReader* reader) {
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
+  if (refused_in_callback("DDSDomainParticipant::delete_contained_entities")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const auto delete_all = [this](auto& entities, const auto& destroy) {
     for (;;) {
       std::unique_lock lock(impl_->mutex);

@@ -4,10 +4,10 @@
 #include "tessivar/platform/builtin_reader.h"
 #include "tessivar/platform/engine.h"
 #include "tessivar/platform/listener_slot.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/participant.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -38,6 +38,8 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   /// With its read conditions and loans.
   DDS_ReturnCode_t destroy(DDSDataReader* reader);
 
+  /// In a process that inherited the participant its entities are not deleted: the engine's threads are not there.
+  const tessivar::platform::MadeHere made_here = {};
   DDSDomainParticipant* self = nullptr;
   const DDS_DomainId_t domain_id;
   tessivar::platform::ListenerSlot<DDSDomainParticipantListener> listener;
@@ -47,13 +49,13 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   DDSParticipantBuiltinTopicDataDataReader* builtin_reader = nullptr;
   std::atomic<bool> ignores_itself = false;
 
-  std::mutex enabling;
+  tessivar::platform::Mutex enabling;
   std::unique_ptr<tessivar::platform::EngineParticipant> owned_engine;
   std::atomic<tessivar::platform::EngineParticipant*> engine = nullptr;  // null until it is enabled
 
   /// Guards what follows. Not held while the engine or the application is called.
-  mutable std::mutex mutex;
-  std::condition_variable changed;
+  mutable tessivar::platform::Mutex mutex;
+  tessivar::platform::Condition changed;
   bool starting = false;  // the engine is being brought up
   DDS_DomainParticipantQos qos;
   std::optional<DDS_TopicQos> default_topic_qos;
@@ -75,10 +77,13 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
 
   void pin(const void* entity);    // with the lock held
   void unpin(const void* entity);  // without
-  void await_unpinned(std::unique_lock<std::mutex>& lock, const void* entity);
+  void await_unpinned(std::unique_lock<tessivar::platform::Mutex>& lock, const void* entity);
   DDSTopic* find_topic(std::string_view name) const;                          // with the lock held
   DDSContentFilteredTopic* find_filtered_topic(std::string_view name) const;  // with the lock held
   bool autoenable() const;
+  /// Returns true, after one log line, if this thread is where the engine cannot make a reader or writer: in a filter,
+  /// or in a callback while it may match an entity that waits for the callback.
+  bool cannot_enable_entity(const char* operation) const;
 };
 
 namespace tessivar::platform {

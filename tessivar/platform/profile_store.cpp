@@ -1,10 +1,12 @@
 #include "tessivar/platform/profile_store.h"
 
+#include "tessivar/platform/immortal.h"
+
 namespace tessivar::platform {
 
 ProfileStore& ProfileStore::instance() {
-  static ProfileStore& store = *new ProfileStore;  // never destroyed, like the factory that asks it
-  return store;
+  static Immortal<ProfileStore> store;
+  return *store;
 }
 
 void ProfileStore::set_sources(const DDS_ProfileQosPolicy& sources) {

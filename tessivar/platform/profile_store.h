@@ -1,6 +1,7 @@
 // The process's QoS profiles, read when they are first asked for.
 #pragma once
 
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/qos_profiles.h"
 
 #include <mutex>
@@ -25,7 +26,7 @@ class ProfileStore {
   }
 
  private:
-  mutable std::mutex mutex_;
+  mutable Mutex mutex_;
   DDS_ProfileQosPolicy sources_;
   QosProfiles profiles_;
   bool current_ = false;

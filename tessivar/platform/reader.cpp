@@ -87,6 +87,7 @@ std::unique_ptr<ReaderSide> DDSDataReader::Impl::open_side(std::shared_ptr<Compi
 }
 
 DDS_ReturnCode_t DDSDataReader::Impl::enable() {
+  if (!side && participant.impl().cannot_enable_entity("DDSDataReader::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
   DDS_StatusMask changed = 0;
   {
     const std::lock_guard lock(structure);
@@ -119,6 +120,9 @@ bool DDSDataReader::Impl::redelivers_history() const {
 DDS_ReturnCode_t DDSDataReader::Impl::prepare_filter(const std::shared_ptr<CompiledFilter>& filter) {
   const std::lock_guard lock(structure);
   if (!side || !redelivers_history()) return DDS_RETCODE_OK;
+  if (tessivar::platform::refused_in_callback("DDSContentFilteredTopic::set_expression_parameters")) {
+    return DDS_RETCODE_ILLEGAL_OPERATION;
+  }
   DDS_ReturnCode_t result = DDS_RETCODE_OK;
   prepared = open_side(filter, result);
   return result;
@@ -253,6 +257,9 @@ DDS_ReturnCode_t DDSDataReader::get_matched_publications(DDS_InstanceHandleSeq& 
 
 DDS_ReturnCode_t DDSDataReader::wait_for_historical_data(const DDS_Duration_t& max_wait) {
   if (max_wait.sec < 0) return DDS_RETCODE_BAD_PARAMETER;
+  if (tessivar::platform::refused_in_callback("DDSDataReader::wait_for_historical_data")) {
+    return DDS_RETCODE_ILLEGAL_OPERATION;
+  }
   // In slices, since the side may be replaced meanwhile.
   for (std::int64_t left = tessivar::platform::to_nanoseconds(max_wait);;) {
     const std::lock_guard lock(impl_->structure);
@@ -271,6 +278,7 @@ DDSReadCondition* DDSDataReader::create_readcondition(DDS_SampleStateMask sample
     log(LogLevel::error, "DDSDataReader::create_readcondition", "a built-in reader has no conditions");
     return nullptr;
   }
+  if (tessivar::platform::refused_in_filter("DDSDataReader::create_readcondition")) return nullptr;
   auto condition = std::make_unique<DDSCondition::Impl>();
   condition->reader = this;
   condition->sample_states = sample_states;

@@ -55,6 +55,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::check_buffers(const DDS_SampleBufferI& sam
 
 DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                                    const DDS_ReadSelectionI& request) {
+  if (tessivar::platform::refused_in_filter("DDSDataReader::read")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const DDS_ReturnCode_t fits = check_buffers(samples, infos, request);
   if (fits != DDS_RETCODE_OK) return fits;
   const bool lends = samples.maximum == 0;

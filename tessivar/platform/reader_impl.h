@@ -7,6 +7,7 @@
 
 #include "tessivar/platform/listener_slot.h"
 #include "tessivar/platform/loans.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/reader.h"
 #include "tessivar/platform/reader_side.h"
 #include "tessivar/platform/topic.h"
@@ -61,11 +62,11 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   const DDS_DataReaderQos qos;
   tessivar::platform::ListenerSlot<DDSDataReaderListener> listener;
 
-  std::mutex structure;
+  tessivar::platform::Mutex structure;
   std::vector<DDSReadCondition*> conditions;                 // changed with `access` held, too
   std::unique_ptr<tessivar::platform::ReaderSide> prepared;  // the side that is to come
 
-  std::mutex access;
+  tessivar::platform::Mutex access;
   std::unique_ptr<tessivar::platform::ReaderSide> side;  // null until it is enabled; changed with all three locks held
   std::vector<tessivar::platform::EngineSlot> slots;     // of the access under way, as what follows
   std::vector<tessivar::platform::EngineSlot> unknown_slots;
@@ -79,7 +80,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   std::vector<Departed> departed;
 
   /// What the statuses say, each with the changes since it was read last.
-  std::mutex status_mutex;
+  tessivar::platform::Mutex status_mutex;
   DDS_SubscriptionMatchedStatus matched = {};
   DDS_LivelinessChangedStatus liveliness = {};
   DDS_RequestedDeadlineMissedStatus deadline = {};

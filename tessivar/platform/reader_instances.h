@@ -6,6 +6,7 @@
 
 #include "tessivar/platform/engine.h"
 #include "tessivar/platform/key_hash.h"
+#include "tessivar/platform/mutex.h"
 
 #include <mutex>
 #include <optional>
@@ -60,7 +61,7 @@ class ReaderInstances {
   void settle(const EngineSelection& selection, std::span<const EngineSlot> slots, std::uint64_t accepted_before);
 
   const PRESTypePlugin& type_;
-  mutable std::mutex mutex_;
+  mutable Mutex mutex_;
   ByHash by_hash_;
   ByHash emptied_;  // by the last access
   std::uint64_t accepted_ = 0;

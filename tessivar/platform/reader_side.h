@@ -6,11 +6,11 @@
 
 #include "tessivar/platform/compiled_filter.h"
 #include "tessivar/platform/engine.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/reader_instances.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -72,12 +72,12 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   ReaderInstances instances_;
   std::atomic<bool> has_accepted_ = false;
 
-  mutable std::mutex writers_mutex_;
-  std::condition_variable writers_changed_;
+  mutable Mutex writers_mutex_;
+  Condition writers_changed_;
   DDS_SubscriptionMatchedStatus matched_ = {};
   DDS_LivelinessChangedStatus liveliness_ = {};
 
-  std::mutex filter_mutex_;  // held while the filter evaluates
+  Mutex filter_mutex_;  // held while the filter evaluates
   std::shared_ptr<CompiledFilter> filter_;
   void* scratch_ = nullptr;  // what the filter evaluates
 

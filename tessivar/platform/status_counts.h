@@ -4,6 +4,7 @@
 // 2.2.4.1).
 #pragma once
 
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/status.h"
 
 #include <mutex>
@@ -73,7 +74,7 @@ Status read_status(Status& seen) {
 
 /// A get_…_status operation: hands out a status that `mutex` guards.
 template <class Status>
-DDS_ReturnCode_t get_status(std::mutex& mutex, Status& seen, Status& out) {
+DDS_ReturnCode_t get_status(Mutex& mutex, Status& seen, Status& out) {
   const std::lock_guard lock(mutex);
   out = read_status(seen);
   return DDS_RETCODE_OK;

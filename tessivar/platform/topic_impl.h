@@ -3,6 +3,7 @@
 
 #include "tessivar/platform/compiled_filter.h"
 #include "tessivar/platform/listener_slot.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/topic.h"
 #include "tessivar/platform/type_plugin.h"
 
@@ -31,8 +32,8 @@ struct DDSContentFilteredTopic::Impl {
   DDSContentFilter& filter;
   int users = 0;  // readers; under the participant's lock
 
-  std::mutex changing = {};       // one change of parameters at a time
-  mutable std::mutex mutex = {};  // guards what follows
+  tessivar::platform::Mutex changing = {};       // one change of parameters at a time
+  mutable tessivar::platform::Mutex mutex = {};  // guards what follows
   DDS_StringSeq parameters = {};
   std::shared_ptr<tessivar::platform::CompiledFilter> compiled = {};
 

@@ -1,5 +1,8 @@
+#include "tessivar/platform/callback.h"
 #include "tessivar/platform/condition_impl.h"
+#include "tessivar/platform/immortal.h"
 #include "tessivar/platform/log.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/sequence_fill.h"
 
 #include <algorithm>
@@ -13,10 +16,10 @@ using platform::make_length;
 
 namespace {
 
-/// Guards who is attached to whom, of all conditions and wait sets. Never destroyed: conditions may be static.
-std::mutex& attachments() {
-  static std::mutex& mutex = *new std::mutex;
-  return mutex;
+/// Guards who is attached to whom, of all conditions and wait sets.
+platform::Mutex& attachments() {
+  static platform::Immortal<platform::Mutex> mutex;
+  return *mutex;
 }
 
 template <class T>
@@ -79,6 +82,10 @@ DDSWaitSet::DDSWaitSet() : impl_(std::make_unique<Impl>()) {
 }
 
 DDSWaitSet::~DDSWaitSet() {
+  if (impl_->made_here.inherited()) {
+    static_cast<void>(impl_.release());  // the parent's engine has it
+    return;
+  }
   const std::lock_guard lock(attachments());
   for (DDSCondition* condition : impl_->conditions) {
     if (condition->impl().engine) impl_->engine->detach(*condition->impl().engine);
@@ -89,6 +96,7 @@ DDSWaitSet::~DDSWaitSet() {
 DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
   if (!condition) return DDS_RETCODE_BAD_PARAMETER;
   if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
+  if (platform::refused_in_filter("DDSWaitSet::attach_condition")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const std::lock_guard lock(attachments());
   if (std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) return DDS_RETCODE_OK;
   if (platform::EngineCondition* engine = condition->impl().engine.get()) {
@@ -118,6 +126,7 @@ DDS_ReturnCode_t DDSWaitSet::detach_condition(DDSCondition* condition) {
 
 DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t& timeout) {
   if (timeout.sec < 0) return DDS_RETCODE_BAD_PARAMETER;
+  if (platform::refused_in_callback("DDSWaitSet::wait")) return DDS_RETCODE_ILLEGAL_OPERATION;
   if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
   if (impl_->waiting.exchange(true)) return DDS_RETCODE_PRECONDITION_NOT_MET;
   struct Done {

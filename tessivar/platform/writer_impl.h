@@ -4,6 +4,7 @@
 #include "tessivar/platform/batch.h"
 #include "tessivar/platform/engine.h"
 #include "tessivar/platform/listener_slot.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/topic.h"
 #include "tessivar/platform/writer.h"
 #include "tessivar/platform/writer_instances.h"
@@ -40,13 +41,13 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   tessivar::platform::ListenerSlot<DDSDataWriterListener> listener;
   tessivar::platform::WriterInstances instances;
 
-  std::mutex enabling;
+  tessivar::platform::Mutex enabling;
   std::unique_ptr<tessivar::platform::EngineWriter> owned_engine;
   std::atomic<tessivar::platform::EngineWriter*> engine = nullptr;  // null until it is enabled
   std::unique_ptr<tessivar::platform::Batch> batch;                 // null without batching
 
   /// What the statuses say, each with the changes since it was read last.
-  std::mutex status_mutex;
+  tessivar::platform::Mutex status_mutex;
   DDS_PublicationMatchedStatus matched = {};
   DDS_LivelinessLostStatus lost = {};
   DDS_OfferedDeadlineMissedStatus deadline = {};

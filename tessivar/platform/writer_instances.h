@@ -5,6 +5,7 @@
 
 #include "tessivar/platform/encoded_key.h"
 #include "tessivar/platform/key_hash.h"
+#include "tessivar/platform/mutex.h"
 
 #include <mutex>
 #include <optional>
@@ -42,7 +43,7 @@ class WriterInstances {
   ByKey::value_type* known(const EncodedKey& key);
 
   const PRESTypePlugin& type_;
-  std::mutex mutex_;
+  Mutex mutex_;
   ByKey by_key_;
   ByKey::value_type* latest_ = nullptr;  // writers tend to stay with an instance
   std::unordered_map<KeyHash, const std::string*, KeyHashHasher> by_hash_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/mutex.h"
 
 #include <cstdint>
 #include <mutex>
@@ -34,7 +35,7 @@ class BatchingSetting {
 
  private:
   ddsi_domaingv* const gv_;  // null: the setting cannot be reached, nothing collects
-  std::mutex lock_;
+  Mutex lock_;
   int open_ = 0;
   std::uint64_t windows_ = 0;
 };

@@ -4,6 +4,7 @@
 #include "tessivar/platform/cyclone/engine_api.h"
 #include "tessivar/platform/cyclone/internals.h"
 #include "tessivar/platform/cyclone/worker.h"
+#include "tessivar/platform/mutex.h"
 
 #include <array>
 #include <chrono>
@@ -68,7 +69,7 @@ class Discovery {
   cyclone_watcher watcher_ = {};
   cyclone_watch* watch_ = nullptr;
 
-  std::mutex lock_;
+  Mutex lock_;
   /// Those that are ignored stay for a while when they are gone, as far as can be told: they announce themselves again.
   std::map<Guid, Remote> remotes_;
   std::deque<Event> queue_;

@@ -3,6 +3,7 @@
 #include "tessivar/platform/cyclone/conditions.h"
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/participant.h"
+#include "tessivar/platform/immortal.h"
 
 namespace tessivar::platform {
 namespace {
@@ -28,7 +29,7 @@ class CycloneEngine final : public Engine {
 }  // namespace
 
 Engine& cyclone_engine() {
-  static CycloneEngine* const engine = new CycloneEngine;  // for whoever still uses it while the process ends
+  static Immortal<CycloneEngine> engine;
   return *engine;
 }
 

@@ -6,6 +6,7 @@
 
 #if DDS_VERSION_MAJOR == 0 && DDS_VERSION_MINOR == 10 && DDS_VERSION_PATCH == 2
 
+#include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -37,6 +38,20 @@ struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain
   if (lease_duration > 0 && gv->config.lease_duration != lease_duration) return NULL;
   if (announcement_period > 0 && gv->config.spdp_interval != announcement_period) return NULL;
   return gv;
+}
+
+static void close_on_exec(struct ddsi_tran_conn* connection) {
+  if (connection == NULL) return;
+  const ddsrt_socket_t descriptor = ddsi_conn_handle(connection);
+  const int flags = fcntl(descriptor, F_GETFD);
+  if (flags >= 0) (void)fcntl(descriptor, F_SETFD, flags | FD_CLOEXEC);
+}
+
+void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv) {
+  // The engine sets the flag for the other descriptors, those that wake its threads.
+  struct ddsi_tran_conn* const connections[] = {gv->disc_conn_mc, gv->data_conn_mc, gv->disc_conn_uc, gv->data_conn_uc};
+  for (size_t i = 0; i < sizeof connections / sizeof connections[0]; i++) close_on_exec(connections[i]);
+  for (size_t i = 0; i < MAX_XMIT_CONNS; i++) close_on_exec(gv->xmit_conns[i]);
 }
 
 static ddsi_guid_t to_guid(const uint8_t octets[16]) {
@@ -348,6 +363,9 @@ struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain
   return NULL;
 }
 
+void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv) {
+  (void)gv;
+}
 int cyclone_participant_index(const struct ddsi_domaingv* gv) {
   return (void)gv, -1;
 }

@@ -20,6 +20,9 @@ struct dds_qos;
 struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
                                            int64_t announcement_period);
 
+/// Has exec() close the domain's sockets, which the engine leaves open for the program that is executed.
+void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv);
+
 /// The number, on this host and domain, from which the domain's ports follow.
 int cyclone_participant_index(const struct ddsi_domaingv* gv);
 

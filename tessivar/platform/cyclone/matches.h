@@ -3,6 +3,7 @@
 
 #include "tessivar/platform/cyclone/discovery.h"
 #include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/mutex.h"
 
 #include <functional>
 #include <mutex>
@@ -32,7 +33,7 @@ class Matches {
 
  private:
   const Side side_;
-  std::mutex lock_;
+  Mutex lock_;
   std::unordered_map<EngineHandle, Match> known_;
 };
 

@@ -63,7 +63,11 @@ DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, Engin
   }
   gv_ = cyclone_internals_of(internal_id, static_cast<std::uint32_t>(config.domain_id), config.lease_duration,
                              config.announcement_period);
-  if (!gv_) report_missing_internals();
+  if (gv_) {
+    cyclone_close_sockets_on_exec(gv_);
+  } else {
+    report_missing_internals();
+  }
   batching_ = std::make_unique<BatchingSetting>(gv_);
   discovery_ = std::make_unique<Discovery>(gv_, events);
   const EngineQos qos = to_engine_qos(config);

@@ -1,5 +1,7 @@
 #include "tessivar/platform/cyclone/pool.h"
 
+#include "tessivar/platform/immortal.h"
+
 #include <array>
 #include <cstdlib>
 #include <mutex>
@@ -33,9 +35,8 @@ struct alignas(64) Class {
   std::size_t kept = 0;
 };
 
-// Never destroyed: samples may outlive everything else in the process.
 std::array<Class, class_count>& classes() {
-  static auto* const all = new std::array<Class, class_count>;
+  static Immortal<std::array<Class, class_count>> all;
   return *all;
 }
 

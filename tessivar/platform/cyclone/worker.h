@@ -1,7 +1,8 @@
 // A thread that does, in order, what must not be done on one of the engine's own threads.
 #pragma once
 
-#include <condition_variable>
+#include "tessivar/platform/mutex.h"
+
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -22,8 +23,8 @@ class Worker {
  private:
   void run();
 
-  std::mutex lock_;
-  std::condition_variable wake_;
+  Mutex lock_;
+  Condition wake_;
   std::deque<std::function<void()>> tasks_;
   bool stopping_ = false;
   std::thread thread_;

@@ -1,6 +1,7 @@
 // The bodies of the typed entities; only the files that define types include this.
 #pragma once
 
+#include "tessivar/platform/immortal.h"
 #include "tessivar/platform/log.h"
 #include "tessivar/types/family/plugin.h"
 #include "tessivar/types/typed_entity.h"
@@ -25,8 +26,8 @@ DDS_ReturnCode_t TypedTypeSupport<T>::register_type(DDSDomainParticipant* partic
   if (!type_name) return refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
   PRESTypePlugin* record = PluginRecord<Structure<T>>::create();
   if (!record) return refuse(context, "creation failure: TPlugin", DDS_RETCODE_ERROR);
-  static typename T::TypeSupport support;  // stateless: every participant may have the same one
-  record->type_support = &support;
+  static platform::Immortal<typename T::TypeSupport> support;  // stateless: every participant may have the same one
+  record->type_support = &*support;
   const DDS_ReturnCode_t result = participant->register_type(type_name, *record);
   delete record;
   return result;
