@@ -94,10 +94,62 @@ TEST_F(WaitSet, attaches_and_detaches_runners_while_it_runs) {
   }
 }
 
+TEST_F(WaitSet, serves_every_ready_runner_within_two_waits) {
+  // Reads nothing, and so stays ready.
+  struct Busy : WaitSetThreadRunnerBase {
+    Busy(std::string its_name, DDSDataReader* its_reader, Events& its_events)
+        : WaitSetThreadRunnerBase(RunnerSettings{}), name(std::move(its_name)), from(its_reader), events(its_events) {}
+    DDSDataReader* reader() override { return from; }
+    void processData() override { events.add(name); }
+    void cleanUpReader() override { deleteConditions(from, name); }
+    const std::string name;
+    DDSDataReader* const from;
+    Events& events;
+  };
+  ASSERT_TRUE(thread.create());
+  std::vector<std::unique_ptr<Node>> others;  // which share the topic
+  for (const char* name : {"a", "b", "c"}) {
+    others.emplace_back(Node::create(&there, "WaitSet.Test", DDS_TOPIC_QOS_DEFAULT, true));
+    ASSERT_TRUE(others.back() &&
+                thread.attachRunner(std::make_unique<Busy>(name, others.back()->dataReader(), events)));
+  }
+  write("u", 1);
+  for (const auto& other : others) {
+    ASSERT_TRUE(eventually([&] { return other->dataReader()->lookup_instance(*command("u", 1)).isValid; }));
+  }
+  thread.start();
+  std::vector<std::string> served = events.take(30);
+  thread.stop();
+  served.resize(30);
+  EXPECT_THAT(std::vector(served.begin(), served.begin() + 6), ElementsAre("a", "b", "c", "a", "b", "c"));
+}
+
+TEST_F(WaitSet, stops_whatever_run_does) {
+  struct Overriding : WaitSetThread {
+    explicit Overriding(bool throws) : failing(throws) {}
+    ~Overriding() override { stop(); }
+    void run() override {
+      if (failing) throw std::runtime_error("no run");
+      while (!stopRequested()) TessivarThread::sleep(1);
+    }
+    const bool failing;
+  };
+  for (const bool failing : {true, false}) {
+    Overriding other(failing);
+    ASSERT_TRUE(other.create());
+    other.start();
+  }
+  EXPECT_THAT(log.lines(), ElementsAre(EndsWith(" Exception in the thread: no run")));
+}
+
 TEST_F(WaitSet, detaches_no_runner_that_is_at_work) {
   std::promise<void> entered, go;
   begin({}, [&](const auto&) {
     EXPECT_TRUE(thread.isCurrent());
+    Events unused;
+    Recorder other(*reader, unused);
+    EXPECT_FALSE(thread.detachRunner(reader->dataReader()) || thread.attachRunner(&other, false));
+    EXPECT_THAT(log.lines(), AllOf(SizeIs(2), Each(HasSubstr("Not possible within a runner of this thread"))));
     entered.set_value();
     go.get_future().wait();
   });

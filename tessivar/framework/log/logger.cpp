@@ -2,7 +2,10 @@
 
 #include "tessivar/framework/log/default_logger.h"
 #include "tessivar/framework/log/readable_logger.h"
+#include "tessivar/platform/immortal.h"
 #include "tessivar/platform/log.h"
+#include "tessivar/platform/log_hold.h"
+#include "tessivar/platform/mutex.h"
 
 #include <locale>
 #include <memory>
@@ -30,18 +33,18 @@ class Installed {
   }
 
  private:
-  std::mutex mutex_;
+  tessivar::platform::Mutex mutex_;
   std::shared_ptr<Logger> logger_ = std::make_shared<DefaultLogger>();
 };
 
 Installed& installed() {
-  static Installed& only = *new Installed;
-  return only;
+  static tessivar::platform::Immortal<Installed> only;
+  return *only;
 }
 
 void deliver(int level, const std::string& text) noexcept {
-  thread_local bool delivering = false;  // a logger must not be entered by what it causes itself
-  if (delivering) return;
+  thread_local constinit bool delivering = false;  // a logger must not be entered by what it causes itself
+  if (delivering || tessivar::platform::keep_line(level, text, deliver)) return;
   try {
     tessivar::platform::report_wrong_environment();
     delivering = true;

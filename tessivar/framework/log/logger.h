@@ -27,8 +27,10 @@ enum LogLevel : int {
 /// Where messages go. Derive from it and install it with setLogger() to have them in a file, a window, a system log.
 ///
 /// log() is called by any thread, by several at once, also from callbacks of the bus: it must be thread-safe and should
-/// be quick. An exception that it throws is dropped together with its message; so is a message that it causes itself by
-/// calling the library.
+/// be quick. It may call the library: messages that arise while the library holds a lock are delivered, in order, by
+/// the same thread as soon as the lock is unlocked. A message that arises within a callback may be delivered before the
+/// callback's end: then log() may do what the callback may do. An exception that it throws is dropped together with its
+/// message; so is a message that it causes itself by calling the library.
 class TESSIVAR_API Logger {
  public:
   virtual ~Logger();

@@ -17,8 +17,8 @@ namespace TessivarDDS {
 /// Listeners of class L in the order in which they were attached.
 ///
 /// Thread-safe: every operation waits up to 1000 ms for the list's lock; without it, it logs "Error locking list" and
-/// does nothing. The lock is held while listeners are notified: from within a notification a listener must not attach
-/// or detach listeners of the same list.
+/// does nothing. The lock is held while listeners are notified: a listener that is being notified cannot attach or
+/// detach listeners of the same list, which is refused in the same way, at once.
 template <class L>
 class ListenerList {
  public:
@@ -32,7 +32,7 @@ class ListenerList {
   /// Appends `listener`; when it is in the list already, only `owned` is set anew. An owned listener is deleted by
   /// clear(), any other must outlive its time in the list.
   void attachListener(L* listener, bool owned) {
-    Lock lock(mutex_);
+    Lock lock(*this);
     if (!lock) return reportLocking("attachListener(class ", " *,bool)");
     const auto entry = find(listener);
     if (entry != entries_.end()) {
@@ -42,18 +42,25 @@ class ListenerList {
     }
   }
 
-  /// Takes `listener` out. It is not deleted, even when it is owned: it is the caller's again.
-  void detachListener(L* listener) {
-    Lock lock(mutex_);
-    if (!lock) return reportLocking("detachListener(class ", " *)");
+  /// Takes `listener` out. It is not deleted, even when it is owned: it is the caller's again. Returns true if it is
+  /// not in the list any more and is not being notified. Returns false if the lock could not be had: then the listener
+  /// stays in the list and may still be called.
+  bool detachListener(L* listener) {
+    Lock lock(*this);
+    if (!lock) {
+      reportLocking("detachListener(class ", " *)");
+      return false;
+    }
     const auto entry = find(listener);
     if (entry != entries_.end()) entries_.erase(entry);
+    return true;
   }
 
   /// Deletes the owned listeners, each once. The entries stay: only for a list that is being discarded, with no
   /// notification to follow.
   void clear() {
-    Lock lock(mutex_);
+    const tessivar::platform::LogHold hold;  // for what the listeners' destructors cause to be logged
+    Lock lock(*this);
     if (!lock) return reportLocking("clear(void)");
     for (Entry& entry : entries_) {
       if (std::exchange(entry.owned, false)) delete entry.listener;
@@ -65,7 +72,7 @@ class ListenerList {
   /// False when the lock could not be had.
   template <class F>
   bool notify(const char* signature, F&& call) {
-    Lock lock(mutex_);
+    Lock lock(*this);
     if (!lock) {
       logError() << signature << "Error locking list";
       return false;
@@ -89,7 +96,7 @@ class ListenerList {
 
   class Lock {
    public:
-    explicit Lock(TessivarMutex& mutex) : mutex_(mutex), held_(mutex.lock(1000)) {}
+    explicit Lock(ListenerList& list) : mutex_(list.mutex_), held_(!list.isNotifying() && mutex_.lock(1000)) {}
     ~Lock() {
       if (held_) mutex_.unlock();
     }

@@ -4,6 +4,7 @@
 // not at all. A failing semaphore is logged as an error; a time that runs out is not.
 #pragma once
 
+#include "tessivar/platform/log_hold.h"
 #include "tessivar/platform/osapi.h"
 
 namespace TessivarDDS {
@@ -25,7 +26,8 @@ class TESSIVAR_API TessivarMutex {
   RTIOsapiSemaphore* semaphore_;
 };
 
-/// Holds a mutex, without time limit, as long as it lives.
+/// Holds a mutex, without time limit, as long as it lives. Messages that the thread logs meanwhile are delivered after
+/// the mutex is unlocked, so that no Logger runs under it.
 class TESSIVAR_API ScopedLock {
  public:
   explicit ScopedLock(TessivarMutex& mutex);
@@ -34,6 +36,7 @@ class TESSIVAR_API ScopedLock {
   ScopedLock& operator=(const ScopedLock&) = delete;
 
  private:
+  const tessivar::platform::LogHold hold_;  // ends after the destructor has unlocked
   TessivarMutex& mutex_;
 };
 

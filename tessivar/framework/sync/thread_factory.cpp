@@ -1,5 +1,7 @@
 #include "tessivar/framework/sync/thread_factory.h"
 
+#include "tessivar/platform/mutex.h"
+
 #include <mutex>
 
 namespace tessivar::framework {
@@ -7,7 +9,7 @@ namespace tessivar::framework {
 namespace {
 
 struct Factory {
-  std::mutex mutex;
+  tessivar::platform::Mutex mutex;
   RTIOsapiThreadFactory* factory = nullptr;
   unsigned created = 0;
 };

@@ -11,6 +11,7 @@ namespace {
 
 constexpr const char* attach_signature =
     "bool __cdecl TessivarDDS::WaitSetThread::attachRunner(class TessivarDDS::WaitSetThreadRunnerBase *,bool)";
+constexpr const char* detach_signature = "bool __cdecl TessivarDDS::WaitSetThread::detachRunner(class DDSDataReader *)";
 constexpr const char* run_signature = "void __cdecl TessivarDDS::WaitSetThread::run(void)";
 
 constexpr int wait_milliseconds = 1000;
@@ -38,14 +39,21 @@ bool WaitSetThread::create() {
     }
     waitSet_ = std::move(waitSet);
     quit_ = std::move(quit);
+    madeHere_ = {};
     const std::lock_guard lock(tasksLock_);
     posted_ = std::move(posted);
   }
   return true;
 }
 
+bool WaitSetThread::refusedWithinRunner(const char* signature) const {
+  if (serving_.load() != std::this_thread::get_id()) return false;
+  logError() << signature << " Not possible within a runner of this thread: call it on another thread.";
+  return true;
+}
+
 bool WaitSetThread::attachRunner(WaitSetThreadRunnerBase* runner, bool owned) {
-  if (!runner) return false;
+  if (!runner || refusedWithinRunner(attach_signature)) return false;
   DDSDataReader* const reader = runner->reader();
   if (!reader) {
     logError() << attach_signature << "No reader attached to the runner.";
@@ -81,6 +89,7 @@ bool WaitSetThread::attachRunner(std::unique_ptr<WaitSetThreadRunnerBase> runner
 }
 
 bool WaitSetThread::detachRunner(DDSDataReader* reader) {
+  if (refusedWithinRunner(detach_signature)) return false;
   const ScopedLock lock(runnersLock_);
   const auto entry = std::find_if(runners_.begin(), runners_.end(),
                                   [reader](const Entry& candidate) { return candidate.runner->reader() == reader; });
@@ -103,10 +112,11 @@ void WaitSetThread::start() {
                << "WaitSetThread::create() not called before calling start. Thread will not be started.";
     return;
   }
-  if (started()) return;
-  terminated_ = false;
   TessivarThread::start();
-  if (!started()) terminated_ = true;
+}
+
+bool WaitSetThread::stopRequested() const {
+  return !quit_ || quit_->get_trigger_value();
 }
 
 bool WaitSetThread::isCurrent() const {
@@ -118,10 +128,22 @@ void WaitSetThread::run() {
     logError() << run_signature << "WaitSetThread::create() not called.";
     return;
   }
-  thread_ = std::this_thread::get_id();
+  struct Running {
+    explicit Running(WaitSetThread& its_thread) : thread(its_thread) {
+      thread.running_ = true;
+      thread.thread_ = std::this_thread::get_id();
+    }
+    ~Running() {
+      thread.thread_ = std::thread::id();
+      thread.running_ = false;
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    WaitSetThread& thread;
+  } const running(*this);
   DDSConditionSeq active;
   const DDS_Duration_t timeout = DDS_Duration_from_millis(wait_milliseconds);
-  while (!quit_->get_trigger_value()) {
+  while (!stopRequested()) {
     const DDS_ReturnCode_t code = waitSet_->wait(active, timeout);
     if (code == DDS_RETCODE_TIMEOUT) continue;
     if (code != DDS_RETCODE_OK) {
@@ -131,15 +153,29 @@ void WaitSetThread::run() {
       continue;
     }
     if (active.length() == 0) logError() << run_signature << "Wait timed out!! No conditions triggered.";
-    for (DDS_Long i = 0; i < active.length() && active[i] != quit_.get(); ++i) {
-      // One runner for each wait: the other conditions are still triggered at the next one.
-      if (serve(active[i])) break;
-    }
+    serve(active);
   }
   logDebug() << run_signature << "Quit condition was triggered!";
   logDebug() << run_signature << "WaitSetThread::run() terminated";
-  thread_ = std::thread::id();
-  terminated_ = true;
+}
+
+void WaitSetThread::serve(const DDSConditionSeq& active) {
+  bool served = false;
+  waiting_.clear();
+  for (DDS_Long i = 0; i < active.length(); ++i) {
+    if (stopRequested()) return;
+    if (std::find(passedOver_.begin(), passedOver_.end(), active[i]) == passedOver_.end()) {
+      waiting_.push_back(active[i]);
+    } else if (serve(active[i])) {
+      served = true;
+    }
+  }
+  // One runner for each wait otherwise: the other conditions are still triggered at the next one.
+  while (!served && !waiting_.empty()) {
+    served = serve(waiting_.front());
+    waiting_.erase(waiting_.begin());
+  }
+  passedOver_.swap(waiting_);
 }
 
 bool WaitSetThread::post(std::function<void()> task) {
@@ -165,7 +201,20 @@ bool WaitSetThread::serve(DDSCondition* condition) {
     return true;
   }
   {
-    const ScopedLock lock(runnersLock_);
+    // Not a ScopedLock, which would keep back what the runner logs.
+    struct Serving {
+      explicit Serving(WaitSetThread& its_thread) : thread(its_thread) {
+        thread.runnersLock_.lock(-1);
+        thread.serving_ = std::this_thread::get_id();
+      }
+      ~Serving() {
+        thread.serving_ = std::thread::id();
+        thread.runnersLock_.unlock();
+      }
+      Serving(const Serving&) = delete;
+      Serving& operator=(const Serving&) = delete;
+      WaitSetThread& thread;
+    } const serving(*this);
     const auto entry = std::find_if(runners_.begin(), runners_.end(), [condition](const Entry& candidate) {
       return candidate.runner->readCondition() == condition;
     });
@@ -179,9 +228,10 @@ bool WaitSetThread::serve(DDSCondition* condition) {
 }
 
 void WaitSetThread::stop() {
+  if (madeHere_.inherited()) return abandon();
   if (quit_) quit_->set_trigger_value(DDS_BOOLEAN_TRUE);
   if (isCurrent()) return;
-  while (!terminated_) TessivarThread::sleep(stop_poll_milliseconds);
+  while (running_) TessivarThread::sleep(stop_poll_milliseconds);
   join();
   {
     const ScopedLock lock(runnersLock_);
@@ -193,6 +243,17 @@ void WaitSetThread::stop() {
   const std::lock_guard lock(tasksLock_);
   posted_.reset();
   tasks_.clear();
+}
+
+void WaitSetThread::abandon() {
+  join();  // which does not wait either
+  runners_.clear();
+  static_cast<void>(waitSet_.release());
+  static_cast<void>(quit_.release());
+  static_cast<void>(posted_.release());
+  tasks_.clear();
+  running_ = false;
+  thread_ = std::thread::id();
 }
 
 }  // namespace TessivarDDS

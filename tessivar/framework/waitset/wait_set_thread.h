@@ -5,6 +5,8 @@
 #include "tessivar/framework/sync/thread.h"
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"
 #include "tessivar/platform/condition.h"
+#include "tessivar/platform/fork.h"
+#include "tessivar/platform/mutex.h"
 
 #include <atomic>
 #include <functional>
@@ -20,9 +22,14 @@ namespace TessivarDDS {
 /// so that all sample handling of a service is on one thread.
 ///
 /// create(), attach runners, start(), …, stop(); afterwards create() may begin anew. create(), start() and stop()
-/// belong to one controlling thread; attachRunner() and detachRunner() may be called by any, also while the thread
-/// runs, but not from within a runner of it. They wait for a runner that is at work. A failure logs one line and gives
-/// false.
+/// belong to one controlling thread. Any thread may call attachRunner() and detachRunner(), also while this one runs;
+/// they wait for a runner that is at work, and are refused within one. A failure logs one line and returns false.
+///
+/// A runner that is ready when a wait ends is served then or when the next wait ends, however busy others are: each
+/// time the runners that were ready before and had to wait, or else one, are served, with one read each.
+///
+/// A derived class that overrides run() returns from it soon after stopRequested() and calls stop() in its own
+/// destructor. In a process that inherited the object by fork(), stop() and the destructor only abandon it.
 class TESSIVAR_API WaitSetThread : public TessivarThread {
  public:
   /// `name` is what the operating system shows, cut to 15 characters.
@@ -45,13 +52,17 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
   bool post(std::function<void()> task);
   void start() override;
   void run() override;
-  /// Ends the thread, waiting for the runner that is at work, and detaches all runners. Fine in any state. Called from
-  /// within a runner it only asks the thread to end: stop() by another thread, or the destructor, does the rest.
+  /// Ends the thread, waits until run() has returned or thrown, and detaches all runners. Fine in any state. Called
+  /// from within a runner it only asks the thread to end: stop() by another thread, or the destructor, does the rest.
   void stop();
 
   /// True on the thread itself: within a runner.
   bool isCurrent() const;
   const std::string& name() const { return name_; }
+
+ protected:
+  /// Returns true once stop() was called, until the next create().
+  bool stopRequested() const;
 
  private:
   struct Entry {
@@ -59,21 +70,28 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
     bool owned;
   };
 
-  /// Calls the runner of a triggered condition; false when it has none.
+  void serve(const DDSConditionSeq& active);
+  /// Calls the runner of a triggered condition. Returns false if it has none.
   bool serve(DDSCondition* condition);
   void runPosted();
   void release(const Entry& entry);
+  void abandon();
+  bool refusedWithinRunner(const char* signature) const;
 
   const std::string name_;
   std::unique_ptr<DDSWaitSet> waitSet_;
   std::unique_ptr<DDSGuardCondition> quit_;
   std::unique_ptr<DDSGuardCondition> posted_;
   std::vector<std::function<void()>> tasks_;
-  std::mutex tasksLock_;  // of posted_ and tasks_; not held while a task runs
+  tessivar::platform::Mutex tasksLock_;  // of posted_ and tasks_; not held while a task runs
   std::vector<Entry> runners_;
   TessivarMutex runnersLock_;
-  std::atomic<bool> terminated_{true};  // so that stop() need not wait for a thread that was never started
+  std::vector<DDSCondition*> passedOver_;  // triggered at the last wait and not served; only compared
+  std::vector<DDSCondition*> waiting_;
+  std::atomic<bool> running_{false};  // run() is being executed, by whatever thread
   std::atomic<std::thread::id> thread_{};
+  std::atomic<std::thread::id> serving_{};  // the thread that holds runnersLock_ for a runner
+  tessivar::platform::MadeHere madeHere_;
 };
 
 }  // namespace TessivarDDS
