@@ -1,6 +1,7 @@
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/domain/domain_handle.h"
 #include "tessivar/framework/domain/domain_manager.h"
+#include "tessivar/framework/filters/address_content_filter.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
 
@@ -42,6 +43,32 @@ TEST(Domain, says_what_it_refuses_and_goes_on) {
   domain.cleanUp();
   EXPECT_EQ(domain.participant(), nullptr);
   EXPECT_TRUE(domain.createDomainParticipant(domain_id));
+}
+
+/// Asks the domain, from a thread of its own, about whatever is logged.
+struct Asking : Logger {
+  explicit Asking(DDSDomain& its_domain, std::atomic<int>& its_answers) : domain(its_domain), answers(its_answers) {}
+  void log(int level, const std::string&) override {
+    if (level < LogWarning) return;
+    const auto ask = [this] { answers += domain.contentFilter(AddressContentFilter::name) != nullptr; };
+    ask();
+    std::thread(ask).join();
+  }
+  DDSDomain& domain;
+  std::atomic<int>& answers;
+};
+
+TEST(Domain, holds_no_lock_while_it_logs) {
+  struct Other : AddressContentFilter {
+  } other;
+  LoopbackDomain domain(domain_id);
+  EXPECT_TRUE(domain.registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance()));
+  std::atomic<int> answers{0};
+  setLogger(new Asking(domain, answers));
+  EXPECT_FALSE(domain.registerContentFilter(AddressContentFilter::name, &other));
+  EXPECT_FALSE(domain.unregisterContentFilter(&other));
+  setLogger(nullptr);
+  EXPECT_GE(answers, 4);
 }
 
 TEST(ParticipantTypes, are_parsed) {

@@ -59,7 +59,7 @@ TEST_F(Nodes, refuse_what_comes_too_early_twice_or_makes_no_sense) {
   refused(node.createDataWriter(), "Already created: data writer for topic: Node.Test");
   ASSERT_TRUE(filtered(expression.c_str()) && node.createDataReader());
   refused(filtered(expression.c_str()), "Filtered topic already exists!");
-  Node other;
+  DDSNode<Tessivar::Unit> other;  // its type is another
   other.attachDomain(&here);
   refused(other.createTopic("Node.Test"), "Unable to create topic: Node.Test");
 

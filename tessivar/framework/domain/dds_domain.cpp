@@ -3,6 +3,7 @@
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/domain/text_list.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/platform/callback.h"
 
 #include <algorithm>
 
@@ -116,11 +117,12 @@ bool DDSDomain::createDomainParticipant(int domainId, const DDS_DomainParticipan
   DDS_DomainParticipantQos configured = qos;
   if (!configureQos(configured)) return false;
   disableAutoCreateParticipantEntities();
-  participant_ = factory().create_participant(domainId, configured, &listener_, domainListenerMask);
+  participant_ = factory().create_participant(domainId, configured, &owned_->listener, domainListenerMask);
   if (!participant_) {
     logError() << create_signature << "Failed to create domain participant.";
     return false;
   }
+  owned_->adopt(participant_);
   installBuiltInParticipantListener();
   if (enable) {
     if (participant_->enable() != DDS_RETCODE_OK) {
@@ -396,16 +398,20 @@ bool DDSDomain::installBuiltInParticipantListener() {
     logError() << signature << "Failed to create builtin participant data reader.";
     return false;
   }
-  participantListener_.setParticipant(participant_);
-  participantListener_.setAllowedTypes(
-      BuiltinParticipantListener::parseTypes(types && types->value ? types->value : ""));
-  const DDS_ReturnCode_t installed = reader->set_listener(&participantListener_, DDS_DATA_AVAILABLE_STATUS);
+  owned_->admission.setParticipant(participant_);
+  owned_->admission.setAllowedTypes(BuiltinParticipantListener::parseTypes(types && types->value ? types->value : ""));
+  const DDS_ReturnCode_t installed = reader->set_listener(&owned_->admission, DDS_DATA_AVAILABLE_STATUS);
   if (installed != DDS_RETCODE_OK) logError() << signature << " Failed to set the listener. Return code: " << installed;
   return installed == DDS_RETCODE_OK;
 }
 
 void DDSDomain::cleanUp() {
   if (!participant_) return;
+  if (tessivar::platform::in_callback()) {
+    logError() << "void __cdecl TessivarDDS::DDSDomain::cleanUp(void)"
+               << " Cannot clean up from within a callback of the bus.";
+    return;
+  }
   deleteParticipant();
   if (participant_) return;
   created_ = false;
@@ -413,14 +419,16 @@ void DDSDomain::cleanUp() {
 }
 
 void DDSDomain::deleteParticipant() {
-  constexpr const char* signature = "void __cdecl TessivarDDS::DDSDomain::cleanUp(void)";
-  DDS_ReturnCode_t code = participant_->delete_contained_entities();
-  if (code != DDS_RETCODE_OK) logError() << signature << " Delete contained entities failed. Return code: " << code;
-  code = factory().delete_participant(participant_);
-  if (code != DDS_RETCODE_OK) {
-    logError() << signature << " Domain participant deletion failed. Error code: " << code;
-    return;
+  if (owned_.use_count() == 1) {
+    if (!owned_->close()) return;
+  } else {
+    logWarning()
+        << "void __cdecl TessivarDDS::DDSDomain::cleanUp(void)"
+        << " Domain " << participant_->get_domain_id()
+        << " is released while topics on it are in use: " << owned_->topicNames()
+        << ". Its participant stays until their clients, nodes or services are cleaned up: clean them up first.";
   }
+  owned_ = std::make_shared<OwnedParticipant>();
   participant_ = nullptr;
   const ScopedLock lock(filtersLock_);
   filters_.clear();

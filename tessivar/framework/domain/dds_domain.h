@@ -1,11 +1,11 @@
 // One participant of a DDS domain, configured the way all applications of a facility configure theirs.
 #pragma once
 
-#include "tessivar/framework/domain/builtin_participant_listener.h"
-#include "tessivar/framework/domain/domain_listener.h"
+#include "tessivar/framework/domain/owned_participant.h"
 #include "tessivar/framework/sync/sync.h"
 #include "tessivar/platform/participant.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,8 +20,18 @@ namespace TessivarDDS {
 /// settings from one thread; peers, filters, profiles and the getters may be used from any. Creation takes some
 /// milliseconds; nothing else blocks. A failure logs one line and gives false.
 ///
-/// A participant has one topic of a name: two services that use the same topics need a domain each. Whatever was made
-/// on the participant must be gone before cleanUp(), which otherwise deletes it underneath its owner.
+/// A domain carries several clients, nodes, services and topic nodes, also of the same kind: they share their topics.
+/// As its participant ignores itself, those on one domain do not communicate with each other: a client and the node
+/// that it controls need a domain each.
+///
+/// Clean up what uses the domain, then the domain. In the other order, and also by destructors, cleanUp() logs a
+/// warning and the participant lives on until the last user is cleaned up. What is made directly on participant() does
+/// not count as a user: it is deleted with the participant.
+///
+/// A process forked from one that has domains may destroy inherited objects of this library, clean them up, and call
+/// exec() or _exit(). Destroying and cleaning up only abandon them: the parent's participant and threads are not
+/// affected. Every other use of inherited objects, and any new domain in the child if the parent had one, is undefined,
+/// as the engine's threads and locks are not inherited. The library's sockets are closed by exec().
 class TESSIVAR_API DDSDomain {
  public:
   DDSDomain();
@@ -60,7 +70,8 @@ class TESSIVAR_API DDSDomain {
   /// Admits remote participants by the property "tessivarddscore.allowed_participant_types": type numbers parted by
   /// commas; absent or empty admits all.
   bool installBuiltInParticipantListener();
-  /// Deletes the participant with everything on it. Nothing when there is none.
+  /// Deletes the participant with everything on it, or leaves it to those that still use it. Nothing when there is
+  /// none. Refused within a callback of the bus.
   void cleanUp();
 
   // --- peers
@@ -95,7 +106,9 @@ class TESSIVAR_API DDSDomain {
   /// Null until created. Owned by the domain.
   DDSDomainParticipant* participant() const { return participant_; }
   bool created() const { return created_; }
-  const BuiltinParticipantListener& participantListener() const { return participantListener_; }
+  /// The participant as a node holds it while it has entities on it. Not for applications.
+  std::shared_ptr<OwnedParticipant> ownedParticipant() const { return owned_; }
+  const BuiltinParticipantListener& participantListener() const { return owned_->admission; }
 
  private:
   bool refusedBecauseCreated(const char* signature) const;
@@ -104,14 +117,13 @@ class TESSIVAR_API DDSDomain {
   std::vector<std::string> initialPeers_;
   DDSDomainParticipant* participant_ = nullptr;
   bool created_ = false;
-  DDSDomainListener listener_;
   bool multicast_ = false;
   unsigned short type_ = 0;
   std::vector<std::string> allowedInterfaces_;
   std::vector<std::pair<std::string, const DDSContentFilter*>> filters_;
   mutable TessivarMutex filtersLock_;
-  BuiltinParticipantListener participantListener_;
-  std::vector<std::string> peersBeforeCreation_;  // what cleanUp() goes back to
+  std::shared_ptr<OwnedParticipant> owned_ = std::make_shared<OwnedParticipant>();  // also held by each node
+  std::vector<std::string> peersBeforeCreation_;                                    // what cleanUp() goes back to
 };
 
 }  // namespace TessivarDDS

@@ -4,6 +4,7 @@
 #include "tessivar/framework/domain/text_list.h"
 #include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/platform/callback.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -23,11 +24,27 @@ constexpr const char* exclusive_signature =
 }  // namespace
 
 DomainManager& DomainManager::instance() {
-  static DomainManager manager;
-  return manager;
+  static tessivar::platform::Immortal<DomainManager> manager;
+  return *manager;
 }
 
-DomainManager::~DomainManager() {
+/// Made when the library is loaded, so that the static objects of the program are destroyed before it.
+struct DomainManagerReport {
+  ~DomainManagerReport() {
+    DomainManager::instance().reportDomains();
+    tessivar::platform::deliver_kept_lines();
+  }
+};
+
+namespace {
+
+const DomainManagerReport reportAtExit;
+
+}  // namespace
+
+void DomainManager::reportDomains() {
+  if (madeHere_.inherited()) return;  // the parent's domains
+  const std::lock_guard lock(mutex_);
   for (const Record& record : records_) {
     logWarning() << "__cdecl TessivarDDS::DomainManager::~DomainManager(void)"
                  << "DomainManager::instance().releaseDomain() not called correct number of times. "
@@ -48,7 +65,10 @@ DDSDomain* DomainManager::sharedDomain(int domainId, const std::string& library,
       ++record->references;
       return record->domain;
     }
-    if (record->creator == std::this_thread::get_id()) {
+    // A hook on this thread must not wait for a domain whose hook may wait for this one's.
+    if (std::any_of(records_.begin(), records_.end(), [](const Record& making) {
+          return !making.domain && making.creator == std::this_thread::get_id();
+        })) {
       logError() << shared_signature << " Domain " << domainId << " was asked for while it is being made.";
       return nullptr;
     }
@@ -64,8 +84,8 @@ DDSDomain* DomainManager::exclusiveDomain(int domainId, const std::string& libra
                         library, profile);
 }
 
-DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock<std::mutex>& lock, Record record,
-                                         const std::string& library, const std::string& profile) {
+DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock<tessivar::platform::Mutex>& lock,
+                                         Record record, const std::string& library, const std::string& profile) {
   // The record keeps the id's place while the lock is free: the hook is application code, and others need not wait.
   const int domainId = record.domainId;
   const auto place = records_.insert(records_.end(), std::move(record));
@@ -127,6 +147,11 @@ void DomainManager::releaseSharedDomain(DDSDomain* domain, DomainManagerClient* 
     const auto holder = std::find(record->clients.begin(), record->clients.end(), client);
     if (holder == record->clients.end()) {
       logError() << signature << " The client does not hold domain " << record->domainId;
+      return;
+    }
+    if (record->references == 1 && tessivar::platform::in_callback()) {
+      logError() << signature << " Domain " << record->domainId
+                 << " cannot be deleted from within a callback of the bus.";
       return;
     }
     record->clients.erase(holder);

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "tessivar/framework/domain/dds_domain.h"
+#include "tessivar/platform/fork.h"
+#include "tessivar/platform/immortal.h"
+#include "tessivar/platform/mutex.h"
 
-#include <condition_variable>
 #include <functional>
 #include <list>
 #include <mutex>
@@ -72,16 +74,21 @@ class TESSIVAR_API DomainManager {
     std::thread::id creator;
   };
 
+  friend class tessivar::platform::Immortal<DomainManager>;
   DomainManager() = default;
+  /// Never runs: the manager serves destructors of static objects, too.
+  ~DomainManager() = default;
+  friend struct DomainManagerReport;
   /// Warns of every domain that was not given back.
-  ~DomainManager();
+  void reportDomains();
 
   DDSDomain* createDomain(const char* signature, int domainId, const std::string& library, const std::string& profile);
-  DDSDomain* createRecorded(const char* signature, std::unique_lock<std::mutex>& lock, Record record,
+  DDSDomain* createRecorded(const char* signature, std::unique_lock<tessivar::platform::Mutex>& lock, Record record,
                             const std::string& library, const std::string& profile);
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
+  const tessivar::platform::MadeHere madeHere_;
+  tessivar::platform::Mutex mutex_;
+  tessivar::platform::Condition changed_;
   std::list<Record> records_;
   DomainQosHook qosHook_;
   DomainHook domainHook_;

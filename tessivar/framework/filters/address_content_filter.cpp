@@ -2,6 +2,7 @@
 
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/platform/immortal.h"
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/routing/routing.h"
 
@@ -55,9 +56,8 @@ const FilteredType* findType(AddressContentFilter::TypeEnum type) {
 }  // namespace
 
 AddressContentFilter& AddressContentFilter::instance() {
-  // Never deleted: participants that outlive static destruction may still evaluate.
-  static AddressContentFilter& filter = *new AddressContentFilter;
-  return filter;
+  static tessivar::platform::Immortal<AddressContentFilter> filter;
+  return *filter;
 }
 
 std::string AddressContentFilter::expression(const char* typeName) {

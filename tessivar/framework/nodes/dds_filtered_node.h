@@ -24,6 +24,7 @@ class TESSIVAR_API DDSFilteredNode : public DDSNode<T> {
   void cleanUp(int flushTimeout = DDSNode<T>::defaultFlushTimeout) override;
 
  private:
+  void cleanUpReaderFirst(int flushTimeout);
   static std::string signature(const char* result, const char* function);
 };
 

@@ -12,7 +12,7 @@ std::string DDSFilteredNode<T>::signature(const char* result, const char* functi
 
 template <class T>
 DDSFilteredNode<T>::~DDSFilteredNode() {
-  DDSFilteredNode::cleanUp();
+  cleanUpReaderFirst(DDSNode<T>::defaultFlushTimeout);
 }
 
 template <class T>
@@ -61,6 +61,11 @@ bool DDSFilteredNode<T>::setFilterParameters(const std::vector<std::string>& par
 
 template <class T>
 void DDSFilteredNode<T>::cleanUp(int flushTimeout) {
+  if (!this->refusedInCallback()) cleanUpReaderFirst(flushTimeout);
+}
+
+template <class T>
+void DDSFilteredNode<T>::cleanUpReaderFirst(int flushTimeout) {
   this->cleanUpAll(flushTimeout, "DDSFilteredNode::cleanUp failed to delete data reader for topic");
 }
 

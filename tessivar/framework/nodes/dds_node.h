@@ -4,6 +4,7 @@
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/nodes/type_of.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
+#include "tessivar/platform/callback.h"
 #include "tessivar/platform/participant.h"
 
 #include <memory>
@@ -15,11 +16,14 @@ namespace TessivarDDS {
 /// Publishes and subscribes to one topic of type T: registers the type, makes the topic, if wanted a content-filtered
 /// view of it, and at most one writer and one reader, and deletes them in the right order.
 ///
+/// Nodes of one name and type on a domain share the topic, each with its own filtered view, writer and reader; the
+/// topic's QoS are those of the first node, those of writer and reader follow what this node asked for.
+///
 /// T is a top-level type of the data model, or any type that TypeOf knows (nodes/type_of.h). attachDomain() first, then
 /// createTopic(), then the rest. Not locked: create, clean up and change a node from one thread at a time;
 /// writeSample() and the entities themselves may be used by any thread meanwhile. Everything made belongs to the node;
-/// clean it up before the domain. A failure logs one line and gives false; what was made before it stays until
-/// cleanUp().
+/// clean it up before the domain. It keeps the domain's participant as long as it has a topic. A failure logs one line
+/// and gives false; what was made before it stays until cleanUp().
 template <class T>
 class TESSIVAR_API DDSNode {
  public:
@@ -61,9 +65,10 @@ class TESSIVAR_API DDSNode {
 
   /// Under the type's own name. createTopic() does it when it has not been done.
   bool registerTypeSupport();
-  /// A participant has one topic of a name.
+  /// Fails when the domain has a topic of that name with another type.
   bool createTopic(const std::string& name, const DDS_TopicQos& qos = DDS_TOPIC_QOS_DEFAULT);
-  /// The topic's filtered view, named after it with ".Filtered" appended: what a reader made from now on reads.
+  /// The topic's filtered view, named after it with ".Filtered" appended, and a number when another node on the domain
+  /// has such a view: what a reader made from now on reads.
   /// `filterName` is what `filter` is registered as; `expression` and `parameters` go to it.
   virtual bool createContentFilteredTopic(const DDSContentFilter* filter, const std::string& filterName,
                                           const std::string& expression,
@@ -87,7 +92,9 @@ class TESSIVAR_API DDSNode {
   DDS_ReturnCode_t tryWriteSample(T* sample);
 
   /// Deletes everything that was made, the writer after sending what is batched and waiting at most `flushTimeout`
-  /// milliseconds for its readers; -1 neither sends nor waits. A reader must have no runner attached any more.
+  /// milliseconds for its readers; -1 neither sends nor waits. A reader must have no runner attached any more. In a
+  /// process that inherited the node by fork() everything is abandoned. Refused within a callback of the bus; within
+  /// one the destructor leaves the reader and the writer to the participant.
   virtual void cleanUp(int flushTimeout = defaultFlushTimeout);
   /// Refused while the reader exists.
   void cleanUpContentFilteredTopic();
@@ -111,6 +118,8 @@ class TESSIVAR_API DDSNode {
   const char* typeName() const { return TypeOf<T>::name(); }
 
  protected:
+  /// Returns true, after one log line, on a thread that is inside a callback of the bus.
+  bool refusedInCallback() const;
   /// The signature of a function of `nodeClass` ("DDSNode"), as messages begin.
   static std::string signature(const char* result, const char* nodeClass, const char* function);
   /// Deletes all that can be deleted; `failure` is what a failure of the reader's deletion is reported as.
@@ -122,10 +131,14 @@ class TESSIVAR_API DDSNode {
  private:
   std::string signature(const char* result, const char* function) const;
   std::string readerFailure() const;
+  /// Lets go of everything in a process that inherited it by fork().
+  void abandon();
 
   DDSDomain* domain_ = nullptr;
+  std::shared_ptr<OwnedParticipant> owned_;  // while there is a topic
   bool typeRegistered_ = false;
   DDSTopic* topic_ = nullptr;
+  DDS_TopicQos topicQos_;  // as asked for
   DDSContentFilteredTopic* filtered_ = nullptr;
   TDataWriter* writer_ = nullptr;
   TDataReader* reader_ = nullptr;

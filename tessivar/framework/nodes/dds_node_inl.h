@@ -20,7 +20,7 @@ std::string DDSNode<T>::signature(const char* result, const char* function) cons
 
 template <class T>
 DDSNode<T>::~DDSNode() {
-  DDSNode::cleanUp();
+  cleanUpAll(defaultFlushTimeout, readerFailure());
 }
 
 template <class T>
@@ -51,6 +51,7 @@ DDSNode<T>* DDSNode<T>::create(DDSDomain* domain, const std::string& topicName, 
 
 template <class T>
 DDSDomainParticipant* DDSNode<T>::participant() const {
+  if (owned_) return owned_->get();
   if (domain_) return domain_->participant();
   logError() << signature("class DDSDomainParticipant *", "participant(void) const")
              << "Domain participant is NULL - attachDomain has not been called.";
@@ -83,10 +84,17 @@ bool DDSNode<T>::createTopic(const std::string& name, const DDS_TopicQos& qos) {
     return false;
   }
   if (!typeRegistered_ && !registerTypeSupport()) return false;
-  topic_ = on->create_topic(name.c_str(), typeName(), qos, nullptr, DDS_STATUS_MASK_NONE);
+  const auto owned = domain_->ownedParticipant();
+  topic_ = owned->acquireTopic(name, typeName(), qos);
   if (!topic_) {
     logError() << where() << "Unable to create topic: " << name;
     return false;
+  }
+  owned_ = owned;
+  if (&qos != &DDS_TOPIC_QOS_DEFAULT) {
+    topicQos_ = qos;
+  } else {
+    on->get_default_topic_qos(topicQos_);
   }
   topicName_ = name;
   return true;
@@ -108,7 +116,7 @@ bool DDSNode<T>::createContentFilteredTopic(const DDSContentFilter*, const std::
     logError() << where() << "Filtered topic already exists!";
     return false;
   }
-  const std::string name = topicName_ + ".Filtered";
+  const std::string name = owned_->reserveFilteredName(topicName_ + ".Filtered");
   logDebug() << where() << "Creating filtered topic named " << name << " using custom filter " << filterName;
   DDS_StringSeq texts;
   DDSDomainParticipant* const on = participant();
@@ -116,7 +124,10 @@ bool DDSNode<T>::createContentFilteredTopic(const DDSContentFilter*, const std::
     filtered_ = on->create_contentfilteredtopic_with_filter(name.c_str(), topic_, expression.c_str(), texts,
                                                             filterName.c_str());
   }
-  if (!filtered_) logError() << where() << "Failed to create filtered topic: " << name;
+  if (!filtered_) {
+    owned_->releaseFilteredName(name);
+    logError() << where() << "Failed to create filtered topic: " << name;
+  }
   return filtered_ != nullptr;
 }
 
@@ -136,7 +147,9 @@ bool DDSNode<T>::createDataWriter(DDSDataWriterListener* listener, unsigned int 
     return false;
   }
   logDebug() << where() << "Creating data writer for topic: " << topicName_;
-  DDSDataWriter* const writer = topic_ ? on->create_datawriter(topic_, qos, listener, mask) : nullptr;
+  DDS_DataWriterQos own;  // the topic's may be another node's
+  const bool follows = topic_ && &qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS && dataWriterQos(own);
+  DDSDataWriter* const writer = topic_ ? on->create_datawriter(topic_, follows ? own : qos, listener, mask) : nullptr;
   writer_ = writer ? TDataWriter::narrow(writer) : nullptr;
   if (!writer_) {
     if (writer) on->delete_datawriter(writer);
@@ -167,7 +180,9 @@ bool DDSNode<T>::createDataReader(DDSDataReaderListener* listener, unsigned int 
   } else {
     logDebug() << where() << "Creating data reader for topic: " << topicName_;
   }
-  DDSDataReader* const reader = source ? on->create_datareader(source, qos, listener, mask) : nullptr;
+  DDS_DataReaderQos own;  // the topic's may be another node's
+  const bool follows = topic_ && &qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS && dataReaderQos(own);
+  DDSDataReader* const reader = source ? on->create_datareader(source, follows ? own : qos, listener, mask) : nullptr;
   reader_ = reader ? TDataReader::narrow(reader) : nullptr;
   if (!reader_) {
     if (reader) on->delete_datareader(reader);
@@ -180,11 +195,9 @@ template <class T>
 bool DDSNode<T>::dataWriterQos(DDS_DataWriterQos& qos) const {
   if (usesQosProfile()) return domain_->dataWriterQosProfile(qosLibrary_, qosProfile_, qos);
   const DDSDomainParticipant* const on = participant();
-  DDS_TopicQos topicQos;
-  DDS_ReturnCode_t code = on && topic_ ? on->get_default_datawriter_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
-  if (code == DDS_RETCODE_OK) code = topic_->get_qos(topicQos);
+  const DDS_ReturnCode_t code = on && topic_ ? on->get_default_datawriter_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
   if (code == DDS_RETCODE_OK) {
-    DDS_DataWriterQos_copy_from_topic_qos(qos, topicQos);
+    DDS_DataWriterQos_copy_from_topic_qos(qos, topicQos_);
   } else {
     logError() << signature("bool ", "dataWriterQos(struct DDS_DataWriterQos &) const")
                << " Invalid return code: " << code;
@@ -196,11 +209,9 @@ template <class T>
 bool DDSNode<T>::dataReaderQos(DDS_DataReaderQos& qos) const {
   if (usesQosProfile()) return domain_->dataReaderQosProfile(qosLibrary_, qosProfile_, qos);
   const DDSDomainParticipant* const on = participant();
-  DDS_TopicQos topicQos;
-  DDS_ReturnCode_t code = on && topic_ ? on->get_default_datareader_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
-  if (code == DDS_RETCODE_OK) code = topic_->get_qos(topicQos);
+  const DDS_ReturnCode_t code = on && topic_ ? on->get_default_datareader_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
   if (code == DDS_RETCODE_OK) {
-    DDS_DataReaderQos_copy_from_topic_qos(qos, topicQos);
+    DDS_DataReaderQos_copy_from_topic_qos(qos, topicQos_);
   } else {
     logError() << signature("bool ", "dataReaderQos(struct DDS_DataReaderQos &) const")
                << " Invalid return code: " << code;
@@ -252,15 +263,27 @@ bool DDSNode<T>::writeSample(T* sample, bool release) {
 
 template <class T>
 void DDSNode<T>::cleanUp(int flushTimeout) {
-  cleanUpAll(flushTimeout, readerFailure());
+  if (!refusedInCallback()) cleanUpAll(flushTimeout, readerFailure());
 }
 
 template <class T>
 void DDSNode<T>::cleanUpAll(int flushTimeout, const std::string& failure) {
+  if (owned_ && owned_->inherited()) return abandon();
   const bool readerGone = deleteDataReader(failure);
   if (readerGone) cleanUpContentFilteredTopic();
   cleanUpDataWriter(flushTimeout);
   if (readerGone && !writer_ && !filtered_) cleanUpTopic();
+}
+
+template <class T>
+void DDSNode<T>::abandon() {
+  reader_ = nullptr;
+  writer_ = nullptr;
+  filtered_ = nullptr;
+  topic_ = nullptr;
+  owned_.reset();
+  topicName_.clear();
+  typeRegistered_ = false;
 }
 
 template <class T>
@@ -269,16 +292,21 @@ std::string DDSNode<T>::readerFailure() const {
 }
 
 template <class T>
+bool DDSNode<T>::refusedInCallback() const {
+  if (!tessivar::platform::in_callback()) return false;
+  logError() << signature("void ", "cleanUp(int)") << " Cannot clean up from within a callback of the bus.";
+  return true;
+}
+
+template <class T>
 bool DDSNode<T>::cleanUpDataReader() {
-  return deleteDataReader(readerFailure());
+  return !refusedInCallback() && deleteDataReader(readerFailure());
 }
 
 template <class T>
 bool DDSNode<T>::deleteDataReader(const std::string& failure) {
   if (!reader_) return true;
-  // Without its participant nothing of it is left to delete.
-  DDSDomainParticipant* const on = participant();
-  const DDS_ReturnCode_t code = on ? on->delete_datareader(reader_) : DDS_RETCODE_OK;
+  const DDS_ReturnCode_t code = participant()->delete_datareader(reader_);
   if (code != DDS_RETCODE_OK) {
     logError() << signature("void ", "cleanUp(int)") << failure << ". Return code: " << code;
     reader_->set_listener(nullptr, DDS_STATUS_MASK_NONE);  // which may go before the reader does
@@ -296,14 +324,15 @@ void DDSNode<T>::cleanUpContentFilteredTopic() {
     return;
   }
   if (!filtered_) return;
-  DDSDomainParticipant* const on = participant();
-  const DDS_ReturnCode_t code = on ? on->delete_contentfilteredtopic(filtered_) : DDS_RETCODE_OK;
+  const std::string name = filtered_->get_name();
+  const DDS_ReturnCode_t code = participant()->delete_contentfilteredtopic(filtered_);
   if (code != DDS_RETCODE_OK) {
     logError() << signature("void ", "cleanUpContentFilteredTopic(void)")
                << "DDSNode::cleanUp failed to delete content filtered topic " << topicName_
                << ". Return code: " << code;
     return;
   }
+  owned_->releaseFilteredName(name);
   filtered_ = nullptr;
 }
 
@@ -311,11 +340,6 @@ template <class T>
 void DDSNode<T>::cleanUpDataWriter(int flushTimeout) {
   if (!writer_) return;
   const auto where = [this] { return signature("void ", "cleanUp(int)"); };
-  DDSDomainParticipant* const on = participant();
-  if (!on) {
-    writer_ = nullptr;
-    return;
-  }
   if (flushTimeout != -1) {
     const DDS_ReturnCode_t flushed = writer_->flush();
     if (flushed == DDS_RETCODE_OUT_OF_RESOURCES) {
@@ -329,7 +353,7 @@ void DDSNode<T>::cleanUpDataWriter(int flushTimeout) {
       logWarning() << where() << "Some acknowlegdments have not been received.";
     }
   }
-  const DDS_ReturnCode_t code = on->delete_datawriter(writer_);
+  const DDS_ReturnCode_t code = participant()->delete_datawriter(writer_);
   if (code != DDS_RETCODE_OK) {
     logError() << where() << "DDSNode::cleanUp failed to delete data writer for topic " << topicName_
                << ". Return code: " << code;
@@ -342,14 +366,14 @@ void DDSNode<T>::cleanUpDataWriter(int flushTimeout) {
 template <class T>
 void DDSNode<T>::cleanUpTopic() {
   if (!topic_) return;
-  DDSDomainParticipant* const on = participant();
-  const DDS_ReturnCode_t code = on ? on->delete_topic(topic_) : DDS_RETCODE_OK;
+  const DDS_ReturnCode_t code = owned_->releaseTopic(topic_);
   if (code != DDS_RETCODE_OK) {
     logError() << signature("void ", "cleanUp(int)") << "DDSNode::cleanUp failed to delete content topic " << topicName_
                << ". Return code: " << code;
     return;
   }
   topic_ = nullptr;
+  owned_.reset();  // the participant goes with its last user when its domain has gone
   topicName_.clear();
   typeRegistered_ = false;
 }

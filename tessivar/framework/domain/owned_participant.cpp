@@ -1,0 +1,86 @@
+#include "tessivar/framework/domain/owned_participant.h"
+
+#include "tessivar/framework/log/logger.h"
+
+#include <cstring>
+#include <mutex>
+
+namespace TessivarDDS {
+
+OwnedParticipant::~OwnedParticipant() {
+  if (close()) return;
+  // Not deleted, as within a callback of the bus: it hears nothing of what goes now.
+  participant_->set_listener(nullptr, DDS_STATUS_MASK_NONE);
+  DDSSubscriber* const builtin = participant_->get_builtin_subscriber();
+  builtin->lookup_datareader(DDS_PARTICIPANT_TOPIC_NAME)->set_listener(nullptr, DDS_STATUS_MASK_NONE);
+}
+
+bool OwnedParticipant::close() {
+  constexpr const char* signature = "void __cdecl TessivarDDS::DDSDomain::cleanUp(void)";
+  if (!participant_ || madeHere_.inherited()) {
+    participant_ = nullptr;
+    return true;
+  }
+  DDS_ReturnCode_t code = participant_->delete_contained_entities();
+  if (code != DDS_RETCODE_OK) logError() << signature << " Delete contained entities failed. Return code: " << code;
+  code = DDSDomainParticipantFactory::get_instance()->delete_participant(participant_);
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << " Domain participant deletion failed. Error code: " << code;
+    return false;
+  }
+  participant_ = nullptr;
+  return true;
+}
+
+DDSTopic* OwnedParticipant::acquireTopic(const std::string& name, const char* typeName, const DDS_TopicQos& qos) {
+  if (!participant_) return nullptr;
+  const std::lock_guard lock(mutex_);
+  const auto known = topics_.find(name);
+  if (known == topics_.end()) {
+    DDSTopic* const topic = participant_->create_topic(name.c_str(), typeName, qos, nullptr, DDS_STATUS_MASK_NONE);
+    if (topic) topics_[name] = {topic, 1};
+    return topic;
+  }
+  if (std::strcmp(known->second.topic->get_type_name(), typeName) != 0) {
+    logError() << "class DDSTopic *__cdecl TessivarDDS::OwnedParticipant::acquireTopic(void)"
+               << " Topic " << name << " exists on this domain with the type " << known->second.topic->get_type_name();
+    return nullptr;
+  }
+  ++known->second.holders;
+  return known->second.topic;
+}
+
+DDS_ReturnCode_t OwnedParticipant::releaseTopic(DDSTopic* topic) {
+  const std::lock_guard lock(mutex_);
+  const auto known = topics_.find(topic->get_name());
+  if (known == topics_.end()) return DDS_RETCODE_OK;
+  if (known->second.holders == 1) {
+    const DDS_ReturnCode_t code = participant_->delete_topic(topic);
+    if (code != DDS_RETCODE_OK) return code;
+    topics_.erase(known);
+  } else {
+    --known->second.holders;
+  }
+  return DDS_RETCODE_OK;
+}
+
+std::string OwnedParticipant::reserveFilteredName(const std::string& name) {
+  const std::lock_guard lock(mutex_);
+  std::string free = name;
+  for (int number = 2; !filteredNames_.insert(free).second; ++number) free = name + '.' + std::to_string(number);
+  return free;
+}
+
+void OwnedParticipant::releaseFilteredName(const std::string& name) {
+  const std::lock_guard lock(mutex_);
+  filteredNames_.erase(name);
+}
+
+std::string OwnedParticipant::topicNames() const {
+  const std::lock_guard lock(mutex_);
+  std::string names;
+  for (const auto& [name, topic] : topics_) names += (names.empty() ? "" : ", ") + name;
+  return names;
+}
+
+}  // namespace TessivarDDS
