@@ -278,8 +278,9 @@ TEST_F(RequestReply, loses_no_reply_with_profiles_and_a_slow_listener) {
   EXPECT_THAT(tickets, Each(Truly(received)));
 }
 
-TEST_F(RequestReply, runs_on_a_thread_that_is_lent) {
-  WaitSetThread thread("Lent");
+TEST_F(RequestReply, runs_on_a_thread_that_is_lent_until_it_is_cleaned_up) {
+  auto lent = std::make_unique<WaitSetThread>("Lent");
+  WaitSetThread& thread = *lent;
   ASSERT_TRUE(thread.create());
   client.setWaitSetThread(&thread);
   client.setAutoStartThread(false);
@@ -290,9 +291,47 @@ TEST_F(RequestReply, runs_on_a_thread_that_is_lent) {
   thread.start();
   EXPECT_TRUE(received(ticket));
   client.cleanUp();
+  lent.reset();
+  client.setAutoStartThread(true);
   ASSERT_TRUE(client.create("RR.Test", &there) && client.waitForMatch(20000));
   EXPECT_TRUE(received(request()));
   client.cleanUp();
+}
+
+TEST_F(RequestReply, may_be_called_while_it_is_created_and_cleaned_up) {
+  server.setListener(&serving);
+  ASSERT_TRUE(server.create("RR.Test", &here));
+  setLogThreshold(0);
+  std::atomic<bool> more{true};
+  std::atomic<int> sent{0};
+  std::vector<std::jthread> callers;
+  for (int i = 0; i < 2; ++i) {
+    callers.emplace_back([&] {
+      while (more) {
+        client.waitForMatch(50);
+        const DDSPtr<Ticket> ticket = request();
+        sent += ticket != nullptr;
+        client.removeTicket(ticket);
+      }
+    });
+  }
+  for (int round = 0; round < 20; ++round) {
+    const int before = sent;
+    ASSERT_TRUE(client.create("RR.Test", &there));
+    EXPECT_TRUE(eventually([&] { return sent > before; }));
+    client.cleanUp();
+  }
+  more = false;
+  callers.clear();
+  setLogThreshold(15);
+}
+
+TEST_F(RequestReply, ends_waiting_for_a_match_when_it_is_cleaned_up) {
+  ASSERT_TRUE(client.create("RR.Test", &there));
+  auto matched = std::async(std::launch::async, [&] { return client.waitForMatch(-1); });
+  EXPECT_EQ(matched.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+  client.cleanUp();
+  EXPECT_FALSE(matched.get());
 }
 
 }  // namespace

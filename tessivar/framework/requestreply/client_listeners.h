@@ -3,6 +3,7 @@
 
 #include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/requestreply/request_reply_listeners.h"
+#include "tessivar/platform/mutex.h"
 
 #include <algorithm>
 #include <memory>
@@ -47,7 +48,7 @@ class ClientListeners {
     return list_;
   }
 
-  mutable std::mutex mutex_;
+  mutable tessivar::platform::Mutex mutex_;
   std::shared_ptr<const List> list_ = std::make_shared<const List>();
 };
 

@@ -82,14 +82,15 @@ typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::ma
 template <class Req, class Rep>
 typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::makeRequest(DDSPtr<Req>& request,
                                                                                           RequestFailure& failure) {
-  Ticket ticket = send(request, failure);
+  const UseGate::Use use(gate_);
+  Ticket ticket = send(request, failure, use.open());
   ++(ticket ? counters_.requestsSent : counters_.requestsNotSent);
   return ticket;
 }
 
 template <class Req, class Rep>
 typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::send(DDSPtr<Req>& request,
-                                                                                   RequestFailure& failure) {
+                                                                                   RequestFailure& failure, bool open) {
   const auto fail = [&failure](RequestFailure why, const char* text) {
     logError() << signature(("class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class " +
                              std::string(TypeOf<Rep>::name()) + "> > ")
@@ -101,7 +102,7 @@ typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::se
   };
   if (!clientSide()) return fail(RequestFailure::InvalidArgument, "Invalid function call for a replier.");
   if (!request) return fail(RequestFailure::InvalidArgument, " Request is invalid");
-  if (calculateMatchCount() <= 0) {
+  if (!open || calculateMatchCount() <= 0) {
     return fail(RequestFailure::NobodyThere, " No current connection to send the request.");
   }
   Ticket ticket(new (std::nothrow) RequestReplyTicket<Rep>(request->ticketId));
@@ -161,8 +162,14 @@ bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
     logWarning() << where() << "Server called waitForMatch() which is not valid for the server side.";
     return false;
   }
+  const UseGate::Use use(gate_);
   while (calculateMatchCount() == 0) {
+    if (tessivar::platform::in_callback()) {
+      logError() << where() << " Cannot wait within a callback of the bus.";
+      return false;
+    }
     TessivarThread::sleep(detail::match_poll_milliseconds);
+    if (use.closing()) return false;
     if (timeoutMs == -1) continue;
     timeoutMs -= detail::match_poll_milliseconds;
     if (timeoutMs <= 0) {
@@ -246,7 +253,8 @@ bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
 
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
-  const DDS_ReturnCode_t code = replyNode_.tryWriteSample(reply.get());
+  const UseGate::Use use(gate_);
+  const DDS_ReturnCode_t code = use.open() ? replyNode_.tryWriteSample(reply.get()) : DDS_RETCODE_NOT_ENABLED;
   if (code != DDS_RETCODE_OK) {
     ++counters_.repliesNotSent;
     if (!reply) return false;

@@ -80,7 +80,7 @@ template <class Value, class Req, class Rep>
 void DDSRequestReply<Value, Req, Rep>::cleanUp() {
   // A thread that is lent lives as long as this is created, no longer.
   WaitSetThread* const thread = this->created() ? this->waitSetThread() : nullptr;
-  const bool inCallback = thread && thread->isCurrent();  // which the base reports
+  const bool inCallback = this->inCallback();  // which the base reports
   if (thread && !this->ownsThread_ && !inCallback && valueNode_.dataReader()) {
     thread->detachRunner(valueNode_.dataReader());
   }

@@ -14,7 +14,9 @@
 #include "tessivar/framework/requestreply/request_reply_listeners.h"
 #include "tessivar/framework/requestreply/request_reply_role.h"
 #include "tessivar/framework/requestreply/request_reply_runners.h"
+#include "tessivar/framework/sync/use_gate.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
+#include "tessivar/platform/callback.h"
 
 #include <atomic>
 #include <cstdint>
@@ -38,8 +40,10 @@ constexpr std::size_t remembered_clients = 128;
 /// them too.
 ///
 /// Settings and listeners first, then create(), then requests, then cleanUp(), which the destructor does as well; after
-/// it create() may begin anew, with listeners attached again. Settings, create() and cleanUp() belong to one thread,
-/// and not to a callback of the node; everything else may be called by any, also from callbacks. Only waitForMatch(),
+/// it create() may begin anew, with listeners attached again. Settings, create() and cleanUp() belong to one thread.
+/// cleanUp() is refused within a callback of the node or of the bus. Everything else may be called by any thread, also
+/// from callbacks, and also while another thread is in create() or cleanUp(): makeRequest() then returns null,
+/// sendReply() and waitForMatch() return false. Only waitForMatch(),
 /// makeRequest() (while the bus does not keep up, see there), setListener() (while the old listener is being called)
 /// and cleanUp() block. A failure logs one line and gives false or null.
 ///
@@ -75,7 +79,8 @@ class TESSIVAR_API DDSRequestReplyNode {
   void setUseQosProfiles(bool use);
   /// Whether create() starts the thread; initially true.
   void setAutoStartThread(bool start);
-  /// Serves this node on `thread`, which has a wait set, is not owned and lives until cleanUp(); null: one of its own.
+  /// Serves this node on `thread`, which has a wait set, is not owned and lives until cleanUp(), which forgets it;
+  /// null: one of its own.
   void setWaitSetThread(WaitSetThread* thread);
 
   // --- settings, at any time
@@ -104,7 +109,9 @@ class TESSIVAR_API DDSRequestReplyNode {
   Ticket makeRequest(DDSPtr<Req>& request);
   /// The same; `failure` says why the result is null, and is None otherwise.
   Ticket makeRequest(DDSPtr<Req>& request, RequestFailure& failure);
-  /// Polls until a server is connected; at most so many milliseconds, in whole steps of 50; -1: without limit.
+  /// Polls until a server is connected; at most so many milliseconds, in whole steps of 50; -1: without limit. Ends
+  /// with false when the node is cleaned up. Within a callback of the bus, as matchCountChanged() is one, it does not
+  /// wait.
   bool waitForMatch(int timeoutMs);
   /// Servers that can be reached; -1 on a server.
   virtual int calculateMatchCount();
@@ -147,6 +154,8 @@ class TESSIVAR_API DDSRequestReplyNode {
   bool usesQosProfiles() const { return useQosProfiles_; }
   /// The library of the QoS profiles; empty without them.
   std::string profileLibrary() const { return useQosProfiles_ ? qosLibrary_ : std::string(); }
+  /// Returns true on a thread that is inside a callback of the bus or of this node.
+  bool inCallback() const;
   ClientListeners& clientListeners() { return clientListeners_; }
   /// The participant's default topic QoS.
   static bool defaultTopicQos(DDSDomain* domain, DDS_TopicQos& qos);
@@ -168,13 +177,15 @@ class TESSIVAR_API DDSRequestReplyNode {
   void notifyMatchCount();
   void dispatch(const Rep& reply, const DDS_SampleInfo& info);
   void dispatch(const Req& request, const DDS_SampleInfo& info);
-  Ticket send(DDSPtr<Req>& request, RequestFailure& failure);
+  Ticket send(DDSPtr<Req>& request, RequestFailure& failure, bool open);
+  void setLentThread(WaitSetThread* thread);
   bool keepTicket(const Ticket& ticket, const Req& request);
   bool expired(const Req& request, const DDS_SampleInfo& info);
 
   RequestReplyRole role_;
   WaitSetThread* waitSetThread_ = nullptr;
   bool created_ = false;
+  UseGate gate_;  // of the calls that use readers and writers
   DDS_OctetSeq guid_;
   ListenerSlot<RequestReplyServerListener<Req, Rep>> serverListener_;
   int livelinessMs_ = -1;

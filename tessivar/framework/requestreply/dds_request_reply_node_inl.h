@@ -71,6 +71,11 @@ void DDSRequestReplyNode<Req, Rep>::setAutoStartThread(bool start) {
 template <class Req, class Rep>
 void DDSRequestReplyNode<Req, Rep>::setWaitSetThread(WaitSetThread* thread) {
   if (refusedBecauseCreated("setWaitSetThread(class TessivarDDS::WaitSetThread *)")) return;
+  setLentThread(thread);
+}
+
+template <class Req, class Rep>
+void DDSRequestReplyNode<Req, Rep>::setLentThread(WaitSetThread* thread) {
   waitSetThread_ = thread;
   ownsThread_ = thread == nullptr;
 }
@@ -102,7 +107,9 @@ template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::create(const std::string& name, DDSDomain* domain) {
   if (created_) return true;
   created_ = true;
-  return createTopics(name, domain) && createReaders() && createWriters() && createWaitSet();
+  if (!createTopics(name, domain) || !createReaders() || !createWriters()) return false;
+  gate_.open();  // before the first callback, which may make requests
+  return createWaitSet();
 }
 
 template <class Req, class Rep>
@@ -266,10 +273,11 @@ bool DDSRequestReplyNode<Req, Rep>::createWaitSet() {
 template <class Req, class Rep>
 void DDSRequestReplyNode<Req, Rep>::cleanUp() {
   if (!created_) return;
-  if (waitSetThread_ && waitSetThread_->isCurrent()) {
+  if (inCallback()) {
     logError() << signature("void ", "cleanUp(void)") << " Cannot clean up from within a callback.";
     return;
   }
+  gate_.close();
   if (serverListener_.get()) setListener(nullptr);
   clientListeners_.clear();
   if (ownsThread_) {
@@ -278,6 +286,7 @@ void DDSRequestReplyNode<Req, Rep>::cleanUp() {
   } else if (waitSetThread_) {
     if (replyNode_.dataReader()) waitSetThread_->detachRunner(replyNode_.dataReader());
     if (requestNode_.dataReader()) waitSetThread_->detachRunner(requestNode_.dataReader());
+    setLentThread(nullptr);
   }
   replyNode_.cleanUp(-1);
   requestNode_.cleanUp(-1);
@@ -285,6 +294,12 @@ void DDSRequestReplyNode<Req, Rep>::cleanUp() {
   requestWriterListener_.count = 0;
   replyReaderListener_.count = 0;
   created_ = false;
+  gate_.reset();
+}
+
+template <class Req, class Rep>
+bool DDSRequestReplyNode<Req, Rep>::inCallback() const {
+  return tessivar::platform::in_callback() || (waitSetThread_ && waitSetThread_->isCurrent());
 }
 
 }  // namespace TessivarDDS

@@ -5,6 +5,7 @@
 #include "tessivar/framework/nodes/type_of.h"
 #include "tessivar/framework/requestreply/request_guid.h"
 #include "tessivar/platform/content_filter.h"
+#include "tessivar/platform/immortal.h"
 
 #include <memory>
 #include <string>
@@ -35,9 +36,8 @@ std::string GuidContentFilter<Rep>::signature(const char* function) {
 
 template <class Rep>
 GuidContentFilter<Rep>& GuidContentFilter<Rep>::instance() {
-  // Never deleted: participants that outlive static destruction may still evaluate.
-  static GuidContentFilter& filter = *new GuidContentFilter;
-  return filter;
+  static tessivar::platform::Immortal<GuidContentFilter> filter;
+  return *filter;
 }
 
 template <class Rep>

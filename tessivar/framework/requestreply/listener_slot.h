@@ -1,6 +1,8 @@
 // A listener that one thread calls and others exchange.
 #pragma once
 
+#include "tessivar/platform/fork.h"
+
 #include <atomic>
 #include <thread>
 
@@ -17,7 +19,7 @@ class ListenerSlot {
   void set(L* listener) {
     listener_ = listener;
     const unsigned call = calls_;
-    if (call % 2 == 1 && caller_.load() != std::this_thread::get_id()) calls_.wait(call);
+    if (call % 2 == 1 && !madeHere_.inherited() && caller_.load() != std::this_thread::get_id()) calls_.wait(call);
   }
 
   /// `function(listener)`, when there is one.
@@ -45,6 +47,7 @@ class ListenerSlot {
   std::atomic<L*> listener_{nullptr};
   std::atomic<unsigned> calls_{0};  // odd while one is going on
   std::atomic<std::thread::id> caller_{};
+  const tessivar::platform::MadeHere madeHere_;
 };
 
 }  // namespace TessivarDDS

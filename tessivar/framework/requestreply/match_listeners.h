@@ -3,6 +3,7 @@
 
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/nodes/type_of.h"
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/participant.h"
 
 #include <atomic>
@@ -25,7 +26,7 @@ class TESSIVAR_API DataWriterCoreListener : public DDSDataWriterListener {
 
  private:
   DDSRequestReplyNode<Req, Rep>& node_;
-  std::mutex counting_;
+  tessivar::platform::Mutex counting_;
 };
 
 /// Counts the writers that a reader is matched with, or those that are alive, whichever was reported last, and tells
@@ -41,7 +42,7 @@ class TESSIVAR_API DataReaderCoreListener : public DDSDataReaderListener {
 
  private:
   DDSRequestReplyNode<Req, Rep>& node_;
-  std::mutex counting_;
+  tessivar::platform::Mutex counting_;
 };
 
 namespace detail {
@@ -55,7 +56,7 @@ std::string listenerSignature(const char* listener, const char* function) {
 /// Stores what is reported in `count`. Reports come on several threads and may overtake each other, which must not
 /// leave an old figure behind: while `counting` is held the endpoint is asked for the present one, with `get`.
 template <class Endpoint, class Status>
-void store(std::atomic<int>& count, std::mutex& counting, Endpoint& endpoint, Status status,
+void store(std::atomic<int>& count, tessivar::platform::Mutex& counting, Endpoint& endpoint, Status status,
            DDS_ReturnCode_t (Endpoint::*get)(Status&), DDS_Long Status::*figure) {
   const std::lock_guard lock(counting);
   Status present = {};

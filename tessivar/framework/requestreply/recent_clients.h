@@ -1,6 +1,8 @@
 // The clients that a server has answered of late.
 #pragma once
 
+#include "tessivar/platform/mutex.h"
+
 #include <cstddef>
 #include <list>
 #include <mutex>
@@ -38,7 +40,7 @@ class RecentClients {
   }
 
  private:
-  std::mutex mutex_;
+  tessivar::platform::Mutex mutex_;
   const std::size_t most_;
   std::list<std::string> guids_;
   std::unordered_map<std::string, std::list<std::string>::iterator> places_;

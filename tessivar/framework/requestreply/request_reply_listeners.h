@@ -9,7 +9,8 @@ namespace TessivarDDS {
 class TESSIVAR_API RequestReplyNodeClientListener {
  public:
   virtual ~RequestReplyNodeClientListener() = default;
-  /// `count` servers can be reached. On a thread of the engine: must not block, nor create or delete anything.
+  /// `count` servers can be reached. Called on a thread of the engine, which waits for it: must not block for long.
+  /// Every public operation works there, except that cleaning up and waiting are refused with one log line.
   virtual void matchCountChanged(int /*count*/) {}
   /// A reply has come for a pending ticket of that number. On the node's wait-set thread.
   virtual void ticketChanged(unsigned short /*ticketId*/) {}
