@@ -95,11 +95,7 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
 
   std::vector<std::string> interestTexts() const { return addressTexts({interests.begin(), interests.end()}); }
 
-  /// True on the thread that tells of values and tickets.
-  bool inReplyCallback() const {
-    const TessivarRequestReplyService* service = services.commandService();
-    return service && service->waitSetThread() && service->waitSetThread()->isCurrent();
-  }
+  bool inCallback() const { return services.inCallback() || waitSetThread.isCurrent() || listeners.isNotifying(); }
 
   /// Tells each listener of the samples of an instance. They are read under the list's lock, so that no listener hears
   /// something older after something newer.
@@ -268,7 +264,7 @@ bool TessivarClient::create() {
 }
 
 void TessivarClient::cleanUp() {
-  if (private_->listeners.isNotifying()) {
+  if (private_->inCallback()) {
     logError() << "void __cdecl TessivarDDS::TessivarClient::cleanUp(void)"
                << " Cannot clean up from within a callback.";
     return;
@@ -281,8 +277,8 @@ void TessivarClient::attachListener(TessivarClientListener* listener, bool owned
   private_->listeners.attachListener(listener, owned);
 }
 
-void TessivarClient::detachListener(TessivarClientListener* listener) {
-  private_->listeners.detachListener(listener);
+bool TessivarClient::detachListener(TessivarClientListener* listener) {
+  return private_->listeners.detachListener(listener);
 }
 
 bool TessivarClient::waitForMatch(int timeoutMs) {
@@ -464,7 +460,7 @@ bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutM
       "bool __cdecl TessivarDDS::TessivarClient::setCommand(class TessivarDDS::DDSPtr<class Tessivar::Command> &,int)";
   failure = RequestFailure::NotCreated;
   if (!private_->services.verifyCommandNode()) return false;
-  if (private_->inReplyCallback()) {
+  if (private_->services.inCallback()) {
     logError() << signature << "Called from commandValueChanged or commandTicketChanged, where no reply can arrive.";
     failure = RequestFailure::InCallback;
     return false;

@@ -49,8 +49,10 @@ class TESSIVAR_API TessivarClient {
   /// ones, made with `new`, are deleted by cleanUp(); others must stay until they are detached or the client is cleaned
   /// up.
   void attachListener(TessivarClientListener* listener, bool owned);
-  /// Waits for a callback that is running; the listener is the caller's afterwards.
-  void detachListener(TessivarClientListener* listener);
+  /// Waits at most a second for callbacks that are running. Returns true if the listener is detached: it is the
+  /// caller's and not called any more. Returns false, after one log line, if callbacks went on for longer, and within a
+  /// callback: then the listener stays attached and must stay alive.
+  bool detachListener(TessivarClientListener* listener);
 
   /// Waits, 50 ms at a time, until a device is there that requests can be sent to.
   bool waitForMatch(int timeoutMs);

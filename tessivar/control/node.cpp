@@ -43,6 +43,8 @@ class TessivarNode::Private
     services.cleanUp();
   }
 
+  bool inCallback() const { return services.inCallback() || waitSetThread.isCurrent() || listeners.isNotifying(); }
+
   Tessivar::CommandChangeReply* processRequest(const Tessivar::CommandChangeRequest* request) override {
     Tessivar::CommandChangeReply* reply = nullptr;
     listeners.notify(
@@ -147,7 +149,7 @@ bool TessivarNode::createFor(const char* signature, const std::vector<std::strin
 }
 
 void TessivarNode::cleanUp() {
-  if (private_->listeners.isNotifying()) {
+  if (private_->inCallback()) {
     logError() << "void __cdecl TessivarDDS::TessivarNode::cleanUp(void)"
                << " Cannot clean up from within a callback.";
     return;
@@ -160,8 +162,8 @@ void TessivarNode::attachListener(TessivarNodeListener* listener, bool owned) {
   private_->listeners.attachListener(listener, owned);
 }
 
-void TessivarNode::detachListener(TessivarNodeListener* listener) {
-  private_->listeners.detachListener(listener);
+bool TessivarNode::detachListener(TessivarNodeListener* listener) {
+  return private_->listeners.detachListener(listener);
 }
 
 bool TessivarNode::addUnit(const DDSPtr<Tessivar::Unit>& unit) {

@@ -53,8 +53,10 @@ class TESSIVAR_API TessivarNode {
   /// ones, made with `new`, are deleted by cleanUp(); others must stay until they are detached or the node is cleaned
   /// up.
   void attachListener(TessivarNodeListener* listener, bool owned);
-  /// Waits for a callback that is running; the listener is the caller's afterwards.
-  void detachListener(TessivarNodeListener* listener);
+  /// Waits at most a second for callbacks that are running. Returns true if the listener is detached: it is the
+  /// caller's and not called any more. Returns false, after one log line, if callbacks went on for longer, and within a
+  /// callback: then the listener stays attached and must stay alive.
+  bool detachListener(TessivarNodeListener* listener);
 
   /// Announces a unit, or what has changed of it.
   bool addUnit(const DDSPtr<Tessivar::Unit>& unit);

@@ -71,6 +71,10 @@ bool TessivarServices::create(bool isClient, const std::vector<std::string>& fil
     logError() << signature << "No domain is attached.";
     return false;
   }
+  if (inCallback()) {
+    logError() << signature << " Cannot create within a callback.";
+    return false;
+  }
   if (commandService_) logWarning() << signature << "TessivarServices have already been created.";
   cleanUp();  // also what is left of a create() that failed
   domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
@@ -98,7 +102,17 @@ void TessivarServices::start() {
   if (commandService_ && commandService_->waitSetThread()) commandService_->waitSetThread()->start();
 }
 
+bool TessivarServices::inCallback() const {
+  const WaitSetThread* const thread = commandService_ ? commandService_->waitSetThread() : nullptr;
+  return tessivar::platform::in_callback() || (thread && thread->isCurrent());
+}
+
 void TessivarServices::cleanUp() {
+  if (inCallback()) {
+    logError() << "void __cdecl TessivarDDS::TessivarServices::cleanUp(void)"
+               << " Cannot clean up from within a callback.";
+    return;
+  }
   if (commandService_) commandService_->cleanUp();  // its callbacks may still ask for the service
   commandService_.reset();
   unitNode_.reset();

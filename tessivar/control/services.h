@@ -47,8 +47,10 @@ class TESSIVAR_API TessivarServices {
   bool create(bool isClient, const std::vector<std::string>& filterAddresses);
   /// Starts the thread of the command service, once everything is made.
   void start();
-  /// Deletes the nodes; the domain stays attached.
+  /// Deletes the nodes; the domain stays attached. Refused within a callback.
   void cleanUp();
+  /// Returns true on a thread that is inside a callback of the bus or of the command service.
+  bool inCallback() const;
 
   // True when the node exists with the reader or writer that this side uses; otherwise one log line says what is
   // missing.

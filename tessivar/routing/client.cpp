@@ -43,7 +43,7 @@ bool RoutingClient::create() {
 bool RoutingClient::subscribe(const std::vector<AddressEx>& addresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::RoutingClient::subscribe(const " TESSIVAR_SIGNATURE_ADDRESSES " &)";
-  if (private_->listeners.isNotifying()) {
+  if (private_->inCallback()) {
     logError() << signature << " Cannot subscribe from within a callback.";
     return false;
   }
@@ -64,8 +64,8 @@ void RoutingClient::attachListener(RoutingClientListener* listener, bool owned) 
   private_->listeners.attachListener(listener, owned);
 }
 
-void RoutingClient::detachListener(RoutingClientListener* listener) {
-  private_->listeners.detachListener(listener);
+bool RoutingClient::detachListener(RoutingClientListener* listener) {
+  return private_->listeners.detachListener(listener);
 }
 
 DDSPtr<RoutingClient::Ticket> RoutingClient::beginSetRoute(DDSPtr<AssociationRoute>& route) {
@@ -134,7 +134,7 @@ RoutingServices* RoutingClient::services() const {
 }
 
 void RoutingClient::cleanUp() {
-  if (private_->listeners.isNotifying()) {
+  if (private_->inCallback()) {
     logError() << "void __cdecl TessivarDDS::RoutingClient::cleanUp(void)"
                << " Cannot clean up from within a callback.";
     return;

@@ -45,8 +45,10 @@ class TESSIVAR_API RoutingClient {
   /// ones, made with `new`, are deleted by cleanUp(); others must stay until they are detached or the client is cleaned
   /// up.
   void attachListener(RoutingClientListener* listener, bool owned);
-  /// Waits for a callback that is running; the listener is the caller's afterwards.
-  void detachListener(RoutingClientListener* listener);
+  /// Waits at most a second for callbacks that are running. Returns true if the listener is detached: it is the
+  /// caller's and not called any more. Returns false, after one log line, if callbacks went on for longer, and within a
+  /// callback: then the listener stays attached and must stay alive.
+  bool detachListener(RoutingClientListener* listener);
 
   /// Asks the router's device for a route, without waiting for the answer. The ticket is filled as replies arrive: see
   /// its `received`; the listeners' ticketChanged tells of each. When the request cannot be sent, as no router is

@@ -78,6 +78,10 @@ bool RoutingClient::Private::resubscribe(const char* signature, const std::vecto
          services.routingService()->renewValueReader();
 }
 
+bool RoutingClient::Private::inCallback() const {
+  return services.inCallback() || thread.isCurrent() || listeners.isNotifying();
+}
+
 void RoutingClient::Private::leave() {
   {
     const ScopedLock lock(knownRoutersLock_);

@@ -21,6 +21,8 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
   /// Reports the known routers as removed and takes everything down. All that a listener may call still works
   /// meanwhile.
   void leave();
+  /// Returns true on a thread that is inside a callback of the bus or of this client.
+  bool inCallback() const;
 
   void notifyUnitAdded(const DDS_InstanceHandle_t& handle, const Tessivar_Routing::Router* router);
   void notifyUnitRemoved(const DDS_InstanceHandle_t& handle, const AddressEx& router);

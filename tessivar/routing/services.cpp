@@ -177,7 +177,18 @@ bool RoutingServices::createProtectService(const std::vector<AddressEx>& address
   return protectService_->create(destination_changes_topic, domain_);
 }
 
+bool RoutingServices::inCallback() const {
+  const auto isOn = [](const auto& service) {
+    return service && service->waitSetThread() && service->waitSetThread()->isCurrent();
+  };
+  return tessivar::platform::in_callback() || isOn(routingService_) || isOn(protectService_);
+}
+
 void RoutingServices::cleanUp() {
+  if (inCallback()) {
+    logError() << "void __cdecl TessivarDDS::RoutingServices::cleanUp(void) Cannot clean up from within a callback.";
+    return;
+  }
   remove(routerNode_);
   remove(sourcesNode_);
   remove(destinationsNode_);

@@ -77,8 +77,10 @@ class TESSIVAR_API RoutingServices {
   RoutingRequestReplyService* routingService() const { return routingService_.get(); }
   ProtectRequestReplyService* protectService() const { return protectService_.get(); }
 
-  /// Deletes the nodes and services; domain and listener stay.
+  /// Deletes the nodes and services; domain and listener stay. Refused within a callback.
   void cleanUp();
+  /// Returns true on a thread that is inside a callback of the bus or of the services.
+  bool inCallback() const;
 
  private:
   bool createRouterNode();

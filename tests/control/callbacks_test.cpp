@@ -1,0 +1,198 @@
+// Every public call in every callback: it works, or it is refused, and never hangs.
+#include "tessivar/framework/domain/domain_manager.h"
+#include "tests/control/support/listeners.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace TessivarDDS {
+namespace {
+
+using namespace tessivar::testing;
+using namespace ::testing;
+using Helper = TessivarMessageHelper;
+
+constexpr int domain_id = 95;
+const AddressEx camera(1, 2, 10);
+
+/// A device, a controller, and what their callbacks do: the calls of the table, once for each callback.
+class Callbacks : public Test {
+ protected:
+  typedef std::vector<std::pair<const char*, std::function<void()>>> Calls;
+
+  Callbacks() {
+    listener_.answer = [this](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
+      make("commandChangeRequested", {&ofNode_});
+      return DeviceListener::complete(node, request);
+    };
+    heard_.during = [this](const std::string& text) { make(text.substr(0, text.find(' ')), {&ofClient_}); };
+    node_.attachListener(&listener_, false);
+    client_.attachListener(&heard_, false);
+    node_.attachDomain(&device_);
+    client_.attachDomain(&controller_);
+  }
+  ~Callbacks() override {
+    DomainManager::instance().installDomainHook({});
+    node_.cleanUp();
+    client_.cleanUp();
+  }
+
+  /// Makes the calls when `callback` happens for the first time.
+  void make(const std::string& callback, const std::vector<const Calls*>& calls) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!begun_.insert(callback).second) return;
+    }
+    for (const Calls* table : calls) {
+      for (const auto& [name, call] : *table) {
+        {
+          const std::lock_guard lock(mutex_);
+          running_[callback] = name;
+        }
+        call();
+      }
+    }
+    const std::lock_guard lock(mutex_);
+    running_.erase(callback);
+    done_.add(callback);
+  }
+
+  /// Waits until all these callbacks have made their calls. A call that hangs ends the test program.
+  void await(const std::vector<std::string>& callbacks) {
+    for (const std::string& callback : callbacks) {
+      if (done_.happens(callback)) continue;
+      const std::lock_guard lock(mutex_);
+      std::fprintf(stderr, "%s: %s\n", callback.c_str(),
+                   running_.contains(callback) ? running_[callback] : "was not called");
+      std::_Exit(1);
+    }
+  }
+
+  struct Matches : RequestReplyNodeClientListener {
+    explicit Matches(Callbacks& its_test) : test(its_test) {}
+    void matchCountChanged(int count) override {
+      if (count > 1) test.make("matchCountChanged", {&test.ofClient_, &test.ofNode_, &test.ofDomain_, &test.ofBus_});
+    }
+    void ticketChanged(unsigned short) override { test.make("ticketChanged", {&test.ofClient_}); }
+    Callbacks& test;
+  };
+
+  struct Asking : Logger {
+    explicit Asking(Callbacks& its_test) : test(its_test) {}
+    void log(int, const std::string&) override { test.make("log", {&test.ofDomain_}); }
+    Callbacks& test;
+  };
+
+  TessivarRequestReplyService& service() { return *client_.services()->commandService(); }
+
+  std::mutex mutex_;
+  std::set<std::string> begun_;
+  std::map<std::string, const char*> running_;
+  Events done_, unused_;
+  LoopbackDomain device_{domain_id}, controller_{domain_id};
+  DeviceListener listener_{unused_};
+  ControllerListener heard_{unused_};
+  TessivarNode node_;
+  TessivarClient client_;
+  Matches matches_{*this};
+  DDSPtr<Tessivar::Command> command_{Helper::createCommand(camera, 1, 5)};
+  const DDSPtr<Tessivar::Command> copy_{Helper::createCommand(camera, 1, 0)};
+  const DDSPtr<Tessivar::Unit> unit_{Helper::createUnit(camera, "camera")};
+  const DDSPtr<Tessivar::CommandMetadata> metadata_{Helper::createMetadata(camera, 1)};
+
+  const Calls ofClient_{
+      {"create", [&] { client_.create(); }},
+      {"cleanUp", [&] { client_.cleanUp(); }},
+      {"attachListener", [&] { client_.attachListener(&heard_, false); }},
+      {"detachListener", [&] { client_.detachListener(nullptr); }},
+      {"waitForMatch", [&] { client_.waitForMatch(-1); }},
+      {"waitForHistoricalData", [&] { client_.waitForHistoricalData(1000); }},
+      {"registerInterest", [&] { client_.registerInterest(AddressEx(1, 2, 11)); }},
+      {"hasUnit", [&] { client_.hasUnit(camera); }},
+      {"queryUnits",
+       [&] {
+         Tessivar::UnitSeq units;
+         DDS_SampleInfoSeq infos;
+         if (client_.queryUnits(units, infos, 100)) client_.freeUnitData(units, infos);
+       }},
+      {"queryCommand", [&] { client_.queryCommand(camera, 1, *copy_); }},
+      {"refreshUnits", [&] { client_.refreshUnits(100); }},
+      {"setCommand", [&] { client_.setCommand(command_, 100); }},
+      {"beginSetCommand",
+       [&] {
+         DDSPtr<TessivarClient::Ticket> ticket = client_.beginSetCommand(command_);
+         client_.completeSetCommand(ticket);
+       }},
+  };
+  const Calls ofNode_{
+      {"create", [&] { node_.create(); }},
+      {"cleanUp", [&] { node_.cleanUp(); }},
+      {"attachListener", [&] { node_.attachListener(&listener_, false); }},
+      {"detachListener", [&] { node_.detachListener(nullptr); }},
+      {"addUnit", [&] { node_.addUnit(unit_); }},
+      {"publishCommand", [&] { node_.publishCommand(command_); }},
+      {"publishMetadata", [&] { node_.publishMetadata(metadata_); }},
+      {"disposeMetadata", [&] { node_.disposeMetadata(camera, 1); }},
+      {"setFilterAddresses", [&] { node_.setFilterAddresses({camera}); }},
+  };
+  const Calls ofDomain_{
+      {"registerContentFilter", [&] { controller_.registerContentFilter("none", nullptr); }},
+      {"contentFilter", [&] { controller_.contentFilter("none"); }},
+      {"addPeerAddress", [&] { controller_.addPeerAddress("127.0.0.1"); }},
+      {"sharedDomain",
+       [&] {
+         DDSDomain* const domain = DomainManager::instance().sharedDomain(domain_id, "", "", nullptr);
+         if (domain) DomainManager::instance().releaseSharedDomain(domain, nullptr);
+       }},
+  };
+  const Calls ofBus_{
+      {"domain cleanUp", [&] { controller_.cleanUp(); }},
+      {"services cleanUp", [&] { client_.services()->commandService()->cleanUp(); }},
+      {"node cleanUp", [&] { service().replyNode().cleanUp(); }},
+      {"delete_datareader",
+       [&] {
+         DDSDataReader* const reader = service().replyNode().dataReader();
+         EXPECT_EQ(controller_.participant()->delete_datareader(reader), DDS_RETCODE_ILLEGAL_OPERATION);
+       }},
+      {"delete_datawriter",
+       [&] {
+         DDSDataWriter* const writer = service().requestNode().dataWriter();
+         EXPECT_EQ(writer->wait_for_acknowledgments(DDS_DURATION_INFINITE), DDS_RETCODE_ILLEGAL_OPERATION);
+         EXPECT_EQ(controller_.participant()->delete_datawriter(writer), DDS_RETCODE_ILLEGAL_OPERATION);
+       }},
+      {"create",
+       [&] {
+         TessivarClient another;
+         another.attachDomain(&controller_);
+         EXPECT_FALSE(another.create());
+       }},
+      {"wait",
+       [&] {
+         DDSWaitSet waitSet;
+         DDSConditionSeq active;
+         EXPECT_EQ(waitSet.wait(active, DDS_DURATION_INFINITE), DDS_RETCODE_ILLEGAL_OPERATION);
+       }},
+  };
+};
+
+TEST_F(Callbacks, NeverHangWhateverIsCalled) {
+  setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
+  DomainManager::instance().installDomainHook([this](int, DDSDomain&) { make("hook", {&ofDomain_}); });
+  ASSERT_TRUE(client_.create());
+  service().attachListener(&matches_);
+  ASSERT_TRUE(node_.create());
+  TessivarNode second;  // whose match comes when everything is made
+  second.attachDomain(&device_);
+  ASSERT_TRUE(client_.waitForMatch(20000) && second.create());
+  await({"matchCountChanged", "hook"});
+  setLogger(new Asking(*this));
+  EXPECT_TRUE(client_.registerInterest(camera));
+  EXPECT_TRUE(node_.addUnit(unit_) && node_.publishCommand(command_));
+  EXPECT_TRUE(client_.setCommand(command_, 20000));
+  await({"log", "unit", "value", "commandChangeRequested", "ticketChanged"});
+  setLogger(nullptr);
+  EXPECT_TRUE(client_.setCommand(command_, 20000)) << "all of it still works";
+}
+
+}  // namespace
+}  // namespace TessivarDDS

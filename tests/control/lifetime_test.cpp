@@ -1,0 +1,167 @@
+// Domains, nodes and clients that go in any order, at the end of the process and in forked processes.
+#include "tessivar/framework/domain/domain_manager.h"
+#include "tests/control/support/listeners.h"
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace TessivarDDS {
+namespace {
+
+using namespace tessivar::testing;
+using namespace ::testing;
+using Helper = TessivarMessageHelper;
+
+constexpr int domain_id = 94;
+const AddressEx camera(1, 2, 10);
+
+bool set(TessivarClient& client) {
+  DDSPtr command(Helper::createCommand(camera, 1, 5));
+  return client.setCommand(command, 20000);
+}
+
+/// Two nodes and two clients on two domains.
+struct Bus {
+  Bus() {
+    nodes[0].attachListener(&listener, false);
+    nodes[0].attachDomain(domains[0].get());
+    nodes[1].attachDomain(domains[1].get());
+    for (TessivarNode& node : nodes) EXPECT_TRUE(node.create());
+    for (TessivarClient& client : clients) {
+      client.attachDomain(domains[1].get());
+      EXPECT_TRUE(client.create() && client.waitForMatch(20000) && set(client));
+    }
+  }
+
+  Events events;
+  DeviceListener listener{events};
+  std::array<TessivarNode, 2> nodes;
+  std::array<TessivarClient, 2> clients;
+  std::array<std::unique_ptr<LoopbackDomain>, 2> domains{std::make_unique<LoopbackDomain>(domain_id),
+                                                         std::make_unique<LoopbackDomain>(domain_id)};
+};
+
+TEST(Lifetime, ADomainCarriesSeveralAndMayGoBeforeThem) {
+  LogRecorder log;
+  Bus bus;
+  for (auto& domain : bus.domains) domain.reset();
+  EXPECT_THAT(log.lines(), AllOf(SizeIs(2), Each(HasSubstr("is released while topics on it are in use: Orvel."))));
+  for (TessivarClient& client : bus.clients) EXPECT_TRUE(set(client));
+  for (TessivarNode& node : bus.nodes) node.cleanUp();
+  for (TessivarClient& client : bus.clients) client.cleanUp();
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+/// A participant with a writer, made with the platform alone.
+struct Participant {
+  ~Participant() {
+    const bool deleted = made->delete_contained_entities() == DDS_RETCODE_OK &&
+                         DDSDomainParticipantFactory::get_instance()->delete_participant(made) == DDS_RETCODE_OK;
+    if (!deleted) std::abort();
+  }
+  bool make() {
+    DDS_DomainParticipantQos qos;
+    DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.transport.UDPv4.builtin.parent.allow_interfaces", "lo",
+                                             DDS_BOOLEAN_FALSE);
+    made =
+        DDSDomainParticipantFactory::get_instance()->create_participant(domain_id, qos, nullptr, DDS_STATUS_MASK_NONE);
+    if (!made || made->enable() != DDS_RETCODE_OK) return false;
+    const char* const type = Tessivar::UnitTypeSupport::get_type_name();
+    if (Tessivar::UnitTypeSupport::register_type(made, type) != DDS_RETCODE_OK) return false;
+    DDSTopic* const topic = made->create_topic("T", type, DDS_TOPIC_QOS_DEFAULT, nullptr, DDS_STATUS_MASK_NONE);
+    return made->create_datawriter(topic, DDS_DATAWRITER_QOS_DEFAULT, nullptr, DDS_STATUS_MASK_NONE) != nullptr;
+  }
+  DDSDomainParticipant* made = nullptr;
+};
+
+template <class T, class... Arguments>
+T* staticObject(Arguments... arguments) {
+  static T object(arguments...);
+  return &object;
+}
+
+/// Makes static objects in the order of the letters, and uses them; the end of the process destroys them.
+[[noreturn]] void useStaticObjects(const std::string& order) {
+  TessivarClient* client = nullptr;
+  TessivarNode* node = nullptr;
+  DDSDomain* domain = nullptr;
+  Participant* participant = nullptr;
+  for (const char which : order) {
+    if (which == 'c') client = staticObject<TessivarClient>();
+    if (which == 'n') node = staticObject<TessivarNode>();
+    if (which == 'd') domain = staticObject<LoopbackDomain>(domain_id);
+    if (which == 'p') participant = staticObject<Participant>();
+  }
+  setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
+  client->attachDomain(DomainManager::instance().sharedDomain(domain_id, "", "", nullptr));
+  node->attachDomain(domain);
+  const bool made = participant->make() && client->create() && node->create() && client->waitForMatch(20000);
+  std::exit(made ? 0 : 1);
+}
+
+TEST(Lifetime, ProcessesEndCleanlyWhateverTheOrderOfStaticObjects) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process of its own
+  // What the manager says of the domain that nobody gave back comes last, and nothing but the named warning before it.
+  const std::pair<const char*, const char*> cases[] = {
+      {"dcnp", "^[^\n]*Domain '94' still alive! Ref count: 1\n$"},
+      {"pncd",
+       "^[^\n]*is released while topics on it are in use:[^\n]*\n[^\n]*Domain '94' still alive! Ref count: 1\n$"},
+      {"cpdn", "^[^\n]*Domain '94' still alive! Ref count: 1\n$"},
+  };
+  for (const auto& [order, expected] : cases) {
+    EXPECT_EXIT(useStaticObjects(order), ExitedWithCode(0), ContainsRegex(expected)) << order;
+  }
+}
+
+TEST(Lifetime, ForkedProcessesMayDestroyWhatTheyInherit) {
+  Bus bus;
+  std::atomic<bool> more{true};
+  std::jthread traffic([&] {  // so that locks are held as the process forks
+    const DDSPtr command(Helper::createCommand(camera, 1, 5));
+    while (more) bus.nodes[0].publishCommand(command);
+  });
+  for (int round = 0; round < 10; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(20);
+      bus.clients[0].cleanUp();
+      for (TessivarNode& node : bus.nodes) node.cleanUp();
+      for (auto& domain : bus.domains) domain.reset();  // before the second client
+      bus.clients[1].cleanUp();
+      _exit(0);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  more = false;
+  EXPECT_TRUE(set(bus.clients[0]) && set(bus.clients[1]));
+}
+
+TEST(Lifetime, ProgramsExecutedHaveNoneOfTheSockets) {
+  const Bus bus;
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    execl("/bin/ls", "ls", "-l", "/proc/self/fd", nullptr);
+    _exit(1);
+  }
+  close(ends[1]);
+  std::string listing;
+  char buffer[4096];
+  for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) > 0;) listing.append(buffer, std::size_t(count));
+  close(ends[0]);
+  int status = -1;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_THAT(listing, AllOf(HasSubstr("pipe:"), Not(HasSubstr("socket:"))));
+}
+
+}  // namespace
+}  // namespace TessivarDDS
