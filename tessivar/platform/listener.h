@@ -7,7 +7,8 @@
 // - deleting a reader, writer or participant, also by delete_contained_entities();
 // - enabling a participant; enabling a reader or writer of a participant that does not ignore itself;
 // - wait_for_historical_data(), wait_for_acknowledgments(), DDSWaitSet::wait();
-// - writing with the writer whose write caused the callback.
+// - writing with the writer whose write caused the callback, and writing a sample that the reader of the callback
+//   itself would get.
 //
 // No lock that another operation needs is held during a call. An exception that leaves a callback is logged and
 // dropped. A listener is not owned: it must outlive the entity that it is installed on, or be removed

@@ -45,29 +45,6 @@ bool valid(const DDS_Time_t& time) {
          (time.sec >= 0 && time.nanosec < 1000000000u);
 }
 
-/// The writes that this thread is in the middle of, each within a callback of the one before.
-class Writing {
- public:
-  explicit Writing(const DDSDataWriter::Impl* writer) : writer_(writer), outer_(innermost) { innermost = this; }
-  ~Writing() { innermost = outer_; }
-  Writing(const Writing&) = delete;
-  Writing& operator=(const Writing&) = delete;
-
-  static bool of(const DDSDataWriter::Impl* writer) {
-    for (const Writing* one = innermost; one; one = one->outer_) {
-      if (one->writer_ == writer) return true;
-    }
-    return false;
-  }
-
- private:
-  static constinit thread_local const Writing* innermost;
-  const DDSDataWriter::Impl* const writer_;
-  const Writing* const outer_;
-};
-
-constinit thread_local const Writing* Writing::innermost = nullptr;
-
 }  // namespace
 
 DDSDataWriter::Impl::Impl(DDSTopic& its_topic, DDSPublisher* its_publisher, const DDS_DataWriterQos& its_qos)
@@ -141,12 +118,6 @@ DDS_ReturnCode_t DDSDataWriter::Impl::publish(const void* sample, const DDS_Inst
   if (!valid(timestamp)) return refuse(name_of(kind), "the source timestamp is not a valid time");
   if (!keyed && handle.isValid) return refuse(name_of(kind), "a handle for a type without key");
   if (tessivar::platform::refused_in_filter(name_of(kind))) return DDS_RETCODE_ILLEGAL_OPERATION;
-  // The engine holds the writer's lock while it delivers to readers of this very participant.
-  if (Writing::of(this)) {
-    refuse(name_of(kind), "the writer is writing on this thread, within a callback of what it writes");
-    return DDS_RETCODE_ILLEGAL_OPERATION;
-  }
-  const Writing writing(this);
   EngineWriter* writer = engine;
   if (!writer) return DDS_RETCODE_NOT_ENABLED;
   const std::int64_t time = to_nanoseconds(timestamp);

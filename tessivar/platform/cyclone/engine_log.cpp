@@ -1,5 +1,6 @@
 #include "tessivar/platform/cyclone/engine_log.h"
 
+#include "tessivar/platform/callback.h"
 #include "tessivar/platform/cyclone/engine_api.h"
 #include "tessivar/platform/log.h"
 
@@ -40,8 +41,10 @@ class EngineLogSink {
     const LogLevel level = level_of(data->priority);
     if (innermost)
       innermost->lines_->lines.push_back({level, std::string(line)});
-    else
+    else {
+      const CallbackScope scope(CallbackKind::filter);  // the engine may hold locks
       log(level, context, line);
+    }
   }
 };
 

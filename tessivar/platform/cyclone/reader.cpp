@@ -263,11 +263,13 @@ DDS_LivelinessChangedStatus Reader::to_platform(dds_entity_t reader, const dds_l
 }
 
 void Reader::on_data_available(dds_entity_t, void* self) {
+  const ReaderCallback scope(static_cast<Reader*>(self)->topic_);
   static_cast<Reader*>(self)->events_->data_available();
 }
 
 void Reader::on_subscription_matched(dds_entity_t reader, dds_subscription_matched_status_t status, void* self) {
   auto& me = *static_cast<Reader*>(self);
+  const ReaderCallback scope(me.topic_);
   const DDS_SubscriptionMatchedStatus translated = me.to_platform(reader, status);
   if (status.current_count_change < 0) me.matches_.forget(status.last_publication_handle);
   if (me.events_) me.events_->subscription_matched(translated);
@@ -275,6 +277,7 @@ void Reader::on_subscription_matched(dds_entity_t reader, dds_subscription_match
 
 void Reader::on_liveliness_changed(dds_entity_t reader, dds_liveliness_changed_status_t status, void* self) {
   auto& me = *static_cast<Reader*>(self);
+  const ReaderCallback scope(me.topic_);
   if (status.not_alive_count_change > 0) {
     // The engine calls a silent writer alive again only when a sample of it arrives, which for a writer with nothing to
     // say is never. Its participant is made to be discovered anew instead, when it announces itself.
@@ -287,6 +290,7 @@ void Reader::on_liveliness_changed(dds_entity_t reader, dds_liveliness_changed_s
 
 void Reader::on_requested_deadline_missed(dds_entity_t reader, dds_requested_deadline_missed_status_t status,
                                           void* self) {
+  const ReaderCallback scope(static_cast<Reader*>(self)->topic_);
   SampleSlot slot = nullptr;
   dds_instance_get_key(reader, status.last_instance_handle, &slot);
   const SampleRef key(slot);
@@ -296,15 +300,18 @@ void Reader::on_requested_deadline_missed(dds_entity_t reader, dds_requested_dea
 }
 
 void Reader::on_requested_incompatible_qos(dds_entity_t, dds_requested_incompatible_qos_status_t status, void* self) {
+  const ReaderCallback scope(static_cast<Reader*>(self)->topic_);
   static_cast<Reader*>(self)->events_->requested_incompatible_qos(to_status(status));
 }
 
 void Reader::on_sample_lost(dds_entity_t, dds_sample_lost_status_t status, void* self) {
+  const ReaderCallback scope(static_cast<Reader*>(self)->topic_);
   static_cast<Reader*>(self)->events_->sample_lost(
       {static_cast<DDS_Long>(status.total_count), status.total_count_change});
 }
 
 void Reader::on_sample_rejected(dds_entity_t, dds_sample_rejected_status_t status, void* self) {
+  const ReaderCallback scope(static_cast<Reader*>(self)->topic_);
   static_cast<Reader*>(self)->events_->sample_rejected(
       {static_cast<DDS_Long>(status.total_count), status.total_count_change, DDS_HANDLE_NIL});
 }

@@ -148,11 +148,33 @@ bool Topic::create(dds_entity_t participant, const std::string& name, const PRES
     error = "topic \"" + name + "\" of type \"" + type.type_name + "\": " + describe(entity_) + log.text();
     return false;
   }
+  name_ = name;
   if (!has_name(entity_, name)) {
     error = "topic \"" + name + "\": this version of the engine cannot give a topic a name with these characters";
     return false;
   }
   return true;
+}
+
+namespace {
+
+constinit thread_local const ReaderCallback* innermost_callback = nullptr;
+
+}  // namespace
+
+ReaderCallback::ReaderCallback(const Topic& topic) : topic_(topic), outer_(innermost_callback) {
+  innermost_callback = this;
+}
+
+ReaderCallback::~ReaderCallback() {
+  innermost_callback = outer_;
+}
+
+bool ReaderCallback::concerns(const Topic& topic) {
+  for (const ReaderCallback* one = innermost_callback; one; one = one->outer_) {
+    if (one->topic_.is_same(topic)) return true;
+  }
+  return false;
 }
 
 bool Topic::set_filter(EngineFilter& filter, std::string& error) {

@@ -23,10 +23,30 @@ class Topic {
   dds_entity_t entity() const { return entity_; }
   /// Valid while the topic lives.
   const ddsi_sertype* type() const { return type_; }
+  /// Returns true if the other one is this topic's, too: of the same name in the same domain of the engine.
+  bool is_same(const Topic& other) const { return type_ == other.type_ && name_ == other.name_; }
 
  private:
+  std::string name_;
   dds_entity_t entity_ = 0;
   const ddsi_sertype* type_ = nullptr;
+};
+
+/// Marks this thread as being inside a callback of a reader of that topic. The engine calls no second one of the reader
+/// meanwhile, but waits: a write that would deliver to it is not possible.
+class ReaderCallback {
+ public:
+  explicit ReaderCallback(const Topic& topic);
+  ~ReaderCallback();
+  ReaderCallback(const ReaderCallback&) = delete;
+  ReaderCallback& operator=(const ReaderCallback&) = delete;
+
+  /// Returns true if this thread is inside one for that topic.
+  static bool concerns(const Topic& topic);
+
+ private:
+  const Topic& topic_;
+  const ReaderCallback* const outer_;
 };
 
 }  // namespace tessivar::platform::cyclone

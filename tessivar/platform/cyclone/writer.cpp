@@ -5,6 +5,7 @@
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/sample.h"
 #include "tessivar/platform/cyclone/translate.h"
+#include "tessivar/platform/log.h"
 
 namespace tessivar::platform::cyclone {
 
@@ -23,6 +24,7 @@ DDS_ReturnCode_t Writer::create(Participant& participant, const EngineWriterConf
 Writer::Writer(const EngineWriterConfig& config, EngineWriterEvents* events)
     : events_(events),
       plugin_(*config.type),
+      matches_itself_(!config.ignore_own_participant),
       dispose_with_unregister_(config.qos.writer_data_lifecycle.autodispose_unregistered_instances != 0),
       reliable_(config.qos.reliability.kind == DDS_RELIABLE_RELIABILITY_QOS) {}
 
@@ -63,6 +65,10 @@ DDS_ReturnCode_t Writer::write(SampleRef sample, WriteKind kind, std::int64_t so
   if (!sample || !sample->bytes || (kind == WriteKind::data) == sample->key_only) return DDS_RETCODE_BAD_PARAMETER;
   SampleData* data = SampleData::of(sample.get());
   if (data->engine.type != topic_.type()) return DDS_RETCODE_BAD_PARAMETER;
+  if (matches_itself_ && ReaderCallback::concerns(topic_)) {
+    log(LogLevel::error, "DDSDataWriter", "not possible within a callback of a reader that would get the sample");
+    return DDS_RETCODE_ILLEGAL_OPERATION;
+  }
   data->finish();
   data->engine.timestamp.v = source_timestamp < 0 ? dds_time() : source_timestamp;
   switch (kind) {

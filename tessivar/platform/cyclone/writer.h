@@ -32,6 +32,7 @@ class Writer final : public EngineWriter {
 
   EngineWriterEvents* const events_;
   const PRESTypePlugin& plugin_;
+  const bool matches_itself_;  // readers of its participant
   const bool dispose_with_unregister_;
   const bool reliable_;
   bool collects_ = false;    // samples wait for flush()
