@@ -9,6 +9,7 @@
 #include "tessivar/framework/waitset/handle_sum_order.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -24,10 +25,11 @@ constexpr int poll_milliseconds = 10;
 
 using Ticket = TessivarClient::Ticket;
 
-/// The next reply to a request; null when none comes in time.
-DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs) {
+/// The next reply to a request; null when none comes in time, or when the client leaves the bus.
+DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs, const std::atomic<bool>& leaving) {
   int remaining = timeoutMs;
   while (!ticket.received) {
+    if (leaving) return nullptr;
     if (timeoutMs != -1) {
       if (remaining < 1) return nullptr;
       remaining -= poll_milliseconds;
@@ -48,6 +50,9 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
 
   /// Ends all callbacks, which may use the client until then.
   void leave() {
+    // Callbacks may be waiting for devices, and are waited for here.
+    leaving = true;
+    if (services.commandService()) services.commandService()->endCalls();
     waitSetThread.stop();  // first, as its runners use readers of the services
     unitQuery.close();
     valueQuery.close();
@@ -167,6 +172,7 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
   TessivarServices services;
   WaitSetThread waitSetThread{"TessivarClient"};
   bool created = false;
+  std::atomic<bool> leaving{false};
 };
 
 class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
@@ -472,7 +478,7 @@ bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutM
   }
   DDSPtr<Tessivar::CommandChangeReply> reply;
   do {
-    reply = waitForReply(*ticket, timeoutMs);
+    reply = waitForReply(*ticket, timeoutMs, private_->leaving);
   } while (reply && reply->result != Tessivar::COMPLETE && reply->result != Tessivar::FAILED);
   completeSetCommand(ticket);
   if (!reply) {

@@ -35,7 +35,8 @@ class TESSIVAR_API TessivarClient {
   TessivarClient(const TessivarClient&) = delete;
   TessivarClient& operator=(const TessivarClient&) = delete;
 
-  /// Before create(). Not owned: release it after cleanUp().
+  /// Before create(). Not owned: release it after cleanUp(); in the other order the domain logs a warning and this
+  /// client keeps its participant. One domain carries several nodes and clients, which do not hear each other.
   void attachDomain(DDSDomain* domain);
   /// Before create(), later refused with one line; initially false. See TessivarServices::setUseQosProfiles().
   void setUseQosProfiles(bool use);
@@ -54,7 +55,8 @@ class TESSIVAR_API TessivarClient {
   /// callback: then the listener stays attached and must stay alive.
   bool detachListener(TessivarClientListener* listener);
 
-  /// Waits, 50 ms at a time, until a device is there that requests can be sent to.
+  /// Waits, 50 ms at a time, until a device is there that requests can be sent to. Returns false when the time is over
+  /// or the client leaves the bus. Does not wait within a callback of the bus.
   bool waitForMatch(int timeoutMs);
   /// As waitForMatch, and then, for as long again, until the current values have arrived.
   bool waitForHistoricalData(int timeoutMs);

@@ -33,7 +33,8 @@ class TESSIVAR_API TessivarNode {
   TessivarNode(const TessivarNode&) = delete;
   TessivarNode& operator=(const TessivarNode&) = delete;
 
-  /// Before create(). Not owned: release it after cleanUp().
+  /// Before create(). Not owned: release it after cleanUp(); in the other order the domain logs a warning and this node
+  /// keeps its participant. One domain carries several nodes and clients, which do not hear each other.
   void attachDomain(DDSDomain* domain);
   /// Before create(), later refused with one line; initially false. See TessivarServices::setUseQosProfiles().
   void setUseQosProfiles(bool use);

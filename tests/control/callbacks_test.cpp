@@ -192,6 +192,8 @@ TEST_F(Callbacks, NeverHangWhateverIsCalled) {
   await({"log", "unit", "value", "commandChangeRequested", "ticketChanged"});
   setLogger(nullptr);
   EXPECT_TRUE(client_.setCommand(command_, 20000)) << "all of it still works";
+  node_.cleanUp();
+  EXPECT_TRUE(unused_.happens("no unit 0001:02:0A"));  // and while the client is cleaned up, whose match is waited for
 }
 
 }  // namespace

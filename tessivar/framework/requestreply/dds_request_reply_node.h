@@ -113,6 +113,9 @@ class TESSIVAR_API DDSRequestReplyNode {
   /// with false when the node is cleaned up. Within a callback of the bus, as matchCountChanged() is one, it does not
   /// wait.
   bool waitForMatch(int timeoutMs);
+  /// Before cleanUp(), which does it as well: ends waitForMatch() on other threads, and sends no more requests and
+  /// replies. Does not block.
+  void endCalls() { gate_.shut(); }
   /// Servers that can be reached; -1 on a server.
   virtual int calculateMatchCount();
   /// The oldest pending ticket of that number; null when there is none.

@@ -30,6 +30,11 @@ class UseGate {
   };
 
   void open() { state_ = State::open; }
+  /// Lets no call in any more; an open gate only.
+  void shut() {
+    State open = State::open;
+    state_.compare_exchange_strong(open, State::closing);
+  }
   /// Lets no call in any more and waits for those inside. Not within a Use.
   void close() {
     state_ = State::closing;
