@@ -254,7 +254,13 @@ bool DDSRequestReplyNode<Req, Rep>::sendReply(Rep* reply, const Req& request) {
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
   const UseGate::Use use(gate_);
-  const DDS_ReturnCode_t code = use.open() ? replyNode_.tryWriteSample(reply.get()) : DDS_RETCODE_NOT_ENABLED;
+  const bool open = use.open();
+  if (!open) {
+    logError() << signature("bool ", "sendReply(const class TessivarDDS::DDSPtr<class " +
+                                         std::string(TypeOf<Rep>::name()) + "> &)")
+               << "Could not get writer in writeSample!";
+  }
+  const DDS_ReturnCode_t code = open ? replyNode_.tryWriteSample(reply.get()) : DDS_RETCODE_PRECONDITION_NOT_MET;
   if (code != DDS_RETCODE_OK) {
     ++counters_.repliesNotSent;
     if (!reply) return false;
