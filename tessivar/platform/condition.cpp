@@ -2,8 +2,6 @@
 
 #include "tessivar/platform/condition_impl.h"
 
-using tessivar::platform::EngineGuardCondition;
-
 DDSCondition::DDSCondition(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 DDSCondition::~DDSCondition() {
@@ -22,7 +20,7 @@ DDS_Boolean DDSGuardCondition::get_trigger_value() {
 
 DDS_ReturnCode_t DDSGuardCondition::set_trigger_value(DDS_Boolean value) {
   if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
-  return static_cast<EngineGuardCondition&>(*impl_->engine).set_trigger(value != DDS_BOOLEAN_FALSE);
+  return impl_->engine->set_trigger(value != DDS_BOOLEAN_FALSE);
 }
 
 DDSReadCondition::DDSReadCondition(std::unique_ptr<Impl> impl) : DDSCondition(std::move(impl)) {}

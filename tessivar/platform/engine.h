@@ -70,6 +70,7 @@ struct EngineSlot {
   SampleRef sample;
   EngineHandle instance = 0;
   DDS_SampleInfo info = {};
+  std::int64_t lifespan = INT64_MAX;  // how long the sample is valid after its reception, in nanoseconds
 };
 
 /// Selects samples; the masks have the meaning of OMG DDS 1.4, 2.2.2.5.
@@ -158,8 +159,6 @@ class EngineReader {
   /// Up to `max` samples into `slots` (cleared first; its capacity is reused); `max` < 0 is all. NO_DATA when none.
   /// PRECONDITION_NOT_MET for an instance this reader does not hold.
   virtual DDS_ReturnCode_t access(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) = 0;
-  virtual std::unique_ptr<EngineCondition> create_condition(DDS_SampleStateMask, DDS_ViewStateMask,
-                                                            DDS_InstanceStateMask) = 0;
   /// Waits until the history that the matched writers held has been received, nanoseconds or `never`.
   virtual DDS_ReturnCode_t wait_for_historical_data(std::int64_t timeout) = 0;
   virtual DDS_InstanceHandle_t guid() const = 0;

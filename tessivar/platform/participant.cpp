@@ -16,13 +16,7 @@ using tessivar::platform::refuse;
 using tessivar::platform::refused_in_callback;
 using tessivar::platform::refused_in_filter;
 
-namespace {
-
-bool contains(const std::vector<DDSDataReader*>& entities, const DDSDataReader* entity) {
-  return std::find(entities.begin(), entities.end(), entity) != entities.end();
-}
-
-}  // namespace
+namespace {}  // namespace
 
 DDSDomainParticipant::Impl::Impl(DDS_DomainId_t domain, const DDS_DomainParticipantQos& its_qos)
     : domain_id(domain), qos(its_qos) {}
@@ -174,32 +168,22 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
                   "topic \"" + impl.name + "\": filter \"" + impl.filter_name + "\" refused its parameters", result);
   }
 
-  // All readers of the topic or none. The filter is the topic's once the last one is prepared; who is made later starts
-  // with it.
+  // A reader that is made from now on starts with the new filter.
   std::vector<DDSDataReader*> concerned;
-  while (result == DDS_RETCODE_OK) {
-    {
-      const std::lock_guard lock(mutex);
-      const auto next = std::find_if(readers.begin(), readers.end(), [&](DDSDataReader* reader) {
-        return reader->impl().filtered_topic == &topic && !contains(concerned, reader);
-      });
-      if (next == readers.end()) {
-        const std::lock_guard topic_lock(impl.mutex);
-        impl.compiled = compiled;
-        impl.parameters = parameters;
-        break;
-      }
-      pin(*next);
-      concerned.push_back(*next);
+  {
+    const std::lock_guard lock(mutex);
+    const std::lock_guard topic_lock(impl.mutex);
+    impl.compiled = compiled;
+    impl.parameters = parameters;
+    for (DDSDataReader* reader : readers) {
+      if (reader->impl().filtered_topic != &topic) continue;
+      concerned.push_back(reader);
+      pin(reader);
     }
-    result = concerned.back()->impl().prepare_filter(compiled);
   }
   for (DDSDataReader* reader : concerned) {
-    if (result == DDS_RETCODE_OK) {
-      reader->impl().commit_filter(compiled);
-    } else {
-      reader->impl().abandon_filter();
-    }
+    const DDS_ReturnCode_t set = reader->impl().set_filter(compiled);
+    if (result == DDS_RETCODE_OK) result = set;
     unpin(reader);
   }
   return result;

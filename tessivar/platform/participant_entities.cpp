@@ -381,7 +381,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_datareader(DDSDataReader* reader) 
     }
   }
   {
-    const std::lock_guard structure(reader->impl().structure);
+    const std::lock_guard conditions(reader->impl().conditions_mutex);
     if (!reader->impl().conditions.empty() || reader->impl().loans->any_out()) return DDS_RETCODE_PRECONDITION_NOT_MET;
   }
   return impl_->destroy(reader);

@@ -10,37 +10,21 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <string>
 
 using tessivar::platform::CompiledFilter;
-using tessivar::platform::EngineCondition;
 using tessivar::platform::EngineParticipant;
-using tessivar::platform::follow;
 using tessivar::platform::get_status;
 using tessivar::platform::Loans;
 using tessivar::platform::log;
 using tessivar::platform::LogLevel;
+using tessivar::platform::ReaderCache;
 using tessivar::platform::ReaderSide;
 
 namespace {
 
-/// How long a new engine side may take to know the writers that the old one knew. They match within moments.
-constexpr std::chrono::milliseconds matching_time(100);
-
 /// How long `structure` is kept from others at a time, nanoseconds.
-constexpr std::int64_t longest_wait = 50000000;
-
-/// Null, with a log line, when the engine refuses.
-std::unique_ptr<EngineCondition> make_condition(ReaderSide& side, const DDSCondition::Impl& condition) {
-  auto made = side.engine().create_condition(condition.sample_states, condition.view_states, condition.instance_states);
-  if (!made) {
-    log(LogLevel::error, "DDSReadCondition",
-        std::string("topic \"") + condition.reader->get_topicdescription()->get_name() +
-            "\": the engine has no condition left, or the states select nothing");
-  }
-  return made;
-}
+constexpr std::int64_t longest_wait = 5000000;
 
 }  // namespace
 
@@ -53,6 +37,7 @@ DDSDataReader::Impl::Impl(DDSDomainParticipant& its_participant, DDSTopic* its_t
       subscriber(its_subscriber),
       type(its_topic ? &its_topic->impl().type : nullptr),
       qos(its_qos),
+      cache(type ? std::make_unique<ReaderCache>(*type, qos.history, filtered_topic && redelivers_history()) : nullptr),
       loans(type ? std::make_unique<Loans>(*type) : nullptr) {}
 
 DDSDataReader::Impl::~Impl() {
@@ -60,30 +45,36 @@ DDSDataReader::Impl::~Impl() {
 }
 
 void DDSDataReader::Impl::close() {
-  std::unique_ptr<ReaderSide> closing[2];  // they go when no lock is held
+  {
+    const std::lock_guard lock(structure);
+    closing = true;
+  }
+  structure_changed.notify_all();
+  if (catch_up_thread.joinable()) catch_up_thread.join();
+  std::unique_ptr<ReaderSide> closed;  // goes when no lock is held
   const std::scoped_lock locks(structure, access, status_mutex);
-  closing[0].swap(prepared);
-  closing[1].swap(side);
+  closed.swap(side);
 }
 
-std::unique_ptr<ReaderSide> DDSDataReader::Impl::open_side(std::shared_ptr<CompiledFilter> filter,
-                                                           DDS_ReturnCode_t& result) {
+std::unique_ptr<ReaderSide> DDSDataReader::Impl::make_side(std::shared_ptr<CompiledFilter> filter) {
+  return std::make_unique<ReaderSide>(*type, *this, std::move(filter), ++sources);
+}
+
+/// A failure is logged.
+DDS_ReturnCode_t DDSDataReader::Impl::open(ReaderSide& opened) {
   EngineParticipant* bus = participant.impl().engine;
-  if (!bus) {
-    result = DDS_RETCODE_PRECONDITION_NOT_MET;
-    return nullptr;
-  }
+  if (!bus) return DDS_RETCODE_PRECONDITION_NOT_MET;
   tessivar::platform::EngineReaderConfig config;
   config.topic = topic->impl().name;
   config.type = type;
   config.qos = qos;
   config.ignore_own_participant = participant.impl().ignores_itself;
-  auto opened = std::make_unique<ReaderSide>(*type, *this, std::move(filter));
   std::string error;
-  result = opened->open(*bus, std::move(config), error);
-  if (result == DDS_RETCODE_OK) return opened;
-  log(LogLevel::error, "DDSDataReader::enable", "topic \"" + topic->impl().name + "\": " + error);
-  return nullptr;
+  const DDS_ReturnCode_t result = opened.open(*bus, std::move(config), error);
+  if (result != DDS_RETCODE_OK) {
+    log(LogLevel::error, "DDSDataReader", "topic \"" + topic->impl().name + "\": " + error);
+  }
+  return result;
 }
 
 DDS_ReturnCode_t DDSDataReader::Impl::enable() {
@@ -92,91 +83,34 @@ DDS_ReturnCode_t DDSDataReader::Impl::enable() {
   {
     const std::lock_guard lock(structure);
     if (side) return DDS_RETCODE_OK;
-    DDS_ReturnCode_t result = DDS_RETCODE_OK;
-    auto opened = open_side(filtered_topic ? filtered_topic->impl().current() : nullptr, result);
-    if (!opened) return result;
-    {
-      const std::scoped_lock locks(access, status_mutex);
-      side = std::move(opened);
-      changed = std::exchange(deferred, 0);
-    }
-    for (DDSReadCondition* condition : conditions) {
-      tessivar::platform::replace_engine_condition(*condition, make_condition(*side, condition->impl()));
-    }
+    auto opened = make_side(filtered_topic ? filtered_topic->impl().current() : nullptr);
+    cache->set_source(opened->source());
+    const DDS_ReturnCode_t result = open(*opened);
+    if (result != DDS_RETCODE_OK) return result;
+    const bool news = transfer(*opened);
+    const std::scoped_lock locks(access, status_mutex);
+    side = std::move(opened);
+    changed = std::exchange(deferred, 0);
+    if (news) changed |= DDS_DATA_AVAILABLE_STATUS;
   }
   report(changed);
   return DDS_RETCODE_OK;
 }
 
-// --- another filter --------------------------------------------------------------------------------------------------
-
-bool DDSDataReader::Impl::redelivers_history() const {
-  constexpr const char* property = "dds.data_reader.state.filter_redundant_samples";
-  const DDS_Property_t* redundant = DDSPropertyQosPolicyHelper::lookup_property(qos.property, property);
-  return qos.durability.kind == DDS_TRANSIENT_LOCAL_DURABILITY_QOS && redundant && redundant->value &&
-         std::strcmp(redundant->value, "0") == 0;
+bool DDSDataReader::Impl::transfer(ReaderSide& from) {
+  const bool news = from.transfer(*cache);
+  if (news) update_conditions();
+  return news;
 }
 
-DDS_ReturnCode_t DDSDataReader::Impl::prepare_filter(const std::shared_ptr<CompiledFilter>& filter) {
-  const std::lock_guard lock(structure);
-  if (!side || !redelivers_history()) return DDS_RETCODE_OK;
-  if (tessivar::platform::refused_in_callback("DDSContentFilteredTopic::set_expression_parameters")) {
-    return DDS_RETCODE_ILLEGAL_OPERATION;
+/// The last caller finds what is true; whoever changes the cache calls.
+void DDSDataReader::Impl::update_conditions() {
+  const std::lock_guard lock(conditions_mutex);
+  const tessivar::platform::StateSet states = cache->states();
+  if (std::exchange(condition_states, states) == states) return;
+  for (DDSReadCondition* condition : conditions) {
+    tessivar::platform::set_triggered(*condition, (condition->impl().states & states) != 0);
   }
-  DDS_ReturnCode_t result = DDS_RETCODE_OK;
-  prepared = open_side(filter, result);
-  return result;
-}
-
-void DDSDataReader::Impl::abandon_filter() {
-  std::unique_ptr<ReaderSide> abandoned;
-  const std::lock_guard lock(structure);
-  abandoned.swap(prepared);
-}
-
-void DDSDataReader::Impl::commit_filter(const std::shared_ptr<CompiledFilter>& filter) {
-  std::unique_ptr<ReaderSide> retired;  // goes when no lock is held: its last callbacks may be waiting for one
-  DDS_StatusMask changed = 0;
-  {
-    const std::lock_guard lock(structure);
-    if (!prepared) {
-      if (side) side->set_filter(filter);
-      return;
-    }
-    prepared->await_writers(side->matched().current_count, side->liveliness().alive_count, matching_time);
-    std::vector<std::unique_ptr<EngineCondition>> engine_conditions;
-    for (DDSReadCondition* condition : conditions) {
-      engine_conditions.push_back(make_condition(*prepared, condition->impl()));
-    }
-    {
-      const std::lock_guard access_lock(access);
-      {
-        const std::lock_guard status_lock(status_mutex);
-        retired = std::exchange(side, std::move(prepared));
-        changed = follow_new_side();
-      }
-      keep_departed(*retired);
-      if (!departed.empty()) changed |= DDS_DATA_AVAILABLE_STATUS;
-    }
-    for (std::size_t i = 0; i < conditions.size(); ++i) {
-      tessivar::platform::replace_engine_condition(*conditions[i], std::move(engine_conditions[i]));
-    }
-  }
-  report(changed);
-}
-
-/// The figures go on from where they are: what the new side counts beyond the writers known already is new.
-DDS_StatusMask DDSDataReader::Impl::follow_new_side() {
-  DDS_StatusMask changed = std::exchange(deferred, 0);
-  DDS_SubscriptionMatchedStatus now = side->matched();
-  earlier.matched = matched.total_count - now.total_count + std::max(0, now.current_count - matched.current_count);
-  now.total_count += earlier.matched;
-  if (follow(matched, now)) changed |= DDS_SUBSCRIPTION_MATCHED_STATUS;
-  if (follow(liveliness, side->liveliness())) changed |= DDS_LIVELINESS_CHANGED_STATUS;
-  earlier.deadline = deadline.total_count;
-  earlier.lost = lost.total_count;
-  earlier.rejected = rejected.total_count;
-  return changed;
 }
 
 // --- the public class ------------------------------------------------------------------------------------------------
@@ -260,13 +194,26 @@ DDS_ReturnCode_t DDSDataReader::wait_for_historical_data(const DDS_Duration_t& m
   if (tessivar::platform::refused_in_callback("DDSDataReader::wait_for_historical_data")) {
     return DDS_RETCODE_ILLEGAL_OPERATION;
   }
+  return impl_->wait_for_history(tessivar::platform::to_nanoseconds(max_wait));
+}
+
+DDS_ReturnCode_t DDSDataReader::Impl::wait_for_history(std::int64_t timeout) {
   // In slices, since the side may be replaced meanwhile.
-  for (std::int64_t left = tessivar::platform::to_nanoseconds(max_wait);;) {
-    const std::lock_guard lock(impl_->structure);
-    if (!impl_->side) return DDS_RETCODE_NOT_ENABLED;
-    if (impl_->qos.durability.kind == DDS_VOLATILE_DURABILITY_QOS) return DDS_RETCODE_OK;
+  for (std::int64_t left = timeout;;) {
+    std::unique_lock lock(structure);
+    if (!side || closing) return DDS_RETCODE_NOT_ENABLED;
+    if (qos.durability.kind == DDS_VOLATILE_DURABILITY_QOS) return DDS_RETCODE_OK;
     const std::int64_t slice = std::min(left, longest_wait);
-    const DDS_ReturnCode_t result = impl_->side->engine().wait_for_historical_data(slice);
+    DDS_ReturnCode_t result = DDS_RETCODE_TIMEOUT;
+    if (catching_up) {
+      structure_changed.wait_for(lock, std::chrono::nanoseconds(slice), [this] { return !catching_up || closing; });
+    } else {
+      result = side->engine().wait_for_historical_data(slice);
+    }
+    if (result == DDS_RETCODE_OK && transfer(*side)) {  // if the engine has not told of its last samples yet
+      lock.unlock();
+      report(DDS_DATA_AVAILABLE_STATUS);
+    }
     if (left != tessivar::platform::never) left -= slice;
     if (result != DDS_RETCODE_TIMEOUT || left == 0) return result;
   }
@@ -284,29 +231,28 @@ DDSReadCondition* DDSDataReader::create_readcondition(DDS_SampleStateMask sample
   condition->sample_states = sample_states;
   condition->view_states = view_states;
   condition->instance_states = instance_states;
-  const std::lock_guard lock(impl_->structure);
-  if (impl_->side && !(condition->engine = make_condition(*impl_->side, *condition))) return nullptr;
-  const std::lock_guard access_lock(impl_->access);
-  DDSReadCondition* created = impl_->conditions.emplace_back(new DDSReadCondition(std::move(condition)));
-  impl_->update_pending();
-  return created;
+  condition->states = tessivar::platform::states_of(sample_states, view_states, instance_states);
+  if (condition->states == 0) {
+    log(LogLevel::error, "DDSDataReader::create_readcondition",
+        std::string("topic \"") + get_topicdescription()->get_name() + "\": the states select nothing");
+    return nullptr;
+  }
+  const std::lock_guard lock(impl_->conditions_mutex);
+  condition->triggered = (condition->states & impl_->condition_states) != 0;
+  impl_->conditions.reserve(impl_->conditions.size() + 1);
+  return impl_->conditions.emplace_back(new DDSReadCondition(std::move(condition)));
 }
 
 DDS_ReturnCode_t DDSDataReader::delete_readcondition(DDSReadCondition* condition) {
   if (!condition) return DDS_RETCODE_BAD_PARAMETER;
-  const std::lock_guard lock(impl_->structure);
-  const auto own = std::find(impl_->conditions.begin(), impl_->conditions.end(), condition);
-  if (own == impl_->conditions.end()) return DDS_RETCODE_PRECONDITION_NOT_MET;
-  {
-    const std::lock_guard access_lock(impl_->access);
-    impl_->conditions.erase(own);
-  }
+  const std::lock_guard lock(impl_->conditions_mutex);
+  if (std::erase(impl_->conditions, condition) == 0) return DDS_RETCODE_PRECONDITION_NOT_MET;
   delete condition;
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDataReader::delete_contained_entities() {
-  const std::scoped_lock locks(impl_->structure, impl_->access);
+  const std::lock_guard lock(impl_->conditions_mutex);
   for (DDSReadCondition* condition : impl_->conditions) delete condition;
   impl_->conditions.clear();
   return DDS_RETCODE_OK;
@@ -329,7 +275,8 @@ DDS_ReturnCode_t DDSDataReader::read_or_take_next_sample_untypedI(void* sample, 
 }
 
 DDS_ReturnCode_t DDSDataReader::return_loan_untypedI(void** lent_samples, DDS_Long, DDS_SampleInfoSeq& infos) {
-  if (!impl_->loans || !impl_->loans->take_back(lent_samples)) return DDS_RETCODE_PRECONDITION_NOT_MET;
+  const DDS_ReturnCode_t result = impl_->return_loan(lent_samples);
+  if (result != DDS_RETCODE_OK) return result;
   if (!infos.has_ownership()) infos.unloan();
   return DDS_RETCODE_OK;
 }
@@ -341,4 +288,9 @@ DDS_ReturnCode_t DDSDataReader::get_key_value_untypedI(void* key_holder, const D
 
 DDS_InstanceHandle_t DDSDataReader::lookup_instance_untypedI(const void* key_holder) {
   return impl_->type ? impl_->lookup_instance(key_holder) : DDS_HANDLE_NIL;
+}
+
+DDS_Boolean DDSDataReader::is_alive_untypedI(const DDS_InstanceHandle_t& handle) const {
+  return handle.isValid && impl_->cache &&
+         impl_->cache->is_alive(tessivar::platform::key_hash_of(handle.keyHash.value));
 }

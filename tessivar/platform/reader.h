@@ -2,6 +2,14 @@
 //
 // Thread-safe. Samples are kept encoded, as the engine received them; a read or take decodes them into pooled samples
 // of the reader and lends those, until return_loan. In steady state nothing is allocated.
+//
+// An instance that was disposed of, or that has no writers any more, leaves the reader when a read or take has handed
+// out its last unread sample, which shows that state: with all its samples, also those that were only read.
+//
+// A transient-local reader of a filtered topic whose property "dds.data_reader.state.filter_redundant_samples" is "0"
+// catches up when the filter's parameters change: instances that the new parameters reject leave it, the writers'
+// history of those that they accept in addition arrives, and what is there already is not delivered again. Other
+// readers keep what they have; the new parameters hold for the samples to come.
 #pragma once
 
 #include "tessivar/platform/condition.h"
@@ -67,7 +75,8 @@ class TESSIVAR_API DDSDataReader : public DDSEntity {
   DDS_ReturnCode_t get_sample_lost_status(DDS_SampleLostStatus& status);
   DDS_ReturnCode_t get_sample_rejected_status(DDS_SampleRejectedStatus& status);
   DDS_ReturnCode_t get_matched_publications(DDS_InstanceHandleSeq& handles);
-  /// Waits until the history that the matched writers held has arrived; TIMEOUT otherwise. A volatile reader has none.
+  /// Waits until the history that the matched writers held has arrived, also after a change of the filter; TIMEOUT
+  /// otherwise. A volatile reader has none.
   DDS_ReturnCode_t wait_for_historical_data(const DDS_Duration_t& max_wait);
 
   /// Owned by the reader; deleted with delete_readcondition or delete_contained_entities.
@@ -90,11 +99,14 @@ class TESSIVAR_API DDSDataReader : public DDSEntity {
   DDS_ReturnCode_t read_or_take_next_sample_untypedI(void* sample, DDS_SampleInfo& info, DDS_Boolean take);
   /// Gives back a loan of this reader; PRECONDITION_NOT_MET when it is not one. Unloans `infos`.
   DDS_ReturnCode_t return_loan_untypedI(void** lent_samples, DDS_Long maximum, DDS_SampleInfoSeq& infos);
-  /// Works for instances that are no longer alive as long as the reader has something of them; also, until the next
-  /// read or take, for one whose last sample was just taken.
+  /// Works for every instance that the reader knows; also for one that has left the reader because its end was handed
+  /// out, until that loan is returned and the next read or take begins.
   DDS_ReturnCode_t get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle);
-  /// Nil when the reader holds nothing of that instance.
+  /// Nil when the reader does not know that instance. It forgets one that is no longer alive when the end has been
+  /// handed out and the loan returned.
   DDS_InstanceHandle_t lookup_instance_untypedI(const void* key_holder);
+  /// True when the reader knows the instance and it was neither disposed of nor left by its writers.
+  DDS_Boolean is_alive_untypedI(const DDS_InstanceHandle_t& handle) const;
 
   Impl& impl() const { return *impl_; }
 

@@ -1,4 +1,4 @@
-// Reading and taking: from the engine's encoded samples to decoded ones in the application's hands.
+// Reading and taking: from the cache's encoded samples to decoded ones in the application's hands.
 #include "tessivar/platform/condition_impl.h"
 #include "tessivar/platform/log.h"
 #include "tessivar/platform/reader_impl.h"
@@ -7,15 +7,13 @@
 
 #include <algorithm>
 
-using tessivar::platform::EngineHandle;
-using tessivar::platform::EngineSelection;
 using tessivar::platform::EngineSlot;
 using tessivar::platform::key_hash_of;
 using tessivar::platform::KeyHash;
 using tessivar::platform::Loan;
 using tessivar::platform::log;
 using tessivar::platform::LogLevel;
-using tessivar::platform::ReaderSide;
+using tessivar::platform::ReaderSelection;
 
 namespace {
 
@@ -23,19 +21,14 @@ bool is_keyed(const PRESTypePlugin& type) {
   return type.get_key_kind() != PRES_TYPEPLUGIN_NO_KEY;
 }
 
-EngineSelection selection_of(const DDS_ReadSelectionI& request) {
-  EngineSelection selection;
+ReaderSelection selection_of(const DDS_ReadSelectionI& request) {
+  ReaderSelection selection;
   selection.take = request.take != DDS_BOOLEAN_FALSE;
   const DDSReadCondition* condition = request.condition;
   selection.sample_states = condition ? condition->get_sample_state_mask() : request.sample_states;
   selection.view_states = condition ? condition->get_view_state_mask() : request.view_states;
   selection.instance_states = condition ? condition->get_instance_state_mask() : request.instance_states;
   return selection;
-}
-
-bool selects(const EngineSelection& selection, const DDS_SampleInfo& info) {
-  return (selection.sample_states & info.sample_state) && (selection.view_states & info.view_state) &&
-         (selection.instance_states & info.instance_state);
 }
 
 }  // namespace
@@ -64,19 +57,25 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, D
 
   const std::lock_guard lock(access);
   if (!side) return DDS_RETCODE_NOT_ENABLED;
-  const DDS_ReturnCode_t fetched = request.instances == DDS_ReadSelectionI::all
-                                       ? fetch(selection_of(request), max)
-                                       : fetch_instances(request, selection_of(request), max);
-  if (fetched != DDS_RETCODE_OK) return fetched;
+  ReaderSelection selection = selection_of(request);
+  const DDS_ReturnCode_t found = find_instance(request, selection);
+  if (found != DDS_RETCODE_OK) return found;
+  const std::size_t available = cache->count(selection, max);
+  if (available == 0) {
+    update_conditions();  // samples may have expired
+    return DDS_RETCODE_NO_DATA;
+  }
 
-  // Where the samples go.
+  // Where the samples go. Nothing changes before there is memory for all of them.
+  slots.reserve(available);
   Loan* loan = nullptr;
-  if (lends && !(loan = loans->lend(slots.size()))) {
-    slots.clear();
+  if (lends && !(loan = loans->lend(available))) {
     log(LogLevel::error, "DDSDataReader", "no memory for the samples of topic \"" + topic->impl().name + '"');
     return DDS_RETCODE_OUT_OF_RESOURCES;
   }
-  if (!lends && !tessivar::platform::make_length(infos, slots.size())) return DDS_RETCODE_OUT_OF_RESOURCES;
+  if (!lends && !tessivar::platform::make_length(infos, available)) return DDS_RETCODE_OUT_OF_RESOURCES;
+  cache->access(selection, available, slots, lends ? loan->samples.data() : nullptr);
+  update_conditions();
   auto* const contiguous = static_cast<char*>(samples.contiguous);
   std::size_t count = 0;
   for (const EngineSlot& slot : slots) {
@@ -92,7 +91,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, D
     return count ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
   }
   if (!count) {
-    loans->take_back(loan->samples.data());
+    return_loan(loan->samples.data());
     return DDS_RETCODE_NO_DATA;
   }
   samples.lent = DDS_BOOLEAN_TRUE;
@@ -106,125 +105,34 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take_next(void* sample, DDS_Sample
   if (!sample) return DDS_RETCODE_BAD_PARAMETER;
   const std::lock_guard lock(access);
   if (!side) return DDS_RETCODE_NOT_ENABLED;
-  EngineSelection selection;
+  ReaderSelection selection;
   selection.take = take;
   selection.sample_states = DDS_NOT_READ_SAMPLE_STATE;
-  for (;;) {
-    const DDS_ReturnCode_t fetched = fetch(selection, 1);
-    if (fetched != DDS_RETCODE_OK) return fetched;
-    const bool decoded = decode(slots.front(), sample, info);
+  bool decoded = false;
+  while (!decoded && cache->count(selection, 1) > 0) {
+    cache->access(selection, 1, slots, nullptr);
+    decoded = !slots.empty() && decode(slots.front(), sample, info);
     slots.clear();
-    if (decoded) return DDS_RETCODE_OK;
   }
+  update_conditions();
+  return decoded ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
 }
 
-/// Fills `slots` with what the application may see: at least one sample when the result is OK.
-DDS_ReturnCode_t DDSDataReader::Impl::fetch(EngineSelection selection, DDS_Long max) {
-  for (;;) {
-    const std::uint64_t accepted = side->instances().begin_access();
-    const DDS_ReturnCode_t result = side->engine().access(selection, max, slots);
-    if (result != DDS_RETCODE_OK) slots.clear();
-    if (result != DDS_RETCODE_OK && result != DDS_RETCODE_NO_DATA) return result;
-    const bool complete = max < 0 || slots.size() < static_cast<std::size_t>(max);
-    const std::size_t fetched = slots.size();
-    const bool dropped = drop_unknown(selection.take);
-    if (is_keyed(*type)) side->instances().accessed(selection, slots, complete, accepted);
-    if (!departed.empty()) add_departed(selection, max);
-    if (!slots.empty()) return DDS_RETCODE_OK;
-    if (fetched == 0 || complete || !dropped) return DDS_RETCODE_NO_DATA;
-  }
-}
-
-/// Samples of one instance, or of the next one that has any.
-DDS_ReturnCode_t DDSDataReader::Impl::fetch_instances(const DDS_ReadSelectionI& request, EngineSelection selection,
-                                                      DDS_Long max) {
+/// The instance that the request means, if it means one.
+DDS_ReturnCode_t DDSDataReader::Impl::find_instance(const DDS_ReadSelectionI& request, ReaderSelection& selection) {
+  if (request.instances == DDS_ReadSelectionI::all) return DDS_RETCODE_OK;
   if (!is_keyed(*type)) {
-    if (request.instance.isValid || request.instances == DDS_ReadSelectionI::one) return DDS_RETCODE_BAD_PARAMETER;
-    return fetch(selection, max);
+    const bool any = !request.instance.isValid && request.instances == DDS_ReadSelectionI::next;
+    return any ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER;
   }
+  std::optional<KeyHash> handle;
+  if (request.instance.isValid) handle = key_hash_of(request.instance.keyHash.value);
   if (request.instances == DDS_ReadSelectionI::one) {
-    if (!request.instance.isValid) return DDS_RETCODE_BAD_PARAMETER;
-    selection.instance = side->instances().find(key_hash_of(request.instance.keyHash.value));
-    if (!selection.instance) return DDS_RETCODE_BAD_PARAMETER;
-    const DDS_ReturnCode_t result = fetch(selection, max);
-    return result == DDS_RETCODE_PRECONDITION_NOT_MET ? DDS_RETCODE_NO_DATA : result;
+    selection.instance = handle;
+    return handle && cache->knows(*handle) ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER;
   }
-  DDS_InstanceHandle_t after = request.instance;
-  while (const auto next = side->instances().next(after)) {
-    after = tessivar::platform::handle_of(*next);
-    selection.instance = side->instances().find(*next);
-    if (!selection.instance) continue;
-    const DDS_ReturnCode_t result = fetch(selection, max);
-    if (result != DDS_RETCODE_NO_DATA && result != DDS_RETCODE_PRECONDITION_NOT_MET) return result;
-  }
-  return DDS_RETCODE_NO_DATA;
-}
-
-/// Disposals reach every reader of the participant, filtered or not: those of instances that this reader never let in
-/// are none of its business. Whether any was removed from the engine's cache.
-bool DDSDataReader::Impl::drop_unknown(bool taken) {
-  const auto known = [&](const EngineSlot& slot) {
-    if (!is_keyed(*type)) return side->has_accepted();
-    return side->instances().knows(key_hash_of(slot.sample->key_hash));
-  };
-  unknown_instances.clear();
-  std::erase_if(slots, [&](const EngineSlot& slot) {
-    if (slot.info.valid_data || known(slot)) return false;
-    unknown_instances.push_back(slot.instance);
-    return true;
-  });
-  if (taken) return !unknown_instances.empty();
-  EngineSelection selection;
-  selection.take = true;
-  selection.instance_states = DDS_NOT_ALIVE_INSTANCE_STATE;
-  bool removed = false;
-  for (const EngineHandle instance : unknown_instances) {
-    selection.instance = instance;
-    removed |= side->engine().access(selection, DDS_LENGTH_UNLIMITED, unknown_slots) == DDS_RETCODE_OK;
-    unknown_slots.clear();
-  }
-  return removed;
-}
-
-/// What is left of an earlier side. The end of an instance that has come to life again is none any more, and would look
-/// like the end of its new life.
-void DDSDataReader::Impl::add_departed(const EngineSelection& selection, DDS_Long max) {
-  if (selection.instance) return;
-  std::erase_if(departed, [&](Departed& one) {
-    const KeyHash hash = key_hash_of(one.slot.sample->key_hash);
-    if (side->instances().knows(hash)) return true;
-    const bool room = max < 0 || slots.size() < static_cast<std::size_t>(max);
-    if (!room || !selects(selection, one.slot.info)) return false;
-    side->instances().remember(hash, one.key);
-    slots.push_back(std::move(one.slot));
-    return true;
-  });
-  update_pending();
-}
-
-/// Triggers the conditions that what is left of an earlier side fits to, and no others.
-void DDSDataReader::Impl::update_pending() {
-  for (DDSReadCondition* condition : conditions) {
-    const EngineSelection selection = selection_of({.condition = condition});
-    const auto fits = [&](const Departed& one) { return selects(selection, one.slot.info); };
-    tessivar::platform::set_pending(*condition, std::any_of(departed.begin(), departed.end(), fits));
-  }
-}
-
-/// What nobody has read of instances that are gone would never be heard of: the next side knows nothing of them.
-void DDSDataReader::Impl::keep_departed(ReaderSide& retired) {
-  EngineSelection selection;
-  selection.take = true;
-  selection.sample_states = DDS_NOT_READ_SAMPLE_STATE;
-  selection.instance_states = DDS_NOT_ALIVE_INSTANCE_STATE;
-  retired.engine().access(selection, DDS_LENGTH_UNLIMITED, unknown_slots);
-  for (EngineSlot& slot : unknown_slots) {
-    const KeyHash hash = key_hash_of(slot.sample->key_hash);
-    std::string key = retired.instances().key_of(hash);
-    if (!key.empty() && !side->instances().knows(hash)) departed.push_back({std::move(slot), std::move(key)});
-  }
-  unknown_slots.clear();
-  update_pending();
+  selection.instance = cache->next(selection, handle);
+  return selection.instance ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
 }
 
 /// False, with a log line, for a sample that cannot be decoded.
@@ -232,7 +140,7 @@ bool DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, DDS_Sampl
   info = slot.info;
   if (!is_keyed(*type)) info.instance_handle = DDS_HANDLE_NIL;
   if (!slot.info.valid_data) {
-    side->instances().copy_key(key_hash_of(slot.sample->key_hash), sample);
+    cache->copy_key(key_hash_of(slot.sample->key_hash), sample);
     return true;
   }
   if (type->decode(sample, slot.sample->bytes, slot.sample->size)) return true;
@@ -242,9 +150,7 @@ bool DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, DDS_Sampl
 }
 
 bool DDSDataReader::Impl::copy_key(const DDS_InstanceHandle_t& handle, void* key_holder) {
-  if (!handle.isValid || !key_holder) return false;
-  const std::lock_guard lock(access);
-  return side && side->instances().copy_key(key_hash_of(handle.keyHash.value), key_holder);
+  return handle.isValid && key_holder && cache->copy_key(key_hash_of(handle.keyHash.value), key_holder);
 }
 
 DDS_InstanceHandle_t DDSDataReader::Impl::lookup_instance(const void* key_holder) {
@@ -253,6 +159,11 @@ DDS_InstanceHandle_t DDSDataReader::Impl::lookup_instance(const void* key_holder
     return DDS_HANDLE_NIL;
   }
   const KeyHash hash = key_hash_of(octets.value);
-  const std::lock_guard lock(access);
-  return side && side->instances().knows(hash) ? tessivar::platform::handle_of(hash) : DDS_HANDLE_NIL;
+  return cache->knows(hash) ? tessivar::platform::handle_of(hash) : DDS_HANDLE_NIL;
+}
+
+DDS_ReturnCode_t DDSDataReader::Impl::return_loan(void** lent_samples) {
+  if (!loans || !loans->take_back(lent_samples)) return DDS_RETCODE_PRECONDITION_NOT_MET;
+  cache->loan_returned(lent_samples);
+  return DDS_RETCODE_OK;
 }

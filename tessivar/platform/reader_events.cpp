@@ -11,8 +11,8 @@ using tessivar::platform::ReaderSide;
 
 namespace {
 
-/// Takes a status of `from` over into what the application sees; the statuses to be reported now. A side that is to
-/// come is not heard: what it says is taken over when it takes its place.
+/// Merges a status of `from` into what the application sees and returns the statuses to be reported now. Those of a
+/// joining side are merged when it takes its place.
 template <class Status>
 DDS_StatusMask changed(DDSDataReader::Impl& reader, const ReaderSide& from, Status& seen, Status now,
                        const DDS_Long& earlier, DDS_StatusMask status) {
@@ -75,9 +75,10 @@ void DDSDataReader::Impl::report(DDS_StatusMask statuses) {
 }
 
 void DDSDataReader::Impl::data_available(ReaderSide& from) {
+  if (!transfer(from)) return;
   {
     const std::lock_guard lock(status_mutex);
-    if (side.get() != &from) {
+    if (!side) {
       deferred |= DDS_DATA_AVAILABLE_STATUS;
       return;
     }

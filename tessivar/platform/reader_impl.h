@@ -1,20 +1,22 @@
 // The data reader from the inside.
 //
-// Locks, in the order in which they are taken: `structure` (enabling, read conditions, replacing the engine's side;
-// never wanted by a callback), `access` (one read or take at a time), `status_mutex`. None is held while the
-// application's code runs.
+// Samples come from the engine's side and are served from the cache. Locks, in the order in which they are taken:
+// `structure` (enabling, changing the filter, replacing the engine's side; only held for moments), `access` (one read
+// or take at a time), `status_mutex`; and on its own `conditions_mutex`. None is held while the application's code
+// runs.
 #pragma once
 
 #include "tessivar/platform/listener_slot.h"
 #include "tessivar/platform/loans.h"
 #include "tessivar/platform/mutex.h"
 #include "tessivar/platform/reader.h"
+#include "tessivar/platform/reader_cache.h"
 #include "tessivar/platform/reader_side.h"
 #include "tessivar/platform/topic.h"
 
 #include <memory>
 #include <mutex>
-#include <string>
+#include <thread>
 #include <vector>
 
 struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
@@ -27,13 +29,12 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   /// Leaves the bus; no callback is running or to come when it returns. Not from a callback.
   void close();
 
-  // Another filter, in two steps, so that of several readers all or none gets it.
-  /// Makes a second engine side where history is to be delivered again.
-  DDS_ReturnCode_t prepare_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
-  void commit_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
-  void abandon_filter();
-  /// With `access` held: conditions of what is left of an earlier side trigger, and no others.
-  void update_pending();
+  /// Another filter, for samples to come; then the reader catches up with it where it delivers history again
+  /// (reader_catch_up.cpp). Does not wait for that.
+  DDS_ReturnCode_t set_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
+  /// After a change of the cache: triggers the conditions that its samples fit to, and no others.
+  void update_conditions();
+  DDS_ReturnCode_t wait_for_history(std::int64_t timeout);
 
   // Reading (reader_access.cpp).
   DDS_ReturnCode_t read_or_take(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
@@ -41,6 +42,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_ReturnCode_t read_or_take_next(void* sample, DDS_SampleInfo& info, bool take);
   bool copy_key(const DDS_InstanceHandle_t& handle, void* key_holder);
   DDS_InstanceHandle_t lookup_instance(const void* key_holder);
+  DDS_ReturnCode_t return_loan(void** lent_samples);
 
   // What happens at a side (reader_events.cpp).
   void data_available(tessivar::platform::ReaderSide&) override;
@@ -62,22 +64,26 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   const DDS_DataReaderQos qos;
   tessivar::platform::ListenerSlot<DDSDataReaderListener> listener;
 
+  const std::unique_ptr<tessivar::platform::ReaderCache> cache;  // null for a built-in reader
+
   tessivar::platform::Mutex structure;
-  std::vector<DDSReadCondition*> conditions;                 // changed with `access` held, too
-  std::unique_ptr<tessivar::platform::ReaderSide> prepared;  // the side that is to come
+  tessivar::platform::Condition structure_changed;
+  bool closing = false;
+  tessivar::platform::ReaderCache::Source sources = 0;  // so many sides were made
+  // Catching up, if there is a filter to catch up with.
+  bool catching_up = false;
+  std::thread catch_up_thread;
+  std::shared_ptr<tessivar::platform::CompiledFilter> next_filter;  // changed since catching up began, or null
+  std::unique_ptr<tessivar::platform::ReaderSide> joining;          // the side that is to come
 
   tessivar::platform::Mutex access;
   std::unique_ptr<tessivar::platform::ReaderSide> side;  // null until it is enabled; changed with all three locks held
-  std::vector<tessivar::platform::EngineSlot> slots;     // of the access under way, as what follows
-  std::vector<tessivar::platform::EngineSlot> unknown_slots;
-  std::vector<tessivar::platform::EngineHandle> unknown_instances;
+  std::vector<tessivar::platform::EngineSlot> slots;     // of the access under way
   std::unique_ptr<tessivar::platform::Loans> loans;
-  /// The ends of instances that nobody had read when their side went, and that the next side never knew.
-  struct Departed {
-    tessivar::platform::EngineSlot slot;
-    std::string key;
-  };
-  std::vector<Departed> departed;
+
+  tessivar::platform::Mutex conditions_mutex;
+  std::vector<DDSReadCondition*> conditions;
+  tessivar::platform::StateSet condition_states = 0;  // what the conditions were told last
 
   /// What the statuses say, each with the changes since it was read last.
   tessivar::platform::Mutex status_mutex;
@@ -98,18 +104,22 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_StatusMask deferred = 0;
 
  private:
-  std::unique_ptr<tessivar::platform::ReaderSide> open_side(std::shared_ptr<tessivar::platform::CompiledFilter> filter,
-                                                            DDS_ReturnCode_t& result);
+  std::unique_ptr<tessivar::platform::ReaderSide> make_side(std::shared_ptr<tessivar::platform::CompiledFilter> filter);
+  DDS_ReturnCode_t open(tessivar::platform::ReaderSide& opened);
   bool redelivers_history() const;
+  /// Moves what came at a side to the cache; true when it contained news.
+  bool transfer(tessivar::platform::ReaderSide& from);
+
+  void catch_up();
+  bool catch_up_once(const tessivar::platform::CompiledFilter& filter);
+  void remove_rejected(const tessivar::platform::CompiledFilter& filter);
+  enum class History { complete, incomplete, closing };
+  History await_history();
+  void replace_side(bool complete);
   DDS_StatusMask follow_new_side();
-  void keep_departed(tessivar::platform::ReaderSide& retired);
 
   DDS_ReturnCode_t check_buffers(const DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                  const DDS_ReadSelectionI& selection) const;
-  DDS_ReturnCode_t fetch(tessivar::platform::EngineSelection selection, DDS_Long max);
-  DDS_ReturnCode_t fetch_instances(const DDS_ReadSelectionI& request, tessivar::platform::EngineSelection selection,
-                                   DDS_Long max);
-  bool drop_unknown(bool taken);
-  void add_departed(const tessivar::platform::EngineSelection& selection, DDS_Long max);
+  DDS_ReturnCode_t find_instance(const DDS_ReadSelectionI& request, tessivar::platform::ReaderSelection& selection);
   bool decode(const tessivar::platform::EngineSlot& slot, void* sample, DDS_SampleInfo& info);
 };

@@ -4,25 +4,62 @@
 
 namespace tessivar::platform {
 
-ReaderSide::ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter)
-    : type_(type),
-      keyed_(type.get_key_kind() != PRES_TYPEPLUGIN_NO_KEY),
-      events_(events),
-      instances_(type),
-      filter_(std::move(filter)) {}
+namespace {
+
+constexpr DDS_Long transferred_at_once = 1024;
+
+}  // namespace
+
+ReaderSide::ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
+                       ReaderCache::Source source)
+    : type_(type), events_(events), source_(source), filter_(std::move(filter)) {
+  if (filter_) scratch_ = type_.create_sample();
+}
 
 ReaderSide::~ReaderSide() {
+  {
+    const std::lock_guard lock(transfer_mutex_);  // callbacks until its end find nothing to transfer
+    open_ = false;
+  }
   engine_.reset();
   if (scratch_) type_.destroy_sample(scratch_);
 }
 
 DDS_ReturnCode_t ReaderSide::open(EngineParticipant& participant, EngineReaderConfig config, std::string& error) {
-  if (filter_ && !(scratch_ = type_.create_sample())) {
-    error = "no memory for the filter's sample";
-    return DDS_RETCODE_OUT_OF_RESOURCES;
+  {
+    const std::lock_guard lock(filter_mutex_);
+    if (filter_ && !scratch_) {
+      error = "no memory for the filter's sample";
+      return DDS_RETCODE_OUT_OF_RESOURCES;
+    }
   }
   config.filter = this;
-  return participant.create_reader(config, this, engine_, error);
+  const DDS_ReturnCode_t result = participant.create_reader(config, this, engine_, error);
+  const std::lock_guard lock(transfer_mutex_);
+  open_ = result == DDS_RETCODE_OK;
+  return result;
+}
+
+bool ReaderSide::transfer(ReaderCache& cache) {
+  ReaderCache::Change change;
+  {
+    const std::lock_guard lock(transfer_mutex_);
+    if (!open_) return false;  // what has come until now is transferred when it is open
+    EngineSelection everything;
+    everything.take = true;
+    while (engine_->access(everything, transferred_at_once, slots_) == DDS_RETCODE_OK) {
+      const bool more = slots_.size() == static_cast<std::size_t>(transferred_at_once);
+      const ReaderCache::Change inserted = cache.insert(source_, slots_);
+      change.news = change.news || inserted.news;
+      change.lost += inserted.lost;
+      slots_.clear();
+      if (!more) break;
+    }
+  }
+  if (change.lost > 0) {
+    log(LogLevel::error, "DDSDataReader", "no memory for received samples: " + std::to_string(change.lost) + " lost");
+  }
+  return change.news;
 }
 
 void ReaderSide::set_filter(std::shared_ptr<CompiledFilter> filter) {
@@ -40,24 +77,12 @@ DDS_LivelinessChangedStatus ReaderSide::liveliness() const {
   return liveliness_;
 }
 
-void ReaderSide::await_writers(DDS_Long matched, DDS_Long alive, std::chrono::milliseconds at_most) {
-  std::unique_lock lock(writers_mutex_);
-  writers_changed_.wait_for(lock, at_most,
-                            [&] { return matched_.current_count >= matched && liveliness_.alive_count >= alive; });
-}
-
-bool ReaderSide::accepts(const EncodedSample& sample, EngineHandle instance, const DDS_FilterSampleInfo& info) {
-  if (scratch_) {
-    const std::lock_guard lock(filter_mutex_);
-    if (!type_.decode(scratch_, sample.bytes, sample.size)) {
-      log(LogLevel::error, "DDSDataReader", "a received sample could not be decoded for its filter and was dropped");
-      return false;
-    }
-    if (!filter_->accepts(scratch_, info)) return false;
-  }
-  has_accepted_.store(true, std::memory_order_relaxed);
-  if (keyed_) instances_.accepted(sample, instance);
-  return true;
+bool ReaderSide::accepts(const EncodedSample& sample, EngineHandle, const DDS_FilterSampleInfo& info) {
+  if (!scratch_) return true;
+  const std::lock_guard lock(filter_mutex_);
+  if (type_.decode(scratch_, sample.bytes, sample.size)) return filter_->accepts(scratch_, info);
+  log(LogLevel::error, "DDSDataReader", "a received sample could not be decoded for its filter and was dropped");
+  return false;
 }
 
 void ReaderSide::data_available() {
@@ -69,7 +94,6 @@ void ReaderSide::subscription_matched(const DDS_SubscriptionMatchedStatus& statu
     const std::lock_guard lock(writers_mutex_);
     matched_ = status;
   }
-  writers_changed_.notify_all();
   events_.subscription_matched(*this, status);
 }
 
@@ -78,7 +102,6 @@ void ReaderSide::liveliness_changed(const DDS_LivelinessChangedStatus& status) {
     const std::lock_guard lock(writers_mutex_);
     liveliness_ = status;
   }
-  writers_changed_.notify_all();
   events_.liveliness_changed(*this, status);
 }
 

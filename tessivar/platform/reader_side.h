@@ -1,25 +1,24 @@
-// The engine's side of a data reader: one engine reader with what lives and dies with it.
+// The engine's side of a data reader: one engine reader with its filter.
 //
-// A data reader usually has one side all its life. When history is to be delivered again, a second one is made and
-// takes the first one's place.
+// A data reader usually has one side all its life. To catch up with another filter it opens a second one, which takes
+// the first one's place when it has received the history.
 #pragma once
 
 #include "tessivar/platform/compiled_filter.h"
 #include "tessivar/platform/engine.h"
 #include "tessivar/platform/mutex.h"
-#include "tessivar/platform/reader_instances.h"
+#include "tessivar/platform/reader_cache.h"
 
-#include <atomic>
-#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace tessivar::platform {
 
 class ReaderSide;
 
-/// Who is told what happens at a side.
+/// What a side calls, on the engine's threads.
 class ReaderSideEvents {
  public:
   virtual void data_available(ReaderSide&) = 0;
@@ -36,24 +35,24 @@ class ReaderSideEvents {
 
 class ReaderSide final : public EngineFilter, public EngineReaderEvents {
  public:
-  /// `filter` null: every sample is accepted.
-  ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter);
+  /// `filter` null: every sample is accepted. `source` is what the cache knows this side by.
+  ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
+             ReaderCache::Source source);
   ~ReaderSide();
 
+  /// Callbacks may begin before it returns, also on this thread.
   DDS_ReturnCode_t open(EngineParticipant& participant, EngineReaderConfig config, std::string& error);
-
+  /// Once it is open.
   EngineReader& engine() { return *engine_; }
-  ReaderInstances& instances() { return instances_; }
+  ReaderCache::Source source() const { return source_; }
+  /// Moves what the engine has received to the cache, in the order of its reception. True when it contained news.
+  bool transfer(ReaderCache& cache);
   /// Another filter for the samples to come; nobody evaluates with the old one any more when it returns.
   void set_filter(std::shared_ptr<CompiledFilter> filter);
-  /// Whether it ever let a sample in.
-  bool has_accepted() const { return has_accepted_; }
 
   // What the engine said last.
   DDS_SubscriptionMatchedStatus matched() const;
   DDS_LivelinessChangedStatus liveliness() const;
-  /// Waits until at least so many writers are matched and alive; a writer may go meanwhile, so don't insist.
-  void await_writers(DDS_Long matched, DDS_Long alive, std::chrono::milliseconds at_most);
 
   bool accepts(const EncodedSample& sample, EngineHandle instance, const DDS_FilterSampleInfo& info) override;
 
@@ -67,13 +66,10 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   void sample_rejected(const DDS_SampleRejectedStatus&) override;
 
   const PRESTypePlugin& type_;
-  const bool keyed_;
   ReaderSideEvents& events_;
-  ReaderInstances instances_;
-  std::atomic<bool> has_accepted_ = false;
+  const ReaderCache::Source source_;
 
   mutable Mutex writers_mutex_;
-  Condition writers_changed_;
   DDS_SubscriptionMatchedStatus matched_ = {};
   DDS_LivelinessChangedStatus liveliness_ = {};
 
@@ -81,6 +77,9 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   std::shared_ptr<CompiledFilter> filter_;
   void* scratch_ = nullptr;  // what the filter evaluates
 
+  Mutex transfer_mutex_;  // so that samples reach the cache in the order in which the engine received them
+  std::vector<EngineSlot> slots_;
+  bool open_ = false;
   std::unique_ptr<EngineReader> engine_;  // goes first: its filter calls and callbacks end
 };
 

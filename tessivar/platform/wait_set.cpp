@@ -1,17 +1,15 @@
 #include "tessivar/platform/callback.h"
 #include "tessivar/platform/condition_impl.h"
 #include "tessivar/platform/immortal.h"
-#include "tessivar/platform/log.h"
 #include "tessivar/platform/mutex.h"
 #include "tessivar/platform/sequence_fill.h"
 
 #include <algorithm>
 #include <chrono>
 #include <mutex>
+#include <utility>
 
 namespace platform = tessivar::platform;
-using platform::log;
-using platform::LogLevel;
 using platform::make_length;
 
 namespace {
@@ -33,8 +31,8 @@ std::int64_t steady_nanoseconds() {
 
 /// With the lock held.
 void update_wake(DDSWaitSet::Impl& wait_set) {
-  const auto pending = [](const DDSCondition* condition) { return condition->impl().pending; };
-  wait_set.wake->set_trigger(std::any_of(wait_set.conditions.begin(), wait_set.conditions.end(), pending));
+  const auto triggered = [](const DDSCondition* condition) { return condition->impl().triggered; };
+  wait_set.wake->set_trigger(std::any_of(wait_set.conditions.begin(), wait_set.conditions.end(), triggered));
 }
 
 }  // namespace
@@ -48,30 +46,15 @@ DDSCondition::Impl::~Impl() {
   }
 }
 
-void platform::replace_engine_condition(DDSCondition& condition, std::unique_ptr<EngineCondition> engine) {
-  std::unique_ptr<EngineCondition> old;
-  {
-    const std::lock_guard lock(attachments());
-    DDSCondition::Impl& impl = condition.impl();
-    for (DDSWaitSet::Impl* wait_set : impl.wait_sets) {
-      if (engine && wait_set->engine->attach(*engine, &condition) != DDS_RETCODE_OK) {
-        log(LogLevel::error, "DDSWaitSet", "a read condition could not be attached again to its wait set");
-      }
-      if (impl.engine) wait_set->engine->detach(*impl.engine);
-    }
-    old = std::exchange(impl.engine, std::move(engine));
-  }
-}
-
-void platform::set_pending(DDSCondition& condition, bool pending) {
+void platform::set_triggered(DDSCondition& condition, bool triggered) {
   const std::lock_guard lock(attachments());
-  if (std::exchange(condition.impl().pending, pending) == pending) return;
+  if (std::exchange(condition.impl().triggered, triggered) == triggered) return;
   for (DDSWaitSet::Impl* wait_set : condition.impl().wait_sets) update_wake(*wait_set);
 }
 
 bool platform::is_triggered(const DDSCondition::Impl& condition) {
   const std::lock_guard lock(attachments());
-  return condition.pending || (condition.engine && condition.engine->triggered());
+  return condition.triggered;
 }
 
 DDSWaitSet::DDSWaitSet() : impl_(std::make_unique<Impl>()) {
@@ -99,7 +82,7 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
   if (platform::refused_in_filter("DDSWaitSet::attach_condition")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const std::lock_guard lock(attachments());
   if (std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) return DDS_RETCODE_OK;
-  if (platform::EngineCondition* engine = condition->impl().engine.get()) {
+  if (platform::EngineGuardCondition* engine = condition->impl().engine.get()) {
     const DDS_ReturnCode_t result = impl_->engine->attach(*engine, condition);
     if (result != DDS_RETCODE_OK) return result;
   } else if (!condition->impl().reader) {
@@ -144,7 +127,7 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
       const std::lock_guard lock(attachments());
       // What was detached meanwhile is in no one's list any more and is only compared here, never looked into.
       const auto triggered = [&](const DDSCondition* condition) {
-        return condition->impl().pending ||
+        return condition->impl().triggered ||
                std::find(impl_->triggered.begin(), impl_->triggered.end(), condition) != impl_->triggered.end();
       };
       const auto count = std::count_if(impl_->conditions.begin(), impl_->conditions.end(), triggered);

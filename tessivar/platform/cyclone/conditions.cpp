@@ -7,17 +7,6 @@
 namespace tessivar::platform::cyclone {
 namespace {
 
-class ReadCondition final : public EngineCondition, public EntityCondition {
- public:
-  explicit ReadCondition(dds_entity_t entity) : entity_(entity) {}
-  ~ReadCondition() override { dds_delete(entity_); }
-  dds_entity_t entity() const override { return entity_; }
-  bool triggered() const override { return dds_triggered(entity_) > 0; }
-
- private:
-  const dds_entity_t entity_;
-};
-
 class GuardCondition final : public EngineGuardCondition, public EntityCondition {
  public:
   explicit GuardCondition(dds_entity_t entity) : entity_(entity) {}
@@ -83,12 +72,6 @@ DDS_ReturnCode_t WaitSet::wait(std::int64_t timeout, std::vector<void*>& cookies
 }
 
 }  // namespace
-
-std::unique_ptr<EngineCondition> make_read_condition(dds_entity_t reader, std::uint32_t engine_mask) {
-  const dds_entity_t entity = dds_create_readcondition(reader, engine_mask);
-  if (entity < 0) return nullptr;
-  return std::make_unique<ReadCondition>(entity);
-}
 
 std::unique_ptr<EngineGuardCondition> make_guard_condition() {
   const dds_entity_t entity = dds_create_guardcondition(api::library);

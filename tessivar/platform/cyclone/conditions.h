@@ -18,7 +18,6 @@ class EntityCondition {
 };
 
 /// Null when the engine refuses.
-std::unique_ptr<EngineCondition> make_read_condition(dds_entity_t reader, std::uint32_t engine_mask);
 std::unique_ptr<EngineGuardCondition> make_guard_condition();
 std::unique_ptr<EngineWaitSet> make_wait_set();
 

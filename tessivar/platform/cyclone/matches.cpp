@@ -14,12 +14,15 @@ Match Matches::find(dds_entity_t entity, EngineHandle counterpart) {
   dds_builtintopic_endpoint_t* endpoint = side_ == Side::writers
                                               ? dds_get_matched_publication_data(entity, counterpart)
                                               : dds_get_matched_subscription_data(entity, counterpart);
-  if (!endpoint) return {DDS_HANDLE_NIL, {}, false};
-  Match match = {to_handle(endpoint->key), {}, false};
+  if (!endpoint) return {};
+  Match match;
+  match.guid = to_handle(endpoint->key);
   std::copy(std::begin(endpoint->participant_key.v), std::end(endpoint->participant_key.v), match.participant.begin());
   dds_liveliness_kind_t kind;
   match.automatic_liveliness =
       endpoint->qos && dds_qget_liveliness(endpoint->qos, &kind, nullptr) && kind == DDS_LIVELINESS_AUTOMATIC;
+  dds_duration_t lifespan;
+  if (endpoint->qos && dds_qget_lifespan(endpoint->qos, &lifespan)) match.lifespan = lifespan;
   dds_builtintopic_free_endpoint(endpoint);
   const std::lock_guard guard(lock_);
   known_.emplace(counterpart, match);

@@ -13,9 +13,10 @@
 namespace tessivar::platform::cyclone {
 
 struct Match {
-  DDS_InstanceHandle_t guid;
-  Guid participant;
-  bool automatic_liveliness;
+  DDS_InstanceHandle_t guid = DDS_HANDLE_NIL;
+  Guid participant = {};
+  bool automatic_liveliness = false;
+  std::int64_t lifespan = never;  // of a writer's samples, nanoseconds
 };
 
 /// Looks up at the engine what it does not know yet. Thread-safe.

@@ -1,6 +1,5 @@
 #include "tessivar/platform/cyclone/reader.h"
 
-#include "tessivar/platform/cyclone/conditions.h"
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/listener.h"
 #include "tessivar/platform/cyclone/no_throw.h"
@@ -179,28 +178,23 @@ DDS_ReturnCode_t Reader::fetch(const EngineSelection& selection, DDS_Long max, s
     return count == 0 ? DDS_RETCODE_NO_DATA : to_return_code(count);
   }
   slots.resize(static_cast<std::size_t>(count));
-  EngineHandle writer = 0;  // the one that was looked up last: samples of one writer come in rows
-  DDS_InstanceHandle_t writer_guid = DDS_HANDLE_NIL;
+  EngineHandle handle = 0;  // of the writer that was looked up last: samples of one writer come in rows
+  Match writer = {};
   for (std::size_t i = 0; i < slots.size(); ++i) {
     const dds_sample_info_t& info = scratch.infos[i];
     EngineSlot& slot = slots[i];
     slot.sample = scratch.take_sample(i);
     slot.instance = info.instance_handle;
     fill(slot.info, info, *slot.sample.get());
-    if (info.publication_handle != writer) {
-      writer = info.publication_handle;
-      writer_guid = matches_.find(entity_, writer).guid;
+    if (info.publication_handle != handle) {
+      handle = info.publication_handle;
+      writer = matches_.find(entity_, handle);
     }
-    slot.info.publication_handle = writer_guid;
+    slot.info.publication_handle = writer.guid;
+    slot.lifespan = writer.lifespan;
   }
   scratch.trim();
   return DDS_RETCODE_OK;
-}
-
-std::unique_ptr<EngineCondition> Reader::create_condition(DDS_SampleStateMask samples, DDS_ViewStateMask views,
-                                                          DDS_InstanceStateMask instances) {
-  const std::uint32_t mask = to_engine_mask(samples, views, instances);
-  return mask == 0 ? nullptr : make_read_condition(entity_, mask);
 }
 
 DDS_ReturnCode_t Reader::wait_for_historical_data(std::int64_t timeout) {

@@ -13,8 +13,6 @@ class Reader final : public EngineReader {
   ~Reader() override;
 
   DDS_ReturnCode_t access(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) override;
-  std::unique_ptr<EngineCondition> create_condition(DDS_SampleStateMask, DDS_ViewStateMask,
-                                                    DDS_InstanceStateMask) override;
   DDS_ReturnCode_t wait_for_historical_data(std::int64_t timeout) override;
   DDS_InstanceHandle_t guid() const override;
   std::vector<DDS_InstanceHandle_t> matched_publications() override;

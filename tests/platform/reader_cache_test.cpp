@@ -1,0 +1,154 @@
+// What a reader's cache makes of the samples of one source and of two.
+#include "tessivar/platform/reader_cache.h"
+
+#include "support/bus.h"
+
+#include <memory>
+
+namespace platform_test {
+namespace {
+
+using namespace tessivar::platform;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+/// The encoding of a command, as it would be received.
+struct Encoding : EncodedSample {
+  Encoding(DDS_UnsignedLong number, DDS_Long value) : EncodedSample() {
+    const Command sample = command(number, value);
+    octets.resize(type->encoded_size(&sample));
+    type->encode(&sample, octets.data(), octets.size());
+    bytes = octets.data();
+    size = static_cast<std::uint32_t>(octets.size());
+    DDS_KeyHash_t hash = {};
+    type->instance_to_keyhash(nullptr, &hash, &sample);
+    std::copy(std::begin(hash.value), std::end(hash.value), key_hash);
+    retain = [](EncodedSample* one) { ++static_cast<Encoding*>(one)->count; };
+    release = [](EncodedSample* one) {
+      if (--static_cast<Encoding*>(one)->count == 0) delete static_cast<Encoding*>(one);
+    };
+  }
+  std::vector<std::uint8_t> octets;
+  int count = 1;
+  inline static const std::unique_ptr<PRESTypePlugin> type{Tessivar::CommandPlugin_new()};
+};
+
+constexpr DDS_InstanceStateKind alive = DDS_ALIVE_INSTANCE_STATE;
+constexpr DDS_InstanceStateKind disposed = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
+constexpr DDS_InstanceStateKind no_writers = DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
+
+class ReaderCacheTest : public testing::Test {
+ protected:
+  ReaderCacheTest() { cache.set_source(1); }
+
+  static KeyHash hash(DDS_UnsignedLong number) { return key_hash_of(Encoding(number, 0).key_hash); }
+  /// A sample of `writer` written at `time`; without data it tells of `state` only. Returns whether it was news.
+  bool insert(ReaderCache::Source source, DDS_UnsignedLong number, std::int64_t time,
+              DDS_InstanceStateKind state = alive, bool data = true, std::uint8_t writer = 1,
+              std::int64_t lifespan = never) {
+    std::vector<EngineSlot> slots(1);
+    slots[0].sample = SampleRef(new Encoding(number, static_cast<DDS_Long>(time)));
+    slots[0].info.source_timestamp = to_time(time);
+    slots[0].info.instance_state = state;
+    slots[0].info.valid_data = data;
+    slots[0].info.publication_handle = handle_of(KeyHash{writer});
+    slots[0].lifespan = lifespan;
+    return cache.insert(source, slots).news;
+  }
+  std::vector<EngineSlot> access(bool take, DDS_SampleStateMask samples = DDS_NOT_READ_SAMPLE_STATE,
+                                 const void* loan = nullptr) {
+    std::vector<EngineSlot> slots;
+    const ReaderSelection selection = {take, samples};
+    cache.access(selection, cache.count(selection, -1), slots, loan);
+    return slots;
+  }
+  /// The times of the samples that are new.
+  std::vector<std::int64_t> news() {
+    std::vector<std::int64_t> times;
+    for (const EngineSlot& slot : access(false)) times.push_back(to_nanoseconds(slot.info.source_timestamp));
+    return times;
+  }
+
+  ReaderCache cache{*Encoding::type, {DDS_KEEP_LAST_HISTORY_QOS, 2}, true};
+};
+
+TEST_F(ReaderCacheTest, CountsGenerationsAndRanksAndForgetsAnEndThatWasHandedOut) {
+  for (const std::int64_t time : {10, 20, 30}) insert(1, 7, time);
+  EXPECT_THAT(news(), ElementsAre(20, 30)) << "as many as it keeps";
+  EXPECT_TRUE(insert(1, 7, 40, disposed, false));
+  EXPECT_FALSE(insert(1, 7, 41, disposed, false) || insert(1, 8, 50, disposed, false)) << "twice, and of nobody";
+  insert(1, 7, 60);
+  const auto slots = access(false, DDS_ANY_SAMPLE_STATE);
+  ASSERT_EQ(slots.size(), 2u);
+  EXPECT_EQ(slots[0].info.sample_rank, 1);
+  EXPECT_EQ(slots[0].info.generation_rank, 1);
+  EXPECT_EQ(slots[1].info.disposed_generation_count, 1);
+  EXPECT_EQ(slots[1].info.view_state, DDS_NEW_VIEW_STATE);
+
+  insert(1, 7, 70, no_writers, false);
+  EXPECT_FALSE(cache.is_alive(hash(7)));
+  const int loan = 0;
+  EXPECT_EQ(access(false, DDS_NOT_READ_SAMPLE_STATE, &loan).size(), 1u);
+  EXPECT_EQ(cache.states(), 0) << "it has left, with what was read of it";
+  Command* key = CommandSupport::create_data();
+  const auto has_key = [&] { return cache.copy_key(hash(7), key) && key->commandNumber == 7; };
+  news();
+  EXPECT_TRUE(cache.knows(hash(7)) && has_key()) << "while it is lent";
+  cache.loan_returned(&loan);
+  EXPECT_TRUE(!cache.knows(hash(7)) && has_key());
+  news();
+  EXPECT_FALSE(has_key());
+  CommandSupport::delete_data(key);
+}
+
+TEST_F(ReaderCacheTest, TwoSourcesAreHeardAsOne) {
+  insert(1, 1, 10);
+  insert(1, 2, 10);
+  insert(1, 3, 10);
+  insert(1, 4, 10, alive, true, 1);
+  insert(1, 4, 5, alive, true, 2);  // whose clock is slow
+  EXPECT_EQ(access(true).size(), 5u) << "taken or not, it was told";
+  insert(1, 6, 10);
+  insert(1, 6, 20);
+  news();
+  cache.begin_catch_up(2);
+  EXPECT_FALSE(insert(2, 1, 10) || insert(2, 2, 9) || insert(2, 4, 10, alive, true, 1) || insert(2, 6, 10));
+  EXPECT_TRUE(insert(2, 5, 10)) << "which the old filter rejected";
+  EXPECT_TRUE(insert(1, 5, 11) && insert(2, 2, 12));
+  EXPECT_FALSE(insert(2, 5, 11) || insert(1, 2, 12));
+  EXPECT_FALSE(insert(2, 1, 11, no_writers, false)) << "the first one may know another writer";
+  EXPECT_THAT(news(), UnorderedElementsAre(10, 11, 12));
+  EXPECT_TRUE(cache.end_catch_up(true));
+  EXPECT_FALSE(insert(1, 2, 99)) << "it has been replaced";
+  EXPECT_TRUE(insert(2, 2, 1)) << "nothing is compared any more";
+  const auto slots = access(false);
+  ASSERT_EQ(slots.size(), 2u);
+  EXPECT_TRUE(slots[0].info.instance_state == no_writers && key_hash_of(slots[1].sample->key_hash) == hash(2));
+  EXPECT_TRUE(!cache.knows(hash(3)) && cache.is_alive(hash(6))) << "not known any more, and in the history";
+
+  insert(2, 7, 10);
+  news();
+  cache.begin_catch_up(3);
+  EXPECT_TRUE(cache.end_catch_up(true)) << "the history does not contain it any more";
+  EXPECT_FALSE(cache.is_alive(hash(7)));
+}
+
+TEST_F(ReaderCacheTest, SamplesExpireUnreadOrNot) {
+  const std::int64_t now = std::chrono::system_clock::now().time_since_epoch() / 1ns;
+  insert(1, 1, now - 1000, alive, true, 1, 500);
+  insert(1, 2, now, alive, true, 2, 3600000000000);
+  insert(1, 2, now, alive, true, 1, 500);
+  insert(1, 3, now - 1000, alive, true, 1, 500);
+  insert(1, 3, now, disposed, false);
+  const auto slots = access(false);
+  ASSERT_EQ(slots.size(), 2u);
+  EXPECT_EQ(key_hash_of(slots[0].sample->key_hash), hash(2));
+  EXPECT_TRUE(slots[0].info.valid_data);
+  EXPECT_EQ(slots[1].info.instance_state, disposed) << "its end is told";
+  EXPECT_FALSE(slots[1].info.valid_data);
+  EXPECT_TRUE(cache.is_alive(hash(1)));
+}
+
+}  // namespace
+}  // namespace platform_test
