@@ -1,19 +1,17 @@
 #include "tessivar/control/client.h"
 
 #include "tessivar/control/addressed_sample.h"
+#include "tessivar/control/client_interests.h"
 #include "tessivar/control/reader_query.h"
+#include "tessivar/control/reported_units.h"
 #include "tessivar/control/services.h"
+#include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/framework/nodes/address_texts.h"
 #include "tessivar/framework/pointers/listener_list.h"
-#include "tessivar/framework/waitset/handle_sum_order.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include <atomic>
 #include <cstdint>
-#include <map>
-#include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -89,17 +87,6 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
                      [&](TessivarClientListener& listener) { listener.commandTicketChanged(ticket); });
   }
 
-  /// Adds an address of interest and, once there are readers, narrows them when it is new.
-  bool addInterest(const AddressEx& address) {
-    const ScopedLock lock(interestsLock);  // also over the filters, so that the last address always gets there last
-    if (!interests.insert(address).second || !created) return true;
-    const std::vector<std::string> texts = interestTexts();
-    const bool commands = services.commandService()->setFilterAddresses(texts);
-    return services.metadataNode()->setFilterParameters(texts) && commands;
-  }
-
-  std::vector<std::string> interestTexts() const { return addressTexts({interests.begin(), interests.end()}); }
-
   bool inCallback() const { return services.inCallback() || waitSetThread.isCurrent() || listeners.isNotifying(); }
 
   /// Tells each listener of the samples of an instance. They are read under the list's lock, so that no listener hears
@@ -130,6 +117,7 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
           if (info.valid_data && info.instance_state == DDS_ALIVE_INSTANCE_STATE) {
             listener.unitAdded(&unit);
           } else if (info.sample_rank == 0) {
+            noteEnd(info);
             listener.unitRemoved(address);
           }
         });
@@ -153,23 +141,15 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
       [this] { return listeners.isNotifying(); },
       [this](Tessivar::CommandDataReader& reader, const DDS_InstanceHandle_t& value) { tellValue(reader, value); }};
 
-  void rememberUnit(const DDS_InstanceHandle_t& handle, const AddressEx& address) {
-    const ScopedLock lock(unitsLock);
-    units.insert_or_assign(handle, address);
+  /// The listeners are told that a unit is gone; refreshUnits() will tell them again when it was disposed of.
+  void noteEnd(const DDS_SampleInfo& info) {
+    if (info.instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE) units.removed(info.instance_handle);
   }
 
-  std::optional<AddressEx> forgetUnit(const DDS_InstanceHandle_t& handle) {
-    const ScopedLock lock(unitsLock);
-    const auto node = units.extract(handle);
-    return node ? std::optional(node.mapped()) : std::nullopt;
-  }
-
-  std::set<AddressEx> interests;
-  TessivarMutex interestsLock;
-  std::map<DDS_InstanceHandle_t, AddressEx, HandleSumOrder> units;  // as refreshUnits() last saw them
-  TessivarMutex unitsLock;
+  ReportedUnits units;
   ListenerList<TessivarClientListener> listeners{"TessivarDDS::TessivarClientListener"};
   TessivarServices services;
+  ClientInterests interests{services};
   WaitSetThread waitSetThread{"TessivarClient"};
   bool created = false;
   std::atomic<bool> leaving{false};
@@ -187,10 +167,12 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
                  << "Instance handle should not be nil!";
       return;
     }
+    owner_.units.announced(handle);
     owner_.notifyUnitAdded(&unit);
   }
 
   void processInvalidSample(const DDS_SampleInfo& info) override {
+    owner_.noteEnd(info);
     const DDSPtr key(Tessivar::UnitTypeSupport::create_data());
     if (!key || typedReader()->get_key_value(*key, info.instance_handle) != DDS_RETCODE_OK) return;
     owner_.notifyUnitRemoved(AddressEx(key->unitId));
@@ -244,7 +226,7 @@ bool TessivarClient::create() {
   thread.stop();  // what a create() that failed may have left
   private_->unitQuery.close();
   private_->valueQuery.close();
-  if (!services.create(true, private_->interestTexts())) {
+  if (!services.create(true, private_->interests.filterAddresses())) {
     logError() << signature << "Unable to create services!";
     return false;
   }
@@ -263,6 +245,7 @@ bool TessivarClient::create() {
     return false;
   }
   private_->created = true;  // before the first callback, which may use the client
+  private_->interests.start();
   thread.start();
   services.start();
   TessivarThread::sleep(50);
@@ -307,19 +290,28 @@ bool TessivarClient::registerInterest(const AddressEx& address) {
 }
 
 bool TessivarClient::registerInterest(const AddressEx& address, unsigned int first, unsigned int last) {
-  constexpr const char* signature =
+  return private_->interests.add(
       "bool __cdecl TessivarDDS::TessivarClient::registerInterest("
-      "const class TessivarDDS::AddressEx &,unsigned int,unsigned int)";
-  const DDSPtr interest(createAddressed<Tessivar::CommandInterestTypeSupport>(signature, address));
-  if (!interest) return false;
-  interest->range.min = first;
-  interest->range.max = last;
+      "const class TessivarDDS::AddressEx &,unsigned int,unsigned int)",
+      {address}, {first, last});
+}
 
-  const bool narrowed = private_->addInterest(address);
-  if (!narrowed) logError() << "Failed to set the filter parameters in register interest!";
-  if (!private_->created) return true;
-  const TessivarServices& services = private_->services;
-  return services.verifyInterestsNode() && services.interestsNode()->writeSample(interest) && narrowed;
+bool TessivarClient::registerInterest(const std::vector<AddressEx>& addresses) {
+  return private_->interests.add(
+      "bool __cdecl TessivarDDS::TessivarClient::registerInterest(const " TESSIVAR_SIGNATURE_ADDRESSES " &)", addresses,
+      {0, UINT32_MAX});
+}
+
+bool TessivarClient::removeInterest(const AddressEx& address) {
+  return private_->interests.remove(
+      "bool __cdecl TessivarDDS::TessivarClient::removeInterest(const class TessivarDDS::AddressEx &)", address);
+}
+
+bool TessivarClient::removeInterest(const AddressEx& address, unsigned int first, unsigned int last) {
+  return private_->interests.remove(
+      "bool __cdecl TessivarDDS::TessivarClient::removeInterest("
+      "const class TessivarDDS::AddressEx &,unsigned int,unsigned int)",
+      address, {first, last});
 }
 
 bool TessivarClient::hasUnit(const AddressEx& address) {
@@ -327,8 +319,8 @@ bool TessivarClient::hasUnit(const AddressEx& address) {
   const DDSPtr key(createAddressed<Tessivar::UnitTypeSupport>(
       "bool __cdecl TessivarDDS::TessivarClient::hasUnit(const class TessivarDDS::AddressEx &)", address));
   if (!key) return false;
-  const DDS_InstanceHandle_t handle = private_->services.unitNode()->dataReader()->lookup_instance(*key);
-  return !DDS_InstanceHandle_is_nil(&handle);
+  Tessivar::UnitDataReader& reader = *private_->services.unitNode()->dataReader();
+  return reader.is_alive_untypedI(reader.lookup_instance(*key));
 }
 
 bool TessivarClient::queryUnits(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos, int timeoutMs) {
@@ -407,20 +399,12 @@ bool TessivarClient::refreshUnits(int timeoutMs) {
   DDS_SampleInfoSeq infos;
   if (!private_->unitQuery.read(signature, units, infos, timeoutMs)) return false;
   for (DDS_Long i = 0; i < units.length(); ++i) {
-    const DDS_SampleInfo& info = infos[i];
-    if (info.valid_data) {
-      private_->notifyUnitAdded(&units[i]);
-      private_->rememberUnit(info.instance_handle, AddressEx(units[i].unitId));
-      continue;
-    }
-    const bool disposed = info.instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
-    if (const auto address = disposed ? private_->forgetUnit(info.instance_handle) : std::nullopt) {
-      private_->notifyUnitRemoved(*address);
-    } else if (info.sample_state == DDS_NOT_READ_SAMPLE_STATE) {
-      private_->tellUnit(*private_->unitQuery.reader(), info.instance_handle);  // the runner would have told
-    }
+    if (!infos[i].valid_data) continue;
+    private_->notifyUnitAdded(&units[i]);
+    private_->units.reported(infos[i].instance_handle, AddressEx(units[i].unitId));
   }
   private_->unitQuery.returnLoan(signature, units, infos);
+  for (const AddressEx& address : private_->units.takeRemoved()) private_->notifyUnitRemoved(address);
   return true;
 }
 

@@ -10,6 +10,7 @@
 #include "tessivar/types/command/command.h"
 
 #include <memory>
+#include <vector>
 
 namespace TessivarDDS {
 
@@ -61,21 +62,31 @@ class TESSIVAR_API TessivarClient {
   /// As waitForMatch, and then, for as long again, until the current values have arrived.
   bool waitForHistoricalData(int timeoutMs);
 
-  /// Narrows what the bus delivers to the units for which interest was registered (without any: all units), and tells
-  /// their devices. The current values and metadata of a unit that is new among them arrive soon after. Before create()
-  /// it only narrows: call it again afterwards when the devices should know.
+  /// Narrows what the bus delivers to the units for which interest was registered (before the first one: all units),
+  /// and tells their devices. Returns within milliseconds; the current values and metadata of a unit that is new arrive
+  /// soon after, while those of the other units stay where they are and are not told again. Before create() it only
+  /// narrows: call it again afterwards when the devices should know.
   bool registerInterest(const AddressEx& address);
   /// The same for the commands `first` to `last`; narrowing is by unit.
   bool registerInterest(const AddressEx& address, unsigned int first, unsigned int last);
+  /// The same for many units at once, all their commands: quicker than one after the other.
+  bool registerInterest(const std::vector<AddressEx>& addresses);
+  /// Withdraws all interest in the unit: its device hears interestRemoved once no other client has that interest, and
+  /// its values and metadata leave this client. Without any interest left no unit is followed. Returns false if no
+  /// interest in it was registered.
+  bool removeInterest(const AddressEx& address);
+  /// Withdraws the interest that was registered for the commands `first` to `last`. The unit is followed as long as
+  /// another range of it is registered. Returns false if that range was not registered.
+  bool removeInterest(const AddressEx& address, unsigned int first, unsigned int last);
 
-  /// True when the unit was seen.
+  /// True when the unit was announced and has not been removed since.
   bool hasUnit(const AddressEx& address);
 
   // Queries. They take no news away from the listeners, who are told first of what has arrived; listeners that are slow
   // hold a query up by at most a second. Within a callback a query waits for nothing, and what it then is the first to
-  // see is not told again.
+  // see is not told again. What was removed, or whose device is gone, is not found.
 
-  /// All units seen, with their states, after waiting at most `timeoutMs` for the history. Pass empty sequences; what
+  /// All units there are, each once, after waiting at most `timeoutMs` for the history. Pass empty sequences; what
   /// they hold is lent until freeUnitData(), which must be called. True also when there are none.
   bool queryUnits(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos, int timeoutMs);
   void freeUnitData(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos);
@@ -86,8 +97,8 @@ class TESSIVAR_API TessivarClient {
   bool queryUnit(const AddressEx& address, Tessivar::Unit& unit);
   bool queryCommand(const AddressEx& address, unsigned int commandNumber, Tessivar::Command& command);
 
-  /// Reports every unit there is to the listeners, as if it were new, and those removed since the last call. The calls
-  /// are made on the caller's thread. Refused within a callback.
+  /// Reports every unit there is to the listeners, as if it were new, and once those that were removed since the last
+  /// call reported them. The calls are made on the caller's thread. Refused within a callback.
   bool refreshUnits(int timeoutMs);
 
   /// Asks the unit's device for a new value and waits until it has been set: true. False when the device refuses (its

@@ -79,7 +79,9 @@ class TESSIVAR_API TessivarNode {
   /// hand, in commandChangeRequested; from there it may be sent at any later time and from any thread.
   bool sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply);
 
-  /// The units whose requests and interests reach this node; none means all. False when the filters cannot be changed.
+  /// The units whose requests and interests reach this node; none means all. Returns within milliseconds; the interests
+  /// that clients registered earlier in a unit that is new arrive soon after, the others are not told again. False when
+  /// the filters cannot be changed.
   bool setFilterAddresses(const std::vector<AddressEx>& addresses);
 
   /// The endpoints underneath; valid until cleanUp().

@@ -11,7 +11,8 @@
 
 namespace TessivarDDS {
 
-/// Reads samples of type T and leaves them in the reader, where a runner looks for those not read yet.
+/// Reads samples of type T of instances that are alive, and leaves them in the reader, where a runner looks for those
+/// not read yet. The ends of instances are left to the runner.
 ///
 /// Reading marks a sample as read, so that a query could take news away from the listeners. A query therefore lets the
 /// runner go first, and has told what it still was the first to see. Within a callback it does neither: there the
@@ -52,7 +53,7 @@ class ReaderQuery {
       logWarning() << signature << " wait for historical data returned an unexpected code:  " << code;
     letRunnerGoFirst();
     code = reader()->read(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
-                          DDS_ANY_INSTANCE_STATE);
+                          DDS_ALIVE_INSTANCE_STATE);
     if (code == DDS_RETCODE_OK || code == DDS_RETCODE_NO_DATA) return true;
     logError() << signature << " Error returned whilst reading from data reader. Code: " << code;
     return false;
@@ -64,9 +65,11 @@ class ReaderQuery {
     Seq samples;
     DDS_SampleInfoSeq infos;
     const DDS_ReturnCode_t code = reader()->read_instance(samples, infos, 1, instance, DDS_ANY_SAMPLE_STATE,
-                                                          DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+                                                          DDS_ANY_VIEW_STATE, DDS_ALIVE_INSTANCE_STATE);
     const char* fault = nullptr;
-    if (code != DDS_RETCODE_OK) {
+    if (code != DDS_RETCODE_OK && !reader()->is_alive_untypedI(instance)) {
+      fault = "Invalid data";
+    } else if (code != DDS_RETCODE_OK) {
       fault = " Error returned from read instance";
     } else if (samples.length() != 1) {
       fault = "Unexpected length";

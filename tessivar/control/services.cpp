@@ -196,7 +196,7 @@ bool TessivarServices::createInterestsNode(const std::vector<std::string>& filte
     return false;
   }
   DDS_DataReaderQos reader;
-  return node.dataReaderQos(reader) && node.createDataReader(nullptr, DDS_STATUS_MASK_NONE, reader);
+  return node.stateReaderQos(reader) && node.createDataReader(nullptr, DDS_STATUS_MASK_NONE, reader);
 }
 
 bool TessivarServices::verifyUnitNode() const {

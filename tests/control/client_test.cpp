@@ -1,5 +1,9 @@
 #include "tests/control/support/listeners.h"
 
+#include <atomic>
+#include <thread>
+#include <tuple>
+
 namespace TessivarDDS {
 namespace {
 
@@ -78,6 +82,79 @@ TEST_F(Client, HearsOnceOfAUnitThatGoesBeforeItIsRead) {
   ASSERT_TRUE(node_.removeUnit(lamp));
   EXPECT_TRUE(events_.happens("no unit 0001:02:0B"));
   EXPECT_THAT(events_.take(0), ElementsAre("unit 0001:02:0B", "unit 0001:02:0A"));
+}
+
+TEST_F(Client, FindsWhatIsAliveOnlyAndReportsARemovalOnce) {
+  const auto units = [&] {
+    Tessivar::UnitSeq found;
+    DDS_SampleInfoSeq infos;
+    EXPECT_TRUE(client_.queryUnits(found, infos, 20000));
+    std::vector<std::string> texts;
+    for (DDS_Long i = 0; i < found.length(); ++i) texts.emplace_back(found[i].unitId);
+    client_.freeUnitData(found, infos);
+    return texts;
+  };
+  const auto refreshed = [&] {
+    events_.take(0);
+    EXPECT_TRUE(client_.refreshUnits(20000));
+    return events_.take(0);
+  };
+  const auto finds = [&](const AddressEx& unit) {
+    return std::tuple(client_.hasUnit(unit), client_.queryUnit(unit, *unit_), client_.queryCommand(unit, 1, *command_));
+  };
+  start();
+  for (const AddressEx& unit : {camera, lamp}) {
+    ASSERT_TRUE(node_.addUnit(DDSPtr(Helper::createUnit(unit, "unit"))) && publish(unit, 7));
+    EXPECT_TRUE(events_.happens("unit " + unit.toString()) && events_.happens("value 7"));
+  }
+  EXPECT_EQ(finds(camera), std::tuple(true, true, true));
+  EXPECT_THAT(refreshed(), UnorderedElementsAre("unit 0001:02:0A", "unit 0001:02:0B"));
+  listener_.during = [&](const std::string& text) {
+    if (text == "no unit 0001:02:0A") EXPECT_FALSE(client_.hasUnit(camera) || client_.queryUnit(camera, *unit_));
+  };
+  ASSERT_TRUE(node_.removeUnit(camera) && node_.disposeCommand(camera, 1));
+  EXPECT_TRUE(events_.happens("no unit 0001:02:0A"));
+  EXPECT_TRUE(eventually([&] { return !client_.queryCommand(camera, 1, *command_); }));
+  EXPECT_EQ(finds(camera), std::tuple(false, false, false));
+  EXPECT_THAT(units(), ElementsAre("0001:02:0B"));
+  EXPECT_THAT(refreshed(), ElementsAre("unit 0001:02:0B", "no unit 0001:02:0A"));
+  EXPECT_THAT(refreshed(), ElementsAre("unit 0001:02:0B"));
+  node_.cleanUp();
+  EXPECT_TRUE(events_.happens("no unit 0001:02:0B"));
+  EXPECT_TRUE(eventually([&] { return finds(lamp) == std::tuple(false, false, false); }));
+  EXPECT_THAT(units(), IsEmpty());
+}
+
+TEST_F(Client, KeepsWhatItFollowsWhileInterestsChange) {
+  constexpr unsigned commands = 2000;
+  std::atomic<unsigned> told = 0;
+  listener_.during = [&](const std::string& text) { told += text.starts_with("value"); };
+  start();
+  ASSERT_TRUE(client_.registerInterest(std::vector<AddressEx>{camera, lamp}));
+  for (unsigned number = 1; number <= commands; ++number) {
+    ASSERT_TRUE(node_.publishCommand(Helper::createCommand(camera, number, 1), true));
+  }
+  for (unsigned unit = 100; unit < 110; ++unit) ASSERT_TRUE(publish(AddressEx(1, 2, unit), 2));
+  ASSERT_TRUE(eventually([&] { return told == commands; }));
+
+  std::atomic<bool> stop = false;
+  std::atomic<int> failed = 0;
+  std::thread polling([&] {
+    const DDSPtr polled(Tessivar::CommandTypeSupport::create_data());
+    for (unsigned number = 0; !stop; number = (number + 1) % commands)
+      failed += !client_.queryCommand(camera, number + 1, *polled);
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  for (unsigned unit = 100; unit < 110; ++unit) EXPECT_TRUE(client_.registerInterest(AddressEx(1, 2, unit)));
+  const auto spent = std::chrono::steady_clock::now() - begin;
+  EXPECT_TRUE(eventually([&] { return told == commands + 10; }));
+  EXPECT_TRUE(client_.removeInterest(AddressEx(1, 2, 100)) && client_.waitForHistoricalData(20000));
+  EXPECT_TRUE(eventually([&] { return !client_.queryCommand(AddressEx(1, 2, 100), 1, *command_); }));
+  stop = true;
+  polling.join();
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(told, commands + 10) << "nothing again";
+  EXPECT_LT(spent, std::chrono::seconds(10)) << "ten calls";
 }
 
 TEST_F(Client, LeavesNoTicketBehind) {

@@ -103,6 +103,47 @@ TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
   EXPECT_TRUE(device.saw_nothing_of("request " + camera + " 1 7"));
 }
 
+TEST(Interest, IsWithdrawnRangeByRangeAndFoundByADeviceThatFiltersLater) {
+  Peer device("device");
+  ASSERT_TRUE(device.does("filter " + mixer));
+  ASSERT_TRUE(device.does("value " + lamp + " 1 11"));
+  Peer client("client");
+  Peer other("client");
+  for (Peer* each : {&client, &other}) {
+    ASSERT_TRUE(each->does("create"));
+    ASSERT_TRUE(each->does("interest " + camera));
+  }
+  ASSERT_TRUE(client.does("interest " + lamp + " 1 5"));
+  ASSERT_TRUE(client.does("interest " + lamp + " 6 9"));
+  ASSERT_TRUE(client.does("match 20000"));
+  EXPECT_TRUE(client.sees("value " + lamp + " 1 11"));
+  EXPECT_TRUE(device.saw_nothing_of("interest"));
+  ASSERT_TRUE(device.does("filter " + mixer + ' ' + lamp));
+  EXPECT_TRUE(device.sees("interest " + lamp + " 1 5"));
+  EXPECT_TRUE(device.sees("interest " + lamp + " 6 9"));
+  ASSERT_TRUE(device.does("filter " + mixer + ' ' + lamp + ' ' + camera));
+  EXPECT_TRUE(device.sees("interest " + camera));
+
+  ASSERT_TRUE(client.does("no-interest " + lamp + " 1 5"));
+  EXPECT_TRUE(device.sees("interest-removed " + lamp + " 1 5"));
+  ASSERT_TRUE(device.does("value " + lamp + " 1 12"));
+  EXPECT_TRUE(client.sees("value " + lamp + " 1 12"));
+  ASSERT_TRUE(client.does("no-interest " + lamp));
+  EXPECT_TRUE(device.sees("interest-removed " + lamp + " 6 9"));
+  EXPECT_TRUE(device.saw_nothing_of("interest " + lamp)) << "the others were not told again";
+  ASSERT_TRUE(client.does("no-interest " + camera));
+  ASSERT_TRUE(device.does("value " + lamp + " 1 13"));
+  ASSERT_TRUE(device.does("value " + camera + " 1 13"));
+  ASSERT_TRUE(other.sees("value " + camera + " 1 13"));
+  EXPECT_TRUE(client.saw_nothing_of("value")) << "it follows nobody";
+  Peer late("device");
+  EXPECT_TRUE(late.sees("interest " + camera)) << "the other one's";
+  EXPECT_TRUE(late.saw_nothing_of("interest " + lamp));
+  EXPECT_TRUE(device.saw_nothing_of("interest-removed " + camera));
+  ASSERT_TRUE(other.does("no-interest " + camera));
+  EXPECT_TRUE(device.sees("interest-removed " + camera));
+}
+
 TEST(Interest, IsSeenByTheDeviceUntilTheLastClientIsGone) {
   Peer device("device");
   Peer staying("client");

@@ -34,6 +34,7 @@ class Client : public Role, public TessivarClientListener {
     const std::string& verb = words.at(0);
     if (verb == "create") return client_.create();
     if (verb == "interest") return interest(words);
+    if (verb == "no-interest") return no_interest(words);
     if (verb == "match") return client_.waitForMatch(std::stoi(words.at(1)));
     if (verb == "history") return client_.waitForHistoricalData(std::stoi(words.at(1)));
     if (verb == "set") return set(words);
@@ -58,6 +59,11 @@ class Client : public Role, public TessivarClientListener {
   bool interest(const Words& words) {
     if (words.size() < 4) return client_.registerInterest(address(words.at(1)));
     return client_.registerInterest(address(words[1]), number(words[2]), number(words[3]));
+  }
+
+  bool no_interest(const Words& words) {
+    if (words.size() < 4) return client_.removeInterest(address(words.at(1)));
+    return client_.removeInterest(address(words[1]), number(words[2]), number(words[3]));
   }
 
   bool set(const Words& words) {

@@ -39,6 +39,7 @@ std::unique_ptr<Role> make_device(TessivarDDS::DDSDomain* domain);
 
 /// A controller of the control family, with QoS profiles when NDDS_QOS_PROFILES names any.
 /// Commands: create (made by itself, so that interest can be registered before) · interest ADDRESS [MIN MAX] ·
+/// no-interest ADDRESS [MIN MAX] ·
 /// match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER COUNT WINDOW ·
 /// counts.
 /// Events: unit-added ADDRESS NAME · unit-removed ADDRESS · metadata ADDRESS NUMBER NAME · value ADDRESS NUMBER INT ·

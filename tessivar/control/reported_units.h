@@ -1,0 +1,54 @@
+// The units that a client's last refresh reported, and which of them have been removed since.
+#pragma once
+
+#include "tessivar/framework/address/address_ex.h"
+#include "tessivar/framework/sync/sync.h"
+#include "tessivar/framework/waitset/handle_sum_order.h"
+
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace TessivarDDS {
+
+/// Thread-safe. Units whose handles have the same sum share one entry, with the address that was stored last.
+class ReportedUnits {
+ public:
+  void reported(const DDS_InstanceHandle_t& handle, const AddressEx& address) {
+    const ScopedLock lock(lock_);
+    units_.insert_or_assign(handle, address);
+  }
+  void announced(const DDS_InstanceHandle_t& handle) {
+    const ScopedLock lock(lock_);
+    erase(handle);
+  }
+  void removed(const DDS_InstanceHandle_t& handle) {
+    const ScopedLock lock(lock_);
+    erase(handle);
+    if (units_.contains(handle)) removed_.push_back(handle);
+  }
+
+  /// The addresses to be reported as removed. Each is returned once.
+  std::vector<AddressEx> takeRemoved() {
+    std::vector<AddressEx> addresses;
+    const ScopedLock lock(lock_);
+    for (const DDS_InstanceHandle_t& handle : std::exchange(removed_, {})) {
+      if (const auto unit = units_.extract(handle)) addresses.push_back(unit.mapped());
+    }
+    return addresses;
+  }
+
+ private:
+  void erase(const DDS_InstanceHandle_t& handle) {
+    std::erase_if(removed_, [&](const DDS_InstanceHandle_t& one) {
+      return DDS_InstanceHandle_equals(&one, &handle) != DDS_BOOLEAN_FALSE;
+    });
+  }
+
+  TessivarMutex lock_;
+  std::map<DDS_InstanceHandle_t, AddressEx, HandleSumOrder> units_;
+  std::vector<DDS_InstanceHandle_t> removed_;
+};
+
+}  // namespace TessivarDDS
