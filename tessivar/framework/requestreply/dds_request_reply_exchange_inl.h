@@ -51,10 +51,10 @@ DDSPtr<Req> DDSRequestReplyNode<Req, Rep>::createRequest() {
 
 template <class Req, class Rep>
 DDSPtr<Req> DDSRequestReplyNode<Req, Rep>::createRequest(RequestFailure& failure) {
-  const auto fail = [&failure](RequestFailure why, const auto&... text) {
-    (logError() << signature(("class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> ").c_str(),
-                             "createRequest(void)")
-                << ... << text);
+  const auto fail = [&failure](RequestFailure why, const std::string& text) {
+    logError() << signature(("class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> ").c_str(),
+                            "createRequest(void)")
+               << text;
     failure = why;
     return DDSPtr<Req>();
   };
@@ -65,8 +65,9 @@ DDSPtr<Req> DDSRequestReplyNode<Req, Rep>::createRequest(RequestFailure& failure
   }
   const std::optional<unsigned short> number = pendingTickets_.nextNumber();
   if (!number) {
-    return fail(RequestFailure::TooManyPending, "All ", PendingTickets<Rep>::numbers,
-                " ticket numbers are pending. Call ", ticketCompletion_, " for each ticket that is done with.");
+    return fail(RequestFailure::TooManyPending, "All " + std::to_string(PendingTickets<Rep>::numbers) +
+                                                    " ticket numbers are pending. Call " + ticketCompletion_ +
+                                                    " for each ticket that is done with.");
   }
   request->ticketId = *number;
   failure = RequestFailure::None;

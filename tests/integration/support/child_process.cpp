@@ -113,7 +113,10 @@ std::vector<std::string> ChildProcess::events(std::string_view prefix) {
 }
 
 void ChildProcess::signal(int number) const {
-  if (!status_) ::kill(pid_, number);
+  if (status_) return;
+  ::kill(pid_, number);
+  siginfo_t stopped;
+  if (number == SIGSTOP) ::waitid(P_PID, static_cast<id_t>(pid_), &stopped, WSTOPPED | WEXITED | WNOWAIT);
 }
 
 std::optional<int> ChildProcess::wait(std::chrono::milliseconds timeout) {

@@ -38,7 +38,7 @@ class ChildProcess {
   /// Events not taken yet that begin with `prefix`; takes them, without waiting.
   std::vector<std::string> events(std::string_view prefix);
 
-  /// A signal to this process alone.
+  /// Sends a signal to this process alone. Returns after SIGSTOP when the process has stopped.
   void signal(int number) const;
   /// Its exit code, or 128 and the number of the signal that ended it; nothing while it runs on past the deadline.
   std::optional<int> wait(std::chrono::milliseconds timeout = default_timeout);
