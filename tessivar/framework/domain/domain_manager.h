@@ -86,7 +86,7 @@ class TESSIVAR_API DomainManager {
   DDSDomain* createRecorded(const char* signature, std::unique_lock<tessivar::platform::Mutex>& lock, Record record,
                             const std::string& library, const std::string& profile);
 
-  const tessivar::platform::MadeHere madeHere_;
+  const tessivar::platform::MadeHere madeHere_{};
   tessivar::platform::Mutex mutex_;
   tessivar::platform::Condition changed_;
   std::list<Record> records_;

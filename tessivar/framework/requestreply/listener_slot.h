@@ -47,7 +47,7 @@ class ListenerSlot {
   std::atomic<L*> listener_{nullptr};
   std::atomic<unsigned> calls_{0};  // odd while one is going on
   std::atomic<std::thread::id> caller_{};
-  const tessivar::platform::MadeHere madeHere_;
+  const tessivar::platform::MadeHere madeHere_{};
 };
 
 }  // namespace TessivarDDS

@@ -50,7 +50,7 @@ class UseGate {
 
   std::atomic<State> state_{State::fresh};
   mutable std::atomic<unsigned> uses_{0};
-  const tessivar::platform::MadeHere madeHere_;
+  const tessivar::platform::MadeHere madeHere_{};
 };
 
 }  // namespace TessivarDDS
