@@ -61,7 +61,7 @@ ReaderCache::Instance* ReaderCache::find(const KeyHash& hash) const {
 }
 
 ReaderCache::Instance& ReaderCache::add_instance(const KeyHash& hash) {
-  if (size_ == buckets_.size()) {
+  if (size_ == 2 * buckets_.size()) {
     std::vector<Instance*> larger(std::max<std::size_t>(16, 2 * buckets_.size()));
     for (Instance* instance : buckets_) {
       while (instance) {
@@ -290,7 +290,7 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
   }
   if (slot.info.instance_state == DDS_ALIVE_INSTANCE_STATE) return news;
   if (joining && instance->known_to_source) {  // which knows better, as long as it is in place
-    instance->end_of_joining = static_cast<std::uint8_t>(slot.info.instance_state);
+    instance->end_of_joining = static_cast<std::uint8_t>(slot.info.instance_state) & 7u;
     return news;
   }
   return end(*instance, slot.info.instance_state, slot.sample, timestamp) || news;
@@ -303,31 +303,34 @@ void ReaderCache::revive(Instance& instance) {
   instance.unread = nullptr;
   instance.last_timestamp = INT64_MIN;
   instance.disposed_generations = instance.no_writers_generations = 0;
-  instance.source_generation = unknown_generation;
+  instance.knows_generation = false;
   instance.state = DDS_ALIVE_INSTANCE_STATE;
   instance.viewed = instance.known_to_source = instance.known_to_joining = false;
   instance.end_of_joining = 0;
 }
 
 void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& slot, bool joining) {
-  const auto generation = static_cast<std::uint32_t>(slot.info.disposed_generation_count) +
-                          static_cast<std::uint32_t>(slot.info.no_writers_generation_count);
+  const auto generation =
+      static_cast<std::uint16_t>(slot.info.disposed_generation_count + slot.info.no_writers_generation_count);
+  const auto missed = static_cast<std::uint16_t>(generation - instance.source_generation);
+  const bool comparable = !joining && instance.knows_generation;
   const bool alive = instance.state == DDS_ALIVE_INSTANCE_STATE;
   // Written before the end that has been heard of, and fetched after it.
-  const bool late =
-      !joining && slot.info.instance_state != DDS_ALIVE_INSTANCE_STATE && generation == instance.source_generation;
+  const bool late = comparable && missed == 0 && slot.info.instance_state != DDS_ALIVE_INSTANCE_STATE;
   count_samples(instance, -1);
   if (!alive && !late) {
     ++(instance.state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE ? instance.disposed_generations
                                                                : instance.no_writers_generations);
     instance.state = DDS_ALIVE_INSTANCE_STATE;
     instance.viewed = false;
-  } else if (alive && !joining && instance.source_generation != unknown_generation &&
-             generation > instance.source_generation) {
-    instance.disposed_generations += static_cast<DDS_Long>(generation - instance.source_generation);
+  } else if (alive && comparable && missed > 0) {
+    instance.disposed_generations += missed;
     instance.viewed = false;
   }
-  if (!joining) instance.source_generation = generation;
+  if (!joining) {
+    instance.source_generation = generation;
+    instance.knows_generation = true;
+  }
   drop_invalid(instance);
   while (instance.count >= depth_) drop_first(instance);
 
@@ -347,7 +350,7 @@ bool ReaderCache::end(Instance& instance, DDS_InstanceStateKind state, const Sam
   if (instance.state != DDS_ALIVE_INSTANCE_STATE) return false;
   Sample* const sample = instance.unread ? nullptr : samples_.make();
   count_samples(instance, -1);
-  instance.state = static_cast<std::uint8_t>(state);
+  instance.state = static_cast<std::uint8_t>(state) & 7u;
   instance.last_timestamp = std::max(instance.last_timestamp, timestamp);
   if (sample) {
     sample->data = data;
@@ -434,10 +437,11 @@ bool ReaderCache::end_catch_up(bool complete) {
       Instance& instance = *each;
       each = instance.next_in_bucket;
       if (instance.list == List::ended) continue;
-      instance.source_generation = unknown_generation;
+      instance.knows_generation = false;
       instance.known_to_source = instance.known_to_joining;
       instance.known_to_joining = false;
-      std::uint8_t state = std::exchange(instance.end_of_joining, std::uint8_t{0});
+      unsigned state = instance.end_of_joining;
+      instance.end_of_joining = 0;
       if (complete && !instance.known_to_source && instance.state == DDS_ALIVE_INSTANCE_STATE) {
         if (instance.count == 0) {
           // Without data nobody knows whether the filter rejects it, which is no end.

@@ -130,16 +130,16 @@ class ReaderCache {
     std::uint32_t unread_count = 0;
     DDS_Long disposed_generations = 0;
     DDS_Long no_writers_generations = 0;
-    std::uint32_t source_generation = unknown_generation;  // of the source's last sample
-    std::uint8_t state = DDS_ALIVE_INSTANCE_STATE;
-    List list = List::none;
+    std::uint16_t source_generation = 0;  // of the source's last sample, as far as it fits in here
+    std::uint8_t state : 3 = DDS_ALIVE_INSTANCE_STATE;
+    std::uint8_t end_of_joining : 3 = 0;  // the state that the joining source ended it with
     bool viewed : 1 = false;
+    bool knows_generation : 1 = false;
+    List list : 2 = List::none;
     bool known_to_source : 1 = false;
     bool known_to_joining : 1 = false;
     bool has_other_writers : 1 = false;
-    std::uint8_t end_of_joining = 0;  // the state that the joining source ended it with
   };
-  static constexpr std::uint32_t unknown_generation = UINT32_MAX;
 
   /// The last sample that a writer wrote of an instance, where several writers write the same one.
   struct LastOfWriter {
