@@ -118,7 +118,9 @@ DDS_ReturnCode_t DDSDomainParticipant::register_type(const char* type_name, cons
                 : refuse("register_type", "type " + quoted(type_name) + " is registered as another type",
                          DDS_RETCODE_PRECONDITION_NOT_MET);
   }
-  impl_->types.emplace(type_name, std::make_unique<Impl::Type>(Impl::Type{plugin, 0}));
+  auto type = std::make_unique<Impl::Type>(Impl::Type{plugin, 0});
+  type->plugin.malformed = std::make_shared<tessivar::platform::Count>();
+  impl_->types.emplace(type_name, std::move(type));
   return DDS_RETCODE_OK;
 }
 
@@ -308,6 +310,7 @@ DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DD
     writer->set_listener(listener, mask);
     ++topic->impl().users;
     impl_->writers.push_back(writer);
+    impl_->endpoints->add(writer->counters());
   }
   if (impl_->autoenable() && writer->enable() != DDS_RETCODE_OK) {
     delete_datawriter(writer);
@@ -362,6 +365,7 @@ DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* desc
     reader->set_listener(listener, mask);
     ++(filtered ? filtered->impl().users : topic->impl().users);
     impl_->readers.push_back(reader);
+    impl_->endpoints->add(reader->counters());
   }
   if (impl_->autoenable() && reader->enable() != DDS_RETCODE_OK) {
     delete_datareader(reader);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/platform/builtin_reader.h"
+#include "tessivar/platform/counters.h"
 #include "tessivar/platform/engine.h"
 #include "tessivar/platform/listener_slot.h"
 #include "tessivar/platform/mutex.h"
@@ -48,6 +49,8 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   DDSSubscriber* builtin_subscriber = nullptr;
   DDSParticipantBuiltinTopicDataDataReader* builtin_reader = nullptr;
   std::atomic<bool> ignores_itself = false;
+  const std::shared_ptr<tessivar::platform::EndpointList> endpoints =
+      std::make_shared<tessivar::platform::EndpointList>();
 
   tessivar::platform::Mutex enabling;
   std::unique_ptr<tessivar::platform::EngineParticipant> owned_engine;

@@ -37,6 +37,9 @@ DDSDataReader::Impl::Impl(DDSDomainParticipant& its_participant, DDSTopic* its_t
       subscriber(its_subscriber),
       type(its_topic ? &its_topic->impl().type : nullptr),
       qos(its_qos),
+      counters(type ? std::make_shared<tessivar::platform::EndpointCounters>(false, its_topic->impl().name,
+                                                                             type->type_name, type->malformed)
+                    : nullptr),
       cache(type ? std::make_unique<ReaderCache>(*type, qos.history, filtered_topic && redelivers_history()) : nullptr),
       loans(type ? std::make_unique<Loans>(*type) : nullptr) {}
 
@@ -256,6 +259,10 @@ DDS_ReturnCode_t DDSDataReader::delete_contained_entities() {
   for (DDSReadCondition* condition : impl_->conditions) delete condition;
   impl_->conditions.clear();
   return DDS_RETCODE_OK;
+}
+
+std::shared_ptr<const tessivar::platform::EndpointCounters> DDSDataReader::counters() const {
+  return impl_->counters;
 }
 
 const char* DDSDataReader::get_type_name() const {

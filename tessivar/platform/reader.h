@@ -13,6 +13,7 @@
 #pragma once
 
 #include "tessivar/platform/condition.h"
+#include "tessivar/platform/counters.h"
 #include "tessivar/platform/entity.h"
 #include "tessivar/platform/listener.h"
 #include "tessivar/platform/qos.h"
@@ -88,6 +89,8 @@ class TESSIVAR_API DDSDataReader : public DDSEntity {
 
   /// Name of the type this reader was made for.
   const char* get_type_name() const;
+  /// What it has counted; may be kept for longer than the reader lives. Null for a built-in reader.
+  std::shared_ptr<const tessivar::platform::EndpointCounters> counters() const;
 
   // Untyped forms of what the typed readers offer.
 

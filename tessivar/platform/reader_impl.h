@@ -6,6 +6,7 @@
 // runs.
 #pragma once
 
+#include "tessivar/platform/counters.h"
 #include "tessivar/platform/listener_slot.h"
 #include "tessivar/platform/loans.h"
 #include "tessivar/platform/mutex.h"
@@ -62,6 +63,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDSSubscriber* const subscriber;
   const PRESTypePlugin* const type;  // null for a built-in reader
   const DDS_DataReaderQos qos;
+  const std::shared_ptr<tessivar::platform::EndpointCounters> counters;  // null for a built-in reader
   tessivar::platform::ListenerSlot<DDSDataReaderListener> listener;
 
   const std::unique_ptr<tessivar::platform::ReaderCache> cache;  // null for a built-in reader

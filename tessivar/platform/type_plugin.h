@@ -6,8 +6,10 @@
 #pragma once
 
 #include "tessivar/platform/base.h"
+#include "tessivar/platform/counters.h"
 
 #include <cstddef>
+#include <memory>
 
 struct DDS_TypeCode;
 struct RTICdrStream;
@@ -80,4 +82,7 @@ struct PRESTypePlugin {
   bool (*decode_key)(void* key, const std::uint8_t* buffer, std::size_t size);
   /// Checks a key encoding (as peers send it with a dispose; any padding of zeros at the end) and yields its hash.
   bool (*check_key)(const std::uint8_t* buffer, std::size_t size, DDS_KeyHash_t* hash);
+
+  /// Received samples that check() or check_key() refused; made by register_type, null before.
+  std::shared_ptr<tessivar::platform::Count> malformed = nullptr;
 };

@@ -53,6 +53,8 @@ DDSDataWriter::Impl::Impl(DDSTopic& its_topic, DDSPublisher* its_publisher, cons
       type(its_topic.impl().type),
       keyed(type.get_key_kind() != PRES_TYPEPLUGIN_NO_KEY),
       qos(its_qos),
+      counters(
+          std::make_shared<tessivar::platform::EndpointCounters>(true, topic.impl().name, type.type_name, nullptr)),
       instances(type) {}
 
 DDSDataWriter::Impl::~Impl() {
@@ -68,6 +70,11 @@ void DDSDataWriter::Impl::close() {
 DDS_ReturnCode_t DDSDataWriter::Impl::refuse(const char* operation, const char* reason) const {
   log(LogLevel::error, operation, "topic \"" + topic.impl().name + "\": " + reason);
   return DDS_RETCODE_BAD_PARAMETER;
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::refuse_encoding(const char* operation, const char* reason) const {
+  counters->not_encoded();
+  return refuse(operation, reason);
 }
 
 DDS_ReturnCode_t DDSDataWriter::Impl::enable() {
@@ -129,7 +136,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const v
                                                    const DDS_InstanceHandle_t& handle, std::int64_t timestamp) {
   constexpr const char* unencodable = "the sample cannot be encoded";
   const std::size_t size = type.encoded_size(sample);
-  if (size == 0 || size > UINT32_MAX) return refuse(name_of(WriteKind::data), unencodable);
+  if (size == 0 || size > UINT32_MAX) return refuse_encoding(name_of(WriteKind::data), unencodable);
   WriterInstances::Known instance = {{}, true};
   if (keyed) {
     const EncodedKey key(type, sample);
@@ -138,7 +145,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const v
   }
   SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(size), false));
   if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
-  if (!type.encode(sample, encoded->bytes, size)) return refuse(name_of(WriteKind::data), unencodable);
+  if (!type.encode(sample, encoded->bytes, size)) return refuse_encoding(name_of(WriteKind::data), unencodable);
   return send(writer, std::move(encoded), instance.hash, WriteKind::data, timestamp);
 }
 
@@ -167,7 +174,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
 DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void* sample,
                                                const DDS_InstanceHandle_t& handle, WriteKind kind,
                                                WriterInstances::Known& instance) {
-  if (!key) return refuse(name_of(kind), "the key cannot be encoded");
+  if (!key) return refuse_encoding(name_of(kind), "the key cannot be encoded");
   if (!keyed) return DDS_RETCODE_OK;
   if (kind == WriteKind::unregister) {
     const auto known = instances.find(key);
@@ -195,6 +202,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encod
         "topic \"" + topic.impl().name + "\": the readers did not acknowledge earlier samples within " +
             std::to_string(waited) + " ms (max_blocking_time), so that there is no room for another one");
   }
+  result == DDS_RETCODE_OK ? counters->sent() : counters->rejected();
   return batch && result == DDS_RETCODE_OK ? batch->added(octets) : result;
 }
 
@@ -268,6 +276,7 @@ void DDSDataWriter::Impl::report(DDS_StatusMask status) {
 }
 
 void DDSDataWriter::Impl::publication_matched(const DDS_PublicationMatchedStatus& now) {
+  counters->matches(now.current_count);
   if (changed(*this, matched, now, DDS_PUBLICATION_MATCHED_STATUS)) report(DDS_PUBLICATION_MATCHED_STATUS);
 }
 
@@ -371,6 +380,10 @@ DDS_ReturnCode_t DDSDataWriter::flush() {
 
 const char* DDSDataWriter::get_type_name() const {
   return impl_->type.type_name;
+}
+
+std::shared_ptr<const tessivar::platform::EndpointCounters> DDSDataWriter::counters() const {
+  return impl_->counters;
 }
 
 DDS_ReturnCode_t DDSDataWriter::write_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,

@@ -4,6 +4,7 @@
 // sample is kept. Only write, flush, wait_for_acknowledgments and the deletion may block.
 #pragma once
 
+#include "tessivar/platform/counters.h"
 #include "tessivar/platform/entity.h"
 #include "tessivar/platform/listener.h"
 #include "tessivar/platform/qos.h"
@@ -49,6 +50,8 @@ class TESSIVAR_API DDSDataWriter : public DDSEntity {
   DDS_ReturnCode_t flush();
   /// Name of the type this writer was made for.
   const char* get_type_name() const;
+  /// What it has counted; may be kept for longer than the writer lives.
+  std::shared_ptr<const tessivar::platform::EndpointCounters> counters() const;
 
   // Untyped forms of what the typed writers offer. `sample` points at a sample of the writer's type. A null sample is a
   // BAD_PARAMETER; a sample that cannot be encoded (a string over its bound, an unknown enumerator) too, with one log

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/platform/batch.h"
+#include "tessivar/platform/counters.h"
 #include "tessivar/platform/engine.h"
 #include "tessivar/platform/listener_slot.h"
 #include "tessivar/platform/mutex.h"
@@ -38,6 +39,7 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   const PRESTypePlugin& type;
   const bool keyed;
   const DDS_DataWriterQos qos;
+  const std::shared_ptr<tessivar::platform::EndpointCounters> counters;
   tessivar::platform::ListenerSlot<DDSDataWriterListener> listener;
   tessivar::platform::WriterInstances instances;
 
@@ -69,4 +71,5 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
                         const tessivar::platform::KeyHash& hash, tessivar::platform::WriteKind kind,
                         std::int64_t timestamp);
   DDS_ReturnCode_t refuse(const char* operation, const char* reason) const;
+  DDS_ReturnCode_t refuse_encoding(const char* operation, const char* reason) const;
 };

@@ -48,6 +48,7 @@ SampleData* create_received(const ddsi_sertype* type, ddsi_serdata_kind kind, st
 
 ddsi_serdata* adopt_or_drop(SampleData* data, bool complete) {
   if (complete && adopt(*data)) return &data->engine;
+  if (data->plugin->malformed) data->plugin->malformed->add();
   ddsi_serdata_unref(&data->engine);
   return nullptr;
 }
