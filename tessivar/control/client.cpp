@@ -8,6 +8,7 @@
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/pointers/listener_list.h"
+#include "tessivar/framework/report/report_book.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include <atomic>
@@ -44,7 +45,10 @@ void TessivarClientListener::commandMetadataUpdated(const Tessivar::CommandMetad
 
 class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Command> {
  public:
-  Private() { services.setAutoStartThread(false); }
+  explicit Private(std::shared_ptr<ReportBook> book) {
+    services.setReportBook(std::move(book));
+    services.setAutoStartThread(false);
+  }
 
   /// Ends all callbacks, which may use the client until then.
   void leave() {
@@ -201,7 +205,8 @@ class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::Comm
   Private& owner_;
 };
 
-TessivarClient::TessivarClient() : private_(std::make_unique<Private>()) {}
+TessivarClient::TessivarClient()
+    : book_(std::make_shared<ReportBook>("TessivarClient")), private_(std::make_unique<Private>(book_)) {}
 
 TessivarClient::~TessivarClient() {
   private_->leave();
@@ -252,6 +257,10 @@ bool TessivarClient::create() {
   return true;
 }
 
+Report TessivarClient::report() const {
+  return book_->report();
+}
+
 void TessivarClient::cleanUp() {
   if (private_->inCallback()) {
     logError() << "void __cdecl TessivarDDS::TessivarClient::cleanUp(void)"
@@ -259,7 +268,7 @@ void TessivarClient::cleanUp() {
     return;
   }
   private_->leave();
-  private_ = std::make_unique<Private>();
+  private_ = std::make_unique<Private>(book_);
 }
 
 void TessivarClient::attachListener(TessivarClientListener* listener, bool owned) {

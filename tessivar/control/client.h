@@ -4,6 +4,7 @@
 #include "tessivar/control/client_listener.h"
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
+#include "tessivar/framework/report/report.h"
 #include "tessivar/framework/requestreply/request_reply_ticket.h"
 #include "tessivar/platform/export.h"
 #include "tessivar/platform/sample_info.h"
@@ -15,6 +16,7 @@
 namespace TessivarDDS {
 
 class DDSDomain;
+class ReportBook;
 class TessivarServices;
 
 /// A controller on the bus.
@@ -124,11 +126,16 @@ class TESSIVAR_API TessivarClient {
 
   /// The endpoints underneath; valid until cleanUp().
   TessivarServices* services() const;
+  /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
+  /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
+  /// blocks.
+  Report report() const;
 
  private:
   class Private;
   class UnitsRunner;
   class MetadataRunner;
+  const std::shared_ptr<ReportBook> book_;
   std::unique_ptr<Private> private_;
 };
 

@@ -6,6 +6,7 @@
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/nodes/address_texts.h"
 #include "tessivar/framework/pointers/listener_list.h"
+#include "tessivar/framework/report/report_book.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include <string>
@@ -35,7 +36,10 @@ bool dispose(const char* signature, Writer* writer, const DDSPtr<Sample>& key, c
 class TessivarNode::Private
     : public RequestReplyServerListener<Tessivar::CommandChangeRequest, Tessivar::CommandChangeReply> {
  public:
-  explicit Private(TessivarNode* owner) : node(owner) { services.setAutoStartThread(false); }
+  Private(TessivarNode* owner, std::shared_ptr<ReportBook> book) : node(owner) {
+    services.setReportBook(std::move(book));
+    services.setAutoStartThread(false);
+  }
 
   /// Ends all callbacks, which may use the node until then.
   void leave() {
@@ -96,7 +100,8 @@ class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar:
   Private& owner_;
 };
 
-TessivarNode::TessivarNode() : private_(std::make_unique<Private>(this)) {}
+TessivarNode::TessivarNode()
+    : book_(std::make_shared<ReportBook>("TessivarNode")), private_(std::make_unique<Private>(this, book_)) {}
 
 TessivarNode::~TessivarNode() {
   private_->leave();
@@ -148,6 +153,10 @@ bool TessivarNode::createFor(const char* signature, const std::vector<std::strin
   return true;
 }
 
+Report TessivarNode::report() const {
+  return book_->report();
+}
+
 void TessivarNode::cleanUp() {
   if (private_->inCallback()) {
     logError() << "void __cdecl TessivarDDS::TessivarNode::cleanUp(void)"
@@ -155,7 +164,7 @@ void TessivarNode::cleanUp() {
     return;
   }
   private_->leave();
-  private_ = std::make_unique<Private>(this);
+  private_ = std::make_unique<Private>(this, book_);
 }
 
 void TessivarNode::attachListener(TessivarNodeListener* listener, bool owned) {

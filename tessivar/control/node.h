@@ -4,6 +4,7 @@
 #include "tessivar/control/node_listener.h"
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
+#include "tessivar/framework/report/report.h"
 #include "tessivar/platform/export.h"
 #include "tessivar/types/command/command.h"
 
@@ -14,6 +15,7 @@
 namespace TessivarDDS {
 
 class DDSDomain;
+class ReportBook;
 class TessivarServices;
 
 /// A device on the bus. It may speak for several units.
@@ -86,11 +88,16 @@ class TESSIVAR_API TessivarNode {
 
   /// The endpoints underneath; valid until cleanUp().
   TessivarServices* services() const;
+  /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
+  /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
+  /// blocks.
+  Report report() const;
 
  private:
   class Private;
   class CommandInterestRunner;
   bool createFor(const char* signature, const std::vector<std::string>& filterAddresses);
+  const std::shared_ptr<ReportBook> book_;
   std::unique_ptr<Private> private_;
 };
 

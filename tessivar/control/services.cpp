@@ -3,6 +3,7 @@
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/report/report_book.h"
 
 namespace TessivarDDS {
 namespace {
@@ -49,7 +50,7 @@ bool verify(const char* signature, const char* name, const Node* node, bool need
 
 }  // namespace
 
-TessivarServices::TessivarServices() = default;
+TessivarServices::TessivarServices() : book_(std::make_shared<ReportBook>("TessivarServices")) {}
 
 TessivarServices::~TessivarServices() {
   cleanUp();
@@ -94,12 +95,21 @@ bool TessivarServices::create(bool isClient, const std::vector<std::string>& fil
     logError() << signature << failure;
     return false;
   }
+  book_->open(*domain_);
+  book_->add(unitNode_.get());
+  book_->addService(*domain_, *commandService_);
+  book_->add(metadataNode_.get());
+  book_->add(interestsNode_.get());
   if (autoStartThread_) start();
   return true;
 }
 
 void TessivarServices::start() {
   if (commandService_ && commandService_->waitSetThread()) commandService_->waitSetThread()->start();
+}
+
+Report TessivarServices::report() const {
+  return book_->report();
 }
 
 bool TessivarServices::inCallback() const {
@@ -113,6 +123,7 @@ void TessivarServices::cleanUp() {
                << " Cannot clean up from within a callback.";
     return;
   }
+  book_->close();                                   // before what it looks at goes
   if (commandService_) commandService_->cleanUp();  // its callbacks may still ask for the service
   commandService_.reset();
   unitNode_.reset();

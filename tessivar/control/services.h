@@ -4,6 +4,7 @@
 #include "tessivar/control/metadata_node.h"
 #include "tessivar/framework/nodes/dds_filtered_node.h"
 #include "tessivar/framework/nodes/dds_node.h"
+#include "tessivar/framework/report/report.h"
 #include "tessivar/framework/requestreply/tessivar_request_reply_service.h"
 #include "tessivar/platform/export.h"
 #include "tessivar/types/command/command.h"
@@ -15,6 +16,7 @@
 namespace TessivarDDS {
 
 class DDSDomain;
+class ReportBook;
 
 /// Makes and owns the nodes of units, commands, metadata and interests for one side of the bus, device or client.
 ///
@@ -59,6 +61,12 @@ class TESSIVAR_API TessivarServices {
   bool verifyMetadataNode() const;
   bool verifyInterestsNode() const;
 
+  /// What has passed through the nodes. Empty without them. Any thread and callback; never blocks.
+  Report report() const;
+  /// Keeps the figures for report() in `book` instead of one of its own. Before create(); for an owner whose report
+  /// outlives the services.
+  void setReportBook(std::shared_ptr<ReportBook> book) { book_ = std::move(book); }
+
   // Owned; null until created. Not valid any more after cleanUp() or the next create().
   DDSDomain* domain() const { return domain_; }
   TessivarRequestReplyService* commandService() const { return commandService_.get(); }
@@ -75,6 +83,7 @@ class TESSIVAR_API TessivarServices {
 
  private:
   DDSDomain* domain_ = nullptr;
+  std::shared_ptr<ReportBook> book_;
   std::unique_ptr<TessivarRequestReplyService> commandService_;
   std::unique_ptr<DDSNode<Tessivar::Unit>> unitNode_;
   std::unique_ptr<MetadataNode> metadataNode_;

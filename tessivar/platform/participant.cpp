@@ -215,6 +215,10 @@ DDS_InstanceHandle_t DDSDomainParticipant::get_instance_handle() const {
   return engine ? engine->guid() : DDS_HANDLE_NIL;
 }
 
+std::shared_ptr<tessivar::platform::EndpointList> DDSDomainParticipant::endpoints() const {
+  return impl_->endpoints;
+}
+
 DDS_DomainId_t DDSDomainParticipant::get_domain_id() const {
   return impl_->domain_id;
 }

@@ -111,6 +111,8 @@ class TESSIVAR_API DDSDomainParticipant : public DDSEntity {
   DDS_ReturnCode_t delete_datareader(DDSDataReader* reader);
   /// Readers, writers, filtered topics and topics, in that order, loans or not.
   DDS_ReturnCode_t delete_contained_entities();
+  /// What its readers and writers have counted; may be kept for longer than the participant lives.
+  std::shared_ptr<tessivar::platform::EndpointList> endpoints() const;
 
   DDS_ReturnCode_t get_default_topic_qos(DDS_TopicQos& qos) const;
   DDS_ReturnCode_t set_default_topic_qos(const DDS_TopicQos& qos);

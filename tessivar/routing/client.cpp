@@ -2,6 +2,7 @@
 
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/report/report_book.h"
 #include "tessivar/routing/client_private.h"
 #include "tessivar/routing/runners.h"
 
@@ -9,7 +10,8 @@ namespace TessivarDDS {
 
 using namespace Tessivar_Routing;
 
-RoutingClient::RoutingClient() : private_(std::make_unique<Private>()) {}
+RoutingClient::RoutingClient()
+    : book_(std::make_shared<ReportBook>("RoutingClient")), private_(std::make_unique<Private>(book_)) {}
 
 RoutingClient::~RoutingClient() {
   private_->leave();
@@ -133,6 +135,10 @@ RoutingServices* RoutingClient::services() const {
   return &private_->services;
 }
 
+Report RoutingClient::report() const {
+  return book_->report();
+}
+
 void RoutingClient::cleanUp() {
   if (private_->inCallback()) {
     logError() << "void __cdecl TessivarDDS::RoutingClient::cleanUp(void)"
@@ -140,7 +146,7 @@ void RoutingClient::cleanUp() {
     return;
   }
   private_->leave();
-  private_ = std::make_unique<Private>();
+  private_ = std::make_unique<Private>(book_);
 }
 
 }  // namespace TessivarDDS

@@ -1,6 +1,7 @@
 // The controlling side: follows routers, changes their routes and protects their destinations.
 #pragma once
 
+#include "tessivar/framework/report/report.h"
 #include "tessivar/routing/client_listener.h"
 
 #include <memory>
@@ -9,6 +10,7 @@
 namespace TessivarDDS {
 
 class DDSDomain;
+class ReportBook;
 class RoutingServices;
 
 /// A controller of routers.
@@ -72,6 +74,10 @@ class TESSIVAR_API RoutingClient {
 
   /// The endpoints underneath; valid until cleanUp(). Do not create or clean up anything on them.
   RoutingServices* services() const;
+  /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
+  /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
+  /// blocks.
+  Report report() const;
 
   /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and subscription. Every router
   /// that was reported is reported as removed first. Afterwards the client is as new. Waits for a callback that is
@@ -87,6 +93,7 @@ class TESSIVAR_API RoutingClient {
   template <class Sample>
   class StateRunner;
 
+  const std::shared_ptr<ReportBook> book_;
   std::unique_ptr<Private> private_;
 };
 

@@ -9,7 +9,8 @@ namespace TessivarDDS {
 
 using namespace Tessivar_Routing;
 
-RoutingClient::Private::Private() {
+RoutingClient::Private::Private(std::shared_ptr<ReportBook> book) {
+  services.setReportBook(std::move(book));
   services.setRoutingListener(this);
   services.setProtectListener(&protectListener_);
 }
@@ -73,9 +74,11 @@ bool RoutingClient::Private::resubscribe(const char* signature, const std::vecto
     logError() << signature << "Cannot change the subscription once it is started. Clean up and re-create.";
     return false;
   }
-  return renew(services.sourcesNode()) && renew(services.destinationsNode()) && renew(services.sourceAssociations()) &&
-         renew(services.destinationAssociations()) && attachStateRunners(signature) &&
-         services.routingService()->renewValueReader();
+  const bool renewed = renew(services.sourcesNode()) && renew(services.destinationsNode()) &&
+                       renew(services.sourceAssociations()) && renew(services.destinationAssociations()) &&
+                       attachStateRunners(signature) && services.routingService()->renewValueReader();
+  services.reportEndpoints();
+  return renewed;
 }
 
 bool RoutingClient::Private::inCallback() const {

@@ -16,7 +16,7 @@ namespace TessivarDDS {
 /// Hears of everything that comes from the bus, on two threads, and tells the listeners.
 class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routing::AssociationRoute> {
  public:
-  Private();
+  explicit Private(std::shared_ptr<ReportBook> book);
 
   /// Reports the known routers as removed and takes everything down. All that a listener may call still works
   /// meanwhile.

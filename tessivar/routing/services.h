@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/framework/nodes/instances.h"
+#include "tessivar/framework/report/report.h"
 #include "tessivar/routing/request_reply_services.h"
 
 #include <memory>
@@ -10,6 +11,7 @@
 namespace TessivarDDS {
 
 class DDSDomain;
+class ReportBook;
 class WaitSetThread;
 
 /// Makes and owns the nodes of routers, sources, destinations and associations and the services that change routes and
@@ -27,7 +29,7 @@ class WaitSetThread;
 /// Copies share the nodes: cleanUp() of one takes them down for all.
 class TESSIVAR_API RoutingServices {
  public:
-  RoutingServices() = default;
+  RoutingServices();
   RoutingServices(const RoutingServices&) = default;
   RoutingServices& operator=(const RoutingServices&) = default;
   /// As cleanUp().
@@ -77,6 +79,14 @@ class TESSIVAR_API RoutingServices {
   RoutingRequestReplyService* routingService() const { return routingService_.get(); }
   ProtectRequestReplyService* protectService() const { return protectService_.get(); }
 
+  /// What has passed through the nodes and services. Empty without them. Any thread and callback; never blocks.
+  Report report() const;
+  /// Keeps the figures for report() in `book` instead of one of its own. Before the creators; for an owner whose report
+  /// outlives the services.
+  void setReportBook(std::shared_ptr<ReportBook> book) { book_ = std::move(book); }
+  /// Takes endpoints that were made anew on the nodes into the report.
+  void reportEndpoints();
+
   /// Deletes the nodes and services; domain and listener stay. Refused within a callback.
   void cleanUp();
   /// Returns true on a thread that is inside a callback of the bus or of the services.
@@ -97,6 +107,7 @@ class TESSIVAR_API RoutingServices {
   bool createStateNodes(const char* signature, const std::vector<AddressEx>& addresses);
 
   DDSDomain* domain_ = nullptr;
+  std::shared_ptr<ReportBook> book_;
   bool isClient_ = true;
   bool useQosProfiles_ = false;
   std::shared_ptr<DDSNode<Tessivar_Routing::Router>> routerNode_;

@@ -2,6 +2,7 @@
 
 #include "tessivar/framework/domain/text_list.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/report/peer_list.h"
 
 #include <algorithm>
 #include <charconv>
@@ -23,6 +24,33 @@ unsigned short announcedType(const DDS_ParticipantBuiltinTopicData& data) {
   return BuiltinParticipantListener::parseType(octets.data(), text.length());
 }
 
+/// The IPv4 addresses with their ports, "1.2.3.4@7410,…" with '@' as `at`.
+std::string addresses(const DDS_ParticipantBuiltinTopicData& data, char at) {
+  std::string text;
+  for (DDS_Long i = 0; i < data.default_unicast_locators.length(); ++i) {
+    const DDS_Locator_t& locator = data.default_unicast_locators[i];
+    if (locator.kind != DDS_LOCATOR_KIND_UDPv4) continue;
+    const DDS_Octet* address = locator.address + sizeof locator.address - 4;
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%d.%d.%d.%d%c%d", address[0], address[1], address[2], address[3], at,
+                  static_cast<int>(locator.port));
+    if (!text.empty()) text += ',';
+    text += buffer;
+  }
+  return text;
+}
+
+PeerReport peerReport(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
+                      unsigned short type, bool admitted) {
+  const auto text = [](const char* announced) { return announced ? announced : ""; };
+  return {PeerList::guidText(handle),
+          text(data.participant_name.name),
+          text(data.participant_name.role_name),
+          addresses(data, ':'),
+          type,
+          admitted};
+}
+
 std::string describe(const DDS_ParticipantBuiltinTopicData& data, unsigned short type) {
   const auto orUnset = [](const char* text) { return text ? text : "Unset"; };
   std::string text = "Name=";
@@ -30,18 +58,7 @@ std::string describe(const DDS_ParticipantBuiltinTopicData& data, unsigned short
   text += " RoleName=";
   text += orUnset(data.participant_name.role_name);
   text += " Ipv4 locators=";
-  const char* separator = "";
-  for (DDS_Long i = 0; i < data.default_unicast_locators.length(); ++i) {
-    const DDS_Locator_t& locator = data.default_unicast_locators[i];
-    if (locator.kind != DDS_LOCATOR_KIND_UDPv4) continue;
-    const DDS_Octet* address = locator.address + sizeof locator.address - 4;
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%d.%d.%d.%d@%d", address[0], address[1], address[2], address[3],
-                  static_cast<int>(locator.port));
-    text += separator;
-    text += buffer;
-    separator = ",";
-  }
+  text += addresses(data, '@');
   text += " TypeId=";
   text += data.user_data.value.length() < shortest_type ? "Unset" : std::to_string(type);
   return text;
@@ -78,7 +95,9 @@ void BuiltinParticipantListener::judge(const DDS_ParticipantBuiltinTopicData& da
                                        const DDS_InstanceHandle_t& handle) {
   const unsigned short type = announcedType(data);
   const std::string description = describe(data, type);
-  if (allowed_.empty() || std::find(allowed_.begin(), allowed_.end(), type) != allowed_.end()) {
+  const bool admitted = allowed_.empty() || std::find(allowed_.begin(), allowed_.end(), type) != allowed_.end();
+  if (peers_) peers_->seen(peerReport(data, handle, type, admitted));
+  if (admitted) {
     logDebug() << signature << "Remote participant Allowed: " << description;
     admitted_.fetch_add(1, std::memory_order_relaxed);
     return;
@@ -103,7 +122,11 @@ void BuiltinParticipantListener::on_data_available(DDSDataReader* reader) {
     return;
   }
   for (DDS_Long i = 0; i < samples.length(); ++i) {
-    if (infos[i].valid_data) judge(samples[i], infos[i].instance_handle);
+    if (infos[i].valid_data) {
+      judge(samples[i], infos[i].instance_handle);
+    } else if (peers_) {
+      peers_->gone(PeerList::guidText(infos[i].instance_handle));
+    }
   }
   participants->return_loan(samples, infos);
 }

@@ -5,10 +5,13 @@
 #include "tessivar/platform/participant.h"
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace TessivarDDS {
+
+class PeerList;
 
 /// The type of a remote participant that announces none that can be read.
 constexpr unsigned short unknownParticipantType = 0xFFFF;
@@ -22,6 +25,8 @@ class TESSIVAR_API BuiltinParticipantListener : public DDSDataReaderListener {
  public:
   /// The participant that ignores. Not owned.
   void setParticipant(DDSDomainParticipant* participant) { participant_ = participant; }
+  /// Where remote participants are noted; before it is installed.
+  void setPeerList(std::shared_ptr<PeerList> peers) { peers_ = std::move(peers); }
   void setAllowedTypes(std::vector<unsigned short> types) { allowed_ = std::move(types); }
   const std::vector<unsigned short>& allowedTypes() const { return allowed_; }
   /// Announcements that were admitted since the listener was made.
@@ -38,6 +43,7 @@ class TESSIVAR_API BuiltinParticipantListener : public DDSDataReaderListener {
   void judge(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle);
 
   DDSDomainParticipant* participant_ = nullptr;
+  std::shared_ptr<PeerList> peers_;
   std::vector<unsigned short> allowed_;
   std::atomic<unsigned> admitted_{0};
 };

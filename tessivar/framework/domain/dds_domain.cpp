@@ -3,6 +3,8 @@
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/domain/text_list.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/report/peer_list.h"
+#include "tessivar/framework/report/report_book.h"
 #include "tessivar/platform/callback.h"
 
 #include <algorithm>
@@ -31,7 +33,7 @@ std::vector<std::string> toVector(const DDS_StringSeq& texts) {
 
 }  // namespace
 
-DDSDomain::DDSDomain() = default;
+DDSDomain::DDSDomain() : peers_(std::make_shared<PeerList>()), book_(std::make_shared<ReportBook>("DDSDomain")) {}
 
 DDSDomain::~DDSDomain() {
   cleanUp();
@@ -133,6 +135,7 @@ bool DDSDomain::createDomainParticipant(int domainId, const DDS_DomainParticipan
     applyIgnoreSelf();
   }
   created_ = true;
+  book_->open(domainId, peers_, participant_->endpoints());
   peersBeforeCreation_ = std::exchange(initialPeers_, initialPeerList());
   logDebug() << create_signature << "Initial peer list: " << joinTextList(initialPeers_);
 
@@ -399,10 +402,15 @@ bool DDSDomain::installBuiltInParticipantListener() {
     return false;
   }
   owned_->admission.setParticipant(participant_);
+  owned_->admission.setPeerList(peers_);
   owned_->admission.setAllowedTypes(BuiltinParticipantListener::parseTypes(types && types->value ? types->value : ""));
   const DDS_ReturnCode_t installed = reader->set_listener(&owned_->admission, DDS_DATA_AVAILABLE_STATUS);
   if (installed != DDS_RETCODE_OK) logError() << signature << " Failed to set the listener. Return code: " << installed;
   return installed == DDS_RETCODE_OK;
+}
+
+Report DDSDomain::report() const {
+  return book_->report();
 }
 
 void DDSDomain::cleanUp() {
@@ -430,6 +438,8 @@ void DDSDomain::deleteParticipant() {
   }
   owned_ = std::make_shared<OwnedParticipant>();
   participant_ = nullptr;
+  book_->close();
+  peers_ = std::make_shared<PeerList>();  // the participant may stay for a while
   const ScopedLock lock(filtersLock_);
   filters_.clear();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/framework/domain/owned_participant.h"
+#include "tessivar/framework/report/report.h"
 #include "tessivar/framework/sync/sync.h"
 #include "tessivar/platform/participant.h"
 
@@ -11,6 +12,9 @@
 #include <vector>
 
 namespace TessivarDDS {
+
+class PeerList;
+class ReportBook;
 
 /// Owns a participant and what configures it: interfaces, peers, the announced type, content filters, and who is
 /// admitted. Applications mostly get one from the DomainManager.
@@ -109,6 +113,11 @@ class TESSIVAR_API DDSDomain {
   /// The participant as a node holds it while it has entities on it. Not for applications.
   std::shared_ptr<OwnedParticipant> ownedParticipant() const { return owned_; }
   const BuiltinParticipantListener& participantListener() const { return owned_->admission; }
+  /// What has passed through the participant's readers and writers, and which participants were discovered. Empty
+  /// before creation and after cleanUp(). Any thread and callback; never blocks.
+  Report report() const;
+  /// The remote participants, for the reports of services; may be kept for longer than the domain lives.
+  std::shared_ptr<const PeerList> peers() const { return peers_; }
 
  private:
   bool refusedBecauseCreated(const char* signature) const;
@@ -122,6 +131,8 @@ class TESSIVAR_API DDSDomain {
   std::vector<std::string> allowedInterfaces_;
   std::vector<std::pair<std::string, const DDSContentFilter*>> filters_;
   mutable TessivarMutex filtersLock_;
+  std::shared_ptr<PeerList> peers_;
+  const std::shared_ptr<ReportBook> book_;
   std::shared_ptr<OwnedParticipant> owned_ = std::make_shared<OwnedParticipant>();  // also held by each node
   std::vector<std::string> peersBeforeCreation_;                                    // what cleanUp() goes back to
 };
