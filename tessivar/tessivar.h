@@ -13,6 +13,7 @@
 // Routers and their controllers
 #include "tessivar/routing/client.h"
 #include "tessivar/routing/client_listener.h"
+#include "tessivar/routing/message_helper.h"
 #include "tessivar/routing/request_reply_services.h"
 #include "tessivar/routing/services.h"
 
@@ -31,6 +32,7 @@
 #include "tessivar/framework/nodes/dds_router_node.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
 #include "tessivar/framework/pointers/listener_list.h"
+#include "tessivar/framework/report/report.h"
 #include "tessivar/framework/requestreply/dds_request_reply.h"
 #include "tessivar/framework/requestreply/dds_request_reply_node.h"
 #include "tessivar/framework/requestreply/request_reply_ticket.h"
