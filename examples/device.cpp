@@ -1,58 +1,60 @@
-// A camera on the bus: announces itself, publishes its commands, answers change requests. Usage: device [DOMAIN]
-#include "example_domain.h"
+// A camera on the bus: announces itself, describes and publishes its commands, and carries out change requests or says
+// why not. Usage: device [DOMAIN]
 #include "tessivar/tessivar.h"
 
-#include <cstring>
-#include <thread>
+#include <iostream>
 
 using namespace TessivarDDS;
+using namespace Tessivar;
 using Helper = TessivarMessageHelper;
 
 const AddressEx address(1, 2, 10);
-enum : unsigned { gain = 1, tally = 2, position = 3 };
+enum : unsigned { gain = 1, tally = 2 };
+constexpr Range gains = {0, 24, true, true};
+
+/// Why a change is not carried out; null: it is.
+const char* refusal(unsigned number, const CommandValue& value) {
+  if (number == tally) return "the mixer sets it";
+  if (number != gain) return "there is no such command";
+  if (value._d != Int) return "a gain is an Int";
+  return value._u.intValue < gains.min || value._u.intValue > gains.max ? "a gain is from 0 to 24" : nullptr;
+}
 
 struct Camera : TessivarNodeListener {
-  Tessivar::CommandChangeReply* commandChangeRequested(TessivarNode* node,
-                                                       const Tessivar::CommandChangeRequest* request) override {
-    const Tessivar::Command& wanted = request->newValue;
-    if (wanted.commandNumber == tally) return Helper::createReply(request, Tessivar::FAILED, "the mixer sets it");
-    DDSPtr value(Helper::createCommand(address, wanted.commandNumber, wanted.value._u.intValue));
-    if (wanted.commandNumber == gain) {
-      node->publishCommand(value);
-      return Helper::createReply(request, Tessivar::COMPLETE, nullptr);
-    }
-    // Moving takes two seconds: tell the controller now and then that it goes on, and when it is done.
-    DDSPtr moving(Helper::createReply(request, Tessivar::IN_PROGRESS, nullptr));
-    DDSPtr arrived(Helper::createReply(request, Tessivar::COMPLETE, nullptr));
-    motor = std::jthread([=] {
-      for (int i = 0; i < 4 && node->sendReply(moving); ++i) TessivarThread::sleep(500);
-      node->publishCommand(value);
-      node->sendReply(arrived);
-    });
-    return Helper::createReply(request, Tessivar::PENDING, nullptr);
+  CommandChangeReply* commandChangeRequested(TessivarNode* node, const CommandChangeRequest* request) override {
+    const Command& wanted = request->newValue;
+    if (AddressEx(wanted.unitId) != address) return nullptr;  // another device answers
+    const char* reason = refusal(wanted.commandNumber, wanted.value);
+    DDSPtr value(CommandTypeSupport::create_data());
+    CommandTypeSupport::copy_data(value.get(), &wanted);
+    if (!reason && !node->publishCommand(value)) reason = "it cannot be published";
+    return Helper::createReply(request, reason ? FAILED : COMPLETE, reason);
   }
-  void interestRegistered(TessivarNode*, const Tessivar::CommandInterest* interest) override {
+  void interestRegistered(TessivarNode*, const CommandInterest* interest) override {
     std::cout << "a controller is interested in " << interest->unitId << std::endl;
   }
   void interestRemoved(TessivarNode*, const AddressEx&, unsigned, unsigned) override {}
-  std::jthread motor;
 };
 
 int main(int argc, char** argv) {
-  ExampleDomain domain(argc, argv);
-  TessivarNode node;
+  ReadableLogger::install();
+  const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   Camera camera;
-  node.attachDomain(domain);
+  TessivarNode node;  // after the domain and the listener, so that it is destroyed before them
+  node.attachDomain(domain.get());
   node.attachListener(&camera, false);
-  if (!node.create({address})) return 1;
+  if (!node.create({address})) return 1;  // the log says why
   node.addUnit(DDSPtr(Helper::createUnit(address, "studio camera")));
-  for (auto [number, name] : {std::pair(gain, "gain"), {tally, "tally"}, {position, "position"}}) {
-    DDSPtr metadata(Helper::createMetadata(address, number));
-    std::strcpy(metadata->name, name);
+  const auto offer = [&node](Command* initial, const char* name, bool enabled, const Range* range) {
+    DDSPtr metadata(Helper::createMetadata(address, initial->commandNumber));
+    DDS_String_replace(&metadata->name, name);  // at most 32 characters: a longer one is not published
+    metadata->type = metadata->defaultValue._d = initial->value._d;
+    metadata->enabled = enabled;
+    if (range) *(metadata->validRange = RangePluginSupport_create_data()) = *range;
     node.publishMetadata(metadata);
-    node.publishCommand(Helper::createCommand(address, number, 0), true);
-  }
+    node.publishCommand(initial, true);
+  };
+  offer(Helper::createCommand(address, gain, 0), "gain", true, &gains);
+  offer(Helper::createCommand(address, tally, false), "tally", false, nullptr);
   std::cin.get();  // until Enter is pressed
-  node.detachListener(&camera);
-  node.cleanUp();
 }

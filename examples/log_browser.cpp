@@ -1,6 +1,7 @@
 // Asks a history for the messages of units and prints them, page by page. Usage: log_browser DOMAIN UNIT…
-#include "example_domain.h"
 #include "tessivar/tessivar.h"
+
+#include <iostream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Logging;
@@ -33,11 +34,12 @@ class Browser : public RequestReplyNodeClientListener {
 int main(int argc, char** argv) {
   if (argc < 3) std::cerr << "usage: " << argv[0] << " DOMAIN UNIT..." << std::endl;
   if (argc < 3) return 2;
-  ExampleDomain domain(argc, argv);
+  ReadableLogger::install();
+  const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   HistoryNode node(true);
   Browser browser(node);
   node.attachListener(&browser);
-  if (!node.create(LOGGING2_TOPIC, domain)) return 1;
+  if (!node.create(LOGGING2_TOPIC, domain.get())) return 1;
 
   DDSPtr request = node.createRequest();
   request->addresses.length(argc - 2);

@@ -1,9 +1,8 @@
-// Keeps the last 50 messages that units log and answers those who ask for them, 20 at a time, until Enter is pressed.
-// Usage: log_history [DOMAIN]
-#include "example_domain.h"
+// Keeps the last 50 messages that units log and sends them on request, 20 at a time. Usage: log_history [DOMAIN]
 #include "tessivar/tessivar.h"
 
 #include <deque>
+#include <iostream>
 #include <set>
 
 using namespace TessivarDDS;
@@ -43,16 +42,17 @@ struct History : WaitSetThreadRunner<LogMessage2>, RequestReplyServerListener<Lo
 };
 
 int main(int argc, char** argv) {
-  ExampleDomain domain(argc, argv);
+  ReadableLogger::install();
+  const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   DDS_TopicQos qos;
-  createReliableDurableTopicQos(domain, LOGGING2_TOPIC, qos);
+  createReliableDurableTopicQos(domain.get(), LOGGING2_TOPIC, qos);
   qos.history.depth = kept;
-  DDSPtr stream(DDSNode<LogMessage2>::create(domain, LOGGING2_TOPIC, qos, true));
+  DDSPtr stream(DDSNode<LogMessage2>::create(domain.get(), LOGGING2_TOPIC, qos, true));
   WaitSetThread thread("history");
   History history(stream ? stream->dataReader() : nullptr);
   history.node.setListener(&history);
   history.node.setWaitSetThread(&thread);
-  if (!thread.create() || !thread.attachRunner(&history, false) || !history.node.create(LOGGING2_TOPIC, domain))
+  if (!thread.create() || !thread.attachRunner(&history, false) || !history.node.create(LOGGING2_TOPIC, domain.get()))
     return 1;
   std::cin.get();
   history.node.cleanUp();

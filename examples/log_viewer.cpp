@@ -1,7 +1,8 @@
 // Shows what units log, until Enter is pressed, and acknowledges their alarms when it is told for whom.
 // Usage: log_viewer [DOMAIN [OPERATOR]]
-#include "example_domain.h"
 #include "tessivar/tessivar.h"
+
+#include <iostream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Logging;
@@ -38,14 +39,15 @@ struct Alarms : WaitSetThreadRunner<LogMessageEx2> {
 };
 
 int main(int argc, char** argv) {
-  ExampleDomain domain(argc, argv);
+  ReadableLogger::install();
+  const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   DDS_TopicQos qos;
-  createReliableDurableTopicQos(domain, LOGGING_TOPIC, qos);
-  DDSPtr units(DDSNode<LogUnit>::create(domain, LOGGING_UNITS_TOPIC, qos, true));
-  DDSPtr messages(DDSNode<LogMessage>::create(domain, LOGGING_TOPIC, qos, true));
-  DDSPtr acks(DDSNode<AlarmAck>::create(domain, LOGGING_ACKS_TOPIC, qos, false));
+  createReliableDurableTopicQos(domain.get(), LOGGING_TOPIC, qos);
+  DDSPtr units(DDSNode<LogUnit>::create(domain.get(), LOGGING_UNITS_TOPIC, qos, true));
+  DDSPtr messages(DDSNode<LogMessage>::create(domain.get(), LOGGING_TOPIC, qos, true));
+  DDSPtr acks(DDSNode<AlarmAck>::create(domain.get(), LOGGING_ACKS_TOPIC, qos, false));
   qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;  // an alarm must not push out another
-  DDSPtr alarms(DDSNode<LogMessageEx2>::create(domain, LOGGING_EX2_TOPIC, qos, true));
+  DDSPtr alarms(DDSNode<LogMessageEx2>::create(domain.get(), LOGGING_EX2_TOPIC, qos, true));
   WaitSetThread thread("viewer");
   const bool made = units && messages && acks && alarms && thread.create() &&
                     thread.attachRunner(new Viewer<LogUnit>(units->dataReader()), true) &&

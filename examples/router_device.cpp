@@ -1,57 +1,59 @@
-// A router on the bus, 32 by 32 on two levels: publishes its ports and routes on request. A number on its standard
-// input protects that destination, anything else ends it. Usage: router_device [DOMAIN [ADDRESS]]
-#include "example_domain.h"
+// A router on the bus, 32 by 32 on two levels: publishes what it has, and changes routes on request or says why not.
+// Usage: router_device [DOMAIN [ADDRESS]]
 #include "tessivar/tessivar.h"
+
+#include <iostream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
-constexpr DDS_UnsignedShort ports = 32, levels = 2;
+using Helper = RoutingMessageHelper;
+
+constexpr DDS_UnsignedShort ports = 32;
+const char* const levels[] = {"video", "audio"};
 
 struct Hub : RoutingServices, RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply> {
-  template <class Port>
-  void publish(DDSRouterNode<Port>* node, const std::string& name, unsigned index) {
-    for (DDS_UnsignedShort level = 0; level < levels; ++level) {
-      DDSPtr port(Port::TypeSupport::create_data());
-      unit.copyTo(port->unitId);
-      port->level = level;
-      port->index = index;
-      DDS_String_replace(&port->name, name.c_str());
-      if constexpr (requires { port->protect; }) port->protect = guarded[index];
-      node->writeSample(port);
-    }
+  bool route(unsigned source, unsigned destination) {
+    return routingService()->valueNode().writeSample(Helper::createRoute(unit, 0, source, destination), true);
   }
-  void publishPorts(unsigned index) {
-    publish(sourcesNode(), "in " + std::to_string(index), index);
-    publish(destinationsNode(), "out " + std::to_string(index), index);
+  void publish() {
+    DDSPtr router(Helper::createRouter(unit, "hub"));
+    Matrix* const matrix = Helper::addMatrix(router.get(), "", ports, ports);
+    for (const char* level : levels) Helper::addLevel(matrix, level, ports, ports);
+    routerNode()->writeSample(router);
+    for (unsigned i = 0; i < ports; ++i) {
+      const std::string number = ' ' + std::to_string(i);
+      for (DDS_UnsignedShort level = 0; level < std::size(levels); ++level) {
+        sourcesNode()->writeSample(Helper::createSource(unit, 0, level, i, "in" + number), true);
+        destinationsNode()->writeSample(Helper::createDestination(unit, 0, level, i, "out" + number, false), true);
+      }
+      // Routes connect associations: the ports of all levels that go together.
+      sourceAssociations()->writeSample(Helper::createAssociation(unit, 0, i, {i, i}, "camera" + number), true);
+      destinationAssociations()->writeSample(Helper::createAssociation(unit, 0, i, {i, i}, "monitor" + number), true);
+      route(i, i);
+    }
   }
   AssociationRouteChangeReply* processRequest(const AssociationRouteChangeRequest* request) override {
     const AssociationRoute& wanted = request->newValue;
-    if (unit != AddressEx(wanted.unitId)) return nullptr;  // for another router
-    auto* reply = AssociationRouteChangeReplyTypeSupport::create_data();
-    reply->result = wanted.dest_index < ports && !guarded[wanted.dest_index] ? COMPLETE : FAILED;
-    if (reply->result == COMPLETE) routingService()->valueNode().dataWriter()->write(wanted, DDS_HANDLE_NIL);
-    if (reply->result == FAILED) reply->ex = AssociationRouteChangeExceptionInfoPluginSupport_create_data();
-    if (reply->ex) DDS_String_replace(&reply->ex->message, "the destination is protected");
-    return reply;
+    if (AddressEx(wanted.unitId) != unit) return nullptr;  // another router answers
+    const char* refusal = nullptr;
+    if (wanted.matrix_index != 0) refusal = "there is no such matrix";
+    if (wanted.source_index >= ports) refusal = "there is no such source";
+    if (wanted.dest_index >= ports) refusal = "there is no such destination";
+    if (!refusal && !route(wanted.source_index, wanted.dest_index)) refusal = "the route cannot be published";
+    return Helper::createReply(request, refusal ? FAILED : COMPLETE, refusal);
   }
   AddressEx unit{1, 3, 1};
-  std::atomic<bool> guarded[ports] = {};
 };
 
 int main(int argc, char** argv) {
-  ExampleDomain domain(argc, argv);
-  Hub device;
-  if (argc > 2) device.unit = AddressEx(argv[2]);
-  device.attachDomain(domain);
-  if (!device.createServerServices()) return 1;
-  device.routingService()->setListener(&device);
-  DDSPtr router(RouterTypeSupport::create_data());
-  device.unit.copyTo(router->unitId);
-  if (!router->matrices.length(1) || !router->matrices[0].levels.length(levels)) return 1;
-  for (int i = 0; i < levels; ++i)
-    router->matrices[0].levels[i].numberOfSources = router->matrices[0].levels[i].numberOfDests = ports;
-  device.routerNode()->writeSample(router);
-  for (unsigned i = 0; i < ports; ++i) device.publishPorts(i);
-  for (unsigned i; std::cin >> i && i < ports; device.publishPorts(i)) device.guarded[i] = true;
-  device.cleanUp();
+  ReadableLogger::install();
+  const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
+  Hub hub;
+  if (argc > 2) hub.unit = AddressEx(argv[2]);
+  hub.attachDomain(domain.get());
+  if (!hub.createServerServices()) return 1;  // the log says why
+  hub.publish();
+  hub.routingService()->setListener(&hub);
+  std::cin.get();  // until Enter is pressed
+  hub.cleanUp();   // before what the requests need goes
 }

@@ -1,16 +1,18 @@
-// Follows routers and changes their routes, as it is told on its standard input: "subscribe ADDRESS", "route ADDRESS
-// SOURCE DESTINATION"; "end" ends it. Usage: routing_controller [DOMAIN]
-#include "example_domain.h"
+// Follows routers and changes their routes, as its standard input says: "subscribe ADDRESS", "route ADDRESS SOURCE
+// DESTINATION", "end". Usage: routing_controller [DOMAIN]
 #include "tessivar/tessivar.h"
+
+#include <iostream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
 
-class Monitor : public RoutingClientListener {
- public:
+struct Monitor : RoutingClientListener {
   void routerAdded(const Router* router) override {
-    std::cout << "router " << router->unitId << " is there, with " << router->matrices[0].levels.length()
-              << " levels of " << router->matrices[0].levels[0].numberOfSources << " sources" << std::endl;
+    std::cout << "router " << router->unitId << " is there, with " << router->matrices.length() << " matrices";
+    if (router->matrices.length() > 0)
+      std::cout << ", the first of " << router->matrices[0].levels.length() << " levels";
+    std::cout << std::endl;
   }
   void routerRemoved(const AddressEx& router) override { std::cout << "router " << router.guid() << " is gone\n"; }
   void sourceChanged(Source* source) override {
@@ -27,27 +29,30 @@ class Monitor : public RoutingClientListener {
               << route->source_index << std::endl;
   }
   void ticketChanged(DDSPtr<RoutingClient::Ticket> ticket) override {
-    if (ticket) std::cout << "ticket " << ticket->ticketId << ": result " << ticket->reply->result << std::endl;
-    if (ticket && ticket->reply->ex) std::cout << "the reason is: " << ticket->reply->ex->message << std::endl;
+    if (!ticket) return;  // completed meanwhile
+    const DDSPtr<AssociationRouteChangeReply> reply = ticket->reply;
+    std::cout << "route request: result " << reply->result << (reply->ex ? ", " : "")
+              << (reply->ex ? reply->ex->message : "") << std::endl;
   }
 };
 
 int main(int argc, char** argv) {
-  ExampleDomain domain(argc, argv);
+  ReadableLogger::install();
+  const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   Monitor monitor;
-  RoutingClient client;
-  client.attachDomain(domain);
+  RoutingClient client;  // after the domain and the listener, so that it is destroyed before them
+  client.attachDomain(domain.get());
   client.attachListener(&monitor, false);
-  if (!client.create()) return 1;
-  DDSPtr route(AssociationRouteTypeSupport::create_data());
-  for (std::string verb, unit; std::cin >> verb && verb != "end";) {
-    if (verb == "subscribe" && std::cin >> unit) client.subscribe({AddressEx(unit.c_str())});
-    if (verb == "route" && std::cin >> unit >> route->source_index >> route->dest_index) {
-      DDS_String_replace(&route->unitId, unit.c_str());
-      DDSPtr ticket = client.beginSetRoute(route);
-      while (ticket && !ticket->received) TessivarThread::sleep(10);
-      client.completeSetRoute(ticket);
+  if (!client.create()) return 1;  // the log says why
+  unsigned source = 0, destination = 0;
+  for (std::string verb, unit; std::cin >> verb && verb != "end" && std::cin >> unit;) {
+    const AddressEx router(unit.c_str());
+    if (verb == "subscribe") client.subscribe({router});
+    if (verb == "route" && std::cin >> source >> destination) {
+      DDSPtr wanted(RoutingMessageHelper::createRoute(router, 0, source, destination));
+      DDSPtr ticket = client.beginSetRoute(wanted);
+      for (int i = 0; i < 500 && ticket && !ticket->received; ++i) TessivarThread::sleep(10);
+      client.completeSetRoute(ticket);  // the listener has been told
     }
   }
-  client.cleanUp();
 }
