@@ -21,8 +21,10 @@ std::vector<std::string> command_line(const std::string& role, const std::vector
 
 }  // namespace
 
-ChildProcess example(const std::string& name, const std::string& argument) {
-  return ChildProcess({TESSIVAR_EXAMPLES "/" + name, std::to_string(own_domain()), argument}, "");
+ChildProcess example(const std::string& name, const std::vector<std::string>& arguments) {
+  std::vector<std::string> words = {TESSIVAR_EXAMPLES "/" + name, std::to_string(own_domain())};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return ChildProcess(words, "");
 }
 
 int own_domain() {

@@ -11,7 +11,10 @@ namespace tessivar::testing {
 int own_domain();
 
 /// Runs one of the examples there; all that it prints are events.
-ChildProcess example(const std::string& name, const std::string& argument);
+ChildProcess example(const std::string& name, const std::vector<std::string>& arguments);
+inline ChildProcess example(const std::string& name, const std::string& argument) {
+  return example(name, std::vector{argument});
+}
 
 /// Runs `bus_peer`; what it understands and reports is in the header of its role in peer/. Failure messages hold the
 /// end of its output.
