@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/platform/base.h"
+#include "tessivar/platform/mutex.h"
 
 #include <atomic>
 #include <cstdint>
@@ -117,7 +118,7 @@ class TESSIVAR_API EndpointList {
   std::vector<EndpointCounts> read() const;
 
  private:
-  mutable std::mutex mutex_;
+  mutable Mutex mutex_;
   std::vector<std::weak_ptr<const EndpointCounters>> endpoints_;
 };
 

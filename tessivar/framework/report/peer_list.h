@@ -3,6 +3,7 @@
 
 #include "tessivar/framework/report/report.h"
 #include "tessivar/platform/base.h"
+#include "tessivar/platform/mutex.h"
 
 #include <cstdint>
 #include <list>
@@ -30,7 +31,7 @@ class PeerList {
  private:
   static constexpr std::size_t deniedKept = 64;
 
-  mutable std::mutex mutex_;
+  mutable tessivar::platform::Mutex mutex_;
   std::list<PeerReport> peers_;
   std::int64_t lastChange_ = 0;
 };

@@ -3,6 +3,7 @@
 
 #include "tessivar/framework/report/peer_list.h"
 #include "tessivar/platform/counters.h"
+#include "tessivar/platform/mutex.h"
 
 #include <functional>
 #include <memory>
@@ -59,7 +60,7 @@ class ReportBook {
 
  private:
   const char* const service_;
-  mutable std::mutex mutex_;
+  mutable tessivar::platform::Mutex mutex_;
   int domainId_ = -1;
   std::shared_ptr<const PeerList> peers_;
   std::shared_ptr<tessivar::platform::EndpointList> endpoints_ = std::make_shared<tessivar::platform::EndpointList>();
