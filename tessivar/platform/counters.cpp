@@ -19,10 +19,8 @@ EndpointCounts EndpointCounters::read() const {
   counts.filtered = filtered_.get();
   counts.lost = lost_.get();
   counts.failed_to_decode = failed_to_decode_.get() + (malformed_ ? malformed_->get() : 0);
-  // In this order the difference is not negative.
-  const std::uint64_t handed_out = handed_out_.load(std::memory_order_relaxed);
   counts.received = received_.get();
-  counts.waiting = counts.received > handed_out ? counts.received - handed_out : 0;
+  counts.waiting = waiting_.load(std::memory_order_relaxed);
   counts.sent = sent_.get();
   counts.failed_to_encode = failed_to_encode_.get();
   counts.rejected = rejected_.get();

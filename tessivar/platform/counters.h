@@ -31,7 +31,7 @@ struct EndpointCounts {
   /// Samples that could not be decoded. Those that are malformed are counted by type: readers of one type on one
   /// participant share the figure.
   std::uint64_t failed_to_decode = 0;
-  /// Samples received since the application last read or took all there were.
+  /// Samples, and ends of instances, that the application has neither read nor taken yet.
   std::uint64_t waiting = 0;
 
   /// Samples, disposals and unregistrations that were written.
@@ -66,36 +66,34 @@ class TESSIVAR_API EndpointCounters {
 
   void matches(DDS_Long count) {
     matched_.store(static_cast<std::uint32_t>(count), std::memory_order_relaxed);
-    changed(0);
+    changed();
   }
 
-  // --- of a reader; `time`: nanoseconds since 1970, 0: now
+  // --- of a reader
 
-  void received(std::int64_t time) { count(received_, time); }
-  void filtered(std::int64_t time) { count(filtered_, time); }
-  void lost(DDS_Long more) { count(lost_, 0, static_cast<std::uint64_t>(more)); }
-  void not_decoded() { count(failed_to_decode_, 0); }
-  /// The application has everything of what was received when received_before() gave `received`.
-  std::uint64_t received_before() const { return received_.get(); }
-  void emptied(std::uint64_t received) { handed_out_.store(received, std::memory_order_relaxed); }
+  void received(std::uint64_t more) { count(received_, more); }
+  void filtered() { count(filtered_); }
+  void lost(std::uint64_t more) { count(lost_, more); }
+  void not_decoded() { count(failed_to_decode_); }
+  void waits(std::size_t count) { waiting_.store(count, std::memory_order_relaxed); }
 
   // --- of a writer
 
-  void sent() { count(sent_, 0); }
-  void not_encoded() { count(failed_to_encode_, 0); }
+  void sent() { count(sent_); }
+  void not_encoded() { count(failed_to_encode_); }
 
   // --- of both
 
-  void rejected(DDS_Long more = 1) { count(rejected_, 0, static_cast<std::uint64_t>(more)); }
+  void rejected(std::uint64_t more = 1) { count(rejected_, more); }
 
   EndpointCounts read() const;
 
  private:
-  void count(Count& which, std::int64_t time, std::uint64_t more = 1) {
+  void count(Count& which, std::uint64_t more = 1) {
     which.add(more);
-    changed(time);
+    changed();
   }
-  void changed(std::int64_t time) { last_change_.store(time ? time : now(), std::memory_order_relaxed); }
+  void changed() { last_change_.store(now(), std::memory_order_relaxed); }
   /// By a clock that costs some nanoseconds.
   static std::int64_t now();
 
@@ -104,7 +102,7 @@ class TESSIVAR_API EndpointCounters {
   const std::string type_;
   const std::shared_ptr<const Count> malformed_;
   std::atomic<std::uint32_t> matched_{0};
-  std::atomic<std::uint64_t> handed_out_{0};
+  std::atomic<std::uint64_t> waiting_{0};
   std::atomic<std::int64_t> last_change_{0};
   Count received_, filtered_, lost_, failed_to_decode_, sent_, failed_to_encode_, rejected_;
 };

@@ -60,7 +60,7 @@ void DDSDataReader::Impl::close() {
 }
 
 std::unique_ptr<ReaderSide> DDSDataReader::Impl::make_side(std::shared_ptr<CompiledFilter> filter) {
-  return std::make_unique<ReaderSide>(*type, *this, std::move(filter), ++sources);
+  return std::make_unique<ReaderSide>(*type, *this, std::move(filter), ++sources, counters);
 }
 
 /// A failure is logged.
@@ -109,7 +109,9 @@ bool DDSDataReader::Impl::transfer(ReaderSide& from) {
 /// The last caller finds what is true; whoever changes the cache calls.
 void DDSDataReader::Impl::update_conditions() {
   const std::lock_guard lock(conditions_mutex);
-  const tessivar::platform::StateSet states = cache->states();
+  std::size_t unread = 0;
+  const tessivar::platform::StateSet states = cache->states(&unread);
+  counters->waits(unread);
   if (std::exchange(condition_states, states) == states) return;
   for (DDSReadCondition* condition : conditions) {
     tessivar::platform::set_triggered(*condition, (condition->impl().states & states) != 0);

@@ -144,6 +144,7 @@ bool DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, DDS_Sampl
     return true;
   }
   if (type->decode(sample, slot.sample->bytes, slot.sample->size)) return true;
+  counters->not_decoded();
   log(LogLevel::error, "DDSDataReader",
       "a sample of topic \"" + topic->impl().name + "\" could not be decoded and was dropped");
   return false;

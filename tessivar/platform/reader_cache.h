@@ -80,8 +80,8 @@ class ReaderCache {
 
   // --- access
 
-  /// The states of all samples here; conditions compare it with theirs.
-  StateSet states();
+  /// The states of all samples here, which conditions compare with theirs, and how many of them nobody has read.
+  StateSet states(std::size_t* unread = nullptr);
   /// Whether get_key_value and lookup_instance find it: it is here, or its end is lent out.
   bool knows(const KeyHash& instance) const;
   bool is_alive(const KeyHash& instance) const;

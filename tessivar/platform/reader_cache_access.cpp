@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 namespace tessivar::platform {
 
@@ -30,13 +31,14 @@ StateSet states_of(DDS_SampleStateMask samples, DDS_ViewStateMask views, DDS_Ins
   return static_cast<StateSet>(set);
 }
 
-StateSet ReaderCache::states() {
+StateSet ReaderCache::states(std::size_t* unread) {
   const std::lock_guard lock(mutex_);
   drop_expired();
   unsigned set = 0;
   for (std::size_t place = 0; place < std::size(counts_); ++place) {
     if (counts_[place] > 0) set |= 1u << place;
   }
+  if (unread) *unread = std::accumulate(counts_ + 6, counts_ + 12, std::size_t{0});
   return static_cast<StateSet>(set);
 }
 

@@ -154,6 +154,7 @@ DDS_StatusMask DDSDataReader::Impl::follow_new_side() {
   earlier.matched = matched.total_count - now.total_count + std::max(0, now.current_count - matched.current_count);
   now.total_count += earlier.matched;
   if (follow(matched, now)) changed |= DDS_SUBSCRIPTION_MATCHED_STATUS;
+  counters->matches(matched.current_count);
   if (follow(liveliness, side->liveliness())) changed |= DDS_LIVELINESS_CHANGED_STATUS;
   earlier.deadline = deadline.total_count;
   earlier.lost = lost.total_count;

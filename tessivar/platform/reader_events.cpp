@@ -87,7 +87,12 @@ void DDSDataReader::Impl::data_available(ReaderSide& from) {
 }
 
 void DDSDataReader::Impl::subscription_matched(ReaderSide& from, const DDS_SubscriptionMatchedStatus& now) {
-  report(changed(*this, from, matched, now, earlier.matched, DDS_SUBSCRIPTION_MATCHED_STATUS));
+  const DDS_StatusMask statuses = changed(*this, from, matched, now, earlier.matched, DDS_SUBSCRIPTION_MATCHED_STATUS);
+  {
+    const std::lock_guard lock(status_mutex);
+    counters->matches(matched.current_count);
+  }
+  report(statuses);
 }
 
 void DDSDataReader::Impl::liveliness_changed(ReaderSide& from, const DDS_LivelinessChangedStatus& now) {

@@ -2,17 +2,22 @@
 
 #include "tessivar/platform/log.h"
 
+#include <algorithm>
+
 namespace tessivar::platform {
 
 namespace {
 
 constexpr DDS_Long transferred_at_once = 1024;
 
+/// The side whose filter refused the last sample that this thread received.
+thread_local const ReaderSide* refused_by = nullptr;
+
 }  // namespace
 
 ReaderSide::ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
-                       ReaderCache::Source source)
-    : type_(type), events_(events), source_(source), filter_(std::move(filter)) {
+                       ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters)
+    : type_(type), events_(events), source_(source), counters_(std::move(counters)), filter_(std::move(filter)) {
   if (filter_) scratch_ = type_.create_sample();
 }
 
@@ -49,7 +54,10 @@ bool ReaderSide::transfer(ReaderCache& cache) {
     everything.take = true;
     while (engine_->access(everything, transferred_at_once, slots_) == DDS_RETCODE_OK) {
       const bool more = slots_.size() == static_cast<std::size_t>(transferred_at_once);
+      const auto samples =
+          std::count_if(slots_.begin(), slots_.end(), [](const EngineSlot& slot) { return slot.info.valid_data; });
       const ReaderCache::Change inserted = cache.insert(source_, slots_);
+      if (samples > 0) counters_->received(static_cast<std::uint64_t>(samples));
       change.news = change.news || inserted.news;
       change.lost += inserted.lost;
       slots_.clear();
@@ -57,6 +65,7 @@ bool ReaderSide::transfer(ReaderCache& cache) {
     }
   }
   if (change.lost > 0) {
+    counters_->lost(static_cast<std::uint64_t>(change.lost));
     log(LogLevel::error, "DDSDataReader", "no memory for received samples: " + std::to_string(change.lost) + " lost");
   }
   return change.news;
@@ -80,7 +89,14 @@ DDS_LivelinessChangedStatus ReaderSide::liveliness() const {
 bool ReaderSide::accepts(const EncodedSample& sample, EngineHandle, const DDS_FilterSampleInfo& info) {
   if (!scratch_) return true;
   const std::lock_guard lock(filter_mutex_);
-  if (type_.decode(scratch_, sample.bytes, sample.size)) return filter_->accepts(scratch_, info);
+  refused_by = nullptr;
+  if (type_.decode(scratch_, sample.bytes, sample.size)) {
+    if (filter_->accepts(scratch_, info)) return true;
+    counters_->filtered();
+    refused_by = this;
+    return false;
+  }
+  counters_->not_decoded();
   log(LogLevel::error, "DDSDataReader", "a received sample could not be decoded for its filter and was dropped");
   return false;
 }
@@ -114,11 +130,13 @@ void ReaderSide::requested_incompatible_qos(const DDS_RequestedIncompatibleQosSt
 }
 
 void ReaderSide::sample_lost(const DDS_SampleLostStatus& status) {
-  // With a filter the engine counts a refused sample of a known instance as lost.
+  // With a filter the engine counts a refused sample of a known instance as lost, right after the filter's call.
+  if (std::exchange(refused_by, nullptr) != this) counters_->lost(1);
   if (!scratch_) events_.sample_lost(*this, status);
 }
 
 void ReaderSide::sample_rejected(const DDS_SampleRejectedStatus& status) {
+  counters_->rejected();
   events_.sample_rejected(*this, status);
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "tessivar/platform/compiled_filter.h"
+#include "tessivar/platform/counters.h"
 #include "tessivar/platform/engine.h"
 #include "tessivar/platform/mutex.h"
 #include "tessivar/platform/reader_cache.h"
@@ -37,7 +38,7 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
  public:
   /// `filter` null: every sample is accepted. `source` is what the cache knows this side by.
   ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
-             ReaderCache::Source source);
+             ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters);
   ~ReaderSide();
 
   /// Callbacks may begin before it returns, also on this thread.
@@ -68,6 +69,7 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   const PRESTypePlugin& type_;
   ReaderSideEvents& events_;
   const ReaderCache::Source source_;
+  const std::shared_ptr<EndpointCounters> counters_;
 
   mutable Mutex writers_mutex_;
   DDS_SubscriptionMatchedStatus matched_ = {};

@@ -64,6 +64,10 @@ TEST_F(Reports, CountWhatPassesAndNameWhoIsThere) {
   const EndpointReport sent = find(node_.report(), "Orvel.Tessivar.Commands", true);
   EXPECT_EQ(sent.sent, 3u);
   EXPECT_EQ(sent.failed_to_encode, 1u);
+  EXPECT_TRUE(eventually([&] {
+    const EndpointReport received = find(client_.report(), "Orvel.Tessivar.Commands", false);
+    return received.received == 3 && received.waiting == 0;
+  }));
   EXPECT_EQ(sent.matched, 1u);
   EXPECT_EQ(sent.type, "Tessivar::Command");
   EXPECT_GT(sent.last_change, 0);
@@ -84,7 +88,7 @@ TEST_F(Reports, CountWhatPassesAndNameWhoIsThere) {
   text << controller_.report();
   EXPECT_THAT(text.str(), AllOf(StartsWith("DDSDomain on domain 90, last change 20"), HasSubstr(" admitted 127.0.0.1:"),
                                 HasSubstr(", type 7, since 20"),
-                                HasSubstr("  reader Orvel.Tessivar.Commands (Tessivar::Command), matched ")));
+                                HasSubstr("  reader Orvel.Tessivar.Commands (Tessivar::Command), matched 1")));
   client_.completeSetCommand(ticket);
   client_.cleanUp();
   EXPECT_THAT(client_.report().endpoints, IsEmpty());

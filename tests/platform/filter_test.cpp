@@ -88,6 +88,7 @@ TEST_F(FilterTest, NewParametersHoldForWhatIsToComeAndEndsOfWhatWasRefusedAreNot
   write(writer, 1, 5);
   write(writer, 2, 60);
   ASSERT_THAT(numbers(take(some, 1)), ElementsAre(2u));
+  write(writer, 2, 6);
   dispose(writer, 1);
   dispose(writer, 2);
   EXPECT_THAT(numbers(take(some, 1)), ElementsAre(2u));
@@ -96,6 +97,12 @@ TEST_F(FilterTest, NewParametersHoldForWhatIsToComeAndEndsOfWhatWasRefusedAreNot
   write(writer, 3, 3);
   write(writer, 4, 5);
   EXPECT_THAT(numbers(take(some, 1)), ElementsAre(4u));
+  const auto counts = some->counters()->read();
+  EXPECT_EQ(counts.received, 2u);
+  EXPECT_EQ(counts.filtered, 3u);
+  EXPECT_EQ(counts.lost, 0u) << "the engine takes what the filter refuses of a known instance as lost";
+  EXPECT_EQ(counts.matched, 1u);
+  EXPECT_EQ(counts.waiting, 0u);
 }
 
 TEST_F(FilterTest, HistoryComesForWhatIsNewWhileTheRestStaysAndFiguresGoOn) {
