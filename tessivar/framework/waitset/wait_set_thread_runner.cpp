@@ -1,9 +1,5 @@
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"
 
-#include "tessivar/framework/sync/thread.h"
-
-#include <algorithm>
-
 namespace TessivarDDS {
 
 WaitSetThreadRunnerBase::~WaitSetThreadRunnerBase() = default;
@@ -15,14 +11,6 @@ void WaitSetThreadRunnerBase::deleteConditions(DDSDataReader* reader, const std:
   if (code != DDS_RETCODE_OK) {
     logWarning() << signature << "Error returned from delete_contained_entities:  " << code;
   }
-}
-
-void WaitSetThreadRunnerBase::restAfterRead(std::chrono::nanoseconds spent, DDS_Long found) {
-  constexpr std::chrono::microseconds noticeable(300);
-  constexpr std::chrono::milliseconds longest(10);
-  if (found == settings_.maxSamples || spent < noticeable) return;
-  const auto rest = std::min(std::chrono::ceil<std::chrono::milliseconds>(spent), longest);
-  TessivarThread::sleep(static_cast<int>(rest.count()));
 }
 
 }  // namespace TessivarDDS

@@ -4,8 +4,6 @@
 #include "tessivar/framework/nodes/type_of.h"
 #include "tessivar/platform/reader.h"
 
-#include <chrono>
-
 namespace TessivarDDS {
 
 /// For RunnerSettings::maxSamples: so few lent at a time that a burst does not grow the reader's pool.
@@ -49,9 +47,6 @@ class TESSIVAR_API WaitSetThreadRunnerBase {
  protected:
   explicit WaitSetThreadRunnerBase(const RunnerSettings& settings) : settings_(settings) {}
   const RunnerSettings& settings() const { return settings_; }
-  /// After a read that took so long and found so many. A read looks at every instance that the reader holds, also where
-  /// nothing is new; when there are so many that it shows, the next one waits as long (10 ms at most) and finds more.
-  void restAfterRead(std::chrono::nanoseconds spent, DDS_Long found);
   /// Deletes the read conditions of `reader`; a failure is logged with `signature`.
   void deleteConditions(DDSDataReader* reader, const std::string& signature);
 

@@ -24,7 +24,6 @@ void WaitSetThreadRunner<T>::processData() {
   TSeq samples;
   DDS_SampleInfoSeq infos;
   const RunnerSettings& how = settings();
-  const auto begin = std::chrono::steady_clock::now();
   const DDS_ReturnCode_t code = how.take ? reader_->take(samples, infos, how.maxSamples, how.sampleStateMask,
                                                          how.viewStateMask, how.instanceStateMask)
                                          : reader_->read(samples, infos, how.maxSamples, how.sampleStateMask,
@@ -37,13 +36,10 @@ void WaitSetThreadRunner<T>::processData() {
     logError() << signature("processData(void)") << " Error returned whilst reading from data reader. Code: " << code;
     return;
   }
-  const auto spent = std::chrono::steady_clock::now() - begin;
-  const DDS_Long found = samples.length();
   tessivar::framework::guarded([] { return signature("processData(void)"); }, [&] { processSamples(samples, infos); });
   if (reader_->return_loan(samples, infos) != DDS_RETCODE_OK) {
     logError() << signature("processData(void)") << "Return loan error";
   }
-  if (!how.take) restAfterRead(spent, found);
 }
 
 template <class T>
