@@ -177,6 +177,18 @@ void Discovery::look_for_missed(dds_entity_t participant) {
   dds_delete(reader);
 }
 
+void Discovery::announce() {
+  if (!gv_) return;
+  worker_.post([this] {
+    Guid own;
+    {
+      const std::lock_guard guard(lock_);
+      own = own_guid_;
+    }
+    cyclone_announce(gv_, own.data());
+  });
+}
+
 void Discovery::stop() {
   {
     const std::lock_guard guard(lock_);

@@ -35,6 +35,9 @@ class Discovery {
   /// Shows those that were discovered before the watch began, on the worker: the engine waits for the discovery thread
   /// meanwhile, which may be telling somebody who waits for our participant. `participant` is our own.
   void show_known(dds_entity_t participant);
+  /// Announces our own participant, on the worker: the calling thread may be one of another domain's, within a
+  /// callback, and the engine lets such a thread work for its own domain only.
+  void announce();
   /// Before the domain's deletion. Nothing is told any more when it returns. Not from inside a callback.
   void stop();
 

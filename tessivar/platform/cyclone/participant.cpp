@@ -122,7 +122,7 @@ DDS_ReturnCode_t Participant::change_peer(const std::string& address, bool (*cha
 
 DDS_ReturnCode_t Participant::add_peer(const std::string& address) {
   const DDS_ReturnCode_t code = change_peer(address, cyclone_add_peer);
-  if (code == DDS_RETCODE_OK) cyclone_announce(gv_, guid().keyHash.value);
+  if (code == DDS_RETCODE_OK) discovery_->announce();
   return code;
 }
 
