@@ -23,7 +23,7 @@ void RTICdrStream_init(RTICdrStream* stream) {
 
 void RTICdrStream_set(RTICdrStream* stream, char* buffer, int length) {
   stream->buffer = buffer;
-  stream->buffer_length = length;
+  stream->buffer_length = buffer && length > 0 ? length : 0;
   stream->current_position = buffer;
   stream->alignment_origin = buffer;
 }

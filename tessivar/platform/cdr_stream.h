@@ -32,7 +32,8 @@ struct RTICdrStream {
 
 /// An empty stream in the host's order.
 TESSIVAR_API void RTICdrStream_init(RTICdrStream* stream);
-/// Puts the stream at the start of `buffer`, which holds `length` octets. The order stays as it is.
+/// Puts the stream at the start of `buffer`, which holds `length` octets. The order stays as it is. A negative length
+/// or a null buffer leaves no room: every read and write fails.
 TESSIVAR_API void RTICdrStream_set(RTICdrStream* stream, char* buffer, int length);
 TESSIVAR_API void RTICdrStream_setEndian(RTICdrStream* stream, RTICdrEndian endian);
 /// Octets from the start of the buffer.

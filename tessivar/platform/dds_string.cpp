@@ -1,21 +1,34 @@
 #include "tessivar/platform/dds_string.h"
 
+#include "tessivar/platform/string_room.h"
+
 #include <cstdlib>
 #include <cstring>
-#include <malloc.h>
+#include <new>
+
+using tessivar::platform::has_string_header;
+using tessivar::platform::renew_string;
+using tessivar::platform::string_header;
+using tessivar::platform::string_room;
 
 char* DDS_String_alloc(std::size_t length) {
-  char* text = static_cast<char*>(std::malloc(length + 1));
-  if (text) text[0] = '\0';
-  return text;
+  char* text = nullptr;
+  return length < UINT32_MAX && renew_string(&text, length + 1) ? text : nullptr;
 }
 
 char* DDS_String_dup(const char* text) {
-  return text ? strdup(text) : nullptr;
+  if (!text) return nullptr;
+  const std::size_t length = std::strlen(text);
+  char* copy = DDS_String_alloc(length);
+  if (copy) std::memcpy(copy, text, length + 1);
+  return copy;
 }
 
 void DDS_String_free(char* text) {
-  std::free(text);
+  if (has_string_header(text))
+    ::operator delete(text - string_header);
+  else
+    std::free(text);
 }
 
 char* DDS_String_replace(char** destination, const char* text) {
@@ -26,7 +39,7 @@ char* DDS_String_replace(char** destination, const char* text) {
     return nullptr;
   }
   const std::size_t octets = std::strlen(text) + 1;
-  if (*destination && malloc_usable_size(*destination) >= octets) {
+  if (string_room(*destination) >= octets) {
     std::memmove(*destination, text, octets);
     return *destination;
   }
@@ -41,22 +54,22 @@ RTIBool DDS_String_copy_bounded(char** destination, const char* text, std::size_
   const std::size_t octets = strnlen(text, size) + 1;
   if (octets > size) return RTI_FALSE;
   if (*destination == text) return RTI_TRUE;
-  if (!tessivar::platform::reserve_string(destination, octets, size)) return RTI_FALSE;
-  std::memcpy(*destination, text, octets);
+  if (string_room(*destination) < octets && !renew_string(destination, size)) return RTI_FALSE;
+  std::memmove(*destination, text, octets);
   return RTI_TRUE;
 }
 
 namespace tessivar::platform {
 
-// The allocator knows how much room a string has, so that a string which an application put into a sample, shorter than
-// its member's bound, is never overrun.
-bool reserve_string(char** text, std::size_t octets, std::size_t preferred) {
-  if (*text && malloc_usable_size(*text) >= octets) return true;
-  char* room = static_cast<char*>(std::malloc(preferred > octets ? preferred : octets));
-  if (!room) return false;
-  room[0] = '\0';
-  std::free(*text);
-  *text = room;
+bool renew_string(char** text, std::size_t octets) {
+  if (octets > UINT32_MAX) return false;
+  auto* header = static_cast<char*>(::operator new(string_header + octets, std::nothrow));
+  if (!header) return false;
+  const auto room = static_cast<std::uint32_t>(octets);
+  std::memcpy(header, &room, sizeof room);
+  header[string_header] = '\0';
+  DDS_String_free(*text);
+  *text = header + string_header;
   return true;
 }
 

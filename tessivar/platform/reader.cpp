@@ -283,8 +283,8 @@ DDS_ReturnCode_t DDSDataReader::read_or_take_next_sample_untypedI(void* sample, 
   return impl_->read_or_take_next(sample, info, take != DDS_BOOLEAN_FALSE);
 }
 
-DDS_ReturnCode_t DDSDataReader::return_loan_untypedI(void** lent_samples, DDS_Long, DDS_SampleInfoSeq& infos) {
-  const DDS_ReturnCode_t result = impl_->return_loan(lent_samples);
+DDS_ReturnCode_t DDSDataReader::return_loan_untypedI(const void* lent, DDS_Long, DDS_SampleInfoSeq& infos) {
+  const DDS_ReturnCode_t result = impl_->return_loan(lent);
   if (result != DDS_RETCODE_OK) return result;
   if (!infos.has_ownership()) infos.unloan();
   return DDS_RETCODE_OK;

@@ -1,7 +1,9 @@
 // The untyped data reader (OMG DDS 1.4, 2.2.2.5.3). Typed readers (types/) derive from it and only cast.
 //
 // Thread-safe. Samples are kept encoded, as the engine received them; a read or take decodes them into pooled samples
-// of the reader and lends those, until return_loan. In steady state nothing is allocated.
+// of the reader and lends those, until return_loan. The strings and sequences of a sample on loan have room for what
+// they hold, not for their whole bound: change a copy of it instead. In steady state nothing is allocated; the samples
+// that a reader keeps for its next loans take at most 1 MiB.
 //
 // An instance that was disposed of, or that has no writers any more, leaves the reader when a read or take has handed
 // out its last unread sample, which shows that state: with all its samples, also those that were only read.
@@ -37,8 +39,8 @@ struct DDS_ReadSelectionI {
   DDSReadCondition* condition = nullptr;
 };
 
-/// Where the samples of a read or take go. In: the state of the caller's sequence. Out: `count`, and for a loan
-/// `lent_samples`.
+/// Where the samples of a read or take go. In: the state of the caller's sequence. Out: `count`, and for a loan the
+/// `lent_…` members.
 struct DDS_SampleBufferI {
   // in
   DDS_Long length = 0;
@@ -48,7 +50,8 @@ struct DDS_SampleBufferI {
   DDS_Long sample_size = 0;  // octets between elements of `contiguous`
   // out
   DDS_Boolean lent = DDS_BOOLEAN_FALSE;
-  void** lent_samples = nullptr;
+  void* const* lent_samples = nullptr;
+  void* lent_pointers = nullptr;  // room for `lent_maximum` pointers, in which a typed reader makes its array of them
   DDS_Long lent_maximum = 0;
   DDS_Long count = 0;
 };
@@ -100,8 +103,9 @@ class TESSIVAR_API DDSDataReader : public DDSEntity {
                                          const DDS_ReadSelectionI& selection);
   /// One sample into the caller's.
   DDS_ReturnCode_t read_or_take_next_sample_untypedI(void* sample, DDS_SampleInfo& info, DDS_Boolean take);
-  /// Gives back a loan of this reader; PRECONDITION_NOT_MET when it is not one. Unloans `infos`.
-  DDS_ReturnCode_t return_loan_untypedI(void** lent_samples, DDS_Long maximum, DDS_SampleInfoSeq& infos);
+  /// Gives back a loan of this reader, named by its `lent_samples` or `lent_pointers`; PRECONDITION_NOT_MET when it is
+  /// not one. Unloans `infos`.
+  DDS_ReturnCode_t return_loan_untypedI(const void* lent, DDS_Long maximum, DDS_SampleInfoSeq& infos);
   /// Works for every instance that the reader knows; also for one that has left the reader because its end was handed
   /// out, until that loan is returned and the next read or take begins.
   DDS_ReturnCode_t get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle);

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+using tessivar::platform::EncodedSample;
 using tessivar::platform::EngineSlot;
 using tessivar::platform::key_hash_of;
 using tessivar::platform::KeyHash;
@@ -81,7 +82,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, D
   for (const EngineSlot& slot : slots) {
     void* sample = lends ? loan->samples[count] : contiguous + static_cast<std::ptrdiff_t>(count) * samples.sample_size;
     DDS_SampleInfo& info = lends ? loan->infos[count] : infos[static_cast<DDS_Long>(count)];
-    if (decode(slot, sample, info)) ++count;
+    if (decode(slot, sample, lends ? &loan->octets[count] : nullptr, info)) ++count;
   }
   slots.clear();
 
@@ -96,6 +97,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, D
   }
   samples.lent = DDS_BOOLEAN_TRUE;
   samples.lent_samples = loan->samples.data();
+  samples.lent_pointers = loan->pointers.get();
   samples.lent_maximum = static_cast<DDS_Long>(loan->samples.size());
   infos.loan_contiguous(loan->infos.data(), samples.count, samples.lent_maximum);
   return DDS_RETCODE_OK;
@@ -111,7 +113,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take_next(void* sample, DDS_Sample
   bool decoded = false;
   while (!decoded && cache->count(selection, 1) > 0) {
     cache->access(selection, 1, slots, nullptr);
-    decoded = !slots.empty() && decode(slots.front(), sample, info);
+    decoded = !slots.empty() && decode(slots.front(), sample, nullptr, info);
     slots.clear();
   }
   update_conditions();
@@ -135,15 +137,20 @@ DDS_ReturnCode_t DDSDataReader::Impl::find_instance(const DDS_ReadSelectionI& re
   return selection.instance ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
 }
 
-/// False, with a log line, for a sample that cannot be decoded.
-bool DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, DDS_SampleInfo& info) {
+/// False, with a log line, for a sample that cannot be decoded. `lent_octets`: of a sample on loan, what it takes.
+bool DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, std::size_t* lent_octets, DDS_SampleInfo& info) {
   info = slot.info;
   if (!is_keyed(*type)) info.instance_handle = DDS_HANDLE_NIL;
   if (!slot.info.valid_data) {
+    if (lent_octets) type->clear_lean(sample, lent_octets);
     cache->copy_key(key_hash_of(slot.sample->key_hash), sample);
     return true;
   }
-  if (type->decode(sample, slot.sample->bytes, slot.sample->size)) return true;
+  const EncodedSample& encoded = *slot.sample.get();
+  if (lent_octets ? type->decode_lean(sample, encoded.bytes, encoded.size, lent_octets)
+                  : type->decode(sample, encoded.bytes, encoded.size)) {
+    return true;
+  }
   counters->not_decoded();
   log(LogLevel::error, "DDSDataReader",
       "a sample of topic \"" + topic->impl().name + "\" could not be decoded and was dropped");
@@ -163,8 +170,10 @@ DDS_InstanceHandle_t DDSDataReader::Impl::lookup_instance(const void* key_holder
   return cache->knows(hash) ? tessivar::platform::handle_of(hash) : DDS_HANDLE_NIL;
 }
 
-DDS_ReturnCode_t DDSDataReader::Impl::return_loan(void** lent_samples) {
-  if (!loans || !loans->take_back(lent_samples)) return DDS_RETCODE_PRECONDITION_NOT_MET;
-  cache->loan_returned(lent_samples);
+DDS_ReturnCode_t DDSDataReader::Impl::return_loan(const void* lent) {
+  std::unique_ptr<Loan> loan = loans ? loans->take_back(lent) : nullptr;
+  if (!loan) return DDS_RETCODE_PRECONDITION_NOT_MET;
+  cache->loan_returned(loan->samples.data());
+  loans->keep(std::move(loan));
   return DDS_RETCODE_OK;
 }

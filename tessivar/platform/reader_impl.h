@@ -43,7 +43,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_ReturnCode_t read_or_take_next(void* sample, DDS_SampleInfo& info, bool take);
   bool copy_key(const DDS_InstanceHandle_t& handle, void* key_holder);
   DDS_InstanceHandle_t lookup_instance(const void* key_holder);
-  DDS_ReturnCode_t return_loan(void** lent_samples);
+  DDS_ReturnCode_t return_loan(const void* lent);
 
   // What happens at a side (reader_events.cpp).
   void data_available(tessivar::platform::ReaderSide&) override;
@@ -123,5 +123,5 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_ReturnCode_t check_buffers(const DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                  const DDS_ReadSelectionI& selection) const;
   DDS_ReturnCode_t find_instance(const DDS_ReadSelectionI& request, tessivar::platform::ReaderSelection& selection);
-  bool decode(const tessivar::platform::EngineSlot& slot, void* sample, DDS_SampleInfo& info);
+  bool decode(const tessivar::platform::EngineSlot& slot, void* sample, std::size_t* lent_octets, DDS_SampleInfo& info);
 };

@@ -84,18 +84,20 @@ class DDSSequence {
 
   /// Makes an empty sequence of whatever memory was there; nothing is freed.
   bool initialize() {
-    new (this) DDSSequence();
+    marker_ = DDS_SEQUENCE_MAGIC_NUMBER;
+    set_empty();
+    read_token1_ = nullptr;
+    read_token2_ = nullptr;
+    allocation_ = DDS_TYPE_ALLOCATION_PARAMS_DEFAULT;
+    deallocation_ = DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT;
+    absolute_maximum_ = DDS_SEQUENCE_ABSOLUTE_MAXIMUM;
     return true;
   }
 
   /// Releases an owned buffer, forgets a lent one. The sequence is empty and usable afterwards.
   bool finalize() {
     if (is_initialised() && owned_) release(contiguous_, maximum_);
-    contiguous_ = nullptr;
-    discontiguous_ = nullptr;
-    owned_ = DDS_BOOLEAN_TRUE;
-    maximum_ = 0;
-    length_ = 0;
+    set_empty();
     read_token1_ = nullptr;
     read_token2_ = nullptr;
     return true;
@@ -221,11 +223,7 @@ class DDSSequence {
   bool unloan() {
     make_initialised();
     if (owned_) return error("unloan", "buffer must be loaned");
-    contiguous_ = nullptr;
-    discontiguous_ = nullptr;
-    owned_ = DDS_BOOLEAN_TRUE;
-    maximum_ = 0;
-    length_ = 0;
+    set_empty();
     return true;
   }
 
@@ -284,6 +282,13 @@ class DDSSequence {
   bool is_initialised() const { return marker_ == DDS_SEQUENCE_MAGIC_NUMBER; }
   void make_initialised() {
     if (!is_initialised()) initialize();
+  }
+  void set_empty() {
+    owned_ = DDS_BOOLEAN_TRUE;
+    contiguous_ = nullptr;
+    discontiguous_ = nullptr;
+    maximum_ = 0;
+    length_ = 0;
   }
   bool has(DDS_Long i) const { return i >= 0 && i < length(); }
   T* slot(DDS_Long i) const { return discontiguous_ ? discontiguous_[i] : contiguous_ + i; }

@@ -32,6 +32,9 @@ struct PRESTypePlugin {
 
   void* (*create_sample)();  // initialised, null when memory is short
   void (*destroy_sample)(void* sample);
+  /// A sample for loans, released by destroy_sample: it owns no more memory than what was decoded into it needs.
+  /// `octets`: the memory that it takes. Null when memory is short.
+  void* (*create_lean)(std::size_t* octets);
   void* (*create_key)();  // a key holder: a whole sample
   void (*destroy_key)(void* key);
   RTIBool (*copy_sample)(PRESTypePluginEndpointData, void* destination, const void* source);
@@ -68,8 +71,13 @@ struct PRESTypePlugin {
   std::size_t (*encoded_size)(const void* sample);
   /// Encodes in the host's order into exactly encoded_size() octets.
   bool (*encode)(const void* sample, std::uint8_t* buffer, std::size_t size);
-  /// Decodes any of the four encapsulations, 0 to 3 octets of padding allowed at the end.
+  /// Decodes any of the four encapsulations, 0 to 3 octets of padding allowed at the end. When it fails, for malformed
+  /// octets or for want of memory, the sample is left empty.
   bool (*decode)(void* sample, const std::uint8_t* buffer, std::size_t size);
+  /// Decodes into a sample of create_lean; `octets` is updated when the sample grew.
+  bool (*decode_lean)(void* sample, const std::uint8_t* buffer, std::size_t size, std::size_t* octets);
+  /// Empties a sample of create_lean. No string is null afterwards unless the result is false: memory is short.
+  bool (*clear_lean)(void* sample, std::size_t* octets);
   /// Checks a whole encoding without storing it and yields its key hash (all zero for a type without key).
   bool (*check)(const std::uint8_t* buffer, std::size_t size, DDS_KeyHash_t* hash);
   /// The key members alone, in the host's order with header, from a sample: the size, or 0 when it cannot be encoded.

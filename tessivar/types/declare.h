@@ -15,7 +15,8 @@
 // --- samples: initialise, finalise, copy, describe, print ------------------------------------------------------------
 //
 // T_initialize: numbers 0, strings and sequences allocated to their bounds, optional members null. `…_ex(s, 1, 0)`
-// empties what is there without allocating.
+// empties what is there without allocating. A sample that was only constructed (`Command c;`) has null strings, which
+// count as empty ones everywhere; it can be copied, written, put into sequences and filled like any other.
 // T_finalize: frees what the sample owns, not the sample.
 // T_copy: deep; fails on a string or sequence over the destination's bound.
 // TPluginSupport_create_data and the like: a sample of one's own, for TPluginSupport_destroy_data.
@@ -62,7 +63,7 @@
 // --- encoding: what every type has -----------------------------------------------------------------------------------
 //
 // `endpoint` and `parameter` may always be null. Encapsulation identifiers are 0 to 3. TPlugin_serialize logs an
-// unknown enumerator. A failed deserialisation leaves the sample partly overwritten, but sound.
+// unknown enumerator. A failed deserialisation leaves the sample empty, as T_initialize_ex(s, 1, 0) does.
 #define TESSIVAR_DECLARE_CODEC_FUNCTIONS(T)                                                                            \
   TESSIVAR_API int T##Plugin_serialize(PRESTypePluginEndpointData endpoint, const T* sample, RTICdrStream* stream,     \
                                        RTIBool serialize_encapsulation, RTIEncapsulationId encapsulation_id,           \

@@ -128,8 +128,8 @@ struct CarefulType : PRESTypePlugin {
       if (value_of(sample) == 13) buffer[4] = 0xff;  // the length of a string
       return encoded;
     };
-    decode = [](void* sample, const std::uint8_t* buffer, std::size_t size) {
-      return original.decode(sample, buffer, size) && value_of(sample) != 14;
+    decode_lean = [](void* sample, const std::uint8_t* buffer, std::size_t size, std::size_t* octets) {
+      return original.decode_lean(sample, buffer, size, octets) && value_of(sample) != 14;
     };
   }
   static DDS_Long value_of(const void* sample) { return static_cast<const Command*>(sample)->value._u.intValue; }

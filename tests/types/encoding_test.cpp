@@ -30,8 +30,6 @@ TEST(Encoding, RefusesWhatIsOverItsBound) {
   EXPECT_FALSE(is_encodable(sample));
   DDS_KeyHash_t hash;
   EXPECT_FALSE(Tessivar::CommandPlugin_instance_to_keyhash(nullptr, &hash, sample.get()));
-  DDS_String_replace(&sample->unitId, nullptr);
-  EXPECT_FALSE(is_encodable(sample));
 
   const Metadata metadata(metadata_name);
   metadata->allowedValues.finalize();
@@ -42,10 +40,25 @@ TEST(Encoding, RefusesWhatIsOverItsBound) {
   }
 }
 
-TEST(Decoding, RefusesABooleanOfMoreThanOne) {
-  const AnySample sample("Tessivar::CommandValue");
+TEST(Encoding, NeedsRoomInItsStream) {
+  const Command sample(command_name);
+  char octets[256];
+  RTICdrStream stream;
+  RTICdrStream_init(&stream);
+  for (const int length : {-1, 3}) {
+    RTICdrStream_set(&stream, octets, length);
+    EXPECT_FALSE(Tessivar::CommandPlugin_serialize(nullptr, sample.get(), &stream, RTI_FALSE, 1, RTI_TRUE, nullptr));
+  }
+}
+
+TEST(Decoding, RefusesABooleanOfMoreThanOneAndLeavesNothingBehind) {
+  const Sample<Tessivar::CommandValue> sample("Tessivar::CommandValue");
   EXPECT_TRUE(decode(sample, from_hex("000100000200000001")));
-  EXPECT_FALSE(decode(sample, from_hex("000100000200000002")));
+  for (const char* octets : {"000100000200000002", "0001000000000000040000006e657700ffffffff"}) {
+    DDS_String_replace(&sample->_u.stringValue, "old");
+    EXPECT_FALSE(decode(sample, from_hex(octets)));
+    EXPECT_STREQ(sample->_u.stringValue, "");
+  }
 }
 
 TEST(Decoding, EmptiesTheBranchesThatAreNotThere) {

@@ -56,5 +56,40 @@ TEST(Copy, RefusesWhatIsOverItsBound) {
   EXPECT_FALSE(Tessivar::CommandMetadata_copy(metadata.get(), longer.get()));
 }
 
+/// Made without any function of the type: no string is there, sequences have no room.
+TEST(PlainSample, IsCopiedEncodedAndPutIntoSequences) {
+  const Metadata empty(metadata_name);
+  Tessivar::CommandMetadata plain, copy;
+  plain.commandNumber = empty->commandNumber = 7;
+  ASSERT_TRUE(Tessivar::CommandMetadata_copy(&copy, &plain));
+  EXPECT_STREQ(copy.name, "");
+  Tessivar::CommandMetadataSeq sequence(1);
+  sequence.length(1);
+  EXPECT_TRUE(sequence.set_at(0, plain));
+  char expected[256], octets[256];
+  unsigned int expected_size = sizeof expected, size = sizeof octets;
+  ASSERT_TRUE(Tessivar::CommandMetadataPlugin_serialize_to_cdr_buffer(expected, &expected_size, empty.get()));
+  ASSERT_TRUE(Tessivar::CommandMetadataPlugin_serialize_to_cdr_buffer(octets, &size, &plain));
+  EXPECT_EQ(std::string(octets, size), std::string(expected, expected_size));
+  EXPECT_TRUE(Tessivar::CommandMetadataPlugin_deserialize_from_cdr_buffer(&plain, octets, size));
+  EXPECT_STREQ(plain.defaultValue._u.stringValue, "");
+  for (Tessivar::CommandMetadata* each : {&plain, &copy}) Tessivar::CommandMetadata_finalize(each);
+}
+
+TEST(String, IsOverwrittenInPlaceOnlyWithinItsRoom) {
+  const std::string text(20, 'x');
+  char* ours = DDS_String_alloc(20);
+  char* others = strdup("0123456789");  // there may be more room, nobody knows
+  const char* const places[] = {ours, others};
+  EXPECT_EQ(DDS_String_replace(&ours, text.c_str()), places[0]);
+  EXPECT_EQ(DDS_String_replace(&others, "9876543210"), places[1]);
+  EXPECT_NE(DDS_String_replace(&ours, (text + 'x').c_str()), places[0]);
+  ASSERT_NE(DDS_String_replace(&others, "98765432100"), nullptr);
+  EXPECT_STREQ(others, "98765432100");
+  EXPECT_NE(reinterpret_cast<std::uintptr_t>(others) % 2, reinterpret_cast<std::uintptr_t>(places[1]) % 2);
+  DDS_String_free(ours);
+  DDS_String_free(others);
+}
+
 }  // namespace
 }  // namespace types_test

@@ -1,6 +1,7 @@
 // Type supports, and readers and writers of one type over the real engine.
 #include "tessivar/types/command/command.h"
 #include "tests/platform/support/bus.h"
+#include "tests/types/support/memory.h"
 
 #include <vector>
 
@@ -87,6 +88,40 @@ TEST_F(TypedEntities, ReadAndTakeInEveryForm) {
   EXPECT_EQ(reader->take_next_sample(*command, info), DDS_RETCODE_OK);
   EXPECT_TRUE(info.valid_data);
   EXPECT_EQ(reader->take(samples, infos, all, any_sample, any_view, any_instance), DDS_RETCODE_NO_DATA);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(reader->take(own, own_infos, all, any_sample, any_view, any_instance), DDS_RETCODE_NO_DATA);
+    EXPECT_EQ(own.length() + own_infos.length(), 0);
+  }
+}
+
+TEST_F(TypedEntities, LendSamplesThatTakeWhatTheyHold) {
+  constexpr std::size_t count = 2000;
+  CommandMetadataTypeSupport::register_type(side.participant);
+  DDSTopic* topic =
+      side.participant->create_topic((std::string(side.topic->get_name()) + ".Metadata").c_str(),
+                                     "Tessivar::CommandMetadata", platform_test::reliable<DDS_TopicQos>(), nullptr, 0);
+  auto* describing = CommandMetadataDataWriter::narrow(
+      side.participant->create_datawriter(topic, DDS_DATAWRITER_QOS_USE_TOPIC_QOS, nullptr, 0));
+  auto* described = CommandMetadataDataReader::narrow(
+      side.participant->create_datareader(topic, DDS_DATAREADER_QOS_USE_TOPIC_QOS, nullptr, 0));
+  CommandMetadata metadata;
+  for (; metadata.commandNumber < count; ++metadata.commandNumber) describing->write(metadata, DDS_HANDLE_NIL);
+  CommandMetadataSeq all_metadata;
+  const auto read = [&](DDS_Long max) {
+    ASSERT_EQ(described->read(all_metadata, infos, max, any_sample, any_view, any_instance), DDS_RETCODE_OK);
+    EXPECT_STREQ(all_metadata[0].defaultValue._u.stringValue, "");
+  };
+  const std::size_t before = types_test::live_octets();
+  read(all);
+  EXPECT_LT(types_test::live_octets() - before, count * 1500);
+  EXPECT_EQ(described->return_loan(all_metadata, infos), DDS_RETCODE_OK);
+  EXPECT_LT(types_test::live_octets() - before, 3u << 20);
+  read(100);
+  EXPECT_EQ(described->return_loan(all_metadata, infos), DDS_RETCODE_OK);
+  const std::size_t allocated = types_test::allocations();
+  read(100);
+  EXPECT_EQ(described->return_loan(all_metadata, infos), DDS_RETCODE_OK);
+  EXPECT_EQ(types_test::allocations(), allocated);
 }
 
 TEST_F(TypedEntities, HandleInstances) {

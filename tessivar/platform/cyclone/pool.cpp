@@ -3,8 +3,8 @@
 #include "tessivar/platform/immortal.h"
 
 #include <array>
-#include <cstdlib>
 #include <mutex>
+#include <new>
 
 namespace tessivar::platform::cyclone {
 namespace {
@@ -51,7 +51,7 @@ std::uint8_t class_for(std::size_t size) {
 
 PoolBlock take_block(std::size_t size) {
   const std::uint8_t index = class_for(size);
-  if (index == unpooled) return {std::malloc(size), index};
+  if (index == unpooled) return {::operator new(size, std::nothrow), index};
   Class& pool = classes()[index];
   {
     const std::lock_guard guard(pool.lock);
@@ -61,7 +61,7 @@ PoolBlock take_block(std::size_t size) {
       return {block, index};
     }
   }
-  return {std::malloc(size_of_class(index)), index};
+  return {::operator new(size_of_class(index), std::nothrow), index};
 }
 
 void give_back(PoolBlock block) {
@@ -76,7 +76,7 @@ void give_back(PoolBlock block) {
       return;
     }
   }
-  std::free(block.memory);
+  ::operator delete(block.memory);
 }
 
 }  // namespace tessivar::platform::cyclone

@@ -162,9 +162,10 @@ bool key_to_slot(const ddsi_sertype*, const ddsi_serdata* data, void* slot, void
   return to_slot(learned ? &learned->engine : data, slot, nullptr, nullptr);
 }
 
+// The engine takes a key for granted: without memory for one the sample itself, which has the same hash, stands for it.
 ddsi_serdata* to_untyped(const ddsi_serdata* data) {
   SampleData* key = key_of(*SampleData::of(data));
-  return key ? &key->engine : nullptr;
+  return key ? &key->engine : ddsi_serdata_ref(data);
 }
 
 // The type may be gone by now.

@@ -159,12 +159,18 @@ struct ParameterHeader {
   std::size_t end;
 };
 
+struct LeanStorage;
+
 /// Reads what came from outside: every length is checked before it is used.
 template <bool Swap>
 struct ReadCursor {
   const std::uint8_t* origin;
   std::size_t position;
   std::size_t limit;
+  LeanStorage* lean = nullptr;  // of the sample that is decoded, see memory.h
+
+  /// The part from here to `end`.
+  ReadCursor until(std::size_t end) const { return {origin, position, end, lean}; }
 
   template <class T>
   bool get(T& value) {

@@ -1,6 +1,6 @@
 // Decoding into a sample, and the same walk without storing anything.
 //
-// `decode` fills an initialised sample and reuses its buffers; `pass` copies from an encoding to another cursor, in
+// `decode` fills a sample and reuses its buffers; `pass` copies from an encoding to another cursor, in
 // that one's byte order, and with a NullCursor only checks. Both refuse exactly the same input: a length over the bound
 // or the end of the data, a string without terminator, a boolean other than 0 or 1, an unknown enumerator, a parameter
 // that must be understood and is not.
@@ -46,7 +46,7 @@ template <class R, class Read>
 bool read_optional(R& in, DDS_UnsignedLong id, bool& present, Read&& read) {
   ParameterHeader header;
   if (!in.get_parameter(header) || header.is_list_end || header.id != id) return false;
-  R body = {in.origin, in.position, header.end};
+  R body = in.until(header.end);
   present = body.remainder() > 0;
   return (!present || read(body)) && in.close_parameter(body);
 }
@@ -59,7 +59,7 @@ bool read_parameters(R& in, Read&& read) {
     ParameterHeader header;
     if (!in.get_parameter(header)) return false;
     if (header.is_list_end) return true;
-    R body = {in.origin, in.position, header.end};
+    R body = in.until(header.end);
     bool known = false;
     const bool good = for_each_member<T>([&]<class M>(DDS_UnsignedLong id) {
       if (header.id != id) return true;
@@ -173,7 +173,7 @@ template <class R, std::size_t Bound>
 bool decode(String<Bound>, R& in, char*& text) {
   DDS_UnsignedLong size;
   const char* source = read_string<Bound>(in, size);
-  if (!source || !platform::reserve_string(&text, size, Bound + 1)) return false;
+  if (!source || !reserve(String<Bound>(), text, size, in.lean)) return false;
   std::memcpy(text, source, size);
   return true;
 }
@@ -183,8 +183,7 @@ bool decode(Sequence<Element, Bound, S>, R& in, S& sequence) {
   DDS_UnsignedLong count;
   if (!read_count<Bound>(in, count)) return false;
   const auto length = static_cast<DDS_Long>(count);
-  if (sequence.maximum() < length && !sequence.set_maximum(Bound)) return false;
-  if (!sequence.set_length(length)) return false;
+  if (!reserve(Sequence<Element, Bound, S>(), sequence, length, in.lean) || !sequence.set_length(length)) return false;
   if constexpr (IsNumber<Element>::value)
     if (auto* values = sequence.get_contiguous_buffer()) return in.get_array(values, count);
   for (DDS_Long i = 0; i < length; ++i)
@@ -201,7 +200,10 @@ template <class R, class Content>
 bool decode_optional(Content, R& in, DDS_UnsignedLong id, typename Content::type*& member) {
   bool present;
   const bool good = read_optional(in, id, present, [&](R& body) {
-    if (!member) member = create(Content(), Allocation());
+    if (!member) {
+      if (in.lean) in.lean->grew = true;
+      member = in.lean ? create_lean(Content()) : create(Content(), Allocation());
+    }
     return member && decode(Content(), body, *member);
   });
   if (good && !present) finalize(Optional<Content>(), member, Deallocation());
@@ -211,9 +213,9 @@ bool decode_optional(Content, R& in, DDS_UnsignedLong id, typename Content::type
 template <class R, class T>
 bool decode(Structure<T>, R& in, T& sample) {
   if constexpr (Table<T>::is_mutable) {
-    reset(Structure<T>(), sample);
-    return read_parameters<T>(in,
-                              [&]<class M>(R& body) { return decode(typename M::Kind(), body, sample.*M::pointer); });
+    return clear(Structure<T>(), sample, in.lean) && read_parameters<T>(in, [&]<class M>(R& body) {
+             return decode(typename M::Kind(), body, sample.*M::pointer);
+           });
   } else {
     return for_each_member<T>([&]<class M>(DDS_UnsignedLong id) {
       if constexpr (M::optional) {
@@ -225,11 +227,10 @@ bool decode(Structure<T>, R& in, T& sample) {
   }
 }
 
-/// The branches that are not there are emptied.
+/// The branches that are not selected are emptied.
 template <class R, class T>
 bool decode(Union<T>, R& in, T& value) {
-  reset(Union<T>(), value);
-  return read_enumerator(in, value._d) && for_each_branch<T>([&]<class B>() {
+  return clear(Union<T>(), value, in.lean) && read_enumerator(in, value._d) && for_each_branch<T>([&]<class B>() {
            return !B::selected_by(value._d) || decode(typename B::Kind(), in, value._u.*B::pointer);
          });
 }

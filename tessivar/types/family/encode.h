@@ -1,6 +1,6 @@
 // Encoding: one walk over a sample, with a cursor that counts or one that writes, so that size and octets agree.
 //
-// Fails on what must not get onto the bus: a null or too long string, a sequence over its bound, an unknown enumerator.
+// Fails on what must not get onto the bus: a too long string, a sequence over its bound, an unknown enumerator.
 #pragma once
 
 #include "tessivar/types/family/cursor.h"
@@ -33,12 +33,19 @@ bool encode(Enumeration<T>, C& cursor, const T& value) {
   return cursor.put(static_cast<DDS_UnsignedLong>(value));
 }
 
+/// What a null string stands for. Kept out of line: it is rare, and a choice of two pointers would cost every string.
+[[gnu::cold, gnu::noinline]] inline const char* empty_string() {
+  return "";
+}
+
 template <class C, std::size_t Bound>
 bool encode(String<Bound>, C& cursor, char* const& text) {
-  if (!text) return false;
-  const std::size_t length = strnlen(text, Bound + 1);
+  const char* characters = text;
+  if (!characters) [[unlikely]]
+    characters = empty_string();
+  const std::size_t length = strnlen(characters, Bound + 1);
   if (length > Bound) return false;
-  return cursor.put(static_cast<DDS_UnsignedLong>(length + 1)) && cursor.put_array(text, length + 1);
+  return cursor.put(static_cast<DDS_UnsignedLong>(length + 1)) && cursor.put_array(characters, length + 1);
 }
 
 template <class C, class Element, DDS_Long Bound, class S>

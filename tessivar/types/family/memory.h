@@ -1,8 +1,10 @@
-// Initialising, finalising and copying samples.
+// Initialising, finalising, emptying, measuring and copying samples.
 #pragma once
 
+#include "tessivar/platform/string_room.h"
 #include "tessivar/types/family/kinds.h"
 
+#include <algorithm>
 #include <new>
 
 namespace tessivar::types {
@@ -165,11 +167,138 @@ void finalize_optional(Optional<Content>, typename Content::type*& member, const
   finalize(Optional<Content>(), member, params);
 }
 
-/// Empties a sample without allocating: numbers 0, strings empty, sequences of length 0, optional members gone.
+// --- storage ---------------------------------------------------------------------------------------------------------
+
+/// Strings and sequences are given room for what they hold, as in samples on loan. Where a null pointer stands for it,
+/// they are given room for their whole bound, as in samples of the application.
+struct LeanStorage {
+  bool grew = false;
+};
+
+constexpr Allocation lean_allocation = {DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE};
+
+/// A lean string grows in steps, those of common allocators, so that it does not grow for each character.
+constexpr std::size_t lean_room(std::size_t octets) {
+  constexpr std::size_t step = 16;
+  const std::size_t block = std::max(platform::string_header + octets, step);
+  return (block + step / 2 - 1) / step * step + step / 2 - platform::string_header;
+}
+
+/// Makes sure that `text` has room for `octets`, terminator included; its content is lost when it had not.
+template <std::size_t Bound>
+bool reserve(String<Bound>, char*& text, std::size_t octets, LeanStorage* lean) {
+  if (platform::string_room(text) >= octets) return true;
+  if (lean) lean->grew = true;
+  return platform::renew_string(&text, lean ? lean_room(octets) : String<Bound>::size);
+}
+
+/// Makes sure that `sequence` has room for `length` elements; its content is lost when it had not.
+template <class Element, DDS_Long Bound, class S>
+bool reserve(Sequence<Element, Bound, S>, S& sequence, DDS_Long length, LeanStorage* lean) {
+  if (sequence.maximum() >= length) return true;
+  if (!lean) return sequence.set_maximum(Bound);
+  lean->grew = true;
+  sequence.set_length(0);
+  if (sequence.maximum() == 0) sequence.element_allocation_params(lean_allocation);
+  return sequence.set_maximum(length);
+}
+
+/// A sample without storage of its own, to be filled leanly; null when memory is short.
+template <class Content>
+typename Content::type* create_lean(Content) {
+  return new (std::nothrow) typename Content::type();
+}
+
+/// Numbers 0, strings empty and not null, sequences of length 0, optional members gone. False when memory is short for
+/// a string that was null; the rest is emptied all the same.
 template <class Kind, class T>
-void reset(Kind, T& sample) {
-  finalize_optional(Kind(), sample, Deallocation());
-  initialize(Kind(), sample, Allocation{DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE});
+bool clear(Kind, T& value, LeanStorage*) {
+  value = T();
+  return true;
+}
+template <std::size_t Bound>
+bool clear(String<Bound>, char*& text, LeanStorage* lean) {
+  if (!reserve(String<Bound>(), text, 1, lean)) return false;
+  text[0] = '\0';
+  return true;
+}
+template <class Element, DDS_Long Bound, class S>
+bool clear(Sequence<Element, Bound, S>, S& sequence, LeanStorage*) {
+  return sequence.set_length(0);
+}
+template <Name N, class Content>
+bool clear(Typedef<N, Content>, typename Content::type& value, LeanStorage* lean) {
+  return clear(Content(), value, lean);
+}
+template <class Content>
+bool clear(Optional<Content>, typename Content::type*& member, LeanStorage*) {
+  finalize(Optional<Content>(), member, Deallocation());
+  return true;
+}
+template <class T>
+bool clear(Structure<T>, T& sample, LeanStorage* lean) {
+  bool good = true;
+  for_each_member<T>([&]<class M>(DDS_UnsignedLong) {
+    good &= clear(typename M::Kind(), sample.*M::pointer, lean);
+    return true;
+  });
+  return good;
+}
+template <class T>
+bool clear(Union<T>, T& value, LeanStorage* lean) {
+  bool good = clear(typename Table<T>::Discriminator(), value._d, lean);
+  for_each_branch<T>([&]<class B>() {
+    good &= clear(typename B::Kind(), value._u.*B::pointer, lean);
+    return true;
+  });
+  return good;
+}
+
+/// Octets that the allocator spends on a block, at most.
+constexpr std::size_t block_overhead = 16;
+
+/// Octets of memory that a value owns beside itself.
+template <class Kind, class T>
+std::size_t owned_octets(Kind, const T&) {
+  return 0;
+}
+template <std::size_t Bound>
+std::size_t owned_octets(String<Bound>, char* const& text) {
+  return text ? platform::string_room(text) + platform::string_header + block_overhead : 0;
+}
+template <class Element, DDS_Long Bound, class S>
+std::size_t owned_octets(Sequence<Element, Bound, S>, const S& sequence) {
+  const auto* elements = sequence.get_contiguous_buffer();
+  if (!elements || !sequence.has_ownership()) return 0;
+  std::size_t octets = block_overhead + sizeof *elements * static_cast<std::size_t>(sequence.maximum());
+  for (DDS_Long i = 0; i < sequence.maximum(); ++i) octets += owned_octets(Element(), elements[i]);
+  return octets;
+}
+template <Name N, class Content>
+std::size_t owned_octets(Typedef<N, Content>, const typename Content::type& value) {
+  return owned_octets(Content(), value);
+}
+template <class Content>
+std::size_t owned_octets(Optional<Content>, typename Content::type* const& member) {
+  return member ? block_overhead + sizeof *member + owned_octets(Content(), *member) : 0;
+}
+template <class T>
+std::size_t owned_octets(Structure<T>, const T& sample) {
+  std::size_t octets = 0;
+  for_each_member<T>([&]<class M>(DDS_UnsignedLong) {
+    octets += owned_octets(typename M::Kind(), sample.*M::pointer);
+    return true;
+  });
+  return octets;
+}
+template <class T>
+std::size_t owned_octets(Union<T>, const T& value) {
+  std::size_t octets = 0;
+  for_each_branch<T>([&]<class B>() {
+    octets += owned_octets(typename B::Kind(), value._u.*B::pointer);
+    return true;
+  });
+  return octets;
 }
 
 // --- copy ------------------------------------------------------------------------------------------------------------
@@ -179,9 +308,10 @@ bool copy(Kind, T& destination, const T& source) {
   destination = source;
   return true;
 }
+/// A null string is an empty one.
 template <std::size_t Bound>
 bool copy(String<Bound>, char*& destination, char* const& source) {
-  return DDS_String_copy_bounded(&destination, source, String<Bound>::size);
+  return DDS_String_copy_bounded(&destination, source ? source : "", String<Bound>::size);
 }
 template <class Element, DDS_Long Bound, class S>
 bool copy(Sequence<Element, Bound, S>, S& destination, const S& source) {

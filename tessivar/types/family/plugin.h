@@ -25,7 +25,8 @@ constexpr std::size_t max_padding = 3;
 /// Calls `walk` with a cursor at the stream's position, and moves the stream on when it succeeds.
 template <template <bool> class Cursor, class Walk>
 bool on_stream(RTICdrStream& stream, Walk&& walk) {
-  if (!stream.buffer) return false;
+  if (!stream.buffer || RTICdrStream_getRemainder(&stream) < 0 || stream.alignment_origin > stream.current_position)
+    return false;
   const auto run = [&](auto cursor) {
     if (cursor.position > cursor.limit || !walk(cursor)) return false;
     stream.current_position = stream.alignment_origin + cursor.position;
@@ -121,7 +122,10 @@ struct Plugin {
   static RTIBool deserialize_sample(Endpoint, T* sample, RTICdrStream* stream, RTIBool with_header, RTIBool with_sample,
                                     void*) {
     if (with_sample && !sample) return RTI_FALSE;
-    return read_stream(stream, with_header, with_sample, [&](auto& in) { return decode(Kind(), in, *sample); });
+    if (read_stream(stream, with_header, with_sample, [&](auto& in) { return decode(Kind(), in, *sample); }))
+      return RTI_TRUE;
+    if (with_sample) clear(Kind(), *sample, nullptr);
+    return RTI_FALSE;
   }
   static RTIBool deserialize(Endpoint endpoint, T** sample, RTIBool* drop_sample, RTICdrStream* stream,
                              RTIBool with_header, RTIBool with_sample, void* parameter) {
@@ -266,10 +270,32 @@ struct Plugin {
     HostCursor out = {buffer + encapsulation_size, 0, size - encapsulation_size};
     return encode(Kind(), out, *static_cast<const T*>(sample)) && out.position == out.limit;
   }
+  static bool decode_into(T& sample, const std::uint8_t* buffer, std::size_t size, LeanStorage* lean) {
+    if (read_buffer(buffer, size, [&](auto& in) {
+          in.lean = lean;
+          return decode(Kind(), in, sample) && in.remainder() <= max_padding;
+        }))
+      return true;
+    clear(Kind(), sample, lean);
+    return false;
+  }
   static bool decode_sample(void* sample, const std::uint8_t* buffer, std::size_t size) {
-    return sample && read_buffer(buffer, size, [&](auto& in) {
-             return decode(Kind(), in, *static_cast<T*>(sample)) && in.remainder() <= max_padding;
-           });
+    return sample && decode_into(*static_cast<T*>(sample), buffer, size, nullptr);
+  }
+  static bool decode_lean(void* sample, const std::uint8_t* buffer, std::size_t size, std::size_t* octets) {
+    LeanStorage lean;
+    const bool decoded = decode_into(*static_cast<T*>(sample), buffer, size, &lean);
+    if (lean.grew) *octets = octets_of(sample);
+    return decoded;
+  }
+  static bool clear_lean(void* sample, std::size_t* octets) {
+    LeanStorage lean;
+    const bool cleared = clear(Kind(), *static_cast<T*>(sample), &lean);
+    *octets = octets_of(sample);
+    return cleared;
+  }
+  static std::size_t octets_of(const void* sample) {
+    return block_overhead + sizeof(T) + owned_octets(Kind(), *static_cast<const T*>(sample));
   }
   static bool check(const std::uint8_t* buffer, std::size_t size, DDS_KeyHash_t* hash) {
     return hash && read_buffer(buffer, size,
@@ -341,6 +367,11 @@ struct PluginRecord {
 
   static void* create_sample() { return Support<Kind>::create_ex(RTI_TRUE); }
   static void destroy_sample(void* sample) { Support<Kind>::destroy_ex(static_cast<T*>(sample), RTI_TRUE); }
+  static void* create_lean(std::size_t* octets) {
+    T* sample = types::create_lean(Kind());
+    if (sample) *octets = P::octets_of(sample);
+    return sample;
+  }
   static void* create_key() { return Support<Kind>::create_key_ex(RTI_TRUE); }
 
   static PRESTypePluginParticipantData on_participant_attached(void*, const void*, int, void*, const void*) {
@@ -362,6 +393,7 @@ struct PluginRecord {
 
     record->create_sample = create_sample;
     record->destroy_sample = destroy_sample;
+    record->create_lean = create_lean;
     record->create_key = create_key;
     record->destroy_key = destroy_sample;
     record->copy_sample = [](Endpoint endpoint, void* destination, const void* source) {
@@ -410,6 +442,8 @@ struct PluginRecord {
     record->encoded_size = P::encoded_size;
     record->encode = P::encode_sample;
     record->decode = P::decode_sample;
+    record->decode_lean = P::decode_lean;
+    record->clear_lean = P::clear_lean;
     record->check = P::check;
     record->encode_key = P::encode_key;
     record->encoded_to_key = P::encoded_to_key;

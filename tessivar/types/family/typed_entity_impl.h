@@ -6,6 +6,8 @@
 #include "tessivar/types/family/plugin.h"
 #include "tessivar/types/typed_entity.h"
 
+#include <algorithm>
+
 namespace tessivar::types {
 
 inline DDS_ReturnCode_t refuse(const char* context, const char* text, DDS_ReturnCode_t result) {
@@ -361,20 +363,24 @@ DDS_ReturnCode_t TypedDataReader<T>::access(Seq& samples, DDS_SampleInfoSeq& inf
   buffer.contiguous = samples.get_contiguous_buffer();
   buffer.sample_size = static_cast<DDS_Long>(sizeof(T));
   const DDS_ReturnCode_t result = read_or_take_untypedI(buffer, infos, selection);
-  if (result == DDS_RETCODE_NO_DATA) samples.set_length(0);
+  if (result == DDS_RETCODE_NO_DATA) {
+    samples.set_length(0);
+    infos.set_length(0);
+  }
   if (result != DDS_RETCODE_OK) return result;
   if (!buffer.lent) return ok_or_error(samples.set_length(buffer.count));
-  if (samples.loan_discontiguous(reinterpret_cast<T**>(buffer.lent_samples), buffer.count, buffer.lent_maximum))
-    return DDS_RETCODE_OK;
-  return_loan_untypedI(buffer.lent_samples, buffer.lent_maximum, infos);
+  auto** const pointers = static_cast<T**>(buffer.lent_pointers);
+  std::transform(buffer.lent_samples, buffer.lent_samples + buffer.lent_maximum, pointers,
+                 [](void* sample) { return static_cast<T*>(sample); });
+  if (samples.loan_discontiguous(pointers, buffer.count, buffer.lent_maximum)) return DDS_RETCODE_OK;
+  return_loan_untypedI(pointers, buffer.lent_maximum, infos);
   return DDS_RETCODE_ERROR;
 }
 
 template <class T>
 DDS_ReturnCode_t TypedDataReader<T>::return_loan(Seq& samples, DDS_SampleInfoSeq& infos) {
   if (samples.has_ownership() && infos.has_ownership()) return DDS_RETCODE_OK;
-  auto** lent_samples = reinterpret_cast<void**>(samples.get_discontiguous_buffer());
-  const DDS_ReturnCode_t result = return_loan_untypedI(lent_samples, samples.maximum(), infos);
+  const DDS_ReturnCode_t result = return_loan_untypedI(samples.get_discontiguous_buffer(), samples.maximum(), infos);
   if (result != DDS_RETCODE_OK) return result;
   if (!samples.unloan()) return refuse("TDataReader::return_loan", "unloan sequence", DDS_RETCODE_ERROR);
   return DDS_RETCODE_OK;

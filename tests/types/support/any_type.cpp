@@ -39,7 +39,7 @@ AnyType any_type(const char* room) {
   };
   type.assign = [](void* sample, const json& value) { assign_json(Kind(), *static_cast<T*>(sample), value); };
   type.randomize = [](void* sample, Random& random) { randomize(Kind(), *static_cast<T*>(sample), random); };
-  type.reset = [](void* sample) { reset(Kind(), *static_cast<T*>(sample)); };
+  type.reset = [](void* sample) { clear(Kind(), *static_cast<T*>(sample), nullptr); };
   return type;
 }
 
