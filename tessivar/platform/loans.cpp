@@ -76,16 +76,17 @@ Loans::Sample Loans::idle_sample() {
   return one;
 }
 
-bool Loans::take_back(const void* lent) noexcept {
+void* const* Loans::take_back(const void* lent) noexcept {
   const std::lock_guard lock(mutex_);
   const auto loan = std::find_if(out_.begin(), out_.end(), [&](const std::unique_ptr<Loan>& one) {
     return one->samples.data() == lent || one->pointers.get() == lent;
   });
-  if (loan == out_.end()) return false;
+  if (loan == out_.end()) return nullptr;
   std::unique_ptr<Loan> returned = std::move(*loan);
   out_.erase(loan);
+  void* const* const samples = returned->samples.data();
   retire(std::move(returned));
-  return true;
+  return samples;
 }
 
 bool Loans::any_out() const {

@@ -36,8 +36,8 @@ class Loans {
 
   /// A loan of `count` samples, whose content is left over from before; null when memory is short.
   Loan* lend(std::size_t count) noexcept;
-  /// By its samples or its pointers; false when it is none of ours.
-  bool take_back(const void* lent) noexcept;
+  /// Names the loan by its samples or its pointers. Returns its samples, which name it, or null when it is none of ours.
+  void* const* take_back(const void* lent) noexcept;
   bool any_out() const;
 
  private:
