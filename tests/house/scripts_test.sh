@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# scripts_test.sh SCRIPTS: what the scripts say while a command takes long, and to a user without rights.
+set -euo pipefail
+
+scripts=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() {
+  printf 'scripts_test: %s\n' "$@"
+  exit 1
+}
+
+# Into a pipe: a line from time to time, the output only of a command that fails, and its exit code.
+mkfifo "$work/go"
+shown=$("$scripts/progress" sh -c "echo hidden; echo '[3/9] step'; cat '$work/go'" | {
+  read -r line
+  echo >"$work/go"
+  echo "$line"
+  cat
+})
+[[ $shown == *'  [3/9] step' && $shown != *hidden* ]] || fail "progress showed: $shown"
+code=0
+said=$("$scripts/progress" sh -c 'echo reason; exit 3' 2>&1) || code=$?
+[[ $code == 3 && $said == reason ]] || fail "progress of a failure: $code, $said"
+
+# Neither root nor sudo, and nothing is installed.
+mkdir "$work/bin"
+for tool in bash dirname; do ln -s "$(command -v "$tool")" "$work/bin"; done
+printf '#!/bin/sh\necho 1000\n' >"$work/bin/id"
+chmod +x "$work/bin/id"
+code=0
+said=$(PATH=$work/bin "$scripts/bootstrap" build 2>&1) || code=$?
+[[ $code == 1 && $said == *'apt-get install --yes --no-install-recommends g++ cmake '* ]] || fail "bootstrap: $code, $said"
