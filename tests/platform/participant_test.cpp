@@ -114,6 +114,30 @@ TEST(Participant, EnablingBringsAllThatWasMadeBeforeOnceItHasANumber) {
   EXPECT_EQ(participant->set_qos(loopback_qos()), DDS_RETCODE_IMMUTABLE_POLICY);
 }
 
+TEST(Participant, NamesTopicPeerAndPoliciesOfAnEndpointThatDoesNotMatchOnBothSidesOnce) {
+  LogLines log;
+  Side one(loopback_qos("the writing one")), other(loopback_qos("the reading one"));
+  DDS_DataReaderQos requested = reliable<DDS_DataReaderQos>();
+  requested.liveliness.lease_duration = {2, 0};
+  other.reader(requested);
+  one.writer(reliable<DDS_DataWriterQos>(false));
+  one.writer();  // only the lease does not match
+  std::vector<std::string> lines;
+  EXPECT_TRUE(eventually([&] {
+    for (const std::string& line : log.lines()) lines.push_back(line);
+    return lines.size() >= 3;
+  }));
+  const auto line = [](const char* side, const char* peer, const std::string& policy) {
+    return AllOf(HasSubstr(std::string(side) + ": topic \"" + own_topic() + "\""), HasSubstr(peer),
+                 HasSubstr("; " + policy));
+  };
+  const std::string durability = "durability: VOLATILE is offered, TRANSIENT_LOCAL is requested; ";
+  const std::string lease = "liveliness lease: infinite is offered, 2000 ms is requested";
+  EXPECT_THAT(lines, testing::UnorderedElementsAre(line("Reader", "a writer of participant", durability + lease),
+                                                   line("Reader", "the writing one", lease),
+                                                   line("Writer", "the reading one", "")));
+}
+
 TEST(Participant, TopicsHaveNamesOfTheirOwnAndTheTypeThatIsRegistered) {
   LogLines log;
   Side side;

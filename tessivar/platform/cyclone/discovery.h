@@ -9,9 +9,11 @@
 #include <array>
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 namespace tessivar::platform::cyclone {
 
@@ -43,6 +45,8 @@ class Discovery {
 
   /// From now on nothing of it gets through. Inside a callback that shows it, nothing ever did.
   void ignore(const Guid& remote);
+  /// Runs `task` on the worker, unless stop() comes first.
+  void on_worker(std::function<void()> task) { worker_.post(std::move(task)); }
   /// Forgets the participant, on the worker, so that its next announcement brings it back with everything it has.
   void rediscover(const Guid& remote);
 

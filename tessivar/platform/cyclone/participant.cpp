@@ -76,6 +76,7 @@ DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, Engin
     error = "participant in domain " + std::to_string(config.domain_id) + ": " + describe(entity_) + log.text();
     return to_return_code(entity_);
   }
+  mismatches_ = std::make_unique<Mismatches>(*discovery_, entity_);
   discovery_->show_known(entity_);
   return DDS_RETCODE_OK;
 }

@@ -5,6 +5,7 @@
 #include "tessivar/platform/cyclone/batching.h"
 #include "tessivar/platform/cyclone/discovery.h"
 #include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/cyclone/mismatches.h"
 
 #include <memory>
 #include <string>
@@ -31,6 +32,7 @@ class Participant final : public EngineParticipant {
   dds_entity_t entity() const { return entity_; }
   ddsi_domaingv* internals() const { return gv_; }  // null with an engine of another version
   Discovery& discovery() { return *discovery_; }
+  Mismatches& mismatches() { return *mismatches_; }
   BatchingSetting& batching() { return *batching_; }
 
  private:
@@ -42,6 +44,7 @@ class Participant final : public EngineParticipant {
   dds_entity_t entity_ = 0;
   ddsi_domaingv* gv_ = nullptr;
   std::unique_ptr<Discovery> discovery_;
+  std::unique_ptr<Mismatches> mismatches_;
   std::unique_ptr<BatchingSetting> batching_;
 };
 

@@ -293,9 +293,12 @@ void Reader::on_requested_deadline_missed(dds_entity_t reader, dds_requested_dea
                                                                   key ? to_handle(key->key_hash) : DDS_HANDLE_NIL});
 }
 
-void Reader::on_requested_incompatible_qos(dds_entity_t, dds_requested_incompatible_qos_status_t status, void* self) {
-  const ReaderCallback scope(static_cast<Reader*>(self)->topic_);
-  static_cast<Reader*>(self)->events_->requested_incompatible_qos(to_status(status));
+void Reader::on_requested_incompatible_qos(dds_entity_t reader, dds_requested_incompatible_qos_status_t status,
+                                           void* self) {
+  auto& me = *static_cast<Reader*>(self);
+  const ReaderCallback scope(me.topic_);
+  me.participant_.mismatches().report(reader, true);
+  me.events_->requested_incompatible_qos(to_status(status));
 }
 
 void Reader::on_sample_lost(dds_entity_t, dds_sample_lost_status_t status, void* self) {

@@ -29,6 +29,7 @@ Writer::Writer(const EngineWriterConfig& config, EngineWriterEvents* events)
       reliable_(config.qos.reliability.kind == DDS_RELIABLE_RELIABILITY_QOS) {}
 
 DDS_ReturnCode_t Writer::start(Participant& participant, const EngineWriterConfig& config, std::string& error) {
+  mismatches_ = &participant.mismatches();
   if (!topic_.create(participant.entity(), config.topic, plugin_, error)) return DDS_RETCODE_ERROR;
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
@@ -143,8 +144,11 @@ void Writer::on_offered_deadline_missed(dds_entity_t, dds_offered_deadline_misse
       {static_cast<DDS_Long>(status.total_count), status.total_count_change, DDS_HANDLE_NIL});
 }
 
-void Writer::on_offered_incompatible_qos(dds_entity_t, dds_offered_incompatible_qos_status_t status, void* self) {
-  static_cast<Writer*>(self)->events_->offered_incompatible_qos(to_status(status));
+void Writer::on_offered_incompatible_qos(dds_entity_t writer, dds_offered_incompatible_qos_status_t status,
+                                         void* self) {
+  auto& me = *static_cast<Writer*>(self);
+  me.mismatches_->report(writer, false);
+  me.events_->offered_incompatible_qos(to_status(status));
 }
 
 }  // namespace tessivar::platform::cyclone

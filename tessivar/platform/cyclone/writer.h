@@ -30,6 +30,7 @@ class Writer final : public EngineWriter {
   static void on_offered_deadline_missed(dds_entity_t, dds_offered_deadline_missed_status_t, void* self);
   static void on_offered_incompatible_qos(dds_entity_t, dds_offered_incompatible_qos_status_t, void* self);
 
+  Mismatches* mismatches_ = nullptr;
   EngineWriterEvents* const events_;
   const PRESTypePlugin& plugin_;
   const bool matches_itself_;  // readers of its participant

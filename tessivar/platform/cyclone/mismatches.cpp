@@ -1,0 +1,177 @@
+#include "tessivar/platform/cyclone/mismatches.h"
+
+#include "tessivar/platform/cyclone/qos.h"
+#include "tessivar/platform/log.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <memory>
+#include <vector>
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+constexpr std::size_t most_reported = 4096;
+
+std::string milliseconds(dds_duration_t duration) {
+  return duration == api::infinity ? "infinite" : std::to_string(duration / 1'000'000) + " ms";
+}
+
+/// "NAME: OFFERED is offered, REQUESTED is requested".
+std::string conflict(const char* name, const std::string& offered, const std::string& requested) {
+  return std::string(name) + ": " + offered + " is offered, " + requested + " is requested";
+}
+
+std::string durability(const dds_qos_t* offered, const dds_qos_t* requested) {
+  static constexpr const char* names[] = {"VOLATILE", "TRANSIENT_LOCAL", "TRANSIENT", "PERSISTENT"};
+  dds_durability_kind_t one = DDS_DURABILITY_VOLATILE, other = DDS_DURABILITY_VOLATILE;
+  dds_qget_durability(offered, &one);
+  dds_qget_durability(requested, &other);
+  return one < other ? conflict("durability", names[one], names[other]) : "";
+}
+
+std::string reliability(const dds_qos_t* offered, const dds_qos_t* requested) {
+  static constexpr const char* names[] = {"BEST_EFFORT", "RELIABLE"};
+  dds_reliability_kind_t one = DDS_RELIABILITY_BEST_EFFORT, other = DDS_RELIABILITY_BEST_EFFORT;
+  dds_duration_t blocking = 0;
+  dds_qget_reliability(offered, &one, &blocking);
+  dds_qget_reliability(requested, &other, &blocking);
+  return one < other ? conflict("reliability", names[one], names[other]) : "";
+}
+
+std::string deadline(const dds_qos_t* offered, const dds_qos_t* requested) {
+  dds_duration_t one = api::infinity, other = api::infinity;
+  dds_qget_deadline(offered, &one);
+  dds_qget_deadline(requested, &other);
+  return one > other ? conflict("deadline", milliseconds(one), milliseconds(other)) : "";
+}
+
+std::string latency_budget(const dds_qos_t* offered, const dds_qos_t* requested) {
+  dds_duration_t one = 0, other = 0;
+  dds_qget_latency_budget(offered, &one);
+  dds_qget_latency_budget(requested, &other);
+  return one > other ? conflict("latency_budget", milliseconds(one), milliseconds(other)) : "";
+}
+
+std::string ownership(const dds_qos_t* offered, const dds_qos_t* requested) {
+  static constexpr const char* names[] = {"SHARED", "EXCLUSIVE"};
+  dds_ownership_kind_t one = DDS_OWNERSHIP_SHARED, other = DDS_OWNERSHIP_SHARED;
+  dds_qget_ownership(offered, &one);
+  dds_qget_ownership(requested, &other);
+  return one != other ? conflict("ownership", names[one], names[other]) : "";
+}
+
+std::string liveliness(const dds_qos_t* offered, const dds_qos_t* requested) {
+  static constexpr const char* names[] = {"AUTOMATIC", "MANUAL_BY_PARTICIPANT", "MANUAL_BY_TOPIC"};
+  dds_liveliness_kind_t one = DDS_LIVELINESS_AUTOMATIC, other = DDS_LIVELINESS_AUTOMATIC;
+  dds_duration_t its = api::infinity, wanted = api::infinity;
+  dds_qget_liveliness(offered, &one, &its);
+  dds_qget_liveliness(requested, &other, &wanted);
+  if (one < other) return conflict("liveliness", names[one], names[other]);
+  return its > wanted ? conflict("liveliness lease", milliseconds(its), milliseconds(wanted)) : "";
+}
+
+std::string destination_order(const dds_qos_t* offered, const dds_qos_t* requested) {
+  static constexpr const char* names[] = {"BY_RECEPTION_TIMESTAMP", "BY_SOURCE_TIMESTAMP"};
+  dds_destination_order_kind_t one = DDS_DESTINATIONORDER_BY_RECEPTION_TIMESTAMP, other = one;
+  dds_qget_destination_order(offered, &one);
+  dds_qget_destination_order(requested, &other);
+  return one < other ? conflict("destination_order", names[one], names[other]) : "";
+}
+
+/// Returns what keeps a writer and a reader apart; empty if nothing does.
+std::string conflicts(const dds_qos_t* offered, const dds_qos_t* requested) {
+  std::string result;
+  for (const auto policy :
+       {reliability, durability, deadline, latency_budget, ownership, liveliness, destination_order}) {
+    const std::string one = policy(offered, requested);
+    if (!one.empty()) result.append(result.empty() ? "" : "; ").append(one);
+  }
+  return result;
+}
+
+/// Calls `visit` with each sample of a built-in topic.
+template <class Sample, class Visit>
+void for_each(dds_entity_t participant, dds_entity_t topic, Visit&& visit) {
+  const dds_entity_t reader = dds_create_reader(participant, topic, nullptr, nullptr);
+  if (reader < 0) return;
+  constexpr std::size_t chunk = 64;
+  void* samples[chunk] = {};
+  dds_sample_info_t infos[chunk];
+  for (;;) {
+    const dds_return_t count = dds_take(reader, samples, infos, chunk, chunk);
+    for (dds_return_t i = 0; i < count; ++i)
+      if (infos[i].valid_data) visit(*static_cast<const Sample*>(samples[i]));
+    if (count <= 0) break;
+    dds_return_loan(reader, samples, count);
+    std::fill(std::begin(samples), std::end(samples), nullptr);
+  }
+  dds_delete(reader);
+}
+
+Guid to_guid(const dds_guid_t& from) {
+  Guid guid;
+  std::copy(std::begin(from.v), std::end(from.v), guid.begin());
+  return guid;
+}
+
+}  // namespace
+
+void Mismatches::report(dds_entity_t endpoint, bool is_reader) noexcept {
+  try {
+    discovery_.on_worker([this, endpoint, is_reader] { look(endpoint, is_reader); });
+  } catch (...) {
+    // No memory: the mismatch stays without its line.
+  }
+}
+
+void Mismatches::look(dds_entity_t endpoint, bool is_reader) {
+  char name[256];
+  if (!is_logged(LogLevel::warning) || dds_get_name(dds_get_topic(endpoint), name, sizeof name) < 0) return;
+  const std::string topic(name);
+  const std::unique_ptr<dds_qos_t, void (*)(dds_qos_t*)> own(dds_create_qos(), dds_delete_qos);
+  if (dds_get_qos(endpoint, own.get()) < 0) return;  // deleted meanwhile
+  if (reported_.size() > most_reported) reported_.clear();
+  std::vector<std::string> lines;  // logged when the built-in reader is gone
+  for_each<dds_builtintopic_endpoint_t>(
+      participant_, is_reader ? DDS_BUILTIN_TOPIC_DCPSPUBLICATION : DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION,
+      [&](const dds_builtintopic_endpoint_t& remote) {
+        if (topic != remote.topic_name) return;
+        const std::string why = is_reader ? conflicts(remote.qos, own.get()) : conflicts(own.get(), remote.qos);
+        if (why.empty() || !reported_.emplace(topic, to_guid(remote.key)).second) return;
+        lines.push_back("topic \"" + topic + "\": a " + (is_reader ? "writer" : "reader") + " of " + peer_of(remote) +
+                        " does not match; " + why);
+      });
+  for (const std::string& line : lines) log(LogLevel::warning, is_reader ? "DDSDataReader" : "DDSDataWriter", line);
+}
+
+std::string Mismatches::peer_of(const dds_builtintopic_endpoint_t& remote) const {
+  std::string name;
+  for_each<dds_builtintopic_participant_t>(
+      participant_, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, [&](const dds_builtintopic_participant_t& participant) {
+        if (to_guid(participant.key) != to_guid(remote.participant_key)) return;
+        const auto add = [&](const char* before, char* value) {
+          if (value && *value) name.append(name.empty() ? "" : " ").append(before).append(value);
+          dds_free(value);
+        };
+        char* value = nullptr;
+        dds_qget_entity_name(participant.qos, &value);
+        add("", value);
+        for (const auto& [property, before] :
+             {std::pair("__ProcessName", ""), {"__Pid", "process "}, {"__Hostname", "on "}}) {
+          value = nullptr;
+          dds_qget_prop(participant.qos, property, &value);
+          add(before, value);
+        }
+      });
+  std::string guid;
+  for (const std::uint8_t octet : to_guid(remote.participant_key)) {
+    char digits[3];
+    std::snprintf(digits, sizeof digits, "%02x", octet);
+    guid += digits;
+  }
+  return "participant " + guid + (name.empty() ? "" : " (" + name + ")");
+}
+
+}  // namespace tessivar::platform::cyclone
