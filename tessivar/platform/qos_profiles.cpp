@@ -1,5 +1,6 @@
 #include "tessivar/platform/qos_profiles.h"
 
+#include "tessivar/platform/log.h"
 #include "tessivar/platform/qos_profiles_embedded.h"
 #include "tessivar/platform/qos_profiles_xml.h"
 
@@ -13,6 +14,8 @@
 #include <functional>
 #include <iterator>
 #include <map>
+#include <mutex>
+#include <set>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -71,6 +74,14 @@ bool check_named(const QosProfilesXml& xml, pugi::xml_node node, std::string_vie
   return true;
 }
 
+/// Profiles are read again and again; each line is logged once.
+bool is_first(const std::string& line) {
+  static std::mutex& mutex = *new std::mutex;
+  static std::set<std::string>& logged = *new std::set<std::string>;
+  const std::lock_guard lock(mutex);
+  return logged.insert(line).second;
+}
+
 }  // namespace
 
 struct QosProfiles::Impl {
@@ -80,6 +91,7 @@ struct QosProfiles::Impl {
 
   bool add(std::string name, std::string text, std::string& error);
   bool add_file(const std::string& path, std::string& error);
+  void warn_of_unused() const;
   const Profile* find(std::string_view library, std::string_view profile, std::string& error) const;
   bool find_bases(const Profile& profile, std::vector<const Profile*>& chain, std::string& error) const;
   template <class Qos>
@@ -131,6 +143,38 @@ bool QosProfiles::Impl::add_file(const std::string& path, std::string& error) {
     return false;
   }
   return add(path, std::move(text), error);
+}
+
+/// An embedded profile that is misspelled in a file of the user's overrides nothing. Profiles of participants alone are
+/// not meant: applications ask for those by name.
+void QosProfiles::Impl::warn_of_unused() const {
+  const QosProfilesXml* const embedded = sources.front().get();
+  for (const auto& [key, profile] : profiles) {
+    const bool serves_topics = profile.node.child(section<DDS_TopicQos>) ||
+                               profile.node.child(section<DDS_DataWriterQos>) ||
+                               profile.node.child(section<DDS_DataReaderQos>);
+    if (profile.is_default || !serves_topics) continue;
+    std::string names;
+    bool asked_for = false;
+    for (const auto& [other_key, other] : profiles) {
+      const std::string_view base = other.node.attribute("base_name").value();
+      asked_for = asked_for || base == key || (other.library == profile.library && base == profile.name);
+    }
+    for (const pugi::xml_node library : embedded->root()) {
+      const bool same = library.attribute("name").value() == profile.library;
+      for (const pugi::xml_node node : library) {
+        const std::string name = node.attribute("name").value();
+        asked_for = asked_for || (same && name == profile.name);
+        if (same || name == profile.name)
+          names.append(names.empty() ? "" : ", ").append(full_name(library.attribute("name").value(), name));
+      }
+    }
+    if (asked_for || names.empty()) continue;
+    std::string text;
+    profile.xml->fail(profile.node, "nothing in the library asks for profile \"" + key + "\"; it asks for " + names,
+                      text);
+    if (is_first(text)) log(LogLevel::warning, "QosProfiles", text);
+  }
 }
 
 const Profile* QosProfiles::Impl::find(std::string_view library, std::string_view profile, std::string& error) const {
@@ -253,6 +297,7 @@ bool QosProfiles::load(const DDS_ProfileQosPolicy& policy, std::string& error) t
     const char* text = policy.string_profile[i];
     if (text) note(fresh->add("string_profile[" + std::to_string(i) + "]", text, failure), failure);
   }
+  fresh->warn_of_unused();
   impl_ = std::move(fresh);
   return all;
 } catch (const std::exception& exception) {

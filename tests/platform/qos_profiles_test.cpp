@@ -172,6 +172,22 @@ TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
   EXPECT_EQ(error, "unknown QoS profile \"l::x\"");
 }
 
+TEST_F(QosProfilesTest, AMisspelledProfileThatOverridesNothingIsSaidOnce) {
+  LogLines log;
+  const std::string topic = "<topic_qos/></qos_profile>";
+  policy.string_profile = strings({"<dds><qos_library name='tessivar_Library'><qos_profile name='tessivar_UnitsQos'>" +
+                                   topic + "<qos_profile name='State'>" + topic + "<qos_profile name='base'>" + topic +
+                                   "<qos_profile name='tessivar_UnitQos' base_name='base'/></qos_library>\n"
+                                   "<qos_library name='requestRepLib'><qos_profile name='replyNodeQos'>" +
+                                   topic + "</qos_library></dds>"});
+  for (int twice = 0; twice < 2; ++twice) ASSERT_TRUE(load()) << error;
+  EXPECT_THAT(log.lines(), testing::ElementsAre(
+                               AllOf(HasSubstr("string_profile[0]:2: "), HasSubstr("\"requestRepLib::replyNodeQos\""),
+                                     HasSubstr("asks for requestReplyLib::replyNodeQos")),
+                               AllOf(HasSubstr("\"tessivar_Library::tessivar_UnitsQos\""),
+                                     HasSubstr("tessivar_Library::tessivar_UnitQos"))));
+}
+
 TEST_F(QosProfilesTest, ASourceThatCannotBeUsedIsLeftOutAndTold) {
   write("good.xml", with_depth(6));
   policy.url_profile = strings({"good.xml", "bad.xml"});
