@@ -1,6 +1,7 @@
 // Samples that name a unit.
 #pragma once
 
+#include "tessivar/framework/address/address_check.h"
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/framework/log/logger.h"
 
@@ -16,6 +17,7 @@ inline bool setAddress(const char* signature, const AddressEx& address, char* un
     logError() << signature << "Address string too long";
     return false;
   }
+  checkAddress(signature, address);
   std::strcpy(unitId, address.guid());
   return true;
 }

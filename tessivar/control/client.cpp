@@ -5,6 +5,7 @@
 #include "tessivar/control/reader_query.h"
 #include "tessivar/control/reported_units.h"
 #include "tessivar/control/services.h"
+#include "tessivar/control/unit_announcers.h"
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/pointers/listener_list.h"
@@ -164,19 +165,25 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
   UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
       : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false}), owner_(owner) {}
 
-  void processSample(const Tessivar::Unit& unit) override {
+  void processSample(const Tessivar::Unit& unit, const DDS_SampleInfo& info) override {
+    constexpr const char* signature =
+        "void __cdecl TessivarDDS::UnitsRunner::processSample(const class Tessivar::Unit &)";
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(unit);
     if (DDS_InstanceHandle_is_nil(&handle)) {
-      logError() << "void __cdecl TessivarDDS::UnitsRunner::processSample(const class Tessivar::Unit &)"
-                 << "Instance handle should not be nil!";
+      logError() << signature << "Instance handle should not be nil!";
       return;
     }
     owner_.units.announced(handle);
+    if (const auto devices = announcers_.announced(info.instance_handle, info.publication_handle)) {
+      logWarning() << signature << " Unit " << unit.unitId << " is announced by more than one device: writers "
+                   << *devices << ". A device that was killed and started again shows like this once.";
+    }
     owner_.notifyUnitAdded(&unit);
   }
 
   void processInvalidSample(const DDS_SampleInfo& info) override {
     owner_.noteEnd(info);
+    announcers_.gone(info.instance_handle);
     const DDSPtr key(Tessivar::UnitTypeSupport::create_data());
     if (!key || typedReader()->get_key_value(*key, info.instance_handle) != DDS_RETCODE_OK) return;
     owner_.notifyUnitRemoved(AddressEx(key->unitId));
@@ -184,6 +191,7 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
 
  private:
   Private& owner_;
+  UnitAnnouncers announcers_;
 };
 
 class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::CommandMetadata> {
@@ -479,7 +487,7 @@ bool TessivarClient::setCommand(DDSPtr<Tessivar::Command>& command, int timeoutM
   } else if (reply->result == Tessivar::FAILED) {
     failure = RequestFailure::Denied;
     logWarning() << signature << "Failed to set command value.";
-    if (reply->ex) logInfo() << signature << reply->ex->message;
+    if (reply->ex) logWarning() << signature << reply->ex->message;
   }
   return failure == RequestFailure::None;
 }

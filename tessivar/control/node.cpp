@@ -1,7 +1,9 @@
 #include "tessivar/control/node.h"
 
+#include "tessivar/control/announced_units.h"
 #include "tessivar/control/message_helper.h"
 #include "tessivar/control/services.h"
+#include "tessivar/framework/address/address_check.h"
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/nodes/address_texts.h"
@@ -65,6 +67,7 @@ class TessivarNode::Private
   ListenerList<TessivarNodeListener> listeners{"TessivarDDS::TessivarNodeListener"};
   TessivarServices services;
   WaitSetThread waitSetThread{"TessivarNode"};
+  AnnouncedUnits announced;
   bool created = false;
 };
 
@@ -176,17 +179,21 @@ bool TessivarNode::detachListener(TessivarNodeListener* listener) {
 }
 
 bool TessivarNode::addUnit(const DDSPtr<Tessivar::Unit>& unit) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::addUnit(const class TessivarDDS::DDSPtr<class Tessivar::Unit> &)";
   if (!unit) {
-    logError() << "bool __cdecl TessivarDDS::TessivarNode::addUnit("
-                  "const class TessivarDDS::DDSPtr<class Tessivar::Unit> &)"
-               << "Invalid argument.";
+    logError() << signature << "Invalid argument.";
     return false;
   }
-  return private_->services.verifyUnitNode() && private_->services.unitNode()->writeSample(unit);
+  checkAddress(signature, AddressEx(unit->unitId));
+  if (!private_->services.verifyUnitNode() || !private_->services.unitNode()->writeSample(unit)) return false;
+  private_->announced.add(unit->unitId);
+  return true;
 }
 
 bool TessivarNode::removeUnit(const AddressEx& address) {
   if (!private_->services.verifyUnitNode()) return false;
+  private_->announced.remove(address.guid());
   return dispose("bool __cdecl TessivarDDS::TessivarNode::removeUnit(const class TessivarDDS::AddressEx &)",
                  private_->services.unitNode()->dataWriter(), DDSPtr(TessivarMessageHelper::createUnit(address, "")),
                  "Unit not found.");
@@ -203,14 +210,19 @@ bool TessivarNode::publishCommand(const DDSPtr<Tessivar::Command>& command) {
 }
 
 bool TessivarNode::publishCommand(Tessivar::Command* command, bool deleteAfterWrite) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::publishCommand(class Tessivar::Command *,bool)";
   if (!command) {
-    logError() << "bool __cdecl TessivarDDS::TessivarNode::publishCommand(class Tessivar::Command *,bool)"
-               << "Invalid argument.";
+    logError() << signature << "Invalid argument.";
     return false;
   }
   if (!private_->services.verifyCommandNode()) {
     if (deleteAfterWrite) Tessivar::CommandTypeSupport::delete_data(command);
     return false;
+  }
+  if (private_->announced.isMissing(command->unitId)) {
+    logWarning() << signature << " Unit " << command->unitId
+                 << " has values, but it was not added: controllers do not see it before addUnit().";
   }
   return private_->services.commandService()->valueNode().writeSample(command, deleteAfterWrite);
 }

@@ -10,6 +10,12 @@ namespace TessivarDDS {
 
 using namespace Tessivar_Routing;
 
+namespace {
+
+constexpr const char* not_subscribed = " No request is possible yet: call subscribe() first.";
+
+}  // namespace
+
 RoutingClient::RoutingClient()
     : book_(std::make_shared<ReportBook>("RoutingClient")), private_(std::make_unique<Private>(book_)) {}
 
@@ -76,7 +82,10 @@ DDSPtr<RoutingClient::Ticket> RoutingClient::beginSetRoute(DDSPtr<AssociationRou
       "class Tessivar_Routing::AssociationRouteChangeReply> > __cdecl TessivarDDS::RoutingClient::beginSetRoute("
       "class TessivarDDS::DDSPtr<class Tessivar_Routing::AssociationRoute> &)";
   RoutingRequestReplyService* const service = private_->services.routingService();
-  if (!service) return {};
+  if (!service) {
+    logError() << signature << not_subscribed;
+    return {};
+  }
   DDSPtr<AssociationRouteChangeRequest> request = service->createRequest(route.get());
   if (!request) {
     logError() << signature << "Invalid request type returned";
@@ -102,7 +111,10 @@ DDSPtr<RoutingClient::ProtectTicket> RoutingClient::beginProtect(DDSPtr<Destinat
       "class TessivarDDS::DDSPtr<class Tessivar_Routing::Destination> &,const class std::vector<bool> &)";
   constexpr std::size_t max_levels = 32;
   ProtectRequestReplyService* const service = private_->protectService;
-  if (!service) return {};
+  if (!service) {
+    logError() << signature << not_subscribed;
+    return {};
+  }
   if (levels.size() > max_levels) {
     logError() << signature << "More than " << max_levels << " levels: " << levels.size();
     return {};

@@ -67,6 +67,32 @@ TEST_F(Node, RefusesWhatComesTooEarlyTwiceOrIsNothing) {
   }
 }
 
+TEST_F(Node, MistakesThatTheBusDoesNotRefuseAreSaidOnce) {
+  start();
+  const char* const bad[] = {"nonsense", "1:2:3", "0001:02:0A:7", "0001:02:0a", ""};
+  for (int twice = 0; twice < 2; ++twice) {
+    for (const char* text : bad) DDSPtr(Helper::createUnit(text, "unit"));
+    EXPECT_TRUE(node_.publishCommand(command_));
+  }
+  EXPECT_TRUE(client_.registerInterest("garbage") && node_.setFilterAddresses({camera, "rubbish"}));
+  EXPECT_THAT(log_.lines(),
+              ElementsAre(EndsWith("\"nonsense\" is not the address of a unit, which is written as \"0001:02:0A\"."),
+                          EndsWith("compared as texts, and \"0001:02:03\" is another one."), HasSubstr("0A:7\" is not"),
+                          HasSubstr("\"0001:02:0a\" is not"),
+                          HasSubstr("(const class TessivarDDS::AddressEx &,const char *) \"\" is not"),
+                          HasSubstr("Unit 0001:02:0A has values, but it was not added"),
+                          HasSubstr("\"garbage\" is not"), HasSubstr("\"rubbish\" is not")));
+  LoopbackDomain other(control_domain);
+  TessivarNode second;
+  second.attachDomain(&other);
+  ASSERT_TRUE(second.create());
+  for (int twice = 0; twice < 2; ++twice) EXPECT_TRUE(node_.addUnit(unit_) && second.addUnit(unit_));
+  std::vector<std::string> lines;
+  EXPECT_TRUE(eventually([&] { return !(lines = log_.lines()).empty(); }));
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("Unit 0001:02:0A is announced by more than one device: writers ")));
+  second.cleanUp();
+}
+
 TEST_F(Node, FirstReplyWinsAndMoreMayFollow) {
   struct Heard : RequestReplyNodeClientListener {
     void ticketChanged(unsigned short) override { interim.signal(); }

@@ -1,0 +1,37 @@
+// Which units a device has announced.
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace TessivarDDS {
+
+/// Finds values that are published for a unit that was not added. Thread-safe; isMissing() allocates nothing for a unit
+/// that was added.
+class AnnouncedUnits {
+ public:
+  void add(const char* unit) {
+    const std::lock_guard lock(mutex_);
+    if (unit) units_.emplace(unit);
+  }
+  void remove(const char* unit) {
+    const std::lock_guard lock(mutex_);
+    units_.erase(unit);
+    reported_.erase(unit);
+  }
+  /// Returns true once for each unit that is not announced.
+  bool isMissing(const char* unit) {
+    const std::lock_guard lock(mutex_);
+    return unit && !units_.contains(std::string_view(unit)) && reported_.emplace(unit).second;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::set<std::string, std::less<>> units_;
+  std::set<std::string, std::less<>> reported_;
+};
+
+}  // namespace TessivarDDS

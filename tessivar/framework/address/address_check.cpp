@@ -1,0 +1,49 @@
+#include "tessivar/framework/address/address_check.h"
+
+#include "tessivar/framework/log/logger.h"
+
+#include <algorithm>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace TessivarDDS {
+namespace {
+
+constexpr std::string_view form = "0000:00:00";
+constexpr std::size_t most_remembered = 1024;
+
+bool isCanonical(std::string_view text) {
+  return text.size() == form.size() && std::equal(text.begin(), text.end(), form.begin(), [](char c, char place) {
+           return place == ':' ? c == ':' : (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F');
+         });
+}
+
+bool isFirst(const char* text) {
+  static std::mutex& mutex = *new std::mutex;  // never destroyed: static objects may call after main()
+  static std::set<std::string>& reported = *new std::set<std::string>;
+  const std::lock_guard lock(mutex);
+  if (reported.size() >= most_remembered) reported.clear();
+  return reported.emplace(text).second;
+}
+
+}  // namespace
+
+void checkAddress(const char* signature, const AddressEx& address) noexcept {
+  const char* const text = address.guid();
+  try {
+    if (isCanonical(text) || !isFirst(text)) return;
+    LogRecord record = logWarning();
+    record << signature << " \"" << text << "\" is not the address of a unit";
+    if (address.packed() != 0)
+      record << ": addresses are compared as texts, and \"" << AddressEx(address.packed()).guid()
+             << "\" is another one.";
+    else
+      record << ", which is written as \"0001:02:0A\".";
+  } catch (...) {
+    // No memory: the address stays without its warning.
+  }
+}
+
+}  // namespace TessivarDDS
