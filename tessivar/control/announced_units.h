@@ -10,12 +10,16 @@
 namespace TessivarDDS {
 
 /// Finds values that are published for a unit that was not added. Thread-safe; isMissing() allocates nothing for a unit
-/// that was added.
+/// that was added. Nothing throws.
 class AnnouncedUnits {
  public:
   void add(const char* unit) {
     const std::lock_guard lock(mutex_);
-    if (unit) units_.emplace(unit);
+    try {
+      if (unit) units_.emplace(unit);
+    } catch (...) {
+      // No memory: the unit is reported as missing.
+    }
   }
   void remove(const char* unit) {
     const std::lock_guard lock(mutex_);
@@ -25,7 +29,11 @@ class AnnouncedUnits {
   /// Returns true once for each unit that is not announced.
   bool isMissing(const char* unit) {
     const std::lock_guard lock(mutex_);
-    return unit && !units_.contains(std::string_view(unit)) && reported_.emplace(unit).second;
+    try {
+      return unit && !units_.contains(std::string_view(unit)) && reported_.emplace(unit).second;
+    } catch (...) {
+      return false;  // no memory, and so no room for a message
+    }
   }
 
  private:

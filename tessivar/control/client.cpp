@@ -175,8 +175,8 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
     }
     owner_.units.announced(handle);
     if (const auto devices = announcers_.announced(info.instance_handle, info.publication_handle)) {
-      logWarning() << signature << " Unit " << unit.unitId << " is announced by more than one device: writers "
-                   << *devices << ". A device that was killed and started again shows like this once.";
+      logWarning() << signature << " Unit " << unit.unitId << " is announced by more than one device: " << *devices
+                   << ". A device that was killed and started again shows like this once.";
     }
     owner_.notifyUnitAdded(&unit);
   }
@@ -191,7 +191,7 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
 
  private:
   Private& owner_;
-  UnitAnnouncers announcers_;
+  UnitAnnouncers announcers_{UnitAnnouncers::Of::anyUnit};
 };
 
 class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::CommandMetadata> {

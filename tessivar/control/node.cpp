@@ -3,6 +3,7 @@
 #include "tessivar/control/announced_units.h"
 #include "tessivar/control/message_helper.h"
 #include "tessivar/control/services.h"
+#include "tessivar/control/unit_announcers.h"
 #include "tessivar/framework/address/address_check.h"
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/log/logger.h"
@@ -31,6 +32,14 @@ bool dispose(const char* signature, Writer* writer, const DDSPtr<Sample>& key, c
     return false;
   }
   return true;
+}
+
+/// A reader of what other devices announce, with the QoS that controllers read it with.
+bool createUnitReader(DDSNode<Tessivar::Unit>& node) {
+  DDS_DataReaderQos qos;
+  return DDSDomainParticipantFactory::get_instance()->get_datareader_qos_from_profile(
+             qos, "tessivar_Library", "tessivar_UnitQos") == DDS_RETCODE_OK &&
+         node.createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos);
 }
 
 }  // namespace
@@ -68,6 +77,15 @@ class TessivarNode::Private
   TessivarServices services;
   WaitSetThread waitSetThread{"TessivarNode"};
   AnnouncedUnits announced;
+  UnitAnnouncers announcers{UnitAnnouncers::Of::ownUnits};
+
+  /// Notes that a device, DDS_HANDLE_NIL for this one, announces the unit.
+  void noteAnnouncer(const char* signature, const char* unit, const DDS_InstanceHandle_t& handle,
+                     const DDS_InstanceHandle_t& publication) {
+    if (const auto devices = announcers.announced(handle, publication)) {
+      logWarning() << signature << " Unit " << unit << " is announced by more than one device: " << *devices << ".";
+    }
+  }
   bool created = false;
 };
 
@@ -98,6 +116,23 @@ class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar:
           listener.interestRemoved(owner_.node, unit, key->range.min, key->range.max);
         });
   }
+
+ private:
+  Private& owner_;
+};
+
+/// Finds devices that announce the units of this one. It keeps no sample.
+class TessivarNode::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
+ public:
+  UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
+      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle}), owner_(owner) {}
+
+  void processSample(const Tessivar::Unit& unit, const DDS_SampleInfo& info) override {
+    if (info.instance_state != DDS_ALIVE_INSTANCE_STATE) return;
+    owner_.noteAnnouncer("void __cdecl TessivarDDS::UnitsRunner::processSample(const class Tessivar::Unit &)",
+                         unit.unitId, info.instance_handle, info.publication_handle);
+  }
+  void processInvalidSample(const DDS_SampleInfo& info) override { owner_.announcers.gone(info.instance_handle); }
 
  private:
   Private& owner_;
@@ -145,7 +180,9 @@ bool TessivarNode::createFor(const char* signature, const std::vector<std::strin
   }
   services.commandService()->setListener(private_.get());
   if (!thread.attachRunner(
-          std::make_unique<CommandInterestRunner>(services.interestsNode()->dataReader(), *private_))) {
+          std::make_unique<CommandInterestRunner>(services.interestsNode()->dataReader(), *private_)) ||
+      !createUnitReader(*services.unitNode()) ||
+      !thread.attachRunner(std::make_unique<UnitsRunner>(services.unitNode()->dataReader(), *private_))) {
     logError() << signature << "Failed to attach runner to thread";
     return false;
   }
@@ -188,15 +225,19 @@ bool TessivarNode::addUnit(const DDSPtr<Tessivar::Unit>& unit) {
   checkAddress(signature, AddressEx(unit->unitId));
   if (!private_->services.verifyUnitNode() || !private_->services.unitNode()->writeSample(unit)) return false;
   private_->announced.add(unit->unitId);
+  private_->noteAnnouncer(signature, unit->unitId, private_->services.unitNode()->dataWriter()->lookup_instance(*unit),
+                          DDS_HANDLE_NIL);
   return true;
 }
 
 bool TessivarNode::removeUnit(const AddressEx& address) {
   if (!private_->services.verifyUnitNode()) return false;
+  const DDSPtr unit(TessivarMessageHelper::createUnit(address, ""));
+  if (!unit) return false;
   private_->announced.remove(address.guid());
+  private_->announcers.withdrawn(private_->services.unitNode()->dataWriter()->lookup_instance(*unit));
   return dispose("bool __cdecl TessivarDDS::TessivarNode::removeUnit(const class TessivarDDS::AddressEx &)",
-                 private_->services.unitNode()->dataWriter(), DDSPtr(TessivarMessageHelper::createUnit(address, "")),
-                 "Unit not found.");
+                 private_->services.unitNode()->dataWriter(), unit, "Unit not found.");
 }
 
 bool TessivarNode::publishCommand(const DDSPtr<Tessivar::Command>& command) {

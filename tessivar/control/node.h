@@ -96,6 +96,7 @@ class TESSIVAR_API TessivarNode {
  private:
   class Private;
   class CommandInterestRunner;
+  class UnitsRunner;
   bool createFor(const char* signature, const std::vector<std::string>& filterAddresses);
   const std::shared_ptr<ReportBook> book_;
   std::unique_ptr<Private> private_;

@@ -6,40 +6,70 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace TessivarDDS {
 
-/// Finds units that more than one device announces. Belongs to one thread.
+/// Finds units that more than one device announces. A publication is the writer of a device's announcements;
+/// DDS_HANDLE_NIL is the device that this process is. Thread-safe; nothing throws.
 class UnitAnnouncers {
  public:
-  /// Notes that `publication` has announced `unit`. Returns the publications that announce it if this is a further one,
-  /// as one text.
-  std::optional<std::string> announced(const DDS_InstanceHandle_t& unit, const DDS_InstanceHandle_t& publication) {
+  enum class Of { anyUnit, ownUnits };
+  explicit UnitAnnouncers(Of of) : of_(of) {}
+
+  /// Notes that `publication` announces `unit`. Returns all that announce it, as one text, if this is a further one; of
+  /// ownUnits, only if this device is among them.
+  std::optional<std::string> announced(const DDS_InstanceHandle_t& unit,
+                                       const DDS_InstanceHandle_t& publication) noexcept try {
+    const std::lock_guard lock(mutex_);
     std::vector<Key>& known = publications_[keyOf(unit)];
     const Key key = keyOf(publication);
     if (std::find(known.begin(), known.end(), key) != known.end()) return std::nullopt;
     known.push_back(key);
     if (known.size() == 1) return std::nullopt;
+    if (of_ == Of::ownUnits && std::find(known.begin(), known.end(), this_device) == known.end()) return std::nullopt;
     std::string texts;
     for (const Key& one : known) texts.append(texts.empty() ? "" : " and ").append(textOf(one));
     return texts;
+  } catch (...) {
+    return std::nullopt;  // no memory, and so no room for a message
   }
-  void gone(const DDS_InstanceHandle_t& unit) { publications_.erase(keyOf(unit)); }
+  /// No other device announces it any more.
+  void gone(const DDS_InstanceHandle_t& unit) {
+    keep(unit, [](const Key& key) { return key == this_device; });
+  }
+  /// This device does not announce it any more.
+  void withdrawn(const DDS_InstanceHandle_t& unit) {
+    keep(unit, [](const Key& key) { return key != this_device; });
+  }
 
  private:
   typedef std::array<DDS_Octet, 16> Key;
+  static constexpr Key this_device = {};
 
   static Key keyOf(const DDS_InstanceHandle_t& handle) { return std::to_array(handle.keyHash.value); }
   static std::string textOf(const Key& key) {
+    if (key == this_device) return "this device";
     constexpr char digits[] = "0123456789abcdef";
-    std::string text;
+    std::string text("writer ");
     for (const DDS_Octet octet : key) text.append({digits[octet >> 4], digits[octet & 15]});
     return text;
   }
 
+  template <class Choice>
+  void keep(const DDS_InstanceHandle_t& unit, Choice chosen) {
+    const std::lock_guard lock(mutex_);
+    const auto found = publications_.find(keyOf(unit));
+    if (found == publications_.end()) return;
+    std::erase_if(found->second, [&](const Key& key) { return !chosen(key); });
+    if (found->second.empty()) publications_.erase(found);
+  }
+
+  const Of of_;
+  std::mutex mutex_;
   std::map<Key, std::vector<Key>> publications_;
 };
 
