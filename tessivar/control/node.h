@@ -61,11 +61,12 @@ class TESSIVAR_API TessivarNode {
   /// callback: then the listener stays attached and must stay alive.
   bool detachListener(TessivarNodeListener* listener);
 
-  /// Announces a unit, or what has changed of it.
+  /// Announces a unit, or what has changed of it. While another device announces the same unit, both log one warning.
   bool addUnit(const DDSPtr<Tessivar::Unit>& unit);
   /// False when this node did not announce it.
   bool removeUnit(const AddressEx& address);
 
+  /// Controllers see the values of announced units only: the first value of another one logs a warning.
   bool publishCommand(const DDSPtr<Tessivar::Command>& command);
   /// `deleteAfterWrite`: the sample is taken over and deleted in any case.
   bool publishCommand(Tessivar::Command* command, bool deleteAfterWrite);

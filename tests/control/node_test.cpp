@@ -86,14 +86,18 @@ TEST_F(Node, MistakesThatTheBusDoesNotRefuseAreSaidOnce) {
   TessivarNode second;
   second.attachDomain(&other);
   ASSERT_TRUE(second.create());
-  for (int twice = 0; twice < 2; ++twice) EXPECT_TRUE(node_.addUnit(unit_) && second.addUnit(unit_));
+  ControllerListener controller(events_);
+  client_.attachListener(&controller, false);
+  EXPECT_TRUE(node_.addUnit(unit_) && events_.happens("unit 0001:02:0A"));
+  for (int twice = 0; twice < 2; ++twice) EXPECT_TRUE(second.addUnit(unit_) && node_.addUnit(unit_));
   std::vector<std::string> lines;
   EXPECT_TRUE(eventually([&] {
-    for (const std::string& line : log_.lines()) lines.push_back(line.substr(line.find(") Unit ")));
+    for (const std::string& line : log_.lines()) lines.push_back(line);
     return lines.size() >= 3;
   }));
-  const std::string twice = ") Unit 0001:02:0A is announced by more than one device: ";
-  EXPECT_THAT(lines, UnorderedElementsAre(StartsWith(twice + "writer "), StartsWith(twice + "this device and writer "),
+  client_.detachListener(&controller);
+  const std::string twice = " Unit 0001:02:0A is announced by more than one device: ";
+  EXPECT_THAT(lines, UnorderedElementsAre(HasSubstr(twice + "writer "), HasSubstr(twice + "this device and writer "),
                                           HasSubstr("this device")));
   second.cleanUp();
 }

@@ -29,6 +29,16 @@ path=$work/with:$PATH
 configure once
 cmp "$work/before" "$work/once/compile_commands.json" || fail "ccache that appeared later changes the commands"
 
+# A file that includes the engine's header and ours does not compile, and says so first, in either order.
+engine='#include <dds/dds.h>' ours='#include "tessivar/types/command/command.h"'
+for order in "$engine"$'\n'"$ours" "$ours"$'\n'"$engine"; do
+  # shellcheck disable=SC2046  # flags are words
+  said=$("$CXX" -std=c++20 -fsyntax-only -I"$source" $(pkg-config --cflags CycloneDDS) -x c++ - <<<"$order" 2>&1) &&
+    fail "both headers in one file compile"
+  [ "$(grep -c ': error: ' <<<"$said")" = 1 ] || fail "not one error:" "$said"
+  grep -q 'a.file.includes.*not.both' <<<"$said" || fail "not the reason:" "$said"
+done
+
 # As a part of another project it leaves that project's build type and flags alone.
 mkdir "$work/parent"
 cat >"$work/parent/CMakeLists.txt" <<END

@@ -6,7 +6,9 @@
 
 #include "tessivar/platform/engine.h"
 
+#define dds_notify_readers dds_notify_readers_of_the_engine  // not used; export.h keeps others from including both
 #include <dds/dds.h>
+#undef dds_notify_readers
 #include <dds/ddsc/dds_internal_api.h>
 #include <dds/ddsi/ddsi_keyhash.h>
 #include <dds/ddsi/ddsi_serdata.h>
