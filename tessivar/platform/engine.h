@@ -231,6 +231,8 @@ class EngineParticipant {
   virtual DDS_InstanceHandle_t guid() const = 0;
   /// The participant's number on this host and domain, from which its ports follow.
   virtual int participant_index() const = 0;
+  /// The network interfaces in use, each as "name (address)".
+  virtual std::vector<std::string> interfaces() const = 0;
   virtual DDS_ReturnCode_t create_writer(const EngineWriterConfig&, EngineWriterEvents*, std::unique_ptr<EngineWriter>&,
                                          std::string& error) = 0;
   virtual DDS_ReturnCode_t create_reader(const EngineReaderConfig&, EngineReaderEvents*, std::unique_ptr<EngineReader>&,

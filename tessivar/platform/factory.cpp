@@ -135,16 +135,10 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::get_default_participant_qos(DDS_Do
       return DDS_RETCODE_OK;
     }
   }
-  std::string error;
-  const bool found = ProfileStore::instance().ask(error, [&](const QosProfiles& profiles, std::string& reason) {
-    return profiles.default_participant(qos, reason);
-  });
-  if (found) return DDS_RETCODE_OK;
-  if (!error.empty()) {
-    log(LogLevel::error, place("get_default_participant_qos"), error);
-    return DDS_RETCODE_ERROR;
-  }
-  qos = DDS_PARTICIPANT_QOS_DEFAULT;
+  const auto lookup = [&](const QosProfiles& profiles, std::string& error) {
+    return profiles.default_participant(qos, error);
+  };
+  if (!ProfileStore::instance().ask_default(lookup)) qos = DDS_PARTICIPANT_QOS_DEFAULT;
   return DDS_RETCODE_OK;
 }
 

@@ -114,14 +114,22 @@ class TESSIVAR_API DDSDomainParticipant : public DDSEntity {
   /// What its readers and writers have counted; may be kept for longer than the participant lives.
   std::shared_ptr<tessivar::platform::EndpointList> endpoints() const;
 
+  // The defaults for topics, writers and readers: what set_default_…_qos() said, else the default profile
+  // (is_default_qos), else the built-in values. A profile that has a mistake counts as absent, with one line in the
+  // log.
+
+  /// Without the sections of the default profile that have a topic_filter.
   DDS_ReturnCode_t get_default_topic_qos(DDS_TopicQos& qos) const;
   DDS_ReturnCode_t set_default_topic_qos(const DDS_TopicQos& qos);
-  /// The default for topics of that name: a profile's `topic_qos topic_filter="…"` first.
-  DDS_ReturnCode_t get_default_topic_qos_w_topic_name(DDS_TopicQos& qos, const char* topic_name) const;
   DDS_ReturnCode_t get_default_datawriter_qos(DDS_DataWriterQos& qos) const;
   DDS_ReturnCode_t set_default_datawriter_qos(const DDS_DataWriterQos& qos);
   DDS_ReturnCode_t get_default_datareader_qos(DDS_DataReaderQos& qos) const;
   DDS_ReturnCode_t set_default_datareader_qos(const DDS_DataReaderQos& qos);
+  /// For a topic of that name: the default profile first, with the sections whose topic_filter fits the name, then as
+  /// above. create_datawriter() and create_datareader() ask for their topic.
+  DDS_ReturnCode_t get_default_topic_qos_w_topic_name(DDS_TopicQos& qos, const char* topic_name) const;
+  DDS_ReturnCode_t get_default_datawriter_qos_w_topic_name(DDS_DataWriterQos& qos, const char* topic_name) const;
+  DDS_ReturnCode_t get_default_datareader_qos_w_topic_name(DDS_DataReaderQos& qos, const char* topic_name) const;
 
   /// Not owned; PRECONDITION_NOT_MET for a name in use, or for unregistering one that filtered topics use.
   DDS_ReturnCode_t register_contentfilter(const char* filter_name, const DDSContentFilter* filter);
@@ -132,6 +140,8 @@ class TESSIVAR_API DDSDomainParticipant : public DDSEntity {
   /// peer begins at once.
   DDS_ReturnCode_t add_peer(const char* peer);
   DDS_ReturnCode_t remove_peer(const char* peer);
+  /// The network interfaces in use, each as "name (address)". NOT_ENABLED before enable().
+  DDS_ReturnCode_t get_network_interfaces(DDS_StringSeq& interfaces) const;
   /// A remote participant: nothing of it gets through from now on. The participant's own handle: its readers and
   /// writers made from now on do not match each other.
   DDS_ReturnCode_t ignore_participant(const DDS_InstanceHandle_t& handle);
@@ -165,7 +175,8 @@ class TESSIVAR_API DDSDomainParticipantFactory {
   /// Reads the profile files it names when a profile is asked for next.
   DDS_ReturnCode_t set_qos(const DDS_DomainParticipantFactoryQos& qos);
 
-  /// Default-profile's (is_default_qos) participant QoS, or the built-in one.
+  /// What set_default_participant_qos() said, else the default profile's (is_default_qos), else the built-in one. A
+  /// profile file that has a mistake is left out, with one line in the log that names file, line and reason.
   DDS_ReturnCode_t get_default_participant_qos(DDS_DomainParticipantQos& qos) const;
   DDS_ReturnCode_t set_default_participant_qos(const DDS_DomainParticipantQos& qos);
 

@@ -1,8 +1,7 @@
-// What a participant contains: types, topics, filters, writers and readers, and the defaults of their QoS.
+// What a participant contains: types, topics, filters, writers and readers.
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant_config.h"
 #include "tessivar/platform/participant_impl.h"
-#include "tessivar/platform/profile_store.h"
 #include "tessivar/platform/reader_impl.h"
 #include "tessivar/platform/topic_impl.h"
 #include "tessivar/platform/writer_impl.h"
@@ -12,7 +11,6 @@
 
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
-using tessivar::platform::ProfileStore;
 using tessivar::platform::refuse;
 using tessivar::platform::refused_in_callback;
 
@@ -33,76 +31,6 @@ bool remove(std::vector<T*>& entities, const T* entity) {
 }
 
 }  // namespace
-
-// --- QoS -------------------------------------------------------------------------------------------------------------
-
-DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
-  if (!impl_->engine && !impl_->starting) {
-    impl_->qos = qos;
-    return DDS_RETCODE_OK;
-  }
-  // What the engine was told stays as it is; the rest of the policies have had their effect.
-  tessivar::platform::EngineParticipantConfig present;
-  tessivar::platform::EngineParticipantConfig wanted;
-  std::string error;
-  tessivar::platform::make_config(impl_->domain_id, impl_->qos, present, error);
-  const DDS_ReturnCode_t result = tessivar::platform::make_config(impl_->domain_id, qos, wanted, error);
-  if (result != DDS_RETCODE_OK) return refuse("set_qos", error, result);
-  if (present != wanted) {
-    return refuse("set_qos", "the participant is enabled: only entity_factory can change",
-                  DDS_RETCODE_IMMUTABLE_POLICY);
-  }
-  impl_->qos.entity_factory = qos.entity_factory;
-  return DDS_RETCODE_OK;
-}
-
-DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos(DDS_TopicQos& qos) const {
-  const std::lock_guard lock(impl_->mutex);
-  qos = impl_->default_topic_qos.value_or(DDS_TOPIC_QOS_DEFAULT);
-  return DDS_RETCODE_OK;
-}
-
-DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos(const DDS_TopicQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
-  impl_->default_topic_qos = qos;
-  return DDS_RETCODE_OK;
-}
-
-DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos_w_topic_name(DDS_TopicQos& qos,
-                                                                          const char* topic_name) const {
-  if (!topic_name) return refuse("get_default_topic_qos_w_topic_name", "null topic name");
-  std::string error;
-  const bool found = ProfileStore::instance().ask(
-      error, [&](const auto& profiles, std::string& reason) { return profiles.topic_for(topic_name, qos, reason); });
-  if (found) return DDS_RETCODE_OK;
-  if (!error.empty()) return refuse("get_default_topic_qos_w_topic_name", error, DDS_RETCODE_ERROR);
-  return get_default_topic_qos(qos);
-}
-
-DDS_ReturnCode_t DDSDomainParticipant::get_default_datawriter_qos(DDS_DataWriterQos& qos) const {
-  const std::lock_guard lock(impl_->mutex);
-  qos = impl_->default_writer_qos;
-  return DDS_RETCODE_OK;
-}
-
-DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos(const DDS_DataWriterQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
-  impl_->default_writer_qos = qos;
-  return DDS_RETCODE_OK;
-}
-
-DDS_ReturnCode_t DDSDomainParticipant::get_default_datareader_qos(DDS_DataReaderQos& qos) const {
-  const std::lock_guard lock(impl_->mutex);
-  qos = impl_->default_reader_qos;
-  return DDS_RETCODE_OK;
-}
-
-DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos(const DDS_DataReaderQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
-  impl_->default_reader_qos = qos;
-  return DDS_RETCODE_OK;
-}
 
 // --- types -----------------------------------------------------------------------------------------------------------
 
@@ -147,7 +75,7 @@ DDSTopic* DDSDomainParticipant::create_topic(const char* topic_name, const char*
   if (!topic_name || !*topic_name) return refuse_creation(operation, "the topic's name is missing");
   if (!type_name) return refuse_creation(operation, "topic " + quoted(topic_name) + ": the type's name is missing");
   DDS_TopicQos own = qos;
-  if (&qos == &DDS_TOPIC_QOS_DEFAULT && get_default_topic_qos(own) != DDS_RETCODE_OK) return nullptr;
+  if (&qos == &DDS_TOPIC_QOS_DEFAULT) get_default_topic_qos_w_topic_name(own, topic_name);
 
   const std::lock_guard lock(impl_->mutex);
   if (impl_->find_topic(topic_name) || impl_->find_filtered_topic(topic_name)) {
@@ -291,7 +219,7 @@ DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DD
   if (!topic) return refuse_creation(operation, "null topic");
   DDS_DataWriterQos own;
   if (&qos == &DDS_DATAWRITER_QOS_DEFAULT || &qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) {
-    get_default_datawriter_qos(own);
+    get_default_datawriter_qos_w_topic_name(own, topic->get_name());
     if (&qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) DDS_DataWriterQos_copy_from_topic_qos(own, topic->impl().qos);
   } else {
     own = qos;
@@ -345,7 +273,7 @@ DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* desc
   if (!topic) return refuse_creation(operation, "neither a topic nor a filtered topic");
   DDS_DataReaderQos own;
   if (&qos == &DDS_DATAREADER_QOS_DEFAULT || &qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) {
-    get_default_datareader_qos(own);
+    get_default_datareader_qos_w_topic_name(own, topic->get_name());
     if (&qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) DDS_DataReaderQos_copy_from_topic_qos(own, topic->impl().qos);
   } else {
     own = qos;
@@ -478,6 +406,19 @@ DDS_ReturnCode_t DDSDomainParticipant::remove_peer(const char* peer) {
     return peers.length(kept) ? DDS_RETCODE_OK : DDS_RETCODE_ERROR;
   };
   return change_peer(*impl_, "remove_peer", peer, erase, &EngineParticipant::remove_peer);
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::get_network_interfaces(DDS_StringSeq& interfaces) const {
+  const EngineParticipant* engine = impl_->engine;
+  if (!engine) return DDS_RETCODE_NOT_ENABLED;
+  const std::vector<std::string> names = engine->interfaces();
+  const auto count = static_cast<DDS_Long>(names.size());
+  if (!interfaces.ensure_length(count, count)) return DDS_RETCODE_OUT_OF_RESOURCES;
+  for (DDS_Long i = 0; i < count; ++i) {
+    if (!DDS_String_replace(&interfaces[i], names[static_cast<std::size_t>(i)].c_str()))
+      return DDS_RETCODE_OUT_OF_RESOURCES;
+  }
+  return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::ignore_participant(const DDS_InstanceHandle_t& handle) {

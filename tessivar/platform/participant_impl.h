@@ -62,8 +62,8 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   bool starting = false;  // the engine is being brought up
   DDS_DomainParticipantQos qos;
   std::optional<DDS_TopicQos> default_topic_qos;
-  DDS_DataWriterQos default_writer_qos;
-  DDS_DataReaderQos default_reader_qos;
+  std::optional<DDS_DataWriterQos> default_writer_qos;
+  std::optional<DDS_DataReaderQos> default_reader_qos;
   std::map<std::string, std::unique_ptr<Type>, std::less<>> types;
   std::map<std::string, Filter, std::less<>> filters;
   std::vector<DDSTopic*> topics;

@@ -1,6 +1,7 @@
 #include "tessivar/platform/profile_store.h"
 
 #include "tessivar/platform/immortal.h"
+#include "tessivar/platform/log.h"
 
 namespace tessivar::platform {
 
@@ -12,7 +13,7 @@ ProfileStore& ProfileStore::instance() {
 void ProfileStore::set_sources(const DDS_ProfileQosPolicy& sources) {
   const std::lock_guard lock(mutex_);
   sources_ = sources;
-  current_ = false;
+  state_ = State::stale;
 }
 
 DDS_ProfileQosPolicy ProfileStore::sources() const {
@@ -22,7 +23,18 @@ DDS_ProfileQosPolicy ProfileStore::sources() const {
 
 void ProfileStore::reload() {
   const std::lock_guard lock(mutex_);
-  current_ = false;
+  state_ = State::stale;
+}
+
+bool ProfileStore::read_all(std::string& error) {
+  if (state_ == State::complete) return true;
+  if (state_ == State::stale) told_.clear();
+  state_ = profiles_.load(sources_, error) ? State::complete : State::incomplete;
+  return state_ == State::complete;
+}
+
+void ProfileStore::report(const std::string& error) {
+  if (!error.empty()) log(LogLevel::error, "QoS profiles", error + " (left out of the default QoS)");
 }
 
 }  // namespace tessivar::platform

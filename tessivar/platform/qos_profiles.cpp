@@ -284,7 +284,9 @@ bool QosProfiles::load(const DDS_ProfileQosPolicy& policy, std::string& error) t
   if (const char* listed = std::getenv("NDDS_QOS_PROFILES"); listed && !policy.ignore_environment_profile) {
     for (std::string_view rest = listed; !rest.empty();) {
       const std::size_t end = std::min(rest.find(';'), rest.size());
-      if (end > 0) note(fresh->add_file(path_of(rest.substr(0, end)), failure), failure);
+      if (end > 0) {
+        note(fresh->add_file(path_of(rest.substr(0, end)), failure), failure + " (a file of NDDS_QOS_PROFILES)");
+      }
       rest.remove_prefix(std::min(end + 1, rest.size()));
     }
   }
@@ -328,7 +330,15 @@ bool QosProfiles::default_participant(DDS_DomainParticipantQos& qos, std::string
   return impl_->lookup_default(nullptr, qos, error);
 }
 
-bool QosProfiles::topic_for(const char* topic_name, DDS_TopicQos& qos, std::string& error) const {
+bool QosProfiles::default_for(const char* topic_name, DDS_TopicQos& qos, std::string& error) const {
+  return impl_->lookup_default(topic_name, qos, error);
+}
+
+bool QosProfiles::default_for(const char* topic_name, DDS_DataWriterQos& qos, std::string& error) const {
+  return impl_->lookup_default(topic_name, qos, error);
+}
+
+bool QosProfiles::default_for(const char* topic_name, DDS_DataReaderQos& qos, std::string& error) const {
   return impl_->lookup_default(topic_name, qos, error);
 }
 

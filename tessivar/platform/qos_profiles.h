@@ -36,11 +36,14 @@ class QosProfiles {
   bool datawriter(const char* library, const char* profile, DDS_DataWriterQos& qos, std::string& error) const;
   bool datareader(const char* library, const char* profile, DDS_DataReaderQos& qos, std::string& error) const;
 
-  /// From the default profile, the last one with is_default_qos="true". False with an empty `error` when there is none.
+  /// From the default profile, the last one with is_default_qos="true". False with an empty `error` when there is none,
+  /// or none of its sections applies.
   bool default_participant(DDS_DomainParticipantQos& qos, std::string& error) const;
-  /// The same for a topic: each `topic_qos` that has no topic_filter or one (a shell pattern) that fits the name, in
-  /// their order. False with an empty `error` also when none applies.
-  bool topic_for(const char* topic_name, DDS_TopicQos& qos, std::string& error) const;
+  /// The same for a topic, or for the writers or readers of a topic: each section of the kind that has no topic_filter
+  /// or one (a shell pattern) that fits the name, in their order. Null: those without topic_filter.
+  bool default_for(const char* topic_name, DDS_TopicQos& qos, std::string& error) const;
+  bool default_for(const char* topic_name, DDS_DataWriterQos& qos, std::string& error) const;
+  bool default_for(const char* topic_name, DDS_DataReaderQos& qos, std::string& error) const;
 
  private:
   struct Impl;

@@ -1,6 +1,6 @@
 // Which elements a QoS set in XML has, what they set, and the names that stand for values: one table per policy.
 //
-// A new member of a policy is readable once it has its row here.
+// A new member of a policy is readable once it has its row here; without one this file does not compile.
 #pragma once
 
 #include "tessivar/platform/qos_profiles_xml.h"
@@ -65,12 +65,65 @@ bool read_value(const Walk& walk, pugi::xml_node node, Value& value) {
   }
 }
 
+// --- completeness ----------------------------------------------------------------------------------------------------
+
+/// Stands for a member of any type.
+struct AnyMember {
+  template <class T>
+  operator T() const;
+};
+
+template <class T, class... Members>
+constexpr std::size_t count_members() {
+  if constexpr (requires { T{Members()..., AnyMember()}; }) {
+    return count_members<T, Members..., AnyMember>();
+  } else {
+    return sizeof...(Members);
+  }
+}
+
+template <class T>
+constexpr std::size_t member_count = count_members<T>();
+
+// Structures with constructors cannot be counted like this: the bindings do not compile with another number of members.
+template <>
+inline constexpr std::size_t member_count<DDS_EntityNameQosPolicy> = 2;
+inline void bind_members(DDS_EntityNameQosPolicy& policy) {
+  [[maybe_unused]] auto& [name, role_name] = policy;
+}
+template <>
+inline constexpr std::size_t member_count<DDS_Property_t> = 3;
+inline void bind_members(DDS_Property_t& property) {
+  [[maybe_unused]] auto& [name, value, propagate] = property;
+}
+template <>
+inline constexpr std::size_t member_count<DDS_DiscoveryQosPolicy> = 2;
+inline void bind_members(DDS_DiscoveryQosPolicy& policy) {
+  [[maybe_unused]] auto& [initial_peers, multicast_receive_addresses] = policy;
+}
+
+/// Every member has a row, and every row a name of its own.
+template <class T>
+constexpr bool is_complete() {
+  const std::span<const Element> table = Elements<T>::table;
+  for (std::size_t i = 0; i < table.size(); ++i)
+    for (std::size_t j = 0; j < i; ++j)
+      if (table[i].name == table[j].name) return false;
+  return table.size() == member_count<T>;
+}
+
+// --- rows ------------------------------------------------------------------------------------------------------------
+
 template <class Owner, class Value>
 Owner owner_of(Value Owner::*);
+template <class Owner, class Value>
+Value value_of(Value Owner::*);
 
 /// The row of a member; `least` is the smallest value of a number.
 template <auto member, std::int64_t least = 0>
 constexpr Element element(std::string_view name) {
+  using Member = decltype(value_of(member));
+  if constexpr (requires { Elements<Member>::table; }) static_assert(is_complete<Member>());
   return {name, [](const Walk& walk, pugi::xml_node node, void* owner) {
             auto& value = static_cast<decltype(owner_of(member))*>(owner)->*member;
             if constexpr (std::is_same_v<decltype(value), DDS_Long&>) {
@@ -336,5 +389,10 @@ struct Elements<DDS_DataReaderQos> {
   static constexpr std::array table =
       join(common_elements<Q>, std::array{element<&Q::user_data>("user_data"), element<&Q::property>("property")});
 };
+
+// A property's elements are read as a sequence, so that no row asks for them.
+static_assert(is_complete<DDS_Property_t>());
+static_assert(is_complete<DDS_DomainParticipantQos>() && is_complete<DDS_TopicQos>());
+static_assert(is_complete<DDS_DataWriterQos>() && is_complete<DDS_DataReaderQos>());
 
 }  // namespace tessivar::platform::profiles

@@ -142,7 +142,7 @@ TEST_F(QosProfilesTest, ProfilesAreBasedOnOthersAndGiveTopicsTheirQosByName) {
       {"Orvel.Routing.Sources", 2}, {"Orvel.Routing.X.Requests", 3}, {"Orvel.Tessivar.Units", 7}, {"", 7}};
   for (const auto& [name, depth] : cases) {
     topic = DDS_TopicQos();
-    EXPECT_TRUE(profiles.topic_for(name, topic, error)) << name << error;
+    EXPECT_TRUE(profiles.default_for(name, topic, error)) << name << error;
     EXPECT_EQ(topic.history.depth, depth) << name;
   }
 }
@@ -205,6 +205,67 @@ TEST_F(QosProfilesTest, ASourceThatCannotBeUsedIsLeftOutAndTold) {
     EXPECT_EQ(error, message);
     EXPECT_EQ(depth(), 6);
   }
+}
+
+/// The factory's profile sources, which go back to what they were.
+class DefaultProfileTest : public QosProfilesTest {
+ protected:
+  DefaultProfileTest() { factory().get_qos(before); }
+  ~DefaultProfileTest() override { factory().set_qos(before); }
+  void set(const DDS_ProfileQosPolicy& sources) {
+    DDS_DomainParticipantFactoryQos qos = before;
+    qos.profile = sources;
+    factory().set_qos(qos);
+  }
+
+  DDS_DomainParticipantFactoryQos before;
+  LogLines log;
+};
+
+TEST_F(DefaultProfileTest, ReachesWritersAndReadersByTheirTopic) {
+  policy.string_profile =
+      strings({"<dds><qos_library name='l'><qos_profile name='p' is_default_qos='true'>"
+               "<datawriter_qos><history><depth>4</depth></history></datawriter_qos>"
+               "<datawriter_qos topic_filter='*special'><batch><enable>1</enable></batch></datawriter_qos>"
+               "<datareader_qos><history><depth>5</depth></history></datareader_qos>"
+               "</qos_profile></qos_library></dds>"});
+  set(policy);
+  for (const std::string name : {"plain", "special"}) {
+    Side side(loopback_qos(), own_topic(name));
+    DDS_DataWriterQos writer;
+    DDS_DataReaderQos reader;
+    side.writer(DDS_DATAWRITER_QOS_DEFAULT)->get_qos(writer);
+    side.reader(DDS_DATAREADER_QOS_DEFAULT)->get_qos(reader);
+    EXPECT_EQ(writer.history.depth, 4);
+    EXPECT_EQ(writer.batch.enable, name == "special");
+    EXPECT_EQ(reader.history.depth, 5);
+    DDS_DataWriterQos own;
+    own.history.depth = 6;
+    side.participant->set_default_datawriter_qos(own);
+    side.writer(DDS_DATAWRITER_QOS_DEFAULT)->get_qos(writer);
+    EXPECT_EQ(writer.history.depth, 6) << "what the application sets goes before the profile";
+  }
+}
+
+TEST_F(DefaultProfileTest, IsTheBuiltInOneWithOneLineWhenAFileIsBad) {
+  write("bad.xml", "<dds>\n<qos_library name='l'>\n</dds>");
+  policy.url_profile = strings({"bad.xml"});
+  set(policy);
+  DDS_DomainParticipantQos qos;
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(factory().get_default_participant_qos(qos), DDS_RETCODE_OK);
+  { Side side; }
+  EXPECT_THAT(log.lines(), testing::ElementsAre(HasSubstr("bad.xml:3: Start-end tags mismatch")));
+  EXPECT_EQ(factory().get_participant_qos_from_profile(qos, "tessivar_Library", "State"), DDS_RETCODE_ERROR)
+      << "a profile that is asked for by name might be in the bad file";
+
+  policy.url_profile.length(0);
+  policy.string_profile =
+      strings({"<dds><qos_library name='l'><qos_profile name='p' is_default_qos='1'><participant_qos>\n"
+               "<x/></participant_qos></qos_profile></qos_library></dds>"});
+  set(policy);
+  log.lines();
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(factory().get_default_participant_qos(qos), DDS_RETCODE_OK);
+  EXPECT_THAT(log.lines(), testing::ElementsAre(HasSubstr("string_profile[0]:2: unknown element <x>")));
 }
 
 }  // namespace

@@ -66,6 +66,7 @@ class FailingEngine final : public platform::Engine {
     explicit Participant(FailingEngine& its_engine) : engine(its_engine) {}
     DDS_InstanceHandle_t guid() const override { return real->guid(); }
     int participant_index() const override { return real->participant_index(); }
+    std::vector<std::string> interfaces() const override { return real->interfaces(); }
     DDS_ReturnCode_t create_writer(const platform::EngineWriterConfig& config, platform::EngineWriterEvents* events,
                                    std::unique_ptr<platform::EngineWriter>& writer, std::string& error) override {
       if (engine.refuses(&error)) return DDS_RETCODE_OUT_OF_RESOURCES;

@@ -195,7 +195,8 @@ template <class T>
 bool DDSNode<T>::dataWriterQos(DDS_DataWriterQos& qos) const {
   if (usesQosProfile()) return domain_->dataWriterQosProfile(qosLibrary_, qosProfile_, qos);
   const DDSDomainParticipant* const on = participant();
-  const DDS_ReturnCode_t code = on && topic_ ? on->get_default_datawriter_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
+  const DDS_ReturnCode_t code = on && topic_ ? on->get_default_datawriter_qos_w_topic_name(qos, topic_->get_name())
+                                             : DDS_RETCODE_PRECONDITION_NOT_MET;
   if (code == DDS_RETCODE_OK) {
     DDS_DataWriterQos_copy_from_topic_qos(qos, topicQos_);
   } else {
@@ -209,7 +210,8 @@ template <class T>
 bool DDSNode<T>::dataReaderQos(DDS_DataReaderQos& qos) const {
   if (usesQosProfile()) return domain_->dataReaderQosProfile(qosLibrary_, qosProfile_, qos);
   const DDSDomainParticipant* const on = participant();
-  const DDS_ReturnCode_t code = on && topic_ ? on->get_default_datareader_qos(qos) : DDS_RETCODE_PRECONDITION_NOT_MET;
+  const DDS_ReturnCode_t code = on && topic_ ? on->get_default_datareader_qos_w_topic_name(qos, topic_->get_name())
+                                             : DDS_RETCODE_PRECONDITION_NOT_MET;
   if (code == DDS_RETCODE_OK) {
     DDS_DataReaderQos_copy_from_topic_qos(qos, topicQos_);
   } else {

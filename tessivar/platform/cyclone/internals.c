@@ -22,6 +22,7 @@
 #include <dds/ddsi/ddsi_proxy_endpoint.h>
 #include <dds/ddsi/ddsi_proxy_participant.h>
 #include <dds/ddsi/ddsi_builtin_topic_if.h>
+#include <dds/ddsi/ddsi_ownip.h>
 #include <dds/ddsi/ddsi_portmapping.h>
 #include <dds/ddsi/ddsi_tran.h>
 #include <dds/ddsi/q_addrset.h>
@@ -29,6 +30,8 @@
 #include <dds/ddsi/q_thread.h>
 #include <dds/ddsi/q_xevent.h>
 // clang-format on
+
+_Static_assert(CYCLONE_INTERFACES_MAX == MAX_XMIT_CONNS, "the engine has another limit");
 
 struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
                                            int64_t announcement_period) {
@@ -70,6 +73,18 @@ int cyclone_participant_index(const struct ddsi_domaingv* gv) {
   const uint32_t first = ports->base + ports->dg * gv->config.extDomainId.value + ports->d1;
   const uint32_t port = gv->loc_meta_uc.port;
   return ports->pg == 0 || port < first ? -1 : (int)((port - first) / ports->pg);
+}
+
+uint32_t cyclone_interfaces(const struct ddsi_domaingv* gv,
+                            struct cyclone_interface interfaces[CYCLONE_INTERFACES_MAX]) {
+  const uint32_t count = (uint32_t)gv->n_interfaces;
+  for (uint32_t i = 0; i < count; i++) {
+    const struct nn_interface* from = &gv->interfaces[i];
+    interfaces[i].name = from->name;
+    memcpy(interfaces[i].address, from->loc.address + sizeof from->loc.address - sizeof interfaces[i].address,
+           sizeof interfaces[i].address);
+  }
+  return count;
 }
 
 void cyclone_set_batching(struct ddsi_domaingv* gv, bool enable) {
@@ -368,6 +383,10 @@ void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv) {
 }
 int cyclone_participant_index(const struct ddsi_domaingv* gv) {
   return (void)gv, -1;
+}
+uint32_t cyclone_interfaces(const struct ddsi_domaingv* gv,
+                            struct cyclone_interface interfaces[CYCLONE_INTERFACES_MAX]) {
+  return (void)gv, (void)interfaces, 0;
 }
 void cyclone_set_batching(struct ddsi_domaingv* gv, bool enable) {
   (void)gv, (void)enable;

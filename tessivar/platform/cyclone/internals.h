@@ -26,6 +26,18 @@ void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv);
 /// The number, on this host and domain, from which the domain's ports follow.
 int cyclone_participant_index(const struct ddsi_domaingv* gv);
 
+/// The engine's limit of network interfaces.
+enum { CYCLONE_INTERFACES_MAX = 4 };
+
+struct cyclone_interface {
+  const char* name;  // the domain's
+  uint8_t address[4];
+};
+
+/// Fills `interfaces` with those in use and returns their number.
+uint32_t cyclone_interfaces(const struct ddsi_domaingv* gv,
+                            struct cyclone_interface interfaces[CYCLONE_INTERFACES_MAX]);
+
 /// Whether writers that are created from now on collect samples until they are flushed.
 void cyclone_set_batching(struct ddsi_domaingv* gv, bool enable);
 

@@ -95,6 +95,18 @@ int Participant::participant_index() const {
   return gv_ ? cyclone_participant_index(gv_) : -1;
 }
 
+std::vector<std::string> Participant::interfaces() const {
+  std::vector<std::string> result;
+  cyclone_interface used[CYCLONE_INTERFACES_MAX];
+  const std::uint32_t count = gv_ ? cyclone_interfaces(gv_, used) : 0;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    std::string address;
+    for (const std::uint8_t octet : used[i].address) address += (address.empty() ? "" : ".") + std::to_string(octet);
+    result.push_back(std::string(used[i].name) + " (" + address + ")");
+  }
+  return result;
+}
+
 DDS_ReturnCode_t Participant::create_writer(const EngineWriterConfig& config, EngineWriterEvents* events,
                                             std::unique_ptr<EngineWriter>& result, std::string& error) {
   return without_exceptions(error, [&] { return Writer::create(*this, config, events, result, error); });

@@ -20,6 +20,7 @@ class Participant final : public EngineParticipant {
 
   DDS_InstanceHandle_t guid() const override;
   int participant_index() const override;
+  std::vector<std::string> interfaces() const override;
   DDS_ReturnCode_t create_writer(const EngineWriterConfig& config, EngineWriterEvents* events,
                                  std::unique_ptr<EngineWriter>& result, std::string& error) override;
   DDS_ReturnCode_t create_reader(const EngineReaderConfig& config, EngineReaderEvents* events,
