@@ -86,6 +86,90 @@ TEST(ParticipantTypes, are_parsed) {
   }
 }
 
+TEST(ParticipantTypes, admit_nobody_when_no_number_can_be_read) {
+  LogRecorder log;
+  DDS_DomainParticipantQos qos;
+  DDSPropertyQosPolicyHelper::add_property(qos.property, "tessivarddscore.allowed_participant_types", "red;7", 0);
+  DDSDomain strict;
+  strict.setAllowedInterfaces({"lo"});
+  ASSERT_TRUE(strict.createDomainParticipant(domain_id, qos, true));
+  EXPECT_THAT(log.lines(), Contains(HasSubstr("'red;7' hold no number")));
+  const LoopbackDomain other(domain_id, [](DDSDomain& domain) { domain.setType(7); });
+  EXPECT_TRUE(eventually([&] { return strict.participantListener().seen() == 1; }));
+  EXPECT_EQ(strict.participantListener().admitted(), 0u);
+}
+
+/// With environment variables that are unset again.
+class Environment : public Test {
+ protected:
+  ~Environment() override {
+    for (const char* variable : {"TESSIVAR_PEERS", "TESSIVAR_MULTICAST", "NDDS_QOS_PROFILES"}) unsetenv(variable);
+    setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
+    DDSDomainParticipantFactory::get_instance()->reload_profiles();
+  }
+  /// What a domain makes of a default QoS with a peer of its own: interfaces, peers, multicast.
+  static std::string configured(DDSDomain& domain) {
+    DDS_DomainParticipantQos qos;
+    qos.discovery.initial_peers.ensure_length(1, 1);
+    DDS_String_replace(&qos.discovery.initial_peers[0], "ofprofile");
+    EXPECT_TRUE(domain.configureQos(qos));
+    const DDS_Property_t* interfaces = DDSPropertyQosPolicyHelper::lookup_property(
+        qos.property, "dds.transport.UDPv4.builtin.parent.allow_interfaces");
+    std::string text = interfaces ? interfaces->value : "";
+    for (DDS_Long i = 0; i < qos.discovery.initial_peers.length(); ++i) {
+      text += ' ' + std::string(qos.discovery.initial_peers[i]);
+    }
+    return text + (qos.discovery.multicast_receive_addresses.length() > 0 ? " on" : " off");
+  }
+
+  LogRecorder log;
+};
+
+TEST_F(Environment, fills_in_what_the_application_leaves_open) {
+  setenv("DDS_ALLOWED_INTERFACES", "lo, eth7", 1);
+  setenv("TESSIVAR_PEERS", "10.0.0.1,tower:7410 4@builtin.udpv4://10.0.0.2", 1);
+  setenv("TESSIVAR_MULTICAST", "1", 1);
+  DDSDomain open;
+  open.addPeerAddress("own");
+  EXPECT_EQ(configured(open), "lo,eth7 ofprofile own 10.0.0.1 tower:7410 4@builtin.udpv4://10.0.0.2 on");
+  EXPECT_THAT(log.lines(), IsEmpty());
+
+  DDSDomain decided;
+  decided.setAllowedInterfaces({"eth8"});
+  decided.enableMulticast(false);
+  EXPECT_EQ(configured(decided),
+            "eth8 builtin.udpv4://127.0.0.1 builtin.shmem:// 10.0.0.1 tower:7410 "
+            "4@builtin.udpv4://10.0.0.2 off");
+  EXPECT_THAT(log.lines(),
+              ElementsAre(HasSubstr("Multicast is off: the initial_peers ofprofile of the QoS are ignored")));
+}
+
+TEST_F(Environment, bad_values_get_one_line_and_the_domain_is_made) {
+  setenv("TESSIVAR_PEERS", "10.0.0.1:port", 1);
+  setenv("TESSIVAR_MULTICAST", "yes", 1);
+  setenv("NDDS_QOS_PROFILES", "missing.xml", 1);
+  DDSDomainParticipantFactory::get_instance()->reload_profiles();
+  DDSDomain* const domain = DomainManager::instance().sharedDomain(domain_id, "", "", nullptr);
+  ASSERT_TRUE(domain);
+  const std::vector<std::string> lines = log.lines();
+  EXPECT_THAT(lines, Contains(HasSubstr("TESSIVAR_PEERS='10.0.0.1:port': peer \"10.0.0.1:port\": not a host name")));
+  EXPECT_THAT(lines, Contains(HasSubstr("TESSIVAR_MULTICAST='yes': the value must be 0 or 1")));
+  DomainManager::instance().releaseSharedDomain(domain, nullptr);
+}
+
+TEST_F(Environment, a_missing_qos_file_harms_no_later_domain) {
+  DDSDomain failing, later;
+  EXPECT_FALSE(failing.createDomainParticipant(domain_id, {"missing.xml"}, "tessivar_Library", "State"));
+  ASSERT_TRUE(later.createDomainParticipant(domain_id));
+  DDS_TopicQos qos;
+  EXPECT_TRUE(later.topicQosProfile("tessivar_Library", "State", qos));
+  log.lines();
+  later.ownedParticipant()->warnIfAlone("somewhere");
+  EXPECT_THAT(log.lines(),
+              ElementsAre(EndsWith("somewhere No other participant was discovered: domain 60, interfaces lo "
+                                   "(127.0.0.1), peers none, multicast off, other participants seen: 0")));
+}
+
 struct Client : DomainManagerClient {
   void networkSettingsChanged() override {}
   void domainAboutToBeDeleted(DDSDomain* domain) override { deletions += domain->participant() ? 1 : 100; }

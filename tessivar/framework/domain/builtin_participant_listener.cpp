@@ -13,6 +13,8 @@ namespace {
 
 constexpr const char* signature =
     "void __cdecl TessivarDDS::BuiltinParticipantListener::on_data_available(class DDSDataReader *)";
+constexpr const char* install_signature =
+    "bool __cdecl TessivarDDS::DDSDomain::installBuiltInParticipantListener(void)";
 
 /// Octets of the shortest user data that can hold a type: "type=" and a digit.
 constexpr DDS_Long shortest_type = 6;
@@ -75,12 +77,20 @@ std::vector<unsigned short> BuiltinParticipantListener::parseTypes(const std::st
     if (parsed.ec == std::errc() && parsed.ptr == end) {
       types.push_back(type);
     } else {
-      logError() << "bool __cdecl TessivarDDS::DDSDomain::installBuiltInParticipantListener(void)"
-                 << " Ignored '" << text << "' in the allowed participant types '" << list
+      logError() << install_signature << " Ignored '" << text << "' in the allowed participant types '" << list
                  << "': not a number from 0 to 65535.";
     }
   }
   return types;
+}
+
+void BuiltinParticipantListener::setAllowedTypes(const std::string& list) {
+  allowed_ = parseTypes(list);
+  admitsAll_ = list.empty();
+  if (!admitsAll_ && allowed_.empty()) {
+    logError() << install_signature << " The allowed participant types '" << list
+               << "' hold no number from 0 to 65535: no remote participant is admitted.";
+  }
 }
 
 unsigned short BuiltinParticipantListener::parseType(const DDS_Octet* text, DDS_Long length) {
@@ -95,7 +105,7 @@ void BuiltinParticipantListener::judge(const DDS_ParticipantBuiltinTopicData& da
                                        const DDS_InstanceHandle_t& handle) {
   const unsigned short type = announcedType(data);
   const std::string description = describe(data, type);
-  const bool admitted = allowed_.empty() || std::find(allowed_.begin(), allowed_.end(), type) != allowed_.end();
+  const bool admitted = admitsAll_ || std::find(allowed_.begin(), allowed_.end(), type) != allowed_.end();
   if (peers_) peers_->seen(peerReport(data, handle, type, admitted));
   if (admitted) {
     logDebug() << signature << "Remote participant Allowed: " << description;
@@ -123,6 +133,7 @@ void BuiltinParticipantListener::on_data_available(DDSDataReader* reader) {
   }
   for (DDS_Long i = 0; i < samples.length(); ++i) {
     if (infos[i].valid_data) {
+      if (infos[i].view_state == DDS_NEW_VIEW_STATE) seen_.fetch_add(1, std::memory_order_relaxed);
       judge(samples[i], infos[i].instance_handle);
     } else if (peers_) {
       peers_->gone(PeerList::guidText(infos[i].instance_handle));

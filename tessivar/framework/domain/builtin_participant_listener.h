@@ -17,20 +17,27 @@ class PeerList;
 constexpr unsigned short unknownParticipantType = 0xFFFF;
 
 /// Listens to a participant's built-in participant reader and ignores every remote participant whose announced type is
-/// not an allowed one, before anything of it is matched. Without allowed types everybody is admitted.
+/// not an allowed one, before anything of it is matched.
 ///
 /// The allowed types are set before the listener is installed. The callback runs on the engine's discovery thread; the
-/// count may be read by any thread.
+/// counts may be read by any thread.
 class TESSIVAR_API BuiltinParticipantListener : public DDSDataReaderListener {
  public:
   /// The participant that ignores. Not owned.
-  void setParticipant(DDSDomainParticipant* participant) { participant_ = participant; }
+  void setParticipant(DDSDomainParticipant* participant) {
+    participant_ = participant;
+    seen_ = 0;
+  }
   /// Where remote participants are noted; before it is installed.
   void setPeerList(std::shared_ptr<PeerList> peers) { peers_ = std::move(peers); }
-  void setAllowedTypes(std::vector<unsigned short> types) { allowed_ = std::move(types); }
+  /// Admits the types of a comma-separated list of numbers. An empty list admits every participant; a list in which no
+  /// number can be read admits none, with an error line that names the list.
+  void setAllowedTypes(const std::string& list);
   const std::vector<unsigned short>& allowedTypes() const { return allowed_; }
   /// Announcements that were admitted since the listener was made.
   unsigned admitted() const { return admitted_.load(std::memory_order_relaxed); }
+  /// Remote participants discovered since setParticipant(), admitted or not, gone or not.
+  unsigned seen() const { return seen_.load(std::memory_order_relaxed); }
 
   void on_data_available(DDSDataReader* reader) override;
 
@@ -44,8 +51,10 @@ class TESSIVAR_API BuiltinParticipantListener : public DDSDataReaderListener {
 
   DDSDomainParticipant* participant_ = nullptr;
   std::shared_ptr<PeerList> peers_;
+  bool admitsAll_ = true;
   std::vector<unsigned short> allowed_;
   std::atomic<unsigned> admitted_{0};
+  std::atomic<unsigned> seen_{0};
 };
 
 }  // namespace TessivarDDS

@@ -1,5 +1,6 @@
 #include "tessivar/framework/domain/dds_domain.h"
 
+#include "tessivar/framework/domain/environment.h"
 #include "tessivar/framework/domain/signature.h"
 #include "tessivar/framework/domain/text_list.h"
 #include "tessivar/framework/log/logger.h"
@@ -19,16 +20,12 @@ constexpr const char* allowed_types_property = "tessivarddscore.allowed_particip
 constexpr DDS_Long max_user_data = 128;
 
 #define TESSIVAR_SIGNATURE_CREATE "bool __cdecl TessivarDDS::DDSDomain::createDomainParticipant("
+constexpr const char* configure_signature =
+    "bool __cdecl TessivarDDS::DDSDomain::configureQos(struct DDS_DomainParticipantQos &)";
 constexpr const char* create_signature = TESSIVAR_SIGNATURE_CREATE "int,const struct DDS_DomainParticipantQos &,bool)";
 
 DDSDomainParticipantFactory& factory() {
   return *DDSDomainParticipantFactory::get_instance();
-}
-
-std::vector<std::string> toVector(const DDS_StringSeq& texts) {
-  std::vector<std::string> entries;
-  for (DDS_Long i = 0; i < texts.length(); ++i) entries.emplace_back(texts[i] ? texts[i] : "");
-  return entries;
 }
 
 }  // namespace
@@ -93,6 +90,7 @@ bool DDSDomain::createDomainParticipant(int domainId, std::vector<std::string> q
     logError() << signature << " Failed to get the domain participant factory QoS. Error code: " << code;
     return false;
   }
+  const DDS_DomainParticipantFactoryQos factoryQosBefore = factoryQos;
   assignTexts(factoryQos.profile.url_profile, qosFiles);
   code = factory().set_qos(factoryQos);
   if (code != DDS_RETCODE_OK) {
@@ -104,6 +102,7 @@ bool DDSDomain::createDomainParticipant(int domainId, std::vector<std::string> q
   if (code != DDS_RETCODE_OK) {
     logError() << signature << " Failed to load participant Qos profile: " << library << "::" << profile
                << " return code: " << code;
+    factory().set_qos(factoryQosBefore);  // so that later domains do not fail for these files
     return false;
   }
   return createDomainParticipant(domainId, qos, true);
@@ -125,7 +124,10 @@ bool DDSDomain::createDomainParticipant(int domainId, const DDS_DomainParticipan
     return false;
   }
   owned_->adopt(participant_);
-  installBuiltInParticipantListener();
+  if (!installBuiltInParticipantListener()) {
+    deleteParticipant();  // nobody would be refused
+    return false;
+  }
   if (enable) {
     if (participant_->enable() != DDS_RETCODE_OK) {
       logError() << create_signature << "Failed to enable DDS participant.";
@@ -153,19 +155,25 @@ bool DDSDomain::createDomainParticipant(int domainId, const DDS_DomainParticipan
 }
 
 bool DDSDomain::configureQos(DDS_DomainParticipantQos& qos) {
-  std::vector<std::string> peers = toVector(qos.discovery.initial_peers);
-  if (!multicast_) {
+  const NetworkEnvironment environment = networkEnvironment();
+  std::vector<std::string> peers = toTexts(qos.discovery.initial_peers);
+  if (!multicast_.value_or(environment.multicast.value_or(false))) {
     qos.discovery.multicast_receive_addresses.length(0);
     const DDS_ReturnCode_t code =
         DDSPropertyQosPolicyHelper::assert_property(qos.property, multicast_property, "0", DDS_BOOLEAN_FALSE);
     if (code != DDS_RETCODE_OK) {
-      logError() << "bool __cdecl TessivarDDS::DDSDomain::configureQos(struct DDS_DomainParticipantQos &)"
+      logError() << configure_signature
                  << " Failed to set dds.transport.UDPv4.builtin.multicast_enabled. Error code: " << code;
       return false;
+    }
+    if (const std::vector<std::string> ignored = withoutDefaultPeers(peers); !ignored.empty()) {
+      logWarning() << configure_signature << " Multicast is off: the initial_peers " << joinTextList(ignored)
+                   << " of the QoS are ignored. Name them in TESSIVAR_PEERS or addPeerAddress(), or turn multicast on.";
     }
     peers = {"builtin.udpv4://127.0.0.1", "builtin.shmem://"};
   }
   peers.insert(peers.end(), initialPeers_.begin(), initialPeers_.end());
+  peers.insert(peers.end(), environment.peers.begin(), environment.peers.end());
   assignTexts(qos.discovery.initial_peers, peers);
 
   qos.resource_limits.participant_user_data_max_length = max_user_data;
@@ -173,7 +181,8 @@ bool DDSDomain::configureQos(DDS_DomainParticipantQos& qos) {
   const auto length = static_cast<DDS_Long>(text.size() + 1);  // the terminating zero belongs to it
   qos.user_data.value.from_array(reinterpret_cast<const DDS_Octet*>(text.c_str()), length);
 
-  return allowedInterfaces_.empty() || setParticipantQosAllowedInterfaces(qos, allowedInterfaces_);
+  const std::vector<std::string>& interfaces = allowedInterfaces_.empty() ? environment.interfaces : allowedInterfaces_;
+  return interfaces.empty() || setParticipantQosAllowedInterfaces(qos, interfaces);
 }
 
 bool DDSDomain::setParticipantQosAllowedInterfaces(DDS_DomainParticipantQos& qos,
@@ -202,8 +211,12 @@ bool DDSDomain::addPeerAddress(const std::string& address) {
     return true;
   }
   const DDS_ReturnCode_t code = participant_->add_peer(address.c_str());
-  if (code != DDS_RETCODE_OK) logError() << signature << "Failed to add peer " << address << " return code: " << code;
-  return code == DDS_RETCODE_OK;
+  if (code != DDS_RETCODE_OK) {
+    logError() << signature << "Failed to add peer " << address << " return code: " << code;
+    return false;
+  }
+  owned_->peerAdded(address);
+  return true;
 }
 
 bool DDSDomain::removePeerAddress(const std::string& address) {
@@ -217,8 +230,10 @@ bool DDSDomain::removePeerAddress(const std::string& address) {
   const DDS_ReturnCode_t code = participant_->remove_peer(address.c_str());
   if (code != DDS_RETCODE_OK) {
     logError() << signature << "Failed to remove peer " << address << " return code: " << code;
+    return false;
   }
-  return code == DDS_RETCODE_OK;
+  owned_->peerRemoved(address);
+  return true;
 }
 
 std::vector<std::string> DDSDomain::initialPeerList() const {
@@ -234,7 +249,7 @@ std::vector<std::string> DDSDomain::initialPeerList() const {
     logError() << signature << "Failed to get qos from domain participant. Error code: " << code;
     return {};
   }
-  return toVector(qos.discovery.initial_peers);
+  return toTexts(qos.discovery.initial_peers);
 }
 
 bool DDSDomain::registerContentFilter(const std::string& name, const DDSContentFilter* filter) {
@@ -403,7 +418,7 @@ bool DDSDomain::installBuiltInParticipantListener() {
   }
   owned_->admission.setParticipant(participant_);
   owned_->admission.setPeerList(peers_);
-  owned_->admission.setAllowedTypes(BuiltinParticipantListener::parseTypes(types && types->value ? types->value : ""));
+  owned_->admission.setAllowedTypes(types && types->value ? types->value : "");
   const DDS_ReturnCode_t installed = reader->set_listener(&owned_->admission, DDS_DATA_AVAILABLE_STATUS);
   if (installed != DDS_RETCODE_OK) logError() << signature << " Failed to set the listener. Return code: " << installed;
   return installed == DDS_RETCODE_OK;

@@ -7,6 +7,7 @@
 #include "tessivar/platform/participant.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +24,12 @@ class ReportBook;
 /// createDomainParticipant(); cleanUp() leads back to the start with the settings kept. Create, clean up and change
 /// settings from one thread; peers, filters, profiles and the getters may be used from any. Creation takes some
 /// milliseconds; nothing else blocks. A failure logs one line and gives false.
+///
+/// The environment fills in what the application leaves open, however it creates the participant:
+/// "DDS_ALLOWED_INTERFACES" (as setAllowedInterfaces(), separated by commas) unless setAllowedInterfaces() was called,
+/// "TESSIVAR_MULTICAST" (0 or 1) unless enableMulticast() was called, and "TESSIVAR_PEERS" (as addPeerAddress(),
+/// separated by commas or blanks) after the application's own peers. A value that cannot be used is left out with a
+/// line in the log.
 ///
 /// A domain carries several clients, nodes, services and topic nodes, also of the same kind: they share their topics.
 /// As its participant ignores itself, those on one domain do not communicate with each other: a client and the node
@@ -46,12 +53,14 @@ class TESSIVAR_API DDSDomain {
 
   // --- before creation
 
-  /// Discovery by multicast, off unless enabled. Refused with a line in the log once the participant exists.
+  /// Discovery by multicast; false when neither this call nor the environment says otherwise. Refused with a line in
+  /// the log once the participant exists.
   void enableMulticast(bool enable);
   /// The type that remote participants see and admit or ignore this one by. Refused once the participant exists.
   void setType(unsigned short type);
-  /// Interfaces to use, each a name, an address or a pattern such as "10.1.*"; none: the engine's choice. When none of
-  /// the machine's fits, creation fails. Refused once the participant exists.
+  /// Interfaces to use, each a name, an address or a pattern such as "10.1.*"; none: the engine's choice of one. With
+  /// more than one every sample is sent through all of them (redundant networks). When none of the machine's fits,
+  /// creation fails. Refused once the participant exists.
   void setAllowedInterfaces(std::vector<std::string> interfaces);
 
   // --- creation
@@ -63,16 +72,18 @@ class TESSIVAR_API DDSDomain {
   ///
   /// From the first call on, the process's participant factory makes participants disabled.
   bool createDomainParticipant(int domainId, const DDS_DomainParticipantQos& qos, bool enable);
-  /// With a profile of these QoS files, which every profile of the process is looked up in from now on.
+  /// With a profile of these QoS files, which every profile of the process is looked up in from now on. When the
+  /// profile cannot be read from them, the process keeps the files it had.
   bool createDomainParticipant(int domainId, std::vector<std::string> qosFiles, const std::string& library,
                                const std::string& profile);
-  /// Lays this domain's settings over `qos`: transports, peers, the announced type, interfaces.
+  /// Lays this domain's settings and those of the environment over `qos`: transports, peers, the announced type,
+  /// interfaces. Without multicast the `initial_peers` of `qos` have no effect, with a warning.
   bool configureQos(DDS_DomainParticipantQos& qos);
   bool setParticipantQosAllowedInterfaces(DDS_DomainParticipantQos& qos, const std::vector<std::string>& interfaces);
   void applyIgnoreSelf();
   void disableAutoCreateParticipantEntities();
-  /// Admits remote participants by the property "tessivarddscore.allowed_participant_types": type numbers parted by
-  /// commas; absent or empty admits all.
+  /// Admits remote participants by the property "tessivarddscore.allowed_participant_types": type numbers separated by
+  /// commas. Absent or empty admits all; a list in which no number can be read admits none.
   bool installBuiltInParticipantListener();
   /// Deletes the participant with everything on it, or leaves it to those that still use it. Nothing when there is
   /// none. Refused within a callback of the bus.
@@ -118,6 +129,9 @@ class TESSIVAR_API DDSDomain {
   Report report() const;
   /// The remote participants, for the reports of services; may be kept for longer than the domain lives.
   std::shared_ptr<const PeerList> peers() const { return peers_; }
+  /// How this participant looks for others and how many it has found, in one line: domain, interfaces, peers,
+  /// multicast, participants.
+  std::string describeDiscovery() const { return owned_->describeDiscovery(); }
 
  private:
   bool refusedBecauseCreated(const char* signature) const;
@@ -126,7 +140,7 @@ class TESSIVAR_API DDSDomain {
   std::vector<std::string> initialPeers_;
   DDSDomainParticipant* participant_ = nullptr;
   bool created_ = false;
-  bool multicast_ = false;
+  std::optional<bool> multicast_;
   unsigned short type_ = 0;
   std::vector<std::string> allowedInterfaces_;
   std::vector<std::pair<std::string, const DDSContentFilter*>> filters_;

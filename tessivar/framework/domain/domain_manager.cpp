@@ -1,13 +1,11 @@
 #include "tessivar/framework/domain/domain_manager.h"
 
 #include "tessivar/framework/domain/signature.h"
-#include "tessivar/framework/domain/text_list.h"
 #include "tessivar/framework/log/guarded.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/platform/callback.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 
 namespace TessivarDDS {
@@ -112,9 +110,6 @@ DDSDomain* DomainManager::createDomain(const char* signature, int domainId, cons
     const std::lock_guard lock(mutex_);
     domainHook = domainHook_;
     qosHook = qosHook_;
-  }
-  if (const char* interfaces = std::getenv("DDS_ALLOWED_INTERFACES")) {
-    domain->setAllowedInterfaces(splitTextList(interfaces));
   }
   if (domainHook) domainHook(domainId, *domain);
   DDS_DomainParticipantQos qos;

@@ -43,8 +43,8 @@ class TESSIVAR_API DomainManager {
 
   /// The shared domain of that id, made with the first call; later calls get the same one, whatever profile they name.
   /// Without library or profile the default participant QoS is used, also (after an error in the log) when the profile
-  /// cannot be loaded. The environment variable "DDS_ALLOWED_INTERFACES" may restrict it to some interfaces, parted by
-  /// commas. `client` may be null; each call is paid back with one releaseSharedDomain(). Null on failure.
+  /// cannot be loaded. The environment decides as DDSDomain says. `client` may be null; each call is paid back with one
+  /// releaseSharedDomain(). Null on failure.
   DDSDomain* sharedDomain(int domainId, const std::string& library, const std::string& profile,
                           DomainManagerClient* client);
   /// A new domain for the caller alone. Given back with releaseSharedDomain(domain, nullptr).

@@ -1,11 +1,21 @@
 #include "tessivar/framework/domain/owned_participant.h"
 
+#include "tessivar/framework/domain/text_list.h"
 #include "tessivar/framework/log/logger.h"
 
+#include <algorithm>
 #include <cstring>
 #include <mutex>
 
 namespace TessivarDDS {
+
+std::vector<std::string> withoutDefaultPeers(std::vector<std::string> peers) {
+  const std::vector<std::string> defaults = toTexts(DDS_DiscoveryQosPolicy().initial_peers);
+  std::erase_if(peers, [&](const std::string& peer) {
+    return std::find(defaults.begin(), defaults.end(), peer) != defaults.end();
+  });
+  return peers;
+}
 
 OwnedParticipant::~OwnedParticipant() {
   if (close()) return;
@@ -74,6 +84,40 @@ std::string OwnedParticipant::reserveFilteredName(const std::string& name) {
 void OwnedParticipant::releaseFilteredName(const std::string& name) {
   const std::lock_guard lock(mutex_);
   filteredNames_.erase(name);
+}
+
+void OwnedParticipant::peerAdded(const std::string& address) {
+  const std::lock_guard lock(mutex_);
+  addedPeers_.push_back(address);
+}
+
+void OwnedParticipant::peerRemoved(const std::string& address) {
+  const std::lock_guard lock(mutex_);
+  std::erase(addedPeers_, address);
+}
+
+std::string OwnedParticipant::describeDiscovery() const {
+  DDS_DomainParticipantQos qos;
+  DDS_StringSeq interfaces;
+  if (!participant_ || participant_->get_qos(qos) != DDS_RETCODE_OK) return "no participant";
+  participant_->get_network_interfaces(interfaces);
+  std::vector<std::string> peers = withoutDefaultPeers(toTexts(qos.discovery.initial_peers));
+  {
+    const std::lock_guard lock(mutex_);
+    peers.insert(peers.end(), addedPeers_.begin(), addedPeers_.end());
+  }
+  const auto listOrNone = [](const std::vector<std::string>& entries) {
+    return entries.empty() ? "none" : joinTextList(entries);
+  };
+  const bool multicast = qos.discovery.multicast_receive_addresses.length() > 0;
+  return "domain " + std::to_string(participant_->get_domain_id()) + ", interfaces " + listOrNone(toTexts(interfaces)) +
+         ", peers " + listOrNone(peers) + ", multicast " + (multicast ? "on" : "off") +
+         ", other participants seen: " + std::to_string(admission.seen());
+}
+
+void OwnedParticipant::warnIfAlone(const char* signature) const {
+  if (admission.seen() > 0) return;
+  logWarning() << signature << " No other participant was discovered: " << describeDiscovery();
 }
 
 std::string OwnedParticipant::topicNames() const {

@@ -10,8 +10,12 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace TessivarDDS {
+
+/// Of `peers` those that are not peers of every participant.
+std::vector<std::string> withoutDefaultPeers(std::vector<std::string> peers);
 
 /// Owns a participant, its listeners, and the topics that several nodes use together. The domain and each node with a
 /// topic hold it by a shared pointer, so that the participant outlives all of them in whatever order they go.
@@ -49,6 +53,16 @@ class TESSIVAR_API OwnedParticipant {
   /// The names of the topics in use, with commas between them.
   std::string topicNames() const;
 
+  // Peers that are looked for beside the initial ones of the QoS.
+  void peerAdded(const std::string& address);
+  void peerRemoved(const std::string& address);
+  /// How the participant looks for others and how many it has found, in one line: domain, interfaces, peers, multicast,
+  /// participants.
+  std::string describeDiscovery() const;
+  /// Warns with that line, after `signature`, when no other participant has been discovered up to now. For waits that
+  /// ended without an answer.
+  void warnIfAlone(const char* signature) const;
+
   DDSDomainListener listener;
   BuiltinParticipantListener admission;
 
@@ -63,6 +77,7 @@ class TESSIVAR_API OwnedParticipant {
   mutable tessivar::platform::Mutex mutex_;  // guards what follows
   std::map<std::string, Topic> topics_;
   std::set<std::string> filteredNames_;
+  std::vector<std::string> addedPeers_;
 };
 
 }  // namespace TessivarDDS

@@ -1,14 +1,15 @@
 #include "tessivar/framework/domain/text_list.h"
 
-#include <sstream>
+#include <algorithm>
 
 namespace TessivarDDS {
 
-std::vector<std::string> splitTextList(const std::string& list) {
+std::vector<std::string> splitTextList(const std::string& list, const char* separators) {
   constexpr const char* blanks = " \t\r\n";
   std::vector<std::string> entries;
-  std::istringstream stream(list);
-  for (std::string entry; std::getline(stream, entry, ',');) {
+  for (std::size_t begin = 0, end = 0; begin < list.size(); begin = end + 1) {
+    end = std::min(list.find_first_of(separators, begin), list.size());
+    const std::string entry = list.substr(begin, end - begin);
     const std::size_t first = entry.find_first_not_of(blanks);
     if (first == std::string::npos) continue;
     entries.push_back(entry.substr(first, entry.find_last_not_of(blanks) - first + 1));
@@ -32,6 +33,12 @@ bool assignTexts(DDS_StringSeq& texts, const std::vector<std::string>& entries) 
     if (!DDS_String_replace(&texts[i], entries[static_cast<std::size_t>(i)].c_str())) return false;
   }
   return true;
+}
+
+std::vector<std::string> toTexts(const DDS_StringSeq& texts) {
+  std::vector<std::string> entries;
+  for (DDS_Long i = 0; i < texts.length(); ++i) entries.emplace_back(texts[i] ? texts[i] : "");
+  return entries;
 }
 
 }  // namespace TessivarDDS

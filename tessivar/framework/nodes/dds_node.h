@@ -53,6 +53,11 @@ class TESSIVAR_API DDSNode {
   /// Null, with a line in the log, when no domain is attached; null before the domain is created.
   DDSDomainParticipant* participant() const;
 
+  /// Warns, after `signature`, when the participant has discovered no other one up to now; says how it looks for them.
+  void warnIfAlone(const char* signature) const {
+    if (owned_) owned_->warnIfAlone(signature);
+  }
+
   /// Entities made from now on have the QoS of this profile wherever the node chooses them: dataWriterQos(),
   /// dataReaderQos() and stateReaderQos() return the profile's. An empty library, as at first: the node's built-in QoS.
   void setQosProfile(const std::string& library, const std::string& profile) {

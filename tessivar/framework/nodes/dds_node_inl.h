@@ -94,7 +94,7 @@ bool DDSNode<T>::createTopic(const std::string& name, const DDS_TopicQos& qos) {
   if (&qos != &DDS_TOPIC_QOS_DEFAULT) {
     topicQos_ = qos;
   } else {
-    on->get_default_topic_qos(topicQos_);
+    on->get_default_topic_qos_w_topic_name(topicQos_, name.c_str());
   }
   topicName_ = name;
   return true;

@@ -92,18 +92,21 @@ typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::ma
 template <class Req, class Rep>
 typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::send(DDSPtr<Req>& request,
                                                                                    RequestFailure& failure, bool open) {
-  const auto fail = [&failure](RequestFailure why, const char* text) {
-    logError() << signature(("class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class " +
-                             std::string(TypeOf<Rep>::name()) + "> > ")
-                                .c_str(),
-                            "makeRequest(class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> &)")
-               << text;
+  const auto where = [] {
+    return signature(("class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<class " +
+                      std::string(TypeOf<Rep>::name()) + "> > ")
+                         .c_str(),
+                     "makeRequest(class TessivarDDS::DDSPtr<class " + std::string(TypeOf<Req>::name()) + "> &)");
+  };
+  const auto fail = [&](RequestFailure why, const char* text) {
+    logError() << where() << text;
     failure = why;
     return Ticket();
   };
   if (!clientSide()) return fail(RequestFailure::InvalidArgument, "Invalid function call for a replier.");
   if (!request) return fail(RequestFailure::InvalidArgument, " Request is invalid");
   if (!open || calculateMatchCount() <= 0) {
+    if (open) requestNode_.warnIfAlone(where().c_str());
     return fail(RequestFailure::NobodyThere, " No current connection to send the request.");
   }
   Ticket ticket(new (std::nothrow) RequestReplyTicket<Rep>(request->ticketId));
@@ -175,6 +178,7 @@ bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
     timeoutMs -= detail::match_poll_milliseconds;
     if (timeoutMs <= 0) {
       logInfo() << where() << " timed out waiting for reader/writers to match.";
+      requestNode_.warnIfAlone(where().c_str());
       return false;
     }
   }
