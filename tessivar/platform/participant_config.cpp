@@ -61,6 +61,14 @@ std::optional<Peer> parse_peer(std::string_view text, std::string& error) {
   }
   if (rest.empty()) return refuse("the address is missing");
   if (rest.find_first_of(" \t,;/") != std::string_view::npos) return refuse("not an address");
+  if (const std::size_t colon = rest.find(':'); colon != std::string_view::npos) {
+    unsigned port = 0;
+    const char* const last = rest.data() + rest.size();
+    const auto [end, code] = std::from_chars(rest.data() + colon + 1, last, port);
+    if (colon == 0 || code != std::errc() || end != last || port < 1 || port > 65535) {
+      return refuse("not a host name or IPv4 address with a port of 1 to 65535");
+    }
+  }
   peer.address = rest;
   return peer;
 }

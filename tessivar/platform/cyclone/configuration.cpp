@@ -3,6 +3,7 @@
 #include "tessivar/platform/cyclone/network.h"
 #include "tessivar/platform/log.h"
 
+#include <utility>
 #include <vector>
 
 namespace tessivar::platform::cyclone {
@@ -47,7 +48,8 @@ std::string peer_elements(const std::vector<std::string>& peers) {
   for (const std::string& peer : peers) {
     const std::optional<std::string> address = resolve_peer(peer);
     if (!address)
-      log(LogLevel::warning, "engine", "peer \"" + peer + "\" cannot be resolved and is left out");
+      log(LogLevel::warning, "engine",
+          "peer \"" + peer + "\" cannot be resolved and is left out (addPeerAddress(), TESSIVAR_PEERS, initial_peers)");
     else if (*address != "127.0.0.1")
       result += "<Peer address=\"" + xml_escaped(*address) + "\"/>";
   }
@@ -94,6 +96,7 @@ std::optional<std::string> engine_configuration(const EngineParticipantConfig& c
   if (!config.interfaces.empty()) {
     const auto interfaces = select_interfaces(config.interfaces, local_interfaces(), error);
     if (!interfaces) return std::nullopt;
+    if (!error.empty()) log(LogLevel::warning, "engine", std::exchange(error, {}));
     general += interface_elements(*interfaces, config.multicast);
   }
   const std::string discovery = element("ExternalDomainId", config.domain_id) + element("ParticipantIndex", "auto") +
@@ -106,7 +109,7 @@ std::optional<std::string> engine_configuration(const EngineParticipantConfig& c
       // What is written in the first moments after two endpoints have found each other, or is lost on the way, is asked
       // for again after the next heartbeat. By default that is a tenth of a second later, which the first command to a
       // device would be late. Heartbeats are sent only while something is not acknowledged.
-      "<HeartbeatInterval minsched=\"10 ms\">10 ms</HeartbeatInterval>" + element("NackDelay", "10 ms") +
+      "<HeartbeatInterval minsched=\"10 ms\" max=\"1 s\">10 ms</HeartbeatInterval>" + element("NackDelay", "10 ms") +
       // Samples reach the caches on the receive threads, however the writer is configured: wait_for_historical_data
       // relies on it.
       element("SynchronousDeliveryPriorityThreshold", INT32_MIN) +

@@ -59,7 +59,8 @@ DDS_ParticipantBuiltinTopicData to_builtin_data(const cyclone_participant& from)
 
 }  // namespace
 
-Discovery::Discovery(ddsi_domaingv* gv, EngineParticipantEvents* events) : gv_(gv), events_(events) {
+Discovery::Discovery(ddsi_domaingv* gv, cyclone_redundancy* redundancy, EngineParticipantEvents* events)
+    : gv_(gv), redundancy_(redundancy), events_(events) {
   if (!gv_) return;
   watcher_ = {this, on_alive, on_gone};
   watch_ = cyclone_start_watch(gv_, &watcher_);
@@ -89,6 +90,7 @@ void Discovery::forget_old_ignored() {
 
 bool Discovery::on_alive(void* self, const cyclone_participant* participant, bool locked) {
   auto& discovery = *static_cast<Discovery*>(self);
+  cyclone_add_host(discovery.redundancy_, participant->locators, participant->locator_count);
   const Guid guid = to_guid(participant->guid);
   {
     const std::lock_guard guard(discovery.lock_);

@@ -3,6 +3,7 @@
 
 #include "tessivar/platform/cyclone/engine_api.h"
 #include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/cyclone/redundancy.h"
 #include "tessivar/platform/cyclone/worker.h"
 #include "tessivar/platform/mutex.h"
 
@@ -26,7 +27,8 @@ typedef std::array<std::uint8_t, 16> Guid;
 /// from one queue, so that the order is kept.
 class Discovery {
  public:
-  Discovery(ddsi_domaingv* gv, EngineParticipantEvents* events);
+  /// `redundancy`, which may be null, is told the addresses of remote participants.
+  Discovery(ddsi_domaingv* gv, cyclone_redundancy* redundancy, EngineParticipantEvents* events);
   /// After the domain's deletion. stop() was called before it.
   ~Discovery();
   Discovery(const Discovery&) = delete;
@@ -72,6 +74,7 @@ class Discovery {
   void forget_old_ignored();
 
   ddsi_domaingv* const gv_;
+  cyclone_redundancy* const redundancy_;
   EngineParticipantEvents* const events_;
   cyclone_watcher watcher_ = {};
   cyclone_watch* watch_ = nullptr;

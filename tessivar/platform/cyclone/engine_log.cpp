@@ -2,6 +2,7 @@
 
 #include "tessivar/platform/callback.h"
 #include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/cyclone/unreachable.h"
 #include "tessivar/platform/log.h"
 
 #include <mutex>
@@ -38,7 +39,13 @@ class EngineLogSink {
     std::string_view line(data->message, data->size);
     while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) line.remove_suffix(1);
     if (line.empty()) return;
-    const LogLevel level = level_of(data->priority);
+    LogLevel level = level_of(data->priority);
+    std::string summary;
+    if (summarize_unreachable(line, summary)) {
+      if (summary.empty()) return;
+      level = LogLevel::warning;
+      line = summary;
+    }
     if (innermost)
       innermost->lines_->lines.push_back({level, std::string(line)});
     else {

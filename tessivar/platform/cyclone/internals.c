@@ -1,4 +1,4 @@
-// A lone C file: the engine's own headers do not compile as C++.
+// A C file: the engine's own headers do not compile as C++.
 #include "tessivar/platform/cyclone/internals.h"
 
 #include <dds/dds.h>

@@ -63,13 +63,18 @@ std::optional<std::vector<Interface>> select_interfaces(const std::vector<std::s
   for (const Interface& interface : available)
     if (std::any_of(wanted.begin(), wanted.end(), [&](const std::string& one) { return means(one, interface); }))
       result.push_back(interface);
-  if (!result.empty()) return result;
-  error = "no network interface is meant by";
-  for (const std::string& one : wanted) error += " \"" + one + "\"";
-  error += "; this machine has";
+  std::string unmatched;
+  for (const std::string& one : wanted)
+    if (std::none_of(available.begin(), available.end(), [&](const Interface& it) { return means(one, it); }))
+      unmatched += " \"" + one + "\"";
+  error.clear();
+  if (unmatched.empty()) return result;
+  error = "no network interface that is up matches" + unmatched;
+  error += " (setAllowedInterfaces(), DDS_ALLOWED_INTERFACES); this machine has";
   for (const Interface& interface : available) error += " " + interface.name + " (" + interface.address + ")";
   if (available.empty()) error += " none";
-  return std::nullopt;
+  if (result.empty()) return std::nullopt;
+  return result;
 }
 
 std::optional<std::string> resolve_peer(const std::string& peer) {

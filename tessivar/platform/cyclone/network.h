@@ -17,8 +17,8 @@ struct Interface {
 /// The IPv4 interfaces that are up.
 std::vector<Interface> local_interfaces();
 
-/// Those of `available` of which a name, an address or a pattern ("10.1.*") in `wanted` speaks; nullopt when none is,
-/// with an error that lists what there is.
+/// Those of `available` whose name or address an entry of `wanted` matches: a name, an address or a pattern ("10.1.*").
+/// Nullopt when there is none. Entries that match none are named in `error`, with what there is; else it is empty.
 std::optional<std::vector<Interface>> select_interfaces(const std::vector<std::string>& wanted,
                                                         const std::vector<Interface>& available, std::string& error);
 

@@ -28,7 +28,7 @@ void report_missing_internals() {
   std::call_once(once, [] {
     log(LogLevel::warning, "engine",
         "this version of the engine is not known: participants cannot be shown or ignored, peers not changed at run "
-        "time, history not waited for, samples not batched");
+        "time, history not waited for, samples not batched, networks not used redundantly");
   });
 }
 
@@ -69,7 +69,8 @@ DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, Engin
     report_missing_internals();
   }
   batching_ = std::make_unique<BatchingSetting>(gv_);
-  discovery_ = std::make_unique<Discovery>(gv_, events);
+  redundancy_.reset(cyclone_start_redundancy(gv_));
+  discovery_ = std::make_unique<Discovery>(gv_, redundancy_.get(), events);
   const EngineQos qos = to_engine_qos(config);
   entity_ = dds_create_participant(internal_id, qos.get(), nullptr);
   if (entity_ < 0) {

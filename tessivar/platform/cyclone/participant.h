@@ -44,6 +44,10 @@ class Participant final : public EngineParticipant {
   dds_entity_t domain_ = 0;
   dds_entity_t entity_ = 0;
   ddsi_domaingv* gv_ = nullptr;
+  struct RedundancyDeleter {
+    void operator()(cyclone_redundancy* redundancy) const { cyclone_free_redundancy(redundancy); }
+  };
+  std::unique_ptr<cyclone_redundancy, RedundancyDeleter> redundancy_;
   std::unique_ptr<Discovery> discovery_;
   std::unique_ptr<Mismatches> mismatches_;
   std::unique_ptr<BatchingSetting> batching_;

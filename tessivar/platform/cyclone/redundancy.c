@@ -1,0 +1,171 @@
+// A C file: the engine's own headers do not compile as C++.
+#include "tessivar/platform/cyclone/redundancy.h"
+
+#include <dds/version.h>
+
+#if DDS_VERSION_MAJOR == 0 && DDS_VERSION_MINOR == 10 && DDS_VERSION_PATCH == 2
+
+#include <pthread.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <dds/ddsi/ddsi_domaingv.h>
+#include <dds/ddsi/ddsi_ownip.h>
+#include <dds/ddsi/ddsi_tran.h>
+
+enum { ADDRESS_AT = 12, ADDRESS_SIZE = 4, HOSTS_MAX = 1024 };
+
+// A host's address in each network, in the order of the domain's interfaces; 0: none is known.
+struct host {
+  uint32_t addresses[MAX_XMIT_CONNS];
+};
+
+struct cyclone_redundancy {
+  struct cyclone_redundancy* next;
+  struct ddsi_domaingv* gv;
+  int networks;
+  ddsi_tran_write_fn_t write[MAX_XMIT_CONNS];  // the engine's own
+  struct host hosts[HOSTS_MAX];                // the oldest is replaced when it is full
+  unsigned host_count;
+  unsigned next_host;
+};
+
+// Guards the list and what is in it. A packet is looked up with the lock shared and sent without it.
+static pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
+static struct cyclone_redundancy* first;
+
+static uint32_t to_address(const uint8_t octets[16]) {
+  uint32_t address;
+  memcpy(&address, octets + ADDRESS_AT, ADDRESS_SIZE);
+  return address;
+}
+
+static bool is_multicast(const ddsi_locator_t* locator) {
+  return (locator->address[ADDRESS_AT] & 0xf0) == 0xe0;
+}
+
+static struct host* find_host(struct cyclone_redundancy* redundancy, int network, uint32_t address) {
+  for (unsigned i = 0; i < redundancy->host_count; i++)
+    if (redundancy->hosts[i].addresses[network] == address) return &redundancy->hosts[i];
+  return NULL;
+}
+
+// Where else a packet to `to` goes that leaves through `conn`: addresses by network, 0 for none. Returns the domain's
+// write functions in `write`.
+static int find_others(const struct ddsi_tran_conn* conn, const ddsi_locator_t* to, struct host* others,
+                       ddsi_tran_write_fn_t write[MAX_XMIT_CONNS], int* own) {
+  int networks = 0;
+  pthread_rwlock_rdlock(&lock);
+  struct cyclone_redundancy* redundancy = first;
+  while (redundancy != NULL && redundancy->gv != conn->m_base.gv) redundancy = redundancy->next;
+  if (redundancy != NULL) {
+    networks = redundancy->networks;
+    memcpy(write, redundancy->write, sizeof redundancy->write);
+    for (int i = 0; i < networks; i++)
+      if (redundancy->gv->xmit_conns[i] == conn) *own = i;
+    const uint32_t address = to_address(to->address);
+    const struct host* host = is_multicast(to) ? NULL : find_host(redundancy, *own, address);
+    for (int i = 0; i < networks; i++) {
+      others->addresses[i] = host != NULL ? host->addresses[i] : 0;
+      const struct nn_interface* interface = &redundancy->gv->interfaces[i];
+      if (is_multicast(to) && interface->mc_capable && !interface->loopback) others->addresses[i] = address;
+    }
+    others->addresses[*own] = 0;
+  }
+  pthread_rwlock_unlock(&lock);
+  return networks;
+}
+
+static ssize_t write_to_all(ddsi_tran_conn_t conn, const ddsi_locator_t* to, size_t count, const ddsrt_iovec_t* parts,
+                            uint32_t flags) {
+  struct host others;
+  ddsi_tran_write_fn_t write[MAX_XMIT_CONNS];
+  int own = 0;
+  const int networks = find_others(conn, to, &others, write, &own);
+  if (networks == 0) return -1;  // while the domain is deleted, nothing is sent any more
+  ssize_t result = write[own](conn, to, count, parts, flags);
+  for (int i = 0; i < networks; i++) {
+    if (others.addresses[i] == 0) continue;
+    ddsi_locator_t other = *to;
+    memcpy(other.address + ADDRESS_AT, &others.addresses[i], ADDRESS_SIZE);
+    const ssize_t written = write[i](conn->m_base.gv->xmit_conns[i], &other, count, parts, flags);
+    if (result < 0) result = written;
+  }
+  return result;
+}
+
+struct cyclone_redundancy* cyclone_start_redundancy(struct ddsi_domaingv* gv) {
+  int networks = 0;
+  for (int i = 0; gv != NULL && i < gv->n_interfaces; i++)
+    if (!gv->interfaces[i].loopback) networks++;
+  if (networks < 2) return NULL;
+  struct cyclone_redundancy* redundancy = calloc(1, sizeof *redundancy);
+  if (redundancy == NULL) return NULL;
+  redundancy->gv = gv;
+  redundancy->networks = gv->n_interfaces;
+  for (int i = 0; i < gv->n_interfaces; i++) redundancy->write[i] = gv->xmit_conns[i]->m_write_fn;
+  pthread_rwlock_wrlock(&lock);
+  redundancy->next = first;
+  first = redundancy;
+  pthread_rwlock_unlock(&lock);
+  for (int i = 0; i < gv->n_interfaces; i++)
+    __atomic_store_n(&gv->xmit_conns[i]->m_write_fn, write_to_all, __ATOMIC_RELEASE);
+  return redundancy;
+}
+
+// The loopback interface does not count: every host has its address.
+static int network_of(const struct ddsi_domaingv* gv, uint32_t address) {
+  for (int i = 0; i < gv->n_interfaces; i++) {
+    if (gv->interfaces[i].loopback) continue;
+    const uint32_t mask = to_address(gv->interfaces[i].netmask.address);
+    if (((address ^ to_address(gv->interfaces[i].loc.address)) & mask) == 0) return i;
+  }
+  return -1;
+}
+
+void cyclone_add_host(struct cyclone_redundancy* redundancy, const struct cyclone_locator* locators, uint32_t count) {
+  if (redundancy == NULL) return;
+  struct host host = {{0}};
+  for (uint32_t i = 0; i < count; i++) {
+    // The port must be the same in all networks.
+    if (locators[i].kind != NN_LOCATOR_KIND_UDPv4 || locators[i].port != locators[0].port) continue;
+    const uint32_t address = to_address(locators[i].address);
+    const int network = network_of(redundancy->gv, address);
+    if (network >= 0) host.addresses[network] = address;
+  }
+  pthread_rwlock_wrlock(&lock);
+  struct host* known = NULL;
+  for (int i = 0; i < redundancy->networks && known == NULL; i++)
+    if (host.addresses[i] != 0) known = find_host(redundancy, i, host.addresses[i]);
+  if (known == NULL) {
+    known = &redundancy->hosts[redundancy->next_host];
+    redundancy->next_host = (redundancy->next_host + 1) % HOSTS_MAX;
+    if (redundancy->host_count < HOSTS_MAX) redundancy->host_count++;
+  }
+  *known = host;
+  pthread_rwlock_unlock(&lock);
+}
+
+void cyclone_free_redundancy(struct cyclone_redundancy* redundancy) {
+  if (redundancy == NULL) return;
+  pthread_rwlock_wrlock(&lock);
+  struct cyclone_redundancy** link = &first;
+  while (*link != redundancy) link = &(*link)->next;
+  *link = redundancy->next;
+  pthread_rwlock_unlock(&lock);
+  free(redundancy);
+}
+
+#else  // an engine whose insides are not known here
+
+struct cyclone_redundancy* cyclone_start_redundancy(struct ddsi_domaingv* gv) {
+  return (void)gv, NULL;
+}
+void cyclone_add_host(struct cyclone_redundancy* redundancy, const struct cyclone_locator* locators, uint32_t count) {
+  (void)redundancy, (void)locators, (void)count;
+}
+void cyclone_free_redundancy(struct cyclone_redundancy* redundancy) {
+  (void)redundancy;
+}
+
+#endif

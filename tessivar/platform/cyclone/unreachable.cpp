@@ -1,0 +1,43 @@
+#include "tessivar/platform/cyclone/unreachable.h"
+
+#include <chrono>
+#include <map>
+#include <mutex>
+
+namespace tessivar::platform::cyclone {
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr std::string_view beginning = "ddsi_udp_conn_write to udp/";
+constexpr std::chrono::minutes interval(1);
+constexpr std::size_t most_addresses = 64;
+
+/// Whether there was no line about the address for an interval.
+bool is_due(const std::string& address) {
+  // Never destroyed: the engine's threads may log while the process ends.
+  static auto& mutex = *new std::mutex;
+  static auto& last_told = *new std::map<std::string, steady_clock::time_point>;
+  const std::lock_guard lock(mutex);
+  const steady_clock::time_point now = steady_clock::now();
+  const auto [entry, is_new] = last_told.try_emplace(address, now);
+  if (!is_new && now - entry->second < interval) return false;
+  entry->second = now;
+  if (last_told.size() > most_addresses) last_told.clear();
+  return true;
+}
+
+}  // namespace
+
+bool summarize_unreachable(std::string_view line, std::string& text) {
+  if (!line.starts_with(beginning)) return false;
+  const std::string_view rest = line.substr(beginning.size());
+  const std::string address(rest.substr(0, rest.find(':')));
+  if (is_due(address)) {
+    text = address + " cannot be reached, packets to it are lost (next line about it in a minute at the earliest): ";
+    text += line;
+  }
+  return true;
+}
+
+}  // namespace tessivar::platform::cyclone
