@@ -59,8 +59,8 @@ class TESSIVAR_API DDSDomain {
   /// The type that remote participants see and admit or ignore this one by. Refused once the participant exists.
   void setType(unsigned short type);
   /// Interfaces to use, each a name, an address or a pattern such as "10.1.*"; none: the engine's choice of one. With
-  /// more than one every sample is sent through all of them (redundant networks). When none of the machine's fits,
-  /// creation fails. Refused once the participant exists.
+  /// more than one, up to four, everything is sent through all of them, so that each of them is enough. When none of
+  /// the machine's fits, creation fails. Refused once the participant exists.
   void setAllowedInterfaces(std::vector<std::string> interfaces);
 
   // --- creation

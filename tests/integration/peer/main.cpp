@@ -6,6 +6,7 @@
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/platform/participant.h"
 
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <iterator>
@@ -34,7 +35,6 @@ void create(DDSDomain& domain, int id, const Words& options) {
       DDSPropertyQosPolicyHelper::add_property(qos.property, "tessivarddscore.allowed_participant_types", value.c_str(),
                                                DDS_BOOLEAN_FALSE);
   }
-  domain.setAllowedInterfaces({"lo"});
   if (!domain.createDomainParticipant(id, qos, true)) throw std::runtime_error("the domain cannot be created");
 }
 
@@ -59,6 +59,7 @@ void serve(Role& role) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  setenv("DDS_ALLOWED_INTERFACES", "lo", 0);  // on a real network only when somebody says so
   install_console();
   try {
     const Words arguments(argv + 1, argv + argc);

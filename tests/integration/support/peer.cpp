@@ -47,6 +47,15 @@ Peer::Peer(const std::string& role, const std::vector<std::string>& options)
   EXPECT_TRUE(sees("ready"));
 }
 
+Peer::Peer(const std::vector<std::string>& launcher, const std::string& role)
+    : ChildProcess([&] {
+        std::vector<std::string> words = launcher;
+        for (const std::string& word : command_line(role, {})) words.push_back(word);
+        return words;
+      }()) {
+  EXPECT_TRUE(sees("ready"));
+}
+
 AssertionResult Peer::failure(const std::string& what) const {
   constexpr std::size_t shown = 20000;
   const std::string text = transcript();

@@ -22,6 +22,8 @@ class Peer : public ChildProcess {
  public:
   /// `role` is "device", "client", "router" or "controller", on own_domain(); `options` as "type=3".
   explicit Peer(const std::string& role, const std::vector<std::string>& options = {});
+  /// Started by a command in front of its own: see Hosts::on().
+  Peer(const std::vector<std::string>& launcher, const std::string& role);
 
   /// Gives it a command and waits until that has succeeded.
   ::testing::AssertionResult does(const std::string& command);

@@ -1,0 +1,124 @@
+// Devices and controllers on two hosts, on one network and on two.
+#include "support/hosts.h"
+#include "support/peer.h"
+
+#include <iostream>
+#include <memory>
+
+#include <gmock/gmock.h>
+
+namespace tessivar::testing {
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr const char* unit = "0001:02:0A";
+constexpr const char* not_permitted =
+    "network namespaces cannot be made here: tested on the loopback interface alone\n";
+
+/// What a wait without an answer says.
+std::string alone(const std::string& interface, const std::string& peers) {
+  return "No other participant was discovered: domain " + std::to_string(own_domain()) + ", interfaces " + interface +
+         ", peers " + peers + ", multicast off, other participants seen: 0";
+}
+
+TEST(TwoHosts, MeetByPeersOrMulticastAndSayWhyNot) {
+  if (!Hosts::permitted()) {
+    std::cerr << not_permitted;
+    Peer client({"/usr/bin/env", "TESSIVAR_PEERS=10.255.255.1"}, "client");
+    ASSERT_TRUE(client.does("create"));
+    client.begin("match 100");
+    EXPECT_TRUE(client.sees("did match failed"));
+    EXPECT_THAT(client.transcript(), HasSubstr(alone("lo (127.0.0.1)", "10.255.255.1")));
+    Peer device({"/usr/bin/env", "TESSIVAR_MULTICAST=1"}, "device");
+    EXPECT_TRUE(client.does("match 20000"));
+    return;
+  }
+  const Hosts hosts({"red"});
+  for (const std::string& setting : {"TESSIVAR_PEERS=" + hosts.addresses("a"), std::string("TESSIVAR_MULTICAST=1")}) {
+    SCOPED_TRACE(setting);
+    const bool multicast = setting == "TESSIVAR_MULTICAST=1";
+    Peer device(hosts.on("a", {multicast ? setting : "TESSIVAR_MULTICAST=0"}), "device");
+    {
+      Peer lonely(hosts.on("b"), "client");
+      ASSERT_TRUE(lonely.does("create"));
+      for (const char* command : {"match 100", "set 0001:02:0A 1 5 100"}) {
+        const std::size_t before = lonely.transcript().size();
+        lonely.begin(command);
+        EXPECT_TRUE(lonely.sees("did"));
+        EXPECT_THAT(lonely.transcript().substr(before), HasSubstr(alone("red (10.90.0.2)", "none")));
+      }
+    }
+    Peer client(hosts.on("b", {setting}), "client");
+    ASSERT_TRUE(client.does("create"));
+    EXPECT_TRUE(client.does("match 20000"));
+  }
+}
+
+/// A device and a controller on two hosts with two networks; the parameter is how they find each other.
+class TwoNetworks : public ::testing::TestWithParam<const char*> {
+ protected:
+  void start() {
+    if (Hosts::permitted()) hosts = std::make_unique<Hosts>(std::vector<std::string>{"red", "blue"});
+    const bool multicast = std::string(GetParam()) == "multicast";
+    const auto launcher = [&](const char* host, const char* other) -> std::vector<std::string> {
+      const std::string setting =
+          multicast ? "TESSIVAR_MULTICAST=1" : "TESSIVAR_PEERS=" + (hosts ? hosts->addresses(other) : "127.0.0.1");
+      if (!hosts) return {"/usr/bin/env", setting};
+      return hosts->on(host, {setting});
+    };
+    device = std::make_unique<Peer>(launcher("a", "b"), "device");
+    client = std::make_unique<Peer>(launcher("b", "a"), "client");
+    ASSERT_TRUE(device->does(std::string("unit ") + unit + " camera"));
+    ASSERT_TRUE(client->does("create"));
+    ASSERT_TRUE(client->does("match 20000"));
+  }
+  std::string next() { return std::string("value ") + unit + " 1 " + std::to_string(++value); }
+  /// Every change and every request arrives.
+  void works(const char* what) {
+    SCOPED_TRACE(what);
+    for (int i = 0; i < 5; ++i) {
+      const std::string change = next();
+      ASSERT_TRUE(device->does(change));
+      ASSERT_TRUE(client->sees(change));
+    }
+    ASSERT_TRUE(client->does(std::string("set ") + unit + " 2 " + std::to_string(value) + " 5000"));
+    ASSERT_TRUE(client->sees("set true"));
+  }
+
+  std::unique_ptr<Hosts> hosts;
+  std::unique_ptr<Peer> device, client;
+  int value = 0;
+};
+
+TEST_P(TwoNetworks, EitherIsEnough) {
+  start();
+  works("both networks");
+  if (!hosts) {
+    std::cerr << not_permitted;
+    return;
+  }
+  hosts->cut("red");
+  works("red cut");
+  hosts->heal("red");
+  hosts->cut("blue");
+  works("blue cut, red healed just before");
+  EXPECT_TRUE(client->saw_nothing_of("unit-removed"));
+
+  // Neither works until the lease has ended: what has changed meanwhile is there again with the first network.
+  hosts->cut("red");
+  const std::string change = next();
+  ASSERT_TRUE(device->does(change));
+  ASSERT_TRUE(client->sees("unit-removed"));
+  hosts->heal("blue");
+  EXPECT_TRUE(client->sees(change));
+  works("blue healed");
+  hosts->heal("red");
+  works("both healed");
+}
+
+INSTANTIATE_TEST_SUITE_P(By, TwoNetworks, ::testing::Values("multicast", "peers"),
+                         [](const auto& test) { return std::string(test.param); });
+
+}  // namespace
+}  // namespace tessivar::testing
