@@ -1,4 +1,5 @@
 // A participant's own QoS and the defaults of what is made through it.
+#include "tessivar/platform/mutex.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant_config.h"
 #include "tessivar/platform/participant_impl.h"
@@ -16,7 +17,8 @@ namespace {
 
 /// What the application has set, else what the default profile says for that topic (null: for any), else `built_in`.
 template <class Qos>
-Qos default_qos(std::mutex& mutex, const std::optional<Qos>& set, const char* topic_name, const Qos& built_in) {
+Qos default_qos(tessivar::platform::Mutex& mutex, const std::optional<Qos>& set, const char* topic_name,
+                const Qos& built_in) {
   {
     const std::lock_guard lock(mutex);
     if (set) return *set;

@@ -1,5 +1,8 @@
 #include "tessivar/platform/cyclone/unreachable.h"
 
+#include "tessivar/platform/immortal.h"
+#include "tessivar/platform/mutex.h"
+
 #include <chrono>
 #include <map>
 #include <mutex>
@@ -15,15 +18,14 @@ constexpr std::size_t most_addresses = 64;
 
 /// Whether there was no line about the address for an interval.
 bool is_due(const std::string& address) {
-  // Never destroyed: the engine's threads may log while the process ends.
-  static auto& mutex = *new std::mutex;
-  static auto& last_told = *new std::map<std::string, steady_clock::time_point>;
-  const std::lock_guard lock(mutex);
+  static Immortal<Mutex> mutex;  // the engine's threads may log while the process ends
+  static Immortal<std::map<std::string, steady_clock::time_point>> last_told;
+  const std::lock_guard lock(*mutex);
   const steady_clock::time_point now = steady_clock::now();
-  const auto [entry, is_new] = last_told.try_emplace(address, now);
+  const auto [entry, is_new] = last_told->try_emplace(address, now);
   if (!is_new && now - entry->second < interval) return false;
   entry->second = now;
-  if (last_told.size() > most_addresses) last_told.clear();
+  if (last_told->size() > most_addresses) last_told->clear();
   return true;
 }
 
