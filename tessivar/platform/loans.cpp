@@ -76,7 +76,7 @@ Loans::Sample Loans::idle_sample() {
   return one;
 }
 
-void* const* Loans::take_back(const void* lent) noexcept {
+std::unique_ptr<Loan> Loans::take_back(const void* lent) noexcept {
   const std::lock_guard lock(mutex_);
   const auto loan = std::find_if(out_.begin(), out_.end(), [&](const std::unique_ptr<Loan>& one) {
     return one->samples.data() == lent || one->pointers.get() == lent;
@@ -84,9 +84,12 @@ void* const* Loans::take_back(const void* lent) noexcept {
   if (loan == out_.end()) return nullptr;
   std::unique_ptr<Loan> returned = std::move(*loan);
   out_.erase(loan);
-  void* const* const samples = returned->samples.data();
-  retire(std::move(returned));
-  return samples;
+  return returned;
+}
+
+void Loans::keep(std::unique_ptr<Loan> loan) noexcept {
+  const std::lock_guard lock(mutex_);
+  retire(std::move(loan));
 }
 
 bool Loans::any_out() const {
@@ -97,18 +100,18 @@ bool Loans::any_out() const {
 void Loans::retire(std::unique_ptr<Loan> loan) {
   for (std::size_t i = 0; i < loan->samples.size(); ++i) {
     Sample one = {loan->samples[i], loan->octets[i]};
-    keep(idle_samples_, one, one.octets);
+    keep_idle(idle_samples_, one, one.octets);
     if (one.sample) type_.destroy_sample(one.sample);
   }
   loan->samples.clear();
   loan->octets.clear();
   const std::size_t octets = octets_of(*loan);
-  keep(idle_, loan, octets);
+  keep_idle(idle_, loan, octets);
 }
 
 /// Moves `one` among the idle ones, unless they would take too much memory or the list of them cannot grow.
 template <class T>
-void Loans::keep(std::vector<T>& idle, T& one, std::size_t octets) {
+void Loans::keep_idle(std::vector<T>& idle, T& one, std::size_t octets) {
   if (idle_octets_ + octets > most_idle_octets) return;
   try {
     idle.push_back(std::move(one));

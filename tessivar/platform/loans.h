@@ -36,8 +36,11 @@ class Loans {
 
   /// A loan of `count` samples, whose content is left over from before; null when memory is short.
   Loan* lend(std::size_t count) noexcept;
-  /// Names the loan by its samples or its pointers. Returns its samples, which name it, or null when it is none of ours.
-  void* const* take_back(const void* lent) noexcept;
+  /// Takes a loan out of the application's hands, by its samples or its pointers; null when it is none of ours. To be
+  /// given to keep().
+  std::unique_ptr<Loan> take_back(const void* lent) noexcept;
+  /// Keeps what there is room for, for later loans.
+  void keep(std::unique_ptr<Loan> loan) noexcept;
   bool any_out() const;
 
  private:
@@ -50,7 +53,7 @@ class Loans {
   Sample idle_sample();
   void retire(std::unique_ptr<Loan> loan);
   template <class T>
-  void keep(std::vector<T>& idle, T& one, std::size_t octets);
+  void keep_idle(std::vector<T>& idle, T& one, std::size_t octets);
 
   const PRESTypePlugin& type_;
   mutable Mutex mutex_;

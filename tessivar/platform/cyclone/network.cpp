@@ -82,6 +82,8 @@ std::optional<std::string> resolve_peer(const std::string& peer) {
   const std::string host = peer.substr(0, colon);
   const std::string port = colon == std::string::npos ? "" : peer.substr(colon + 1);
   if (host.empty() || (colon != std::string::npos && !is_port(port))) return std::nullopt;
+  // This name has a meaning on a machine without /etc/hosts, too (RFC 6761, 6.3).
+  if (host == "localhost") return port.empty() ? "127.0.0.1" : "127.0.0.1:" + port;
   addrinfo hints = {};
   hints.ai_family = AF_INET;
   hints.ai_socktype = SOCK_DGRAM;
