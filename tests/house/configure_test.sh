@@ -26,7 +26,7 @@ configure once -S "$source" -DTESSIVAR_BUILD_TESTS=ON -DTESSIVAR_BUILD_EXAMPLES=
 cp "$work/once/compile_commands.json" "$work/before"
 ln -s "$(command -v true)" "$work/with/ccache"
 path=$work/with:$PATH
-configure once
+configure once -S "$source"
 cmp "$work/before" "$work/once/compile_commands.json" || fail "ccache that appeared later changes the commands"
 
 # A file that includes the engine's header and ours does not compile, and says so first, in either order.
