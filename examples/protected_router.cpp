@@ -8,12 +8,13 @@
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
 using Helper = RoutingMessageHelper;
-
 constexpr DDS_UnsignedShort ports = 4;
 
 struct Hub : RoutingServices,
              RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>,
              RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply> {
+  using RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>::processRequest;
+  using RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply>::processRequest;
   /// A change that a controller asked for belongs on both topics.
   bool publish(unsigned index) {
     DDSPtr port(Helper::createDestination(unit, 0, 0, index, "out " + std::to_string(index), guarded[index]));
@@ -55,5 +56,5 @@ int main(int argc, char** argv) {
   hub.routingService()->setListener(&hub);
   hub.protectService()->setListener(&hub);
   std::cin.get();  // until Enter is pressed
-  hub.cleanUp();   // before what the requests need goes
+  hub.cleanUp();   // before its members go
 }

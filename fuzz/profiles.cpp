@@ -104,7 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   check_lookup<DDS_DomainParticipantQos>(
       false, [&](auto& qos, std::string& failure) { return profiles.default_participant(qos, failure); });
   check_lookup<DDS_TopicQos>(false, [&](auto& qos, std::string& failure) {
-    return profiles.topic_for("Orvel.Routing.Sources", qos, failure);
+    return profiles.default_for("Orvel.Routing.Sources", qos, failure);
   });
   return 0;
 }

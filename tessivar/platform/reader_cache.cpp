@@ -247,6 +247,10 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
   // Disposals reach every reader of the participant: those of instances that it never accepted are none of its
   // business.
   if (!slot.info.valid_data && !here) return false;
+  if (joining && !here) {
+    const auto ended = ended_meanwhile_.find(hash);
+    if (ended != ended_meanwhile_.end() && timestamp <= ended->second) return false;
+  }
 
   bool news = false;
   if (slot.info.valid_data) {
@@ -292,6 +296,9 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
   if (joining && instance->known_to_source) {  // which knows better, as long as it is in place
     instance->end_of_joining = static_cast<std::uint8_t>(slot.info.instance_state) & 7u;
     return news;
+  }
+  if (!joining && joining_) {
+    ended_meanwhile_.insert_or_assign(hash, std::max(timestamp, instance->last_timestamp));
   }
   return end(*instance, slot.info.instance_state, slot.sample, timestamp) || news;
 }
@@ -422,6 +429,7 @@ void ReaderCache::forget_other_writers(Instance& instance) {
 void ReaderCache::begin_catch_up(Source joining) {
   const std::lock_guard lock(mutex_);
   joining_ = joining;
+  ended_meanwhile_.clear();
 }
 
 void ReaderCache::abandon_catch_up() {
@@ -431,6 +439,7 @@ void ReaderCache::abandon_catch_up() {
 bool ReaderCache::end_catch_up(bool complete) {
   const std::lock_guard lock(mutex_);
   source_ = std::exchange(joining_, Source{0});
+  ended_meanwhile_.clear();
   bool news = false;
   for (std::size_t bucket = 0; bucket < buckets_.size(); ++bucket) {
     for (Instance* each = buckets_[bucket]; each;) {

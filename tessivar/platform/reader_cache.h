@@ -204,6 +204,9 @@ class ReaderCache {
   std::size_t counts_[12] = {};
   std::vector<Expiry> expiries_;  // a heap; entries of samples that are gone mean nothing
   std::unordered_map<KeyHash, std::vector<LastOfWriter>, KeyHashHasher> other_writers_;
+  /// Instances that ended during a catch-up, with the time of their last sample: the joining source may deliver it
+  /// still.
+  std::unordered_map<KeyHash, std::int64_t, KeyHashHasher> ended_meanwhile_;
   std::vector<KeyHash> order_;  // all hashes in order, and perhaps some of erased ones; empty: to be made again
   Source source_ = 0;
   Source joining_ = 0;

@@ -1,7 +1,8 @@
 // How a reader of history catches up with another filter.
 //
-// The new filter is in force for samples to come at once. What it accepts of the writers' history is fetched by a
-// second engine reader, on a thread of its own, while the first one goes on; the cache inserts once what both deliver.
+// What the new filter rejects is rejected at once. What it accepts in addition is received by a second engine reader,
+// with the writers' history, on a thread of its own, while the first one goes on; the cache inserts once what both
+// deliver.
 // When the history is complete, the second one takes the first one's place.
 #include "tessivar/platform/log.h"
 #include "tessivar/platform/participant_impl.h"
@@ -41,9 +42,14 @@ bool DDSDataReader::Impl::redelivers_history() const {
 DDS_ReturnCode_t DDSDataReader::Impl::set_filter(const std::shared_ptr<CompiledFilter>& filter) {
   const std::lock_guard lock(structure);
   if (!side || closing) return DDS_RETCODE_OK;  // it is enabled with the topic's filter
-  side->set_filter(filter);
-  if (joining) joining->set_filter(filter);
-  if (!redelivers_history()) return DDS_RETCODE_OK;
+  if (!redelivers_history()) {
+    side->set_filter(filter);
+    return DDS_RETCODE_OK;
+  }
+  // What the filter accepts in addition is left to a side that gets it with its history and so knows all writers of it:
+  // otherwise the first writer that leaves would look like the last one.
+  side->narrow(filter);
+  if (joining) joining->narrow(filter);
   next_filter = filter;
   if (catching_up) return DDS_RETCODE_OK;
   if (catch_up_thread.joinable()) catch_up_thread.join();  // it has nothing left to do

@@ -76,6 +76,11 @@ void ReaderSide::set_filter(std::shared_ptr<CompiledFilter> filter) {
   filter_.swap(filter);
 }
 
+void ReaderSide::narrow(std::shared_ptr<CompiledFilter> filter) {
+  const std::lock_guard lock(filter_mutex_);
+  narrower_.swap(filter);
+}
+
 DDS_SubscriptionMatchedStatus ReaderSide::matched() const {
   const std::lock_guard lock(writers_mutex_);
   return matched_;
@@ -91,7 +96,7 @@ bool ReaderSide::accepts(const EncodedSample& sample, EngineHandle, const DDS_Fi
   const std::lock_guard lock(filter_mutex_);
   refused_by = nullptr;
   if (type_.decode(scratch_, sample.bytes, sample.size)) {
-    if (filter_->accepts(scratch_, info)) return true;
+    if (filter_->accepts(scratch_, info) && (!narrower_ || narrower_->accepts(scratch_, info))) return true;
     counters_->filtered();
     refused_by = this;
     return false;

@@ -50,6 +50,9 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   bool transfer(ReaderCache& cache);
   /// Another filter for the samples to come; nobody evaluates with the old one any more when it returns.
   void set_filter(std::shared_ptr<CompiledFilter> filter);
+  /// From now on samples have to pass this filter, too; it replaces the one of an earlier call. Whatever this side
+  /// delivers, it then knows all writers of it.
+  void narrow(std::shared_ptr<CompiledFilter> filter);
 
   // What the engine said last.
   DDS_SubscriptionMatchedStatus matched() const;
@@ -77,7 +80,8 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
 
   Mutex filter_mutex_;  // held while the filter evaluates
   std::shared_ptr<CompiledFilter> filter_;
-  void* scratch_ = nullptr;  // what the filter evaluates
+  std::shared_ptr<CompiledFilter> narrower_;  // null: none
+  void* scratch_ = nullptr;                   // what the filter evaluates
 
   Mutex transfer_mutex_;  // so that samples reach the cache in the order in which the engine received them
   std::vector<EngineSlot> slots_;

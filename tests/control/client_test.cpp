@@ -135,7 +135,7 @@ TEST_F(Client, KeepsWhatItFollowsWhileInterestsChange) {
   for (unsigned number = 1; number <= commands; ++number) {
     ASSERT_TRUE(node_.publishCommand(Helper::createCommand(camera, number, 1), true));
   }
-  for (unsigned unit = 100; unit < 110; ++unit) ASSERT_TRUE(publish(AddressEx(1, 2, unit), 2));
+  for (int unit = 100; unit < 110; ++unit) ASSERT_TRUE(publish(AddressEx(1, 2, unit), 2));
   ASSERT_TRUE(eventually([&] { return told == commands; }));
 
   std::atomic<bool> stop = false;
@@ -146,7 +146,7 @@ TEST_F(Client, KeepsWhatItFollowsWhileInterestsChange) {
       failed += !client_.queryCommand(camera, number + 1, *polled);
   });
   const auto begin = std::chrono::steady_clock::now();
-  for (unsigned unit = 100; unit < 110; ++unit) EXPECT_TRUE(client_.registerInterest(AddressEx(1, 2, unit)));
+  for (int unit = 100; unit < 110; ++unit) EXPECT_TRUE(client_.registerInterest(AddressEx(1, 2, unit)));
   const auto spent = std::chrono::steady_clock::now() - begin;
   EXPECT_TRUE(eventually([&] { return told == commands + 10; }));
   EXPECT_TRUE(client_.removeInterest(AddressEx(1, 2, 100)) && client_.waitForHistoricalData(20000));

@@ -85,6 +85,8 @@ class RoutingClientOnBus : public Test,
   bool tells(NodeOfSamples& node, const DDSPtr<Sample>& sample, const std::string& what) {
     return node.writeSample(sample) && events_.happens(what);
   }
+  using RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>::processRequest;
+  using RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply>::processRequest;
   AssociationRouteChangeReply* processRequest(const AssociationRouteChangeRequest*) override {
     AssociationRouteChangeReply* reply = AssociationRouteChangeReplyTypeSupport::create_data();
     reply->result = COMPLETE;
