@@ -293,7 +293,10 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
     instance->known_to_source = true;
   }
   if (slot.info.instance_state == DDS_ALIVE_INSTANCE_STATE) return news;
-  if (joining && instance->known_to_source) {  // which knows better, as long as it is in place
+  // The source knows better, as long as it is in place. Without writers is what the joining source knows of so far: the
+  // history of another writer may still come.
+  const bool without_writers = slot.info.instance_state == DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
+  if (joining && (instance->known_to_source || without_writers)) {
     instance->end_of_joining = static_cast<std::uint8_t>(slot.info.instance_state) & 7u;
     return news;
   }
