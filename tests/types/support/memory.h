@@ -1,4 +1,4 @@
-// The memory that operator new hands out in this test program: counted, and refused when a test says so.
+// Counts the memory that operator new hands out in this test program.
 #pragma once
 
 #include <cstddef>
@@ -9,15 +9,5 @@ namespace types_test {
 std::size_t live_octets();
 /// How often this thread has allocated.
 std::size_t allocations();
-
-/// While it lives, one allocation of this thread fails: the `n`-th, counted from 0.
-class FailingAllocation {
- public:
-  explicit FailingAllocation(int n);
-  ~FailingAllocation();
-  FailingAllocation(const FailingAllocation&) = delete;
-  FailingAllocation& operator=(const FailingAllocation&) = delete;
-  bool happened() const;
-};
 
 }  // namespace types_test
