@@ -36,8 +36,8 @@ class Loans {
 
   /// A loan of `count` samples, whose content is left over from before; null when memory is short.
   Loan* lend(std::size_t count) noexcept;
-  /// Takes a loan out of the application's hands, by its samples or its pointers; null when it is none of ours. To be
-  /// given to keep().
+  /// Takes a loan out of the application's hands, by its samples or its pointers; null if it is not of this reader. To
+  /// be given to keep().
   std::unique_ptr<Loan> take_back(const void* lent) noexcept;
   /// Keeps what there is room for, for later loans.
   void keep(std::unique_ptr<Loan> loan) noexcept;

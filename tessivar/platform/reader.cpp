@@ -106,7 +106,7 @@ bool DDSDataReader::Impl::transfer(ReaderSide& from) {
   return news;
 }
 
-/// The last caller finds what is true; whoever changes the cache calls.
+/// To be called after every change of the cache.
 void DDSDataReader::Impl::update_conditions() {
   const std::lock_guard lock(conditions_mutex);
   std::size_t unread = 0;

@@ -141,7 +141,7 @@ void ReaderCache::unlink(Instance& instance, Sample* previous, Sample& sample, b
   if (instance.unread == &sample) instance.unread = next;
   if (unread) --instance.unread_count;
   --instance.count;
-  // What is left, if anything, may know no more than the hash of the key.
+  // The samples that remain may hold no more than the hash of the key.
   if (!instance.key && (!instance.first || !instance.first->valid)) keep_key(instance, sample);
   publications_.release(sample.writer);
   samples_.destroy(&sample);
@@ -204,7 +204,7 @@ void ReaderCache::drop_expired() {
       if (!sample->valid || expiry(*sample) > time) {
         previous = sample;
       } else if (instance->state != DDS_ALIVE_INSTANCE_STATE && unread && !next) {
-        sample->valid = false;  // still tells of the end
+        sample->valid = false;  // it reports the end of the instance
       } else {
         unlink(*instance, previous, *sample, unread);
       }

@@ -5,7 +5,7 @@
 //
 // What is new is kept apart from what was read: samples that were not read, instances that are new and instances that
 // are no longer alive are found without a look at the others. An instance that is no longer alive leaves the cache when
-// its last unread sample, which tells of its end, has been handed out; its key stays available until the loan is
+// its last unread sample, which reports its end, has been handed out; its key stays available until the loan is
 // returned and the next access begins.
 #pragma once
 

@@ -53,7 +53,7 @@ class TESSIVAR_API RoutingClient {
   bool detachListener(RoutingClientListener* listener);
 
   /// Asks the router's device for a route, without waiting for the answer. The ticket is filled as replies arrive: see
-  /// its `received`; the listeners' ticketChanged tells of each. When the request cannot be sent, as no router is
+  /// its `received`; ticketChanged of the listeners reports each. When the request cannot be sent, as no router is
   /// there, the ticket is complete already, with the result FAILED and its `failure`, which the listeners are told soon
   /// after. Null before subscribe(). Blocks only while 4 megabytes of requests are not acknowledged by the routers, at
   /// most for 5 seconds (the max_blocking_time of the profile "requestNodeQos"), and then fails.

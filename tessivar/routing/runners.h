@@ -26,7 +26,7 @@ class RoutingClient::RoutersRunner : public WaitSetThreadRunner<Tessivar_Routing
   std::map<DDS_InstanceHandle_t, DDSPtr<Tessivar_Routing::Router>, HandleSumOrder> routers_;
 };
 
-/// Sources, destinations or associations: tells of each that has changed or is gone.
+/// Sources, destinations or associations: reports each that has changed or is gone.
 template <class Sample>
 class RoutingClient::StateRunner : public WaitSetThreadRunner<Sample> {
  public:

@@ -43,7 +43,7 @@ class ReaderCacheTest : public testing::Test {
   ReaderCacheTest() { cache.set_source(1); }
 
   static KeyHash hash(DDS_UnsignedLong number) { return key_hash_of(Encoding(number, 0).key_hash); }
-  /// A sample of `writer` written at `time`; without data it tells of `state` only. Returns whether it was news.
+  /// A sample of `writer` written at `time`; without data it carries `state` only. Returns whether it was news.
   bool insert(ReaderCache::Source source, DDS_UnsignedLong number, std::int64_t time,
               DDS_InstanceStateKind state = alive, bool data = true, std::uint8_t writer = 1,
               std::int64_t lifespan = never) {
