@@ -1,7 +1,8 @@
 // Any text as a source of QoS profiles, and every profile in it. One that begins with "p", "t", "w" or "r" is what a
 // profile says of a participant, a topic, a writer or a reader.
+#include "tessivar/platform/qos/profiles.h"
+
 #include "fuzz/demand.h"
-#include "tessivar/platform/qos_profiles.h"
 
 #include <algorithm>
 #include <string_view>

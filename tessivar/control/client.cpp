@@ -1,15 +1,15 @@
 #include "tessivar/control/client.h"
 
-#include "tessivar/control/addressed_sample.h"
-#include "tessivar/control/client_interests.h"
-#include "tessivar/control/reader_query.h"
-#include "tessivar/control/reported_units.h"
+#include "tessivar/control/internal/addressed_sample.h"
+#include "tessivar/control/internal/client_interests.h"
+#include "tessivar/control/internal/reader_query.h"
+#include "tessivar/control/internal/reported_units.h"
+#include "tessivar/control/internal/unit_announcers.h"
 #include "tessivar/control/services.h"
-#include "tessivar/control/unit_announcers.h"
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/pointers/listener_list.h"
-#include "tessivar/framework/report/report_book.h"
+#include "tessivar/framework/report/internal/report_book.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include <atomic>

@@ -1,6 +1,6 @@
 #include "tessivar/control/message_helper.h"
 
-#include "tessivar/control/addressed_sample.h"
+#include "tessivar/control/internal/addressed_sample.h"
 #include "tessivar/framework/log/logger.h"
 
 #include <cstdint>

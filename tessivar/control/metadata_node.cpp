@@ -1,7 +1,7 @@
 #include "tessivar/control/metadata_node.h"
 
-#include "tessivar/framework/domain/signature.h"
-#include "tessivar/framework/nodes/address_filtered_topic.h"
+#include "tessivar/framework/domain/detail/signature.h"
+#include "tessivar/framework/nodes/internal/address_filtered_topic.h"
 
 namespace TessivarDDS {
 

@@ -1,15 +1,15 @@
 #include "tessivar/control/node.h"
 
-#include "tessivar/control/announced_units.h"
+#include "tessivar/control/internal/announced_units.h"
+#include "tessivar/control/internal/unit_announcers.h"
 #include "tessivar/control/message_helper.h"
 #include "tessivar/control/services.h"
-#include "tessivar/control/unit_announcers.h"
 #include "tessivar/framework/address/address_check.h"
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/framework/nodes/address_texts.h"
+#include "tessivar/framework/nodes/detail/address_texts.h"
 #include "tessivar/framework/pointers/listener_list.h"
-#include "tessivar/framework/report/report_book.h"
+#include "tessivar/framework/report/internal/report_book.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include <string>

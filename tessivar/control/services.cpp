@@ -1,9 +1,9 @@
 #include "tessivar/control/services.h"
 
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/framework/report/report_book.h"
+#include "tessivar/framework/report/internal/report_book.h"
 
 namespace TessivarDDS {
 namespace {

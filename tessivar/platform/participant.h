@@ -9,7 +9,7 @@
 #pragma once
 
 #include "tessivar/platform/builtin.h"
-#include "tessivar/platform/immortal.h"
+#include "tessivar/platform/detail/immortal.h"
 #include "tessivar/platform/reader.h"
 #include "tessivar/platform/topic.h"
 #include "tessivar/platform/type_plugin.h"

@@ -15,7 +15,7 @@
 #pragma once
 
 #include "tessivar/platform/condition.h"
-#include "tessivar/platform/counters.h"
+#include "tessivar/platform/detail/counters.h"
 #include "tessivar/platform/entity.h"
 #include "tessivar/platform/listener.h"
 #include "tessivar/platform/qos.h"

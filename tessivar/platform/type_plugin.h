@@ -6,7 +6,7 @@
 #pragma once
 
 #include "tessivar/platform/base.h"
-#include "tessivar/platform/counters.h"
+#include "tessivar/platform/detail/counters.h"
 
 #include <cstddef>
 #include <memory>

@@ -4,7 +4,7 @@
 // sample is kept. Only write, flush, wait_for_acknowledgments and the deletion may block.
 #pragma once
 
-#include "tessivar/platform/counters.h"
+#include "tessivar/platform/detail/counters.h"
 #include "tessivar/platform/entity.h"
 #include "tessivar/platform/listener.h"
 #include "tessivar/platform/qos.h"

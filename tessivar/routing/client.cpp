@@ -1,10 +1,10 @@
 #include "tessivar/routing/client.h"
 
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/framework/report/report_book.h"
-#include "tessivar/routing/client_private.h"
-#include "tessivar/routing/runners.h"
+#include "tessivar/framework/report/internal/report_book.h"
+#include "tessivar/routing/internal/client_private.h"
+#include "tessivar/routing/internal/runners.h"
 
 namespace TessivarDDS {
 

@@ -1,6 +1,6 @@
 #include "tessivar/routing/message_helper.h"
 
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
 

@@ -1,8 +1,8 @@
 #include "tessivar/routing/request_reply_services.h"
 
-#include "tessivar/framework/domain/signature.h"
-#include "tessivar/framework/nodes/address_filtered_topic.h"
-#include "tessivar/framework/nodes/address_texts.h"
+#include "tessivar/framework/domain/detail/signature.h"
+#include "tessivar/framework/nodes/detail/address_texts.h"
+#include "tessivar/framework/nodes/internal/address_filtered_topic.h"
 
 #include <memory>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
-#include "tessivar/framework/requestreply/instances.h"
+#include "tessivar/framework/requestreply/detail/instances.h"
 #include "tessivar/platform/export.h"
 
 #include <string>

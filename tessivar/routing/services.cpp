@@ -1,11 +1,11 @@
 #include "tessivar/routing/services.h"
 
 #include "tessivar/framework/domain/dds_domain.h"
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/domain/topic_qos.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/framework/report/report_book.h"
+#include "tessivar/framework/report/internal/report_book.h"
 
 #define SIGNATURE(function) "bool __cdecl TessivarDDS::RoutingServices::" function
 #define SIGNATURE_OF_ADDRESSES(function) SIGNATURE(function) "(const " TESSIVAR_SIGNATURE_ADDRESSES " &)"

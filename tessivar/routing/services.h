@@ -1,7 +1,7 @@
 // The endpoints through which routers and their controllers meet.
 #pragma once
 
-#include "tessivar/framework/nodes/instances.h"
+#include "tessivar/framework/nodes/detail/instances.h"
 #include "tessivar/framework/report/report.h"
 #include "tessivar/routing/request_reply_services.h"
 

@@ -1,4 +1,4 @@
-#include "tessivar/framework/domain/text_list.h"
+#include "tessivar/framework/domain/detail/text_list.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tests/framework/support/samples.h"
 #include "tests/support/log_recorder.h"

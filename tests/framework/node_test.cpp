@@ -1,5 +1,5 @@
 #include "tessivar/framework/filters/address_content_filter.h"
-#include "tessivar/framework/nodes/instances.h"
+#include "tessivar/framework/nodes/detail/instances.h"
 #include "tests/framework/support/samples.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"

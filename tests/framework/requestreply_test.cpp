@@ -1,5 +1,5 @@
-#include "tessivar/framework/requestreply/instances.h"
-#include "tessivar/framework/requestreply/request_guid.h"
+#include "tessivar/framework/requestreply/detail/instances.h"
+#include "tessivar/framework/requestreply/detail/request_guid.h"
 #include "tests/framework/support/samples.h"
 #include "tests/support/failing_engine.h"
 #include "tests/support/log_recorder.h"

@@ -1,6 +1,6 @@
-#include "tessivar/framework/nodes/instances.h"
+#include "tessivar/framework/nodes/detail/instances.h"
+#include "tessivar/framework/waitset/detail/instances.h"
 #include "tessivar/framework/waitset/handle_sum_order.h"
-#include "tessivar/framework/waitset/instances.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 #include "tests/framework/support/samples.h"
 #include "tests/support/log_recorder.h"

@@ -14,7 +14,7 @@ put() { # put FILE LINE...
 
 # Everything here is allowed.
 put tessivar/tessivar.h '#include "tessivar/control/client.h"'
-put tessivar/platform/osapi.cpp '#include "tessivar/platform/osapi.h"' '#include <pthread.h>' '#include <pugixml.hpp>'
+put tessivar/platform/system/osapi.cpp '#include "tessivar/platform/osapi.h"' '#include <pthread.h>' '#include <pugixml.hpp>'
 put tessivar/platform/cyclone/engine.cpp '#include "tessivar/platform/cyclone/engine.h"' '#include <dds/dds.h>'
 put tessivar/types/command/command.cpp '#include "tessivar/platform/cdr.h"' '#include <vector>'
 put tessivar/framework/log/logger.cpp '#include "tessivar/types/command/command.h"' '  #  include <string>'

@@ -1,6 +1,6 @@
 // Remote participants: what is told of them, how to keep one out, and what becomes of one that is killed or paused.
 #include "support/peer.h"
-#include "tessivar/platform/engine.h"
+#include "tessivar/platform/engine/engine.h"
 
 #include <algorithm>
 #include <atomic>

@@ -2,7 +2,7 @@
 #include "support/bus.h"
 #include "tessivar/platform/cyclone/configuration.h"
 #include "tessivar/platform/cyclone/network.h"
-#include "tessivar/platform/participant_config.h"
+#include "tessivar/platform/participant/participant_config.h"
 
 namespace platform_test {
 namespace {

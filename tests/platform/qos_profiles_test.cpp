@@ -1,6 +1,5 @@
-#include "tessivar/platform/qos_profiles.h"
-
 #include "support/bus.h"
+#include "tessivar/platform/qos/profiles.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,5 +1,5 @@
 // What a reader's cache makes of the samples of one source and of two.
-#include "tessivar/platform/reader_cache.h"
+#include "tessivar/platform/reader/reader_cache.h"
 
 #include "support/bus.h"
 

@@ -1,7 +1,7 @@
 // An engine that refuses one thing.
 #pragma once
 
-#include "tessivar/platform/engine.h"
+#include "tessivar/platform/engine/engine.h"
 
 #include <atomic>
 #include <memory>

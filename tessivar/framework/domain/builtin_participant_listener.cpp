@@ -1,8 +1,8 @@
 #include "tessivar/framework/domain/builtin_participant_listener.h"
 
-#include "tessivar/framework/domain/text_list.h"
+#include "tessivar/framework/domain/detail/text_list.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/framework/report/peer_list.h"
+#include "tessivar/framework/report/internal/peer_list.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,12 +1,12 @@
 #include "tessivar/framework/domain/dds_domain.h"
 
-#include "tessivar/framework/domain/environment.h"
-#include "tessivar/framework/domain/signature.h"
-#include "tessivar/framework/domain/text_list.h"
+#include "tessivar/framework/domain/detail/signature.h"
+#include "tessivar/framework/domain/detail/text_list.h"
+#include "tessivar/framework/domain/internal/environment.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/framework/report/peer_list.h"
-#include "tessivar/framework/report/report_book.h"
-#include "tessivar/platform/callback.h"
+#include "tessivar/framework/report/internal/peer_list.h"
+#include "tessivar/framework/report/internal/report_book.h"
+#include "tessivar/platform/detail/callback.h"
 
 #include <algorithm>
 

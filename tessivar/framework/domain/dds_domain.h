@@ -1,7 +1,7 @@
 // One participant of a DDS domain, configured the way all applications of a facility configure theirs.
 #pragma once
 
-#include "tessivar/framework/domain/owned_participant.h"
+#include "tessivar/framework/domain/detail/owned_participant.h"
 #include "tessivar/framework/report/report.h"
 #include "tessivar/framework/sync/sync.h"
 #include "tessivar/platform/participant.h"

@@ -1,9 +1,9 @@
 #include "tessivar/framework/domain/domain_manager.h"
 
-#include "tessivar/framework/domain/signature.h"
-#include "tessivar/framework/log/guarded.h"
+#include "tessivar/framework/domain/detail/signature.h"
+#include "tessivar/framework/log/detail/guarded.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/platform/callback.h"
+#include "tessivar/platform/detail/callback.h"
 
 #include <algorithm>
 #include <memory>

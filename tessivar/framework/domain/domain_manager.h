@@ -2,9 +2,9 @@
 #pragma once
 
 #include "tessivar/framework/domain/dds_domain.h"
-#include "tessivar/platform/fork.h"
-#include "tessivar/platform/immortal.h"
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/fork.h"
+#include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <functional>
 #include <list>

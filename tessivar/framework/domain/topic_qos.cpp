@@ -1,7 +1,7 @@
 #include "tessivar/framework/domain/topic_qos.h"
 
 #include "tessivar/framework/domain/dds_domain.h"
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/log/logger.h"
 
 namespace TessivarDDS {

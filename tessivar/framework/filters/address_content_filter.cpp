@@ -1,8 +1,8 @@
 #include "tessivar/framework/filters/address_content_filter.h"
 
-#include "tessivar/framework/domain/signature.h"
+#include "tessivar/framework/domain/detail/signature.h"
 #include "tessivar/framework/log/logger.h"
-#include "tessivar/platform/immortal.h"
+#include "tessivar/platform/detail/immortal.h"
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/routing/routing.h"
 

@@ -2,10 +2,10 @@
 
 #include "tessivar/framework/log/default_logger.h"
 #include "tessivar/framework/log/readable_logger.h"
-#include "tessivar/platform/immortal.h"
-#include "tessivar/platform/log.h"
-#include "tessivar/platform/log_hold.h"
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/detail/log_hold.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/system/log.h"
 
 #include <locale>
 #include <memory>

@@ -30,4 +30,4 @@ class TESSIVAR_API DDSFilteredNode : public DDSNode<T> {
 
 }  // namespace TessivarDDS
 
-#include "tessivar/framework/nodes/dds_filtered_node_inl.h"
+#include "tessivar/framework/nodes/detail/dds_filtered_node_inl.h"

@@ -4,7 +4,7 @@
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/nodes/type_of.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
-#include "tessivar/platform/callback.h"
+#include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/participant.h"
 
 #include <memory>
@@ -154,4 +154,4 @@ class TESSIVAR_API DDSNode {
 
 }  // namespace TessivarDDS
 
-#include "tessivar/framework/nodes/dds_node_inl.h"
+#include "tessivar/framework/nodes/detail/dds_node_inl.h"

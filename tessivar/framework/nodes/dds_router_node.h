@@ -39,4 +39,4 @@ class TESSIVAR_API DDSRouterNode : public DDSFilteredNode<T> {
 
 }  // namespace TessivarDDS
 
-#include "tessivar/framework/nodes/dds_router_node_inl.h"
+#include "tessivar/framework/nodes/detail/dds_router_node_inl.h"

@@ -1,7 +1,7 @@
 // The application's listeners of one service object.
 #pragma once
 
-#include "tessivar/framework/log/guarded.h"
+#include "tessivar/framework/log/detail/guarded.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/sync/sync.h"
 

@@ -1,8 +1,8 @@
 // What a service or domain has done and seen up to now.
 #pragma once
 
-#include "tessivar/framework/requestreply/request_reply_counts.h"
-#include "tessivar/platform/counters.h"
+#include "tessivar/framework/requestreply/detail/request_reply_counts.h"
+#include "tessivar/platform/detail/counters.h"
 #include "tessivar/platform/export.h"
 
 #include <cstdint>

@@ -56,4 +56,4 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
 
 }  // namespace TessivarDDS
 
-#include "tessivar/framework/requestreply/dds_request_reply_inl.h"
+#include "tessivar/framework/requestreply/detail/dds_request_reply_inl.h"

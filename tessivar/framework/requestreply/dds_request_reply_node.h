@@ -2,21 +2,21 @@
 #pragma once
 
 #include "tessivar/framework/nodes/dds_filtered_node.h"
-#include "tessivar/framework/requestreply/client_listeners.h"
-#include "tessivar/framework/requestreply/guid_content_filter.h"
-#include "tessivar/framework/requestreply/listener_slot.h"
-#include "tessivar/framework/requestreply/match_listeners.h"
-#include "tessivar/framework/requestreply/pending_tickets.h"
-#include "tessivar/framework/requestreply/recent_clients.h"
-#include "tessivar/framework/requestreply/recent_units.h"
+#include "tessivar/framework/requestreply/detail/client_listeners.h"
+#include "tessivar/framework/requestreply/detail/guid_content_filter.h"
+#include "tessivar/framework/requestreply/detail/listener_slot.h"
+#include "tessivar/framework/requestreply/detail/match_listeners.h"
+#include "tessivar/framework/requestreply/detail/pending_tickets.h"
+#include "tessivar/framework/requestreply/detail/recent_clients.h"
+#include "tessivar/framework/requestreply/detail/recent_units.h"
+#include "tessivar/framework/requestreply/detail/request_reply_counts.h"
+#include "tessivar/framework/requestreply/detail/request_reply_role.h"
+#include "tessivar/framework/requestreply/detail/request_reply_runners.h"
 #include "tessivar/framework/requestreply/request_failure.h"
-#include "tessivar/framework/requestreply/request_reply_counts.h"
 #include "tessivar/framework/requestreply/request_reply_listeners.h"
-#include "tessivar/framework/requestreply/request_reply_role.h"
-#include "tessivar/framework/requestreply/request_reply_runners.h"
-#include "tessivar/framework/sync/use_gate.h"
+#include "tessivar/framework/sync/detail/use_gate.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
-#include "tessivar/platform/callback.h"
+#include "tessivar/platform/detail/callback.h"
 
 #include <atomic>
 #include <cstdint>
@@ -212,4 +212,4 @@ class TESSIVAR_API DDSRequestReplyNode {
 
 }  // namespace TessivarDDS
 
-#include "tessivar/framework/requestreply/dds_request_reply_node_inl.h"
+#include "tessivar/framework/requestreply/detail/dds_request_reply_node_inl.h"

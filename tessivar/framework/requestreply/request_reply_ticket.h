@@ -3,7 +3,7 @@
 
 #include "tessivar/framework/nodes/type_of.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
-#include "tessivar/framework/requestreply/published.h"
+#include "tessivar/framework/requestreply/detail/published.h"
 #include "tessivar/framework/requestreply/request_failure.h"
 #include "tessivar/platform/sample_info.h"
 

@@ -1,6 +1,6 @@
 #include "tessivar/framework/requestreply/tessivar_request_reply_service.h"
 
-#include "tessivar/framework/nodes/address_filtered_topic.h"
+#include "tessivar/framework/nodes/internal/address_filtered_topic.h"
 
 namespace TessivarDDS {
 

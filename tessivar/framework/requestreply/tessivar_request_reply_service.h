@@ -1,7 +1,7 @@
 // The commands of units: their values, and requests to change them.
 #pragma once
 
-#include "tessivar/framework/requestreply/instances.h"
+#include "tessivar/framework/requestreply/detail/instances.h"
 
 #include <string>
 #include <vector>

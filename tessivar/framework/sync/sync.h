@@ -4,7 +4,7 @@
 // not at all. A failing semaphore is logged as an error; a time that runs out is not.
 #pragma once
 
-#include "tessivar/platform/log_hold.h"
+#include "tessivar/platform/detail/log_hold.h"
 #include "tessivar/platform/osapi.h"
 
 namespace TessivarDDS {

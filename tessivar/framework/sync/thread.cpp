@@ -1,9 +1,9 @@
 #include "tessivar/framework/sync/thread.h"
 
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/sync/internal/thread_factory.h"
 #include "tessivar/framework/sync/ntp_time.h"
 #include "tessivar/framework/sync/sync.h"
-#include "tessivar/framework/sync/thread_factory.h"
 
 #include <exception>
 #include <string>

@@ -1,6 +1,6 @@
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
-#include "tessivar/framework/log/guarded.h"
+#include "tessivar/framework/log/detail/guarded.h"
 #include "tessivar/framework/log/logger.h"
 
 #include <algorithm>

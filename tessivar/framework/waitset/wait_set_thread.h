@@ -5,8 +5,8 @@
 #include "tessivar/framework/sync/thread.h"
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"
 #include "tessivar/platform/condition.h"
-#include "tessivar/platform/fork.h"
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/fork.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <atomic>
 #include <functional>

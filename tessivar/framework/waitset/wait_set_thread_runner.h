@@ -92,4 +92,4 @@ class TESSIVAR_API WaitSetThreadRunner : public WaitSetThreadRunnerBase {
 
 }  // namespace TessivarDDS
 
-#include "tessivar/framework/waitset/wait_set_thread_runner_inl.h"
+#include "tessivar/framework/waitset/detail/wait_set_thread_runner_inl.h"

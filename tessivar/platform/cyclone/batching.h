@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tessivar/platform/cyclone/internals.h"
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <cstdint>
 #include <mutex>

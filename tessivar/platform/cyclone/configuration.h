@@ -1,7 +1,7 @@
 // A participant's configuration as the engine reads it.
 #pragma once
 
-#include "tessivar/platform/engine.h"
+#include "tessivar/platform/engine/engine.h"
 
 #include <optional>
 #include <string>

@@ -5,7 +5,7 @@
 #include "tessivar/platform/cyclone/internals.h"
 #include "tessivar/platform/cyclone/redundancy.h"
 #include "tessivar/platform/cyclone/worker.h"
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <array>
 #include <chrono>

@@ -1,9 +1,9 @@
-#include "tessivar/platform/engine.h"
+#include "tessivar/platform/engine/engine.h"
 
 #include "tessivar/platform/cyclone/conditions.h"
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/participant.h"
-#include "tessivar/platform/immortal.h"
+#include "tessivar/platform/detail/immortal.h"
 
 namespace tessivar::platform {
 namespace {

@@ -4,7 +4,7 @@
 // other names here: after this header a DDS_… name is the platform's, and the engine's is in `api`.
 #pragma once
 
-#include "tessivar/platform/engine.h"
+#include "tessivar/platform/engine/engine.h"
 
 #define dds_notify_readers dds_notify_readers_of_the_engine  // not used; export.h keeps others from including both
 #include <dds/dds.h>

@@ -1,9 +1,9 @@
 #include "tessivar/platform/cyclone/engine_log.h"
 
-#include "tessivar/platform/callback.h"
 #include "tessivar/platform/cyclone/engine_api.h"
 #include "tessivar/platform/cyclone/unreachable.h"
-#include "tessivar/platform/log.h"
+#include "tessivar/platform/detail/callback.h"
+#include "tessivar/platform/system/log.h"
 
 #include <mutex>
 #include <vector>

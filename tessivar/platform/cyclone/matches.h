@@ -3,7 +3,7 @@
 
 #include "tessivar/platform/cyclone/discovery.h"
 #include "tessivar/platform/cyclone/engine_api.h"
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <functional>
 #include <mutex>

@@ -1,6 +1,6 @@
 #include "tessivar/platform/cyclone/pool.h"
 
-#include "tessivar/platform/immortal.h"
+#include "tessivar/platform/detail/immortal.h"
 
 #include <array>
 #include <mutex>

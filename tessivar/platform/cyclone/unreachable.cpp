@@ -1,7 +1,7 @@
 #include "tessivar/platform/cyclone/unreachable.h"
 
-#include "tessivar/platform/immortal.h"
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <chrono>
 #include <map>

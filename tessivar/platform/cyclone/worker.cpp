@@ -1,6 +1,6 @@
 #include "tessivar/platform/cyclone/worker.h"
 
-#include "tessivar/platform/signals_blocked.h"
+#include "tessivar/platform/system/signals_blocked.h"
 
 #include <pthread.h>
 

@@ -1,7 +1,7 @@
 // A thread that does, in order, what must not be done on one of the engine's own threads.
 #pragma once
 
-#include "tessivar/platform/mutex.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <deque>
 #include <functional>

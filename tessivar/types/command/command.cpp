@@ -1,4 +1,4 @@
-#include "tessivar/types/command/command_tables.h"
+#include "tessivar/types/command/internal/command_tables.h"
 #include "tessivar/types/family/define.h"
 
 namespace Tessivar {

@@ -1,4 +1,4 @@
-#include "tessivar/types/core/core_tables.h"
+#include "tessivar/types/core/internal/core_tables.h"
 #include "tessivar/types/family/define.h"
 
 namespace Tessivar {

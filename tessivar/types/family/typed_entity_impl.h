@@ -1,8 +1,8 @@
 // The bodies of the typed entities; only the files that define types include this.
 #pragma once
 
-#include "tessivar/platform/immortal.h"
-#include "tessivar/platform/log.h"
+#include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/system/log.h"
 #include "tessivar/types/family/plugin.h"
 #include "tessivar/types/typed_entity.h"
 

@@ -1,5 +1,5 @@
 #include "tessivar/types/family/define.h"
-#include "tessivar/types/logging/logging_tables.h"
+#include "tessivar/types/logging/internal/logging_tables.h"
 
 namespace Tessivar_Logging {
 

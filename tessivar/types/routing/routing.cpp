@@ -1,5 +1,5 @@
 #include "tessivar/types/family/define.h"
-#include "tessivar/types/routing/routing_tables.h"
+#include "tessivar/types/routing/internal/routing_tables.h"
 
 namespace Tessivar_Routing {
 

@@ -1,9 +1,9 @@
 #include "tests/types/support/any_type.h"
 
-#include "tessivar/types/command/command_tables.h"
+#include "tessivar/types/command/internal/command_tables.h"
 #include "tessivar/types/family/plugin.h"
-#include "tessivar/types/logging/logging_tables.h"
-#include "tessivar/types/routing/routing_tables.h"
+#include "tessivar/types/logging/internal/logging_tables.h"
+#include "tessivar/types/routing/internal/routing_tables.h"
 #include "tests/types/support/values.h"
 
 #include <memory>

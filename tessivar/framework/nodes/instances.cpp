@@ -1,7 +1,0 @@
-#include "tessivar/framework/nodes/instances.h"
-
-namespace TessivarDDS {
-
-TESSIVAR_NODE_INSTANCES(template)
-
-}  // namespace TessivarDDS

@@ -1,0 +1,55 @@
+// The client listeners of a request/reply node.
+#pragma once
+
+#include "tessivar/framework/log/detail/guarded.h"
+#include "tessivar/framework/requestreply/request_reply_listeners.h"
+#include "tessivar/platform/detail/mutex.h"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace TessivarDDS {
+
+/// Listeners that are called without a lock: a call goes through those that were attached when it began. Thread-safe.
+class ClientListeners {
+ public:
+  typedef std::vector<RequestReplyNodeClientListener*> List;
+
+  /// Nothing when it is attached already.
+  void attach(RequestReplyNodeClientListener* listener) {
+    const std::lock_guard lock(mutex_);
+    if (!listener || std::find(list_->begin(), list_->end(), listener) != list_->end()) return;
+    List longer = *list_;
+    longer.push_back(listener);
+    list_ = std::make_shared<const List>(std::move(longer));
+  }
+
+  void clear() {
+    const std::lock_guard lock(mutex_);
+    list_ = std::make_shared<const List>();
+  }
+
+  bool empty() const { return current()->empty(); }
+
+  /// Calls `call(listener)` for each, in order. An exception is logged and the next one is called. `signature` as in
+  /// log/guarded.h.
+  template <class Signature, class Call>
+  void notify(const Signature& signature, Call&& call) const {
+    for (RequestReplyNodeClientListener* listener : *current()) {
+      tessivar::framework::guarded(signature, [&] { call(*listener); });
+    }
+  }
+
+ private:
+  std::shared_ptr<const List> current() const {
+    const std::lock_guard lock(mutex_);
+    return list_;
+  }
+
+  mutable tessivar::platform::Mutex mutex_;
+  std::shared_ptr<const List> list_ = std::make_shared<const List>();
+};
+
+}  // namespace TessivarDDS

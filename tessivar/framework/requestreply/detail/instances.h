@@ -1,0 +1,34 @@
+// The library's own instances of the request/reply templates, so that users need not compile them.
+#pragma once
+
+#include "tessivar/framework/nodes/detail/instances.h"
+#include "tessivar/framework/requestreply/dds_request_reply.h"
+#include "tessivar/framework/waitset/detail/instances.h"
+
+/// Everything that one kind of value, request and reply needs. `prefix` is `extern template` or `template`.
+#define TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Value, Req, Rep)        \
+  prefix class GuidContentFilter<Rep>;                                  \
+  prefix class DataWriterCoreListener<Req, Rep>;                        \
+  prefix class DataReaderCoreListener<Req, Rep>;                        \
+  prefix class RequestReplyClientListener<Value>;                       \
+  prefix class RequestReplyServerListener<Req, Rep>;                    \
+  prefix class RequestReplyCoreWaitsetThreadRunner<Req, Req, Rep>;      \
+  prefix class RequestReplyCoreWaitsetThreadRunner<Rep, Req, Rep>;      \
+  prefix class RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep>; \
+  prefix class DDSRequestReplyNode<Req, Rep>;                           \
+  prefix class DDSRequestReply<Value, Req, Rep>;
+
+#define TESSIVAR_REQUEST_REPLY_INSTANCES(prefix)                                                                     \
+  TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar::Command, Tessivar::CommandChangeRequest,                         \
+                                  Tessivar::CommandChangeReply)                                                      \
+  TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar_Routing::AssociationRoute,                                        \
+                                  Tessivar_Routing::AssociationRouteChangeRequest,                                   \
+                                  Tessivar_Routing::AssociationRouteChangeReply)                                     \
+  TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar_Routing::Destination, Tessivar_Routing::DestinationChangeRequest, \
+                                  Tessivar_Routing::DestinationChangeReply)
+
+namespace TessivarDDS {
+
+TESSIVAR_REQUEST_REPLY_INSTANCES(extern template)
+
+}  // namespace TessivarDDS

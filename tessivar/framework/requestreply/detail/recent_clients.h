@@ -1,0 +1,49 @@
+// The clients that a server has answered of late.
+#pragma once
+
+#include "tessivar/platform/detail/mutex.h"
+
+#include <cstddef>
+#include <list>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+namespace TessivarDDS {
+
+/// A bounded list of identities, the one answered last in front. Thread-safe.
+class RecentClients {
+ public:
+  explicit RecentClients(std::size_t most) : most_(most) {}
+
+  /// `guid` has been answered. The identity that is no longer one of the recent; empty when there is room.
+  std::string answered(const std::string& guid) {
+    const std::lock_guard lock(mutex_);
+    const auto known = places_.find(guid);
+    if (known != places_.end()) {
+      guids_.splice(guids_.begin(), guids_, known->second);
+      return {};
+    }
+    guids_.push_front(guid);
+    places_[guid] = guids_.begin();
+    if (guids_.size() <= most_) return {};
+    const std::string oldest = guids_.back();
+    places_.erase(oldest);
+    guids_.pop_back();
+    return oldest;
+  }
+
+  void clear() {
+    const std::lock_guard lock(mutex_);
+    places_.clear();
+    guids_.clear();
+  }
+
+ private:
+  tessivar::platform::Mutex mutex_;
+  const std::size_t most_;
+  std::list<std::string> guids_;
+  std::unordered_map<std::string, std::list<std::string>::iterator> places_;
+};
+
+}  // namespace TessivarDDS

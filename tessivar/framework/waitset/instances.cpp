@@ -1,7 +1,0 @@
-#include "tessivar/framework/waitset/instances.h"
-
-namespace TessivarDDS {
-
-TESSIVAR_RUNNER_INSTANCES(template)
-
-}  // namespace TessivarDDS

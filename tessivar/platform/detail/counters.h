@@ -1,0 +1,123 @@
+// What passes through readers and writers, counted.
+#pragma once
+
+#include "tessivar/platform/base.h"
+#include "tessivar/platform/detail/mutex.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tessivar::platform {
+
+/// The figures of one reader or writer since it was made. A reader's: received, filtered, lost, failed_to_decode,
+/// waiting. A writer's: sent, failed_to_encode. Both: matched, rejected, last_change.
+struct EndpointCounts {
+  std::string topic;
+  std::string type;
+  bool writer = false;
+  /// Readers or writers on the other side at present.
+  std::uint32_t matched = 0;
+
+  /// Samples that entered the reader's cache.
+  std::uint64_t received = 0;
+  /// Samples that the content filter refused.
+  std::uint64_t filtered = 0;
+  /// Samples that the writers sent and that can no longer be had.
+  std::uint64_t lost = 0;
+  /// Samples that could not be decoded. Those that are malformed are counted by type: readers of one type on one
+  /// participant share the figure.
+  std::uint64_t failed_to_decode = 0;
+  /// Samples, and ends of instances, that the application has neither read nor taken yet.
+  std::uint64_t waiting = 0;
+
+  /// Samples, disposals and unregistrations that were written.
+  std::uint64_t sent = 0;
+  std::uint64_t failed_to_encode = 0;
+
+  /// Of a reader: samples that its resource limits kept out. Of a writer: writes that the bus refused, because readers
+  /// did not keep up for max_blocking_time or memory was short.
+  std::uint64_t rejected = 0;
+
+  /// When any of this changed last, nanoseconds since 1970, exact to some milliseconds; 0: never.
+  std::int64_t last_change = 0;
+};
+
+/// A number that any thread increments.
+class Count {
+ public:
+  void add(std::uint64_t more = 1) { value_.fetch_add(more, std::memory_order_relaxed); }
+  std::uint64_t get() const { return value_.load(std::memory_order_relaxed); }
+
+ private:
+  std::atomic<std::uint64_t> value_{0};
+};
+
+/// The same figures while they are counted, by any thread. Shared by the endpoint, which counts, and by those who want
+/// to know, who may outlive it.
+class TESSIVAR_API EndpointCounters {
+ public:
+  /// `malformed` counts what arrives for a reader's type and cannot be decoded; may be null.
+  EndpointCounters(bool writer, std::string topic, std::string type, std::shared_ptr<const Count> malformed)
+      : writer_(writer), topic_(std::move(topic)), type_(std::move(type)), malformed_(std::move(malformed)) {}
+
+  void matches(DDS_Long count) {
+    matched_.store(static_cast<std::uint32_t>(count), std::memory_order_relaxed);
+    changed();
+  }
+
+  // --- of a reader
+
+  void received(std::uint64_t more) { count(received_, more); }
+  void filtered() { count(filtered_); }
+  void lost(std::uint64_t more) { count(lost_, more); }
+  void not_decoded() { count(failed_to_decode_); }
+  void waits(std::size_t count) { waiting_.store(count, std::memory_order_relaxed); }
+
+  // --- of a writer
+
+  void sent() { count(sent_); }
+  void not_encoded() { count(failed_to_encode_); }
+
+  // --- of both
+
+  void rejected(std::uint64_t more = 1) { count(rejected_, more); }
+
+  EndpointCounts read() const;
+
+ private:
+  void count(Count& which, std::uint64_t more = 1) {
+    which.add(more);
+    changed();
+  }
+  void changed() { last_change_.store(now(), std::memory_order_relaxed); }
+  /// By a clock that costs some nanoseconds.
+  static std::int64_t now();
+
+  const bool writer_;
+  const std::string topic_;
+  const std::string type_;
+  const std::shared_ptr<const Count> malformed_;
+  std::atomic<std::uint32_t> matched_{0};
+  std::atomic<std::uint64_t> waiting_{0};
+  std::atomic<std::int64_t> last_change_{0};
+  Count received_, filtered_, lost_, failed_to_decode_, sent_, failed_to_encode_, rejected_;
+};
+
+/// Endpoints that come and go. Thread-safe.
+class TESSIVAR_API EndpointList {
+ public:
+  void add(const std::shared_ptr<const EndpointCounters>& endpoint);
+  void clear();
+  /// Of those that exist, in the order of their addition.
+  std::vector<EndpointCounts> read() const;
+
+ private:
+  mutable Mutex mutex_;
+  std::vector<std::weak_ptr<const EndpointCounters>> endpoints_;
+};
+
+}  // namespace tessivar::platform

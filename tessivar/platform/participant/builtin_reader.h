@@ -1,0 +1,62 @@
+// The built-in participant reader's samples: what discovery has told of remote participants.
+#pragma once
+
+#include "tessivar/platform/builtin.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/reader/reader_impl.h"
+
+#include <list>
+#include <mutex>
+
+namespace tessivar::platform {
+
+/// What a built-in reader's read or take selects.
+struct BuiltinSelection {
+  bool take;
+  DDS_Long max_samples;
+  DDS_SampleStateMask sample_states;
+  DDS_ViewStateMask view_states;
+  DDS_InstanceStateMask instance_states;
+};
+
+/// Of each remote participant the latest announcement, and that it is gone. Thread-safe.
+class SeenParticipants {
+ public:
+  void seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle, bool alive);
+  DDS_ReturnCode_t access(const BuiltinSelection& selection, DDS_ParticipantBuiltinTopicDataSeq& samples,
+                          DDS_SampleInfoSeq& infos);
+
+ private:
+  /// Nobody may ever read: of participants that are gone only so many are kept.
+  static constexpr std::size_t most_gone = 256;
+
+  struct Sample {
+    bool there = false;
+    bool read = false;
+    DDS_Time_t time = {};
+  };
+  struct Participant {
+    DDS_InstanceHandle_t handle;
+    DDS_ParticipantBuiltinTopicData data;
+    bool alive = true;
+    bool viewed = false;
+    Sample announcement;
+    Sample departure;
+  };
+
+  bool fits(const BuiltinSelection& selection, const Participant& participant, const Sample& sample) const;
+
+  Mutex mutex_;
+  std::list<Participant> participants_;
+};
+
+/// The implementation behind a DDSParticipantBuiltinTopicDataDataReader.
+struct BuiltinReader final : DDSDataReader::Impl {
+  BuiltinReader(DDSDomainParticipant& its_participant, DDSSubscriber* its_subscriber)
+      : Impl(its_participant, nullptr, nullptr, its_subscriber, {}) {}
+  DDS_ReturnCode_t enable() override { return DDS_RETCODE_OK; }
+
+  SeenParticipants participants;
+};
+
+}  // namespace tessivar::platform

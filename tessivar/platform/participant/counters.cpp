@@ -1,0 +1,54 @@
+#include "tessivar/platform/detail/counters.h"
+
+#include <ctime>
+
+namespace tessivar::platform {
+
+std::int64_t EndpointCounters::now() {
+  timespec time = {};
+  clock_gettime(CLOCK_REALTIME_COARSE, &time);
+  return static_cast<std::int64_t>(time.tv_sec) * 1000000000 + time.tv_nsec;
+}
+
+EndpointCounts EndpointCounters::read() const {
+  EndpointCounts counts;
+  counts.topic = topic_;
+  counts.type = type_;
+  counts.writer = writer_;
+  counts.matched = matched_.load(std::memory_order_relaxed);
+  counts.filtered = filtered_.get();
+  counts.lost = lost_.get();
+  counts.failed_to_decode = failed_to_decode_.get() + (malformed_ ? malformed_->get() : 0);
+  counts.received = received_.get();
+  counts.waiting = waiting_.load(std::memory_order_relaxed);
+  counts.sent = sent_.get();
+  counts.failed_to_encode = failed_to_encode_.get();
+  counts.rejected = rejected_.get();
+  counts.last_change = last_change_.load(std::memory_order_relaxed);
+  return counts;
+}
+
+void EndpointList::add(const std::shared_ptr<const EndpointCounters>& endpoint) {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(endpoints_, [&](const auto& known) {
+    const auto alive = known.lock();
+    return !alive || alive == endpoint;
+  });
+  endpoints_.push_back(endpoint);
+}
+
+void EndpointList::clear() {
+  const std::lock_guard lock(mutex_);
+  endpoints_.clear();
+}
+
+std::vector<EndpointCounts> EndpointList::read() const {
+  std::vector<EndpointCounts> counts;
+  const std::lock_guard lock(mutex_);
+  for (const auto& known : endpoints_) {
+    if (const auto endpoint = known.lock()) counts.push_back(endpoint->read());
+  }
+  return counts;
+}
+
+}  // namespace tessivar::platform

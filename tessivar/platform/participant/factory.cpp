@@ -1,0 +1,177 @@
+#include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/participant.h"
+#include "tessivar/platform/participant/participant_config.h"
+#include "tessivar/platform/participant/participant_impl.h"
+#include "tessivar/platform/qos/profile_store.h"
+#include "tessivar/platform/system/log.h"
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+using tessivar::platform::log;
+using tessivar::platform::LogLevel;
+using tessivar::platform::ProfileStore;
+using tessivar::platform::QosProfiles;
+
+namespace {
+
+constexpr DDS_DomainId_t highest_domain_id = 232;  // the ports of a higher one don't exist (DDSI-RTPS 2.3, 9.6.1.1)
+
+std::string place(const char* operation) {
+  return std::string("DDSDomainParticipantFactory::") + operation;
+}
+
+/// One of the …_from_profile operations.
+template <class Qos>
+DDS_ReturnCode_t from_profile(const char* operation, Qos& qos, const char* library, const char* profile,
+                              bool (QosProfiles::*lookup)(const char*, const char*, Qos&, std::string&) const) {
+  if (!library || !profile) {
+    log(LogLevel::error, place(operation), "the name of library or profile is missing");
+    return DDS_RETCODE_BAD_PARAMETER;
+  }
+  std::string error;
+  const bool found = ProfileStore::instance().ask(error, [&](const QosProfiles& profiles, std::string& reason) {
+    return (profiles.*lookup)(library, profile, qos, reason);
+  });
+  if (found) return DDS_RETCODE_OK;
+  log(LogLevel::error, place(operation), error);
+  return DDS_RETCODE_ERROR;
+}
+
+}  // namespace
+
+struct DDSDomainParticipantFactory::Impl {
+  mutable tessivar::platform::Mutex mutex;
+  DDS_EntityFactoryQosPolicy entity_factory;
+  std::optional<DDS_DomainParticipantQos> default_qos;
+  std::vector<DDSDomainParticipant*> participants;
+};
+
+DDSDomainParticipantFactory::DDSDomainParticipantFactory() : impl_(std::make_unique<Impl>()) {}
+
+DDSDomainParticipantFactory::~DDSDomainParticipantFactory() = default;
+
+DDSDomainParticipantFactory* DDSDomainParticipantFactory::get_instance() {
+  static tessivar::platform::Immortal<DDSDomainParticipantFactory> factory;
+  return &*factory;
+}
+
+DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(DDS_DomainId_t domain_id,
+                                                                      const DDS_DomainParticipantQos& qos,
+                                                                      DDSDomainParticipantListener* listener,
+                                                                      DDS_StatusMask mask) {
+  const auto refuse = [&](const std::string& text) {
+    log(LogLevel::error, place("create_participant"), "domain " + std::to_string(domain_id) + ": " + text);
+    return nullptr;
+  };
+  if (domain_id < 0 || domain_id > highest_domain_id) return refuse("domain ids are 0 to 232");
+  DDS_DomainParticipantQos own;
+  if (&qos == &DDS_PARTICIPANT_QOS_DEFAULT) {
+    if (get_default_participant_qos(own) != DDS_RETCODE_OK) return nullptr;
+  } else {
+    own = qos;
+  }
+  tessivar::platform::EngineParticipantConfig config;
+  std::string error;
+  if (tessivar::platform::make_config(domain_id, own, config, error) != DDS_RETCODE_OK) return refuse(error);
+
+  auto* participant = new DDSDomainParticipant(std::make_unique<DDSDomainParticipant::Impl>(domain_id, own));
+  participant->set_listener(listener, mask);
+  bool enable = false;
+  {
+    const std::lock_guard lock(impl_->mutex);
+    impl_->participants.push_back(participant);
+    enable = impl_->entity_factory.autoenable_created_entities;
+  }
+  if (enable && participant->enable() != DDS_RETCODE_OK) {
+    delete_participant(participant);
+    return nullptr;
+  }
+  return participant;
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(DDSDomainParticipant* participant) {
+  if (!participant) return DDS_RETCODE_BAD_PARAMETER;
+  if (tessivar::platform::refused_in_callback("DDSDomainParticipantFactory::delete_participant")) {
+    return DDS_RETCODE_ILLEGAL_OPERATION;
+  }
+  {
+    const std::lock_guard lock(impl_->mutex);
+    const auto own = std::find(impl_->participants.begin(), impl_->participants.end(), participant);
+    const bool inherited = own != impl_->participants.end() && participant->impl().made_here.inherited();
+    if (own == impl_->participants.end() || (!inherited && !participant->impl().empty())) {
+      return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    impl_->participants.erase(own);
+    if (inherited) return DDS_RETCODE_OK;
+  }
+  delete participant;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos(DDS_DomainParticipantFactoryQos& qos) const {
+  const std::lock_guard lock(impl_->mutex);
+  qos.entity_factory = impl_->entity_factory;
+  qos.profile = ProfileStore::instance().sources();
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::set_qos(const DDS_DomainParticipantFactoryQos& qos) {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->entity_factory = qos.entity_factory;
+  ProfileStore::instance().set_sources(qos.profile);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_default_participant_qos(DDS_DomainParticipantQos& qos) const {
+  {
+    const std::lock_guard lock(impl_->mutex);
+    if (impl_->default_qos) {
+      qos = *impl_->default_qos;
+      return DDS_RETCODE_OK;
+    }
+  }
+  const auto lookup = [&](const QosProfiles& profiles, std::string& error) {
+    return profiles.default_participant(qos, error);
+  };
+  if (!ProfileStore::instance().ask_default(lookup)) qos = DDS_PARTICIPANT_QOS_DEFAULT;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::set_default_participant_qos(const DDS_DomainParticipantQos& qos) {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->default_qos = qos;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_participant_qos_from_profile(DDS_DomainParticipantQos& qos,
+                                                                               const char* library,
+                                                                               const char* profile) {
+  return from_profile("get_participant_qos_from_profile", qos, library, profile, &QosProfiles::participant);
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_topic_qos_from_profile(DDS_TopicQos& qos, const char* library,
+                                                                         const char* profile) {
+  return from_profile("get_topic_qos_from_profile", qos, library, profile, &QosProfiles::topic);
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_datawriter_qos_from_profile(DDS_DataWriterQos& qos,
+                                                                              const char* library,
+                                                                              const char* profile) {
+  return from_profile("get_datawriter_qos_from_profile", qos, library, profile, &QosProfiles::datawriter);
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::get_datareader_qos_from_profile(DDS_DataReaderQos& qos,
+                                                                              const char* library,
+                                                                              const char* profile) {
+  return from_profile("get_datareader_qos_from_profile", qos, library, profile, &QosProfiles::datareader);
+}
+
+DDS_ReturnCode_t DDSDomainParticipantFactory::reload_profiles() {
+  ProfileStore::instance().reload();
+  return DDS_RETCODE_OK;
+}

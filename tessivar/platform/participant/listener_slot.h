@@ -1,0 +1,92 @@
+// The place of one listener: who is called, for which statuses, and when it may go.
+#pragma once
+
+#include "tessivar/platform/detail/callback.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/status.h"
+#include "tessivar/platform/system/log.h"
+
+#include <algorithm>
+#include <exception>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace tessivar::platform {
+
+/// Runs application code; an exception that leaves it is logged under `context` and goes no further. Whether it ended
+/// without one.
+template <class Function>
+bool contained(CallbackKind kind, const char* context, Function&& function) noexcept {
+  const CallbackScope scope(kind);
+  try {
+    function();
+    return true;
+  } catch (const std::exception& error) {
+    log(LogLevel::error, context, std::string("an exception left the application's code: ") + error.what());
+  } catch (...) {
+    log(LogLevel::error, context, "an exception of unknown type left the application's code");
+  }
+  return false;
+}
+
+/// Thread-safe. No lock is held while the listener is called.
+template <class Listener>
+class ListenerSlot {
+ public:
+  /// Waits until no other thread is inside a callback of the listener that goes.
+  void set(Listener* listener, DDS_StatusMask mask) {
+    std::unique_lock lock(mutex_);
+    const Listener* old = std::exchange(listener_, listener);
+    mask_ = mask;
+    if (old == listener || made_here_.inherited()) return;
+    ended_.wait(lock, [&] {
+      return std::none_of(calls_.begin(), calls_.end(), [&](const Call& call) {
+        return call.listener == old && call.thread != std::this_thread::get_id();
+      });
+    });
+  }
+
+  Listener* get() const {
+    const std::lock_guard lock(mutex_);
+    return listener_;
+  }
+
+  /// Calls `callback(listener)` when there is one that asked for `status`; whether there was.
+  template <class Callback>
+  bool call(DDS_StatusMask status, const char* context, Callback&& callback) {
+    Listener* listener = nullptr;
+    {
+      const std::lock_guard lock(mutex_);
+      if (!listener_ || !(mask_ & status)) return false;
+      listener = listener_;
+      calls_.push_back({listener, std::this_thread::get_id()});
+    }
+    contained(CallbackKind::listener, context, [&] { callback(*listener); });
+    {
+      const std::lock_guard lock(mutex_);
+      calls_.erase(std::find_if(calls_.begin(), calls_.end(), [&](const Call& call) {
+        return call.listener == listener && call.thread == std::this_thread::get_id();
+      }));
+    }
+    ended_.notify_all();
+    return true;
+  }
+
+ private:
+  struct Call {
+    const Listener* listener;
+    std::thread::id thread;
+  };
+
+  mutable Mutex mutex_;
+  Condition ended_;
+  Listener* listener_ = nullptr;
+  DDS_StatusMask mask_ = 0;
+  std::vector<Call> calls_;
+  const MadeHere made_here_ = {};
+};
+
+}  // namespace tessivar::platform

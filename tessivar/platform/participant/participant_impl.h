@@ -1,0 +1,101 @@
+// The domain participant from the inside.
+#pragma once
+
+#include "tessivar/platform/detail/counters.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/engine/engine.h"
+#include "tessivar/platform/participant.h"
+#include "tessivar/platform/participant/builtin_reader.h"
+#include "tessivar/platform/participant/listener_slot.h"
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantEvents {
+  /// A registered type: readers and writers keep pointers to its record.
+  struct Type {
+    PRESTypePlugin plugin;
+    int users = 0;  // topics
+  };
+  struct Filter {
+    DDSContentFilter* filter;
+    int users = 0;  // filtered topics
+  };
+
+  Impl(DDS_DomainId_t domain, const DDS_DomainParticipantQos& its_qos);
+  ~Impl();
+
+  DDS_ReturnCode_t enable();
+  DDS_ReturnCode_t set_parameters(DDSContentFilteredTopic& topic, const DDS_StringSeq& parameters);
+  void participant_seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
+                        bool alive) override;
+  bool empty() const;
+  /// With its read conditions and loans.
+  DDS_ReturnCode_t destroy(DDSDataReader* reader);
+
+  /// In a process that inherited the participant its entities are not deleted: the engine's threads are not there.
+  const tessivar::platform::MadeHere made_here = {};
+  DDSDomainParticipant* self = nullptr;
+  const DDS_DomainId_t domain_id;
+  tessivar::platform::ListenerSlot<DDSDomainParticipantListener> listener;
+  DDSPublisher* publisher = nullptr;
+  DDSSubscriber* subscriber = nullptr;
+  DDSSubscriber* builtin_subscriber = nullptr;
+  DDSParticipantBuiltinTopicDataDataReader* builtin_reader = nullptr;
+  std::atomic<bool> ignores_itself = false;
+  const std::shared_ptr<tessivar::platform::EndpointList> endpoints =
+      std::make_shared<tessivar::platform::EndpointList>();
+
+  tessivar::platform::Mutex enabling;
+  std::unique_ptr<tessivar::platform::EngineParticipant> owned_engine;
+  std::atomic<tessivar::platform::EngineParticipant*> engine = nullptr;  // null until it is enabled
+
+  /// Guards what follows. Not held while the engine or the application is called.
+  mutable tessivar::platform::Mutex mutex;
+  tessivar::platform::Condition changed;
+  bool starting = false;  // the engine is being brought up
+  DDS_DomainParticipantQos qos;
+  std::optional<DDS_TopicQos> default_topic_qos;
+  std::optional<DDS_DataWriterQos> default_writer_qos;
+  std::optional<DDS_DataReaderQos> default_reader_qos;
+  std::map<std::string, std::unique_ptr<Type>, std::less<>> types;
+  std::map<std::string, Filter, std::less<>> filters;
+  std::vector<DDSTopic*> topics;
+  std::vector<DDSContentFilteredTopic*> filtered_topics;
+  std::vector<DDSDataWriter*> writers;
+  std::vector<DDSDataReader*> readers;
+
+  /// Keeps entities from being deleted while another thread works on them without the lock.
+  struct Pin {
+    const void* entity;
+    std::thread::id by;
+  };
+  std::vector<Pin> pins;
+
+  void pin(const void* entity);    // with the lock held
+  void unpin(const void* entity);  // without
+  void await_unpinned(std::unique_lock<tessivar::platform::Mutex>& lock, const void* entity);
+  DDSTopic* find_topic(std::string_view name) const;                          // with the lock held
+  DDSContentFilteredTopic* find_filtered_topic(std::string_view name) const;  // with the lock held
+  bool autoenable() const;
+  /// Returns true, after one log line, if this thread is where the engine cannot make a reader or writer: in a filter,
+  /// or in a callback while it may match an entity that waits for the callback.
+  bool cannot_enable_entity(const char* operation) const;
+};
+
+namespace tessivar::platform {
+
+/// Logs one line of that operation of a participant and hands the result on.
+inline DDS_ReturnCode_t refuse(const char* operation, const std::string& text,
+                               DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) {
+  log(LogLevel::error, std::string("DDSDomainParticipant::") + operation, text);
+  return result;
+}
+
+}  // namespace tessivar::platform

@@ -1,0 +1,44 @@
+// Topics and filtered topics from the inside.
+#pragma once
+
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/participant/listener_slot.h"
+#include "tessivar/platform/reader/compiled_filter.h"
+#include "tessivar/platform/topic.h"
+#include "tessivar/platform/type_plugin.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+class DDSDataReader;
+
+struct DDSTopic::Impl {
+  DDSDomainParticipant& participant;
+  const std::string name;
+  const std::string type_name;
+  const PRESTypePlugin& type;
+  const DDS_TopicQos qos;
+  tessivar::platform::ListenerSlot<DDSTopicListener> listener;
+  int users = 0;  // readers, writers and filtered topics; under the participant's lock
+};
+
+struct DDSContentFilteredTopic::Impl {
+  DDSTopic& topic;
+  const std::string name;
+  const std::string expression;
+  const std::string filter_name;
+  DDSContentFilter& filter;
+  int users = 0;  // readers; under the participant's lock
+
+  tessivar::platform::Mutex changing = {};       // one change of parameters at a time
+  mutable tessivar::platform::Mutex mutex = {};  // guards what follows
+  DDS_StringSeq parameters = {};
+  std::shared_ptr<tessivar::platform::CompiledFilter> compiled = {};
+
+  std::shared_ptr<tessivar::platform::CompiledFilter> current() const {
+    const std::lock_guard lock(mutex);
+    return compiled;
+  }
+};

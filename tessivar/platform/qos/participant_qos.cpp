@@ -1,0 +1,108 @@
+// A participant's own QoS and the defaults of what is made through it.
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/participant.h"
+#include "tessivar/platform/participant/participant_config.h"
+#include "tessivar/platform/participant/participant_impl.h"
+#include "tessivar/platform/qos/profile_store.h"
+
+#include <mutex>
+#include <optional>
+#include <string>
+
+using tessivar::platform::ProfileStore;
+using tessivar::platform::QosProfiles;
+using tessivar::platform::refuse;
+
+namespace {
+
+/// What the application has set, else what the default profile says for that topic (null: for any), else `built_in`.
+template <class Qos>
+Qos default_qos(tessivar::platform::Mutex& mutex, const std::optional<Qos>& set, const char* topic_name,
+                const Qos& built_in) {
+  {
+    const std::lock_guard lock(mutex);
+    if (set) return *set;
+  }
+  Qos qos;
+  const auto lookup = [&](const QosProfiles& profiles, std::string& error) {
+    return profiles.default_for(topic_name, qos, error);
+  };
+  return ProfileStore::instance().ask_default(lookup) ? qos : built_in;
+}
+
+}  // namespace
+
+DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& qos) {
+  const std::lock_guard lock(impl_->mutex);
+  if (!impl_->engine && !impl_->starting) {
+    impl_->qos = qos;
+    return DDS_RETCODE_OK;
+  }
+  // What the engine was told stays as it is; the rest of the policies have had their effect.
+  tessivar::platform::EngineParticipantConfig present;
+  tessivar::platform::EngineParticipantConfig wanted;
+  std::string error;
+  tessivar::platform::make_config(impl_->domain_id, impl_->qos, present, error);
+  const DDS_ReturnCode_t result = tessivar::platform::make_config(impl_->domain_id, qos, wanted, error);
+  if (result != DDS_RETCODE_OK) return refuse("set_qos", error, result);
+  if (present != wanted) {
+    return refuse("set_qos", "the participant is enabled: only entity_factory can change",
+                  DDS_RETCODE_IMMUTABLE_POLICY);
+  }
+  impl_->qos.entity_factory = qos.entity_factory;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos(DDS_TopicQos& qos) const {
+  qos = default_qos(impl_->mutex, impl_->default_topic_qos, nullptr, DDS_TOPIC_QOS_DEFAULT);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos(const DDS_TopicQos& qos) {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->default_topic_qos = qos;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos_w_topic_name(DDS_TopicQos& qos,
+                                                                          const char* topic_name) const {
+  if (!topic_name) return refuse("get_default_topic_qos_w_topic_name", "null topic name");
+  qos = default_qos(impl_->mutex, impl_->default_topic_qos, topic_name, DDS_TOPIC_QOS_DEFAULT);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::get_default_datawriter_qos(DDS_DataWriterQos& qos) const {
+  qos = default_qos(impl_->mutex, impl_->default_writer_qos, nullptr, DDS_DATAWRITER_QOS_DEFAULT);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos(const DDS_DataWriterQos& qos) {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->default_writer_qos = qos;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::get_default_datawriter_qos_w_topic_name(DDS_DataWriterQos& qos,
+                                                                               const char* topic_name) const {
+  if (!topic_name) return refuse("get_default_datawriter_qos_w_topic_name", "null topic name");
+  qos = default_qos(impl_->mutex, impl_->default_writer_qos, topic_name, DDS_DATAWRITER_QOS_DEFAULT);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::get_default_datareader_qos(DDS_DataReaderQos& qos) const {
+  qos = default_qos(impl_->mutex, impl_->default_reader_qos, nullptr, DDS_DATAREADER_QOS_DEFAULT);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos(const DDS_DataReaderQos& qos) {
+  const std::lock_guard lock(impl_->mutex);
+  impl_->default_reader_qos = qos;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::get_default_datareader_qos_w_topic_name(DDS_DataReaderQos& qos,
+                                                                               const char* topic_name) const {
+  if (!topic_name) return refuse("get_default_datareader_qos_w_topic_name", "null topic name");
+  qos = default_qos(impl_->mutex, impl_->default_reader_qos, topic_name, DDS_DATAREADER_QOS_DEFAULT);
+  return DDS_RETCODE_OK;
+}

@@ -1,0 +1,61 @@
+// The process's QoS profiles, read when they are first asked for.
+#pragma once
+
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/qos/profiles.h"
+
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace tessivar::platform {
+
+/// Thread-safe. Nothing is logged while the lock is held.
+class ProfileStore {
+ public:
+  static ProfileStore& instance();
+
+  void set_sources(const DDS_ProfileQosPolicy& sources);
+  DDS_ProfileQosPolicy sources() const;
+  void reload();
+
+  /// Calls `request(profiles, error)` with profiles that are up to date. A source that cannot be read makes every
+  /// request fail with its error, until it can be read: for requests that name a profile.
+  template <class Request>
+  bool ask(std::string& error, const Request& request) {
+    const std::lock_guard lock(mutex_);
+    return read_all(error) && request(static_cast<const QosProfiles&>(profiles_), error);
+  }
+
+  /// The same with whatever could be read: for defaults, which must not fail because a file is bad. An error is logged
+  /// once for each time that the sources are read.
+  template <class Request>
+  bool ask_default(const Request& request) {
+    std::string source_error;
+    std::string error;
+    bool found = false;
+    {
+      const std::lock_guard lock(mutex_);
+      if (state_ == State::stale) read_all(source_error);
+      found = request(static_cast<const QosProfiles&>(profiles_), error);
+      if (!found && !error.empty() && !told_.insert(error).second) error.clear();
+    }
+    report(source_error);
+    if (!found) report(error);
+    return found;
+  }
+
+ private:
+  enum class State { stale, incomplete, complete };
+
+  bool read_all(std::string& error);  // with the lock held
+  static void report(const std::string& error);
+
+  mutable Mutex mutex_;
+  DDS_ProfileQosPolicy sources_;
+  QosProfiles profiles_;
+  State state_ = State::stale;
+  std::set<std::string> told_;  // errors of default profiles
+};
+
+}  // namespace tessivar::platform

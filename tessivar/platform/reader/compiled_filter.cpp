@@ -1,0 +1,29 @@
+#include "tessivar/platform/reader/compiled_filter.h"
+
+#include "tessivar/platform/participant/listener_slot.h"
+
+namespace tessivar::platform {
+
+std::shared_ptr<CompiledFilter> CompiledFilter::compile(DDSContentFilter& filter, const std::string& expression,
+                                                        const DDS_StringSeq& parameters, const PRESTypePlugin& type,
+                                                        DDS_ReturnCode_t& result) {
+  void* data = nullptr;
+  result = DDS_RETCODE_ERROR;
+  contained(CallbackKind::filter, "DDSContentFilter::compile", [&] {
+    result = filter.compile(&data, expression.c_str(), parameters, type.type_code, type.type_name, nullptr);
+  });
+  return result == DDS_RETCODE_OK ? std::make_shared<CompiledFilter>(filter, data) : nullptr;
+}
+
+CompiledFilter::~CompiledFilter() {
+  contained(CallbackKind::filter, "DDSContentFilter::finalize", [&] { filter_.finalize(data_); });
+}
+
+bool CompiledFilter::accepts(const void* sample, const DDS_FilterSampleInfo& info) const {
+  bool accepted = false;
+  contained(CallbackKind::filter, "DDSContentFilter::evaluate",
+            [&] { accepted = filter_.evaluate(data_, sample, &info) != DDS_BOOLEAN_FALSE; });
+  return accepted;
+}
+
+}  // namespace tessivar::platform

@@ -1,0 +1,43 @@
+// The writers that a reader's samples came from, by small numbers.
+#pragma once
+
+#include "tessivar/platform/base.h"
+#include "tessivar/platform/values/key_hash.h"
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+namespace tessivar::platform {
+
+/// Counts how often each writer is referred to and forgets it after the last time. Not locked.
+class Publications {
+ public:
+  typedef std::uint32_t Number;
+  static constexpr Number none = 0;  // an unknown writer
+
+  /// Adds a reference; its GUID nil gives `none`. `lifespan` is how long samples of it are valid, in nanoseconds.
+  /// Throws std::bad_alloc.
+  Number hold(const DDS_InstanceHandle_t& guid, std::int64_t lifespan);
+  void hold(Number number) noexcept {
+    if (number != none) ++writers_[number].references;
+  }
+  void release(Number number) noexcept;
+
+  const DDS_InstanceHandle_t& guid(Number number) const { return writers_[number].guid; }
+  std::int64_t lifespan(Number number) const { return writers_[number].lifespan; }
+
+ private:
+  struct Writer {
+    DDS_InstanceHandle_t guid;
+    std::int64_t lifespan;
+    std::uint32_t references;
+  };
+
+  std::vector<Writer> writers_{Writer{DDS_HANDLE_NIL, never, 0}};
+  std::vector<Number> unused_;
+  std::unordered_map<KeyHash, Number, KeyHashHasher> numbers_;
+  Number last_ = none;  // the one held last
+};
+
+}  // namespace tessivar::platform

@@ -1,0 +1,169 @@
+// How a reader of history catches up with another filter.
+//
+// What the new filter rejects is rejected at once. What it accepts in addition is received by a second engine reader,
+// with the writers' history, on a thread of its own, while the first one goes on; the cache inserts once what both
+// deliver.
+// When the history is complete, the second one takes the first one's place.
+#include "tessivar/platform/participant/participant_impl.h"
+#include "tessivar/platform/participant/status_counts.h"
+#include "tessivar/platform/participant/topic_impl.h"
+#include "tessivar/platform/reader/reader_impl.h"
+#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/system/signals_blocked.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <system_error>
+
+using tessivar::platform::CompiledFilter;
+using tessivar::platform::follow;
+using tessivar::platform::log;
+using tessivar::platform::LogLevel;
+using tessivar::platform::ReaderCache;
+using tessivar::platform::ReaderSide;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::chrono::seconds longest_catch_up(30);
+constexpr std::chrono::milliseconds first_pause(1);
+constexpr std::chrono::milliseconds longest_pause(10);
+
+}  // namespace
+
+bool DDSDataReader::Impl::redelivers_history() const {
+  constexpr const char* property = "dds.data_reader.state.filter_redundant_samples";
+  const DDS_Property_t* redundant = DDSPropertyQosPolicyHelper::lookup_property(qos.property, property);
+  return qos.durability.kind == DDS_TRANSIENT_LOCAL_DURABILITY_QOS && redundant && redundant->value &&
+         std::strcmp(redundant->value, "0") == 0;
+}
+
+DDS_ReturnCode_t DDSDataReader::Impl::set_filter(const std::shared_ptr<CompiledFilter>& filter) {
+  const std::lock_guard lock(structure);
+  if (!side || closing) return DDS_RETCODE_OK;  // it is enabled with the topic's filter
+  if (!redelivers_history()) {
+    side->set_filter(filter);
+    return DDS_RETCODE_OK;
+  }
+  // What the filter accepts in addition is left to a side that gets it with its history and so knows all writers of it:
+  // otherwise the first writer that leaves would look like the last one.
+  side->narrow(filter);
+  if (joining) joining->narrow(filter);
+  next_filter = filter;
+  if (catching_up) return DDS_RETCODE_OK;
+  if (catch_up_thread.joinable()) catch_up_thread.join();  // it has nothing left to do
+  try {
+    const tessivar::platform::SignalsBlocked blocked;
+    catching_up = true;
+    catch_up_thread = std::thread([this] { catch_up(); });
+  } catch (const std::system_error&) {
+    catching_up = false;
+    log(LogLevel::error, "DDSDataReader",
+        "topic \"" + topic->impl().name + "\": no thread to fetch the history that the new filter accepts");
+    return DDS_RETCODE_OUT_OF_RESOURCES;
+  }
+  return DDS_RETCODE_OK;
+}
+
+void DDSDataReader::Impl::catch_up() {
+  for (;;) {
+    std::shared_ptr<CompiledFilter> filter;
+    {
+      const std::lock_guard lock(structure);
+      filter.swap(next_filter);
+      if (!filter || closing) {
+        catching_up = false;
+        structure_changed.notify_all();
+        return;
+      }
+      joining = make_side(filter);
+      cache->begin_catch_up(joining->source());
+    }
+    if (!catch_up_once(*filter)) {
+      std::unique_ptr<ReaderSide> abandoned;  // goes when the lock is released
+      const std::lock_guard lock(structure);
+      abandoned.swap(joining);
+      cache->abandon_catch_up();
+    }
+  }
+}
+
+/// False when it failed, which is logged, or when the reader is about to close.
+bool DDSDataReader::Impl::catch_up_once(const CompiledFilter& filter) {
+  remove_rejected(filter);
+  if (open(*joining) != DDS_RETCODE_OK) return false;
+  data_available(*joining);
+  const History history = await_history();
+  if (history == History::closing) return false;
+  if (history == History::incomplete) {
+    log(LogLevel::warning, "DDSDataReader",
+        "topic \"" + topic->impl().name + "\": a writer has not delivered its history after " +
+            std::to_string(longest_catch_up.count()) + " s; values that the new filter accepts may be missing");
+  }
+  data_available(*joining);  // if the engine has not told of its last samples yet
+  replace_side(history == History::complete);
+  return true;
+}
+
+/// What the new filter rejects leaves the cache without a word.
+void DDSDataReader::Impl::remove_rejected(const CompiledFilter& filter) {
+  void* const sample = type->create_sample();
+  if (!sample) return;  // without memory it stays
+  for (const ReaderCache::Latest& latest : cache->latest()) {
+    const bool decoded = type->decode(sample, latest.data->bytes, latest.data->size);
+    const DDS_FilterSampleInfo info = {tessivar::platform::to_time(latest.source_timestamp)};
+    if (decoded && !filter.accepts(sample, info)) cache->remove(latest);
+  }
+  type->destroy_sample(sample);
+  update_conditions();
+}
+
+/// Waits until the joining side knows the writers that the present one knows, and has their history.
+DDSDataReader::Impl::History DDSDataReader::Impl::await_history() {
+  const auto end = std::chrono::steady_clock::now() + longest_catch_up;
+  for (auto pause = first_pause;; pause = std::min(2 * pause, longest_pause)) {
+    std::unique_lock lock(structure);
+    if (closing) return History::closing;
+    const bool knows_writers = joining->matched().current_count >= side->matched().current_count &&
+                               joining->liveliness().alive_count >= side->liveliness().alive_count;
+    lock.unlock();  // only this thread changes `joining`
+    if (knows_writers && joining->engine().wait_for_historical_data(0) == DDS_RETCODE_OK) return History::complete;
+    if (std::chrono::steady_clock::now() >= end) return History::incomplete;
+    lock.lock();
+    structure_changed.wait_for(lock, pause, [this] { return closing; });
+  }
+}
+
+void DDSDataReader::Impl::replace_side(bool complete) {
+  std::unique_ptr<ReaderSide> retired;
+  DDS_StatusMask changed = 0;
+  {
+    const std::lock_guard lock(structure);
+    {
+      const std::scoped_lock locks(access, status_mutex);
+      retired = std::exchange(side, std::move(joining));
+      changed = follow_new_side();
+    }
+    // After yet another change of the filter what the history lacks may just have been rejected.
+    if (cache->end_catch_up(complete && !next_filter)) changed |= DDS_DATA_AVAILABLE_STATUS;
+  }
+  retired.reset();  // without a lock: its last callbacks may be waiting for one
+  update_conditions();
+  report(changed);
+}
+
+/// The figures go on from where they are: what the new side counts beyond the writers known already is new.
+DDS_StatusMask DDSDataReader::Impl::follow_new_side() {
+  DDS_StatusMask changed = std::exchange(deferred, 0);
+  DDS_SubscriptionMatchedStatus now = side->matched();
+  earlier.matched = matched.total_count - now.total_count + std::max(0, now.current_count - matched.current_count);
+  now.total_count += earlier.matched;
+  if (follow(matched, now)) changed |= DDS_SUBSCRIPTION_MATCHED_STATUS;
+  counters->matches(matched.current_count);
+  if (follow(liveliness, side->liveliness())) changed |= DDS_LIVELINESS_CHANGED_STATUS;
+  earlier.deadline = deadline.total_count;
+  earlier.lost = lost.total_count;
+  earlier.rejected = rejected.total_count;
+  return changed;
+}

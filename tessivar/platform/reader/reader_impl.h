@@ -1,0 +1,127 @@
+// The data reader from the inside.
+//
+// Samples come from the engine's side and are served from the cache. Locks, in the order in which they are taken:
+// `structure` (enabling, changing the filter, replacing the engine's side; only held for moments), `access` (one read
+// or take at a time), `status_mutex`; and on its own `conditions_mutex`. None is held while the application's code
+// runs.
+#pragma once
+
+#include "tessivar/platform/detail/counters.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/participant/listener_slot.h"
+#include "tessivar/platform/reader.h"
+#include "tessivar/platform/reader/loans.h"
+#include "tessivar/platform/reader/reader_cache.h"
+#include "tessivar/platform/reader/reader_side.h"
+#include "tessivar/platform/topic.h"
+
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
+  /// Exactly one of `its_filtered_topic` and a plain topic: `its_topic` is the related one of a filtered topic.
+  Impl(DDSDomainParticipant& its_participant, DDSTopic* its_topic, DDSContentFilteredTopic* its_filtered_topic,
+       DDSSubscriber* its_subscriber, const DDS_DataReaderQos& its_qos);
+  virtual ~Impl();
+
+  virtual DDS_ReturnCode_t enable();
+  /// Leaves the bus; no callback is running or to come when it returns. Not from a callback.
+  void close();
+
+  /// Another filter, for samples to come; then the reader catches up with it where it delivers history again
+  /// (reader_catch_up.cpp). Does not wait for that.
+  DDS_ReturnCode_t set_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
+  /// After a change of the cache: triggers the conditions that its samples fit to, and no others.
+  void update_conditions();
+  DDS_ReturnCode_t wait_for_history(std::int64_t timeout);
+
+  // Reading (reader_access.cpp).
+  DDS_ReturnCode_t read_or_take(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
+                                const DDS_ReadSelectionI& selection);
+  DDS_ReturnCode_t read_or_take_next(void* sample, DDS_SampleInfo& info, bool take);
+  bool copy_key(const DDS_InstanceHandle_t& handle, void* key_holder);
+  DDS_InstanceHandle_t lookup_instance(const void* key_holder);
+  DDS_ReturnCode_t return_loan(const void* lent);
+
+  // What happens at a side (reader_events.cpp).
+  void data_available(tessivar::platform::ReaderSide&) override;
+  void subscription_matched(tessivar::platform::ReaderSide&, const DDS_SubscriptionMatchedStatus&) override;
+  void liveliness_changed(tessivar::platform::ReaderSide&, const DDS_LivelinessChangedStatus&) override;
+  void requested_deadline_missed(tessivar::platform::ReaderSide&, const DDS_RequestedDeadlineMissedStatus&) override;
+  void requested_incompatible_qos(tessivar::platform::ReaderSide&, const DDS_RequestedIncompatibleQosStatus&) override;
+  void sample_lost(tessivar::platform::ReaderSide&, const DDS_SampleLostStatus&) override;
+  void sample_rejected(tessivar::platform::ReaderSide&, const DDS_SampleRejectedStatus&) override;
+  /// Calls the reader's listener, or else the participant's, for each of these statuses.
+  void report(DDS_StatusMask statuses);
+
+  DDSDataReader* self = nullptr;
+  DDSDomainParticipant& participant;
+  DDSTopic* const topic;                          // null for a built-in reader
+  DDSContentFilteredTopic* const filtered_topic;  // null without filter
+  DDSSubscriber* const subscriber;
+  const PRESTypePlugin* const type;  // null for a built-in reader
+  const DDS_DataReaderQos qos;
+  const std::shared_ptr<tessivar::platform::EndpointCounters> counters;  // null for a built-in reader
+  tessivar::platform::ListenerSlot<DDSDataReaderListener> listener;
+
+  const std::unique_ptr<tessivar::platform::ReaderCache> cache;  // null for a built-in reader
+
+  tessivar::platform::Mutex structure;
+  tessivar::platform::Condition structure_changed;
+  bool closing = false;
+  tessivar::platform::ReaderCache::Source sources = 0;  // so many sides were made
+  // Catching up, if there is a filter to catch up with.
+  bool catching_up = false;
+  std::thread catch_up_thread;
+  std::shared_ptr<tessivar::platform::CompiledFilter> next_filter;  // changed since catching up began, or null
+  std::unique_ptr<tessivar::platform::ReaderSide> joining;          // the side that is to come
+
+  tessivar::platform::Mutex access;
+  std::unique_ptr<tessivar::platform::ReaderSide> side;  // null until it is enabled; changed with all three locks held
+  std::vector<tessivar::platform::EngineSlot> slots;     // of the access under way
+  std::unique_ptr<tessivar::platform::Loans> loans;
+
+  tessivar::platform::Mutex conditions_mutex;
+  std::vector<DDSReadCondition*> conditions;
+  tessivar::platform::StateSet condition_states = 0;  // what the conditions were told last
+
+  /// What the statuses say, each with the changes since it was read last.
+  tessivar::platform::Mutex status_mutex;
+  DDS_SubscriptionMatchedStatus matched = {};
+  DDS_LivelinessChangedStatus liveliness = {};
+  DDS_RequestedDeadlineMissedStatus deadline = {};
+  DDS_RequestedIncompatibleQosStatus incompatible = {};
+  DDS_SampleLostStatus lost = {};
+  DDS_SampleRejectedStatus rejected = {};
+  /// What earlier sides counted, beyond what the present one counts.
+  struct {
+    DDS_Long matched = 0;
+    DDS_Long deadline = 0;
+    DDS_Long lost = 0;
+    DDS_Long rejected = 0;
+  } earlier;
+  /// Statuses that changed before a side was in place, and are still to be reported.
+  DDS_StatusMask deferred = 0;
+
+ private:
+  std::unique_ptr<tessivar::platform::ReaderSide> make_side(std::shared_ptr<tessivar::platform::CompiledFilter> filter);
+  DDS_ReturnCode_t open(tessivar::platform::ReaderSide& opened);
+  bool redelivers_history() const;
+  /// Moves what came at a side to the cache; true when it contained news.
+  bool transfer(tessivar::platform::ReaderSide& from);
+
+  void catch_up();
+  bool catch_up_once(const tessivar::platform::CompiledFilter& filter);
+  void remove_rejected(const tessivar::platform::CompiledFilter& filter);
+  enum class History { complete, incomplete, closing };
+  History await_history();
+  void replace_side(bool complete);
+  DDS_StatusMask follow_new_side();
+
+  DDS_ReturnCode_t check_buffers(const DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
+                                 const DDS_ReadSelectionI& selection) const;
+  DDS_ReturnCode_t find_instance(const DDS_ReadSelectionI& request, tessivar::platform::ReaderSelection& selection);
+  bool decode(const tessivar::platform::EngineSlot& slot, void* sample, std::size_t* lent_octets, DDS_SampleInfo& info);
+};

@@ -1,0 +1,30 @@
+#include "tessivar/platform/detail/mutex.h"
+
+#include <new>
+
+namespace tessivar::platform {
+
+void Mutex::renew() {
+  // A thread that does not exist in this process may hold it.
+  renew_if_inherited(process_, [this] { new (&mutex_) std::mutex; });
+}
+
+void Mutex::lock() {
+  renew();
+  mutex_.lock();
+  hold_lines();
+}
+
+bool Mutex::try_lock() {
+  renew();
+  if (!mutex_.try_lock()) return false;
+  hold_lines();
+  return true;
+}
+
+void Mutex::unlock() {
+  mutex_.unlock();
+  release_lines();
+}
+
+}  // namespace tessivar::platform

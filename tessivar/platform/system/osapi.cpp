@@ -1,0 +1,185 @@
+#include "tessivar/platform/osapi.h"
+
+#include "tessivar/platform/detail/fork.h"
+#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/system/signals_blocked.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <pthread.h>
+#include <string>
+#include <thread>
+
+using tessivar::platform::LogLevel;
+using tessivar::platform::SignalsBlocked;
+
+namespace {
+
+std::chrono::nanoseconds to_chrono(const RTINtpTime& time) {
+  if (time.sec < 0) return std::chrono::nanoseconds::zero();
+  const std::uint64_t fraction = (std::uint64_t{time.frac} * 1000000000u) >> 32;
+  return std::chrono::seconds(time.sec) + std::chrono::nanoseconds(fraction);
+}
+
+}  // namespace
+
+struct RTIOsapiSemaphore {
+  struct State {
+    explicit State(bool initially) : given(initially) {}
+    std::mutex mutex;
+    std::condition_variable condition;
+    bool given;
+  };
+
+  explicit RTIOsapiSemaphore(bool initially) : given_initially(initially), state(initially) {}
+
+  /// In a process that inherited it the semaphore is as new: who holds it, or waits, does not exist there.
+  State& present() {
+    tessivar::platform::renew_if_inherited(process, [this] { new (&state) State(given_initially); });
+    return state;
+  }
+
+  const bool given_initially;
+  std::atomic<unsigned> process{tessivar::platform::fork_depth()};
+  State state;
+};
+
+RTIOsapiSemaphore* RTIOsapiSemaphore_new(int kind, const RTIOsapiSemaphoreProperty* property) {
+  if (kind != RTI_OSAPI_SEMAPHORE_KIND_BINARY) {
+    tessivar::platform::log(LogLevel::error, "RTIOsapiSemaphore_new", "only binary semaphores are there");
+    return nullptr;
+  }
+  return new (std::nothrow) RTIOsapiSemaphore(property && property->count > 0);
+}
+
+void RTIOsapiSemaphore_delete(RTIOsapiSemaphore* semaphore) {
+  delete semaphore;
+}
+
+int RTIOsapiSemaphore_take(RTIOsapiSemaphore* semaphore, const RTINtpTime* timeout) {
+  if (!semaphore) return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
+  try {
+    RTIOsapiSemaphore::State& state = semaphore->present();
+    std::unique_lock lock(state.mutex);
+    const auto given = [&state] { return state.given; };
+    if (!timeout) {
+      state.condition.wait(lock, given);
+    } else if (!state.given) {
+      const auto deadline = std::chrono::steady_clock::now() + to_chrono(*timeout);
+      if (!state.condition.wait_until(lock, deadline, given)) return RTI_OSAPI_SEMAPHORE_STATUS_TIMEOUT;
+    }
+    state.given = false;
+    return RTI_OSAPI_SEMAPHORE_STATUS_OK;
+  } catch (const std::system_error&) {
+    return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
+  }
+}
+
+int RTIOsapiSemaphore_give(RTIOsapiSemaphore* semaphore) {
+  if (!semaphore) return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
+  try {
+    RTIOsapiSemaphore::State& state = semaphore->present();
+    // Notified under the lock: who takes it may delete the semaphore at once.
+    const std::lock_guard lock(state.mutex);
+    state.given = true;
+    state.condition.notify_one();
+    return RTI_OSAPI_SEMAPHORE_STATUS_OK;
+  } catch (const std::system_error&) {
+    return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
+  }
+}
+
+struct RTIOsapiThreadFactory {};
+
+struct RTIOsapiThread {
+  pthread_t thread;
+  const tessivar::platform::MadeHere made_here = {};
+};
+
+namespace {
+
+struct Start {
+  char name[16];
+  RTIOsapiThreadFunction entry;
+  void* argument;
+};
+
+void* run(void* argument) {
+  const std::unique_ptr<Start> start(static_cast<Start*>(argument));
+  pthread_setname_np(pthread_self(), start->name);
+  try {
+    return start->entry(start->argument);
+  } catch (...) {
+    tessivar::platform::log(LogLevel::error, start->name, "the thread ended by an exception");
+    return nullptr;
+  }
+}
+
+/// 0, or the system's error number.
+int create(pthread_t& thread, int stack_size, Start* start) {
+  pthread_attr_t attributes;
+  int error = pthread_attr_init(&attributes);
+  if (error) return error;
+  if (stack_size != -1) error = pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(stack_size));
+  if (!error) {
+    const SignalsBlocked blocked;
+    error = pthread_create(&thread, &attributes, run, start);
+  }
+  pthread_attr_destroy(&attributes);
+  return error;
+}
+
+}  // namespace
+
+RTIOsapiThreadFactory* RTIOsapiThreadFactory_newDefault() {
+  return new (std::nothrow) RTIOsapiThreadFactory;
+}
+
+void RTIOsapiThreadFactory_delete(RTIOsapiThreadFactory* factory) {
+  delete factory;
+}
+
+RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFactory* factory, const char* name, int priority,
+                                                   int options, int stack_size, const void* processor_mask,
+                                                   RTIOsapiThreadFunction entry, void* argument) {
+  constexpr const char* context = "RTIOsapiThreadFactory_createThread";
+  if (!factory || !name || !entry) {
+    tessivar::platform::log(LogLevel::error, context, "factory, name or entry is null");
+    return nullptr;
+  }
+  if (priority != 0 || options != 0 || processor_mask) {
+    tessivar::platform::log(LogLevel::error, context, "only default priority, options and processors are there");
+    return nullptr;
+  }
+  std::unique_ptr<RTIOsapiThread> thread(new (std::nothrow) RTIOsapiThread);
+  std::unique_ptr<Start> start(new (std::nothrow) Start{{}, entry, argument});
+  if (!thread || !start) return nullptr;
+  std::snprintf(start->name, sizeof start->name, "%s", name);
+  if (const int error = create(thread->thread, stack_size, start.get())) {
+    tessivar::platform::log(LogLevel::error, context, "no thread, system error " + std::to_string(error));
+    return nullptr;
+  }
+  start.release();  // the thread's
+  return thread.release();
+}
+
+void RTIOsapiThreadFactory_destroyThread(RTIOsapiThreadFactory*, RTIOsapiThread* thread) {
+  if (!thread) return;
+  if (thread->made_here.inherited()) {
+    // The thread is the parent's.
+  } else if (pthread_equal(thread->thread, pthread_self())) {
+    pthread_detach(thread->thread);
+  } else {
+    pthread_join(thread->thread, nullptr);
+  }
+  delete thread;
+}
+
+void RTIOsapiThread_sleep(const RTINtpTime* time) {
+  if (time) std::this_thread::sleep_for(to_chrono(*time));
+}

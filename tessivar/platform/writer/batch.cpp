@@ -1,0 +1,170 @@
+#include "tessivar/platform/writer/batch.h"
+
+#include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/system/signals_blocked.h"
+
+#include <algorithm>
+#include <chrono>
+#include <pthread.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tessivar::platform {
+
+/// Flushes batches at their time. A process has one.
+class FlushClock {
+ public:
+  static FlushClock& instance() {
+    static Immortal<FlushClock> clock;
+    return *clock;
+  }
+
+  /// Throws std::system_error when there is no thread to be had.
+  void add(Batch& batch) {
+    std::unique_lock lock(mutex_);
+    stopped_.wait(lock, [&] { return !stopping_; });
+    if (!thread_.joinable()) {
+      const SignalsBlocked blocked;
+      thread_ = std::thread([this] { run(); });
+      pthread_setname_np(thread_.native_handle(), "tessivar_flush");
+    }
+    batches_.push_back(&batch);
+    changed_.notify_one();
+  }
+
+  /// Not from a flush.
+  void remove(Batch& batch) {
+    std::thread ended;
+    {
+      std::unique_lock lock(mutex_);
+      flushed_.wait(lock, [&] { return flushing_ != &batch; });
+      std::erase(batches_, &batch);
+      if (!batches_.empty()) return;
+      stopping_ = true;
+      changed_.notify_one();
+      ended = std::move(thread_);
+    }
+    ended.join();
+    {
+      const std::lock_guard lock(mutex_);
+      stopping_ = false;
+    }
+    stopped_.notify_all();
+  }
+
+  /// The batch has a first sample: it is due in its delay's time, if it isn't due earlier already.
+  void start(Batch& batch) {
+    const std::int64_t due = now() + batch.delay_;
+    const std::lock_guard lock(mutex_);
+    if (batch.due_ <= due) return;
+    batch.due_ = due;
+    if (due < next_) changed_.notify_one();
+  }
+
+  void stop(Batch& batch) {
+    const std::lock_guard lock(mutex_);
+    batch.due_ = never;
+  }
+
+ private:
+  static std::int64_t now() {
+    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+  }
+
+  void run() {
+    std::unique_lock lock(mutex_);
+    while (!stopping_) {
+      const auto first = std::min_element(batches_.begin(), batches_.end(),
+                                          [](const Batch* a, const Batch* b) { return a->due_ < b->due_; });
+      next_ = first == batches_.end() ? never : (*first)->due_;
+      if (next_ == never) {
+        changed_.wait(lock);
+      } else if (const std::int64_t left = next_ - now(); left > 0) {
+        changed_.wait_for(lock, std::chrono::nanoseconds(left));
+      } else {
+        flush(**first, lock);
+      }
+    }
+  }
+
+  void flush(Batch& batch, std::unique_lock<Mutex>& lock) {
+    batch.due_ = never;
+    flushing_ = &batch;
+    lock.unlock();
+    const DDS_ReturnCode_t result = batch.flush();
+    if (result != DDS_RETCODE_OK) {
+      log(LogLevel::error, "DDSDataWriter", "a batch could not be sent, return code " + std::to_string(result));
+    }
+    lock.lock();
+    flushing_ = nullptr;
+    flushed_.notify_all();
+  }
+
+  Mutex mutex_;
+  Condition changed_;
+  Condition flushed_;
+  Condition stopped_;
+  std::thread thread_;
+  bool stopping_ = false;
+  std::vector<Batch*> batches_;
+  const Batch* flushing_ = nullptr;
+  std::int64_t next_ = never;
+};
+
+namespace {
+
+std::int64_t limit(DDS_Long value) {
+  return value == DDS_LENGTH_UNLIMITED ? INT64_MAX : value;
+}
+
+}  // namespace
+
+Batch::Batch(const DDS_BatchQosPolicy& limits, EngineWriter& writer)
+    : writer_(writer),
+      max_octets_(limit(limits.max_data_bytes)),
+      max_samples_(limit(limits.max_samples)),
+      delay_(to_nanoseconds(limits.max_flush_delay)) {
+  if (delay_ != never) FlushClock::instance().add(*this);
+}
+
+Batch::~Batch() {
+  if (delay_ != never) FlushClock::instance().remove(*this);
+  flush();
+}
+
+DDS_ReturnCode_t Batch::make_room(std::uint32_t size) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (octets_ == 0 || octets_ + size <= max_octets_) return DDS_RETCODE_OK;
+  }
+  return flush();
+}
+
+DDS_ReturnCode_t Batch::added(std::uint32_t size) {
+  bool first = false;
+  {
+    const std::lock_guard lock(mutex_);
+    first = samples_ == 0;
+    octets_ += size;
+    samples_ += 1;
+    if (octets_ < max_octets_ && samples_ < max_samples_) {
+      if (first && delay_ != never) FlushClock::instance().start(*this);
+      return DDS_RETCODE_OK;
+    }
+  }
+  return flush();
+}
+
+DDS_ReturnCode_t Batch::flush() {
+  {
+    const std::lock_guard lock(mutex_);
+    octets_ = 0;
+    samples_ = 0;
+    if (delay_ != never) FlushClock::instance().stop(*this);
+  }
+  return writer_.flush();
+}
+
+}  // namespace tessivar::platform

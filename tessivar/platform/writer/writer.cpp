@@ -1,0 +1,420 @@
+#include "tessivar/platform/writer.h"
+
+#include "tessivar/platform/participant/participant_impl.h"
+#include "tessivar/platform/participant/status_counts.h"
+#include "tessivar/platform/participant/topic_impl.h"
+#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/values/sequence_fill.h"
+#include "tessivar/platform/writer/writer_impl.h"
+
+#include <cstring>
+#include <exception>
+#include <string>
+
+using tessivar::platform::EncodedKey;
+using tessivar::platform::EncodedSample;
+using tessivar::platform::EngineWriter;
+using tessivar::platform::follow;
+using tessivar::platform::get_status;
+using tessivar::platform::handle_of;
+using tessivar::platform::KeyHash;
+using tessivar::platform::log;
+using tessivar::platform::LogLevel;
+using tessivar::platform::read_status;
+using tessivar::platform::SampleRef;
+using tessivar::platform::to_nanoseconds;
+using tessivar::platform::WriteKind;
+using tessivar::platform::WriterInstances;
+
+namespace {
+
+const char* name_of(WriteKind kind) {
+  switch (kind) {
+    case WriteKind::data:
+      return "DDSDataWriter::write";
+    case WriteKind::dispose:
+      return "DDSDataWriter::dispose";
+    case WriteKind::unregister:
+      return "DDSDataWriter::unregister_instance";
+  }
+  return "DDSDataWriter";
+}
+
+bool valid(const DDS_Time_t& time) {
+  return (time.sec == DDS_TIME_INVALID.sec && time.nanosec == DDS_TIME_INVALID.nanosec) ||
+         (time.sec >= 0 && time.nanosec < 1000000000u);
+}
+
+}  // namespace
+
+DDSDataWriter::Impl::Impl(DDSTopic& its_topic, DDSPublisher* its_publisher, const DDS_DataWriterQos& its_qos)
+    : topic(its_topic),
+      publisher(its_publisher),
+      type(its_topic.impl().type),
+      keyed(type.get_key_kind() != PRES_TYPEPLUGIN_NO_KEY),
+      qos(its_qos),
+      counters(
+          std::make_shared<tessivar::platform::EndpointCounters>(true, topic.impl().name, type.type_name, nullptr)),
+      instances(type) {}
+
+DDSDataWriter::Impl::~Impl() {
+  close();
+}
+
+void DDSDataWriter::Impl::close() {
+  batch.reset();
+  engine = nullptr;
+  owned_engine.reset();
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::refuse(const char* operation, const char* reason) const {
+  log(LogLevel::error, operation, "topic \"" + topic.impl().name + "\": " + reason);
+  return DDS_RETCODE_BAD_PARAMETER;
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::refuse_encoding(const char* operation, const char* reason) const {
+  counters->not_encoded();
+  return refuse(operation, reason);
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::enable() {
+  if (!engine && topic.get_participant()->impl().cannot_enable_entity("DDSDataWriter::enable")) {
+    return DDS_RETCODE_ILLEGAL_OPERATION;
+  }
+  DDS_StatusMask changed = 0;
+  {
+    const std::lock_guard lock(enabling);
+    if (engine) return DDS_RETCODE_OK;
+    DDSDomainParticipant::Impl& participant = topic.get_participant()->impl();
+    tessivar::platform::EngineParticipant* bus = participant.engine;
+    if (!bus) return DDS_RETCODE_PRECONDITION_NOT_MET;
+
+    tessivar::platform::EngineWriterConfig config;
+    config.topic = topic.impl().name;
+    config.type = &type;
+    config.qos = qos;
+    config.ignore_own_participant = participant.ignores_itself;
+    std::string error;
+    DDS_ReturnCode_t result = bus->create_writer(config, this, owned_engine, error);
+    if (result == DDS_RETCODE_OK && qos.batch.enable) {
+      try {
+        batch = std::make_unique<tessivar::platform::Batch>(qos.batch, *owned_engine);
+      } catch (const std::exception& exception) {
+        error = exception.what();
+        owned_engine.reset();
+        result = DDS_RETCODE_OUT_OF_RESOURCES;
+      }
+    }
+    if (result != DDS_RETCODE_OK) {
+      log(LogLevel::error, "DDSDataWriter::enable", "topic \"" + topic.impl().name + "\": " + error);
+      return result;
+    }
+    const std::lock_guard status_lock(status_mutex);
+    engine = owned_engine.get();
+    changed = std::exchange(deferred, 0);
+  }
+  for (DDS_StatusMask status = 1; status; status <<= 1) {
+    if (changed & status) report(status);
+  }
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::publish(const void* sample, const DDS_InstanceHandle_t& handle,
+                                              const DDS_Time_t& timestamp, WriteKind kind) {
+  if (!sample) return refuse(name_of(kind), "null sample");
+  if (!valid(timestamp)) return refuse(name_of(kind), "the source timestamp is not a valid time");
+  if (!keyed && handle.isValid) return refuse(name_of(kind), "a handle for a type without key");
+  if (tessivar::platform::refused_in_filter(name_of(kind))) return DDS_RETCODE_ILLEGAL_OPERATION;
+  EngineWriter* writer = engine;
+  if (!writer) return DDS_RETCODE_NOT_ENABLED;
+  const std::int64_t time = to_nanoseconds(timestamp);
+  return kind == WriteKind::data ? write_sample(*writer, sample, handle, time)
+                                 : write_key(*writer, sample, handle, time, kind);
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const void* sample,
+                                                   const DDS_InstanceHandle_t& handle, std::int64_t timestamp) {
+  constexpr const char* unencodable = "the sample cannot be encoded";
+  const std::size_t size = type.encoded_size(sample);
+  if (size == 0 || size > UINT32_MAX) return refuse_encoding(name_of(WriteKind::data), unencodable);
+  WriterInstances::Known instance = {{}, true};
+  if (keyed) {
+    const EncodedKey key(type, sample);
+    const DDS_ReturnCode_t identified = identify(key, sample, handle, WriteKind::data, instance);
+    if (identified != DDS_RETCODE_OK) return identified;
+  }
+  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(size), false));
+  if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
+  if (!type.encode(sample, encoded->bytes, size)) return refuse_encoding(name_of(WriteKind::data), unencodable);
+  return send(writer, std::move(encoded), instance.hash, WriteKind::data, timestamp);
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void* sample,
+                                                const DDS_InstanceHandle_t& handle, std::int64_t timestamp,
+                                                WriteKind kind) {
+  const EncodedKey key(type, sample);
+  WriterInstances::Known instance = {{}, true};
+  const DDS_ReturnCode_t identified = identify(key, sample, handle, kind, instance);
+  if (identified != DDS_RETCODE_OK) return identified;
+  if (!instance.written) {
+    // The bus never heard of an instance that was registered alone: there is nothing to take back, and autodispose
+    // would take away what other writers said.
+    instances.remove(key);
+    return DDS_RETCODE_OK;
+  }
+  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(key.size()), true));
+  if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
+  std::memcpy(encoded->bytes, key.data(), key.size());
+  const DDS_ReturnCode_t result = send(writer, std::move(encoded), instance.hash, kind, timestamp);
+  if (result == DDS_RETCODE_OK && keyed && kind == WriteKind::unregister) instances.remove(key);
+  return result;
+}
+
+/// The instance that is meant: for unregistering one that is known, else one that is known from now on.
+DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void* sample,
+                                               const DDS_InstanceHandle_t& handle, WriteKind kind,
+                                               WriterInstances::Known& instance) {
+  if (!key) return refuse_encoding(name_of(kind), "the key cannot be encoded");
+  if (!keyed) return DDS_RETCODE_OK;
+  if (kind == WriteKind::unregister) {
+    const auto known = instances.find(key);
+    if (!known) return DDS_RETCODE_PRECONDITION_NOT_MET;
+    instance = *known;
+  } else {
+    const auto added = instances.add(key, sample, true, handle);
+    if (!added) return DDS_RETCODE_OUT_OF_RESOURCES;
+    instance = {*added, true};
+  }
+  if (!tessivar::platform::may_mean(handle, instance.hash))
+    return refuse(name_of(kind), "the handle is another instance's");
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encoded, const KeyHash& hash, WriteKind kind,
+                                           std::int64_t timestamp) {
+  std::memcpy(encoded->key_hash, hash.data(), hash.size());
+  const std::uint32_t octets = encoded->size;
+  DDS_ReturnCode_t result = batch ? batch->make_room(octets) : DDS_RETCODE_OK;
+  if (result == DDS_RETCODE_OK) result = writer.write(std::move(encoded), kind, timestamp);
+  if (result == DDS_RETCODE_TIMEOUT) {
+    const std::int64_t waited = to_nanoseconds(qos.reliability.max_blocking_time) / 1000000;
+    log(LogLevel::error, name_of(kind),
+        "topic \"" + topic.impl().name + "\": the readers did not acknowledge earlier samples within " +
+            std::to_string(waited) + " ms (max_blocking_time), so that there is no room for another one");
+  }
+  result == DDS_RETCODE_OK ? counters->sent() : counters->rejected();
+  return batch && result == DDS_RETCODE_OK ? batch->added(octets) : result;
+}
+
+DDS_InstanceHandle_t DDSDataWriter::Impl::add_instance(const void* sample) {
+  if (!sample) {
+    refuse("DDSDataWriter::register_instance", "null sample");
+    return DDS_HANDLE_NIL;
+  }
+  if (!keyed) return DDS_HANDLE_NIL;
+  const EncodedKey key(type, sample);
+  if (!key) {
+    refuse("DDSDataWriter::register_instance", "the key cannot be encoded");
+    return DDS_HANDLE_NIL;
+  }
+  const auto hash = instances.add(key, sample, false);
+  return hash ? handle_of(*hash) : DDS_HANDLE_NIL;
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::flush() {
+  EngineWriter* writer = engine;
+  if (!writer) return DDS_RETCODE_NOT_ENABLED;
+  return batch ? batch->flush() : DDS_RETCODE_OK;
+}
+
+// --- statuses --------------------------------------------------------------------------------------------------------
+
+namespace {
+
+/// Takes a status over; whether it is to be reported now.
+template <class Status>
+bool changed(DDSDataWriter::Impl& writer, Status& seen, const Status& now, DDS_StatusMask status) {
+  const std::lock_guard lock(writer.status_mutex);
+  if (!follow(seen, now)) return false;
+  if (writer.engine) return true;
+  writer.deferred |= status;
+  return false;
+}
+
+/// Calls the writer's listener, or else the participant's.
+template <class Status>
+void tell(DDSDataWriter::Impl& writer, Status& seen, DDS_StatusMask status,
+          void (DDSDataWriterListener::*callback)(DDSDataWriter*, const Status&)) {
+  const auto call = [&](DDSDataWriterListener& listener) {
+    Status now;
+    {
+      const std::lock_guard lock(writer.status_mutex);
+      now = read_status(seen);
+    }
+    (listener.*callback)(writer.self, now);
+  };
+  if (!writer.listener.call(status, "DDSDataWriterListener", call)) {
+    writer.topic.get_participant()->impl().listener.call(status, "DDSDomainParticipantListener", call);
+  }
+}
+
+}  // namespace
+
+void DDSDataWriter::Impl::report(DDS_StatusMask status) {
+  switch (status) {
+    case DDS_PUBLICATION_MATCHED_STATUS:
+      return tell(*this, matched, status, &DDSDataWriterListener::on_publication_matched);
+    case DDS_LIVELINESS_LOST_STATUS:
+      return tell(*this, lost, status, &DDSDataWriterListener::on_liveliness_lost);
+    case DDS_OFFERED_DEADLINE_MISSED_STATUS:
+      return tell(*this, deadline, status, &DDSDataWriterListener::on_offered_deadline_missed);
+    case DDS_OFFERED_INCOMPATIBLE_QOS_STATUS:
+      return tell(*this, incompatible, status, &DDSDataWriterListener::on_offered_incompatible_qos);
+    default:
+      return;
+  }
+}
+
+void DDSDataWriter::Impl::publication_matched(const DDS_PublicationMatchedStatus& now) {
+  counters->matches(now.current_count);
+  if (changed(*this, matched, now, DDS_PUBLICATION_MATCHED_STATUS)) report(DDS_PUBLICATION_MATCHED_STATUS);
+}
+
+void DDSDataWriter::Impl::liveliness_lost(const DDS_LivelinessLostStatus& now) {
+  if (changed(*this, lost, now, DDS_LIVELINESS_LOST_STATUS)) report(DDS_LIVELINESS_LOST_STATUS);
+}
+
+void DDSDataWriter::Impl::offered_deadline_missed(const DDS_OfferedDeadlineMissedStatus& now) {
+  if (changed(*this, deadline, now, DDS_OFFERED_DEADLINE_MISSED_STATUS)) report(DDS_OFFERED_DEADLINE_MISSED_STATUS);
+}
+
+void DDSDataWriter::Impl::offered_incompatible_qos(const DDS_OfferedIncompatibleQosStatus& now) {
+  if (changed(*this, incompatible, now, DDS_OFFERED_INCOMPATIBLE_QOS_STATUS)) {
+    report(DDS_OFFERED_INCOMPATIBLE_QOS_STATUS);
+  }
+}
+
+// --- the public class ------------------------------------------------------------------------------------------------
+
+void DDSDataWriter::ImplDelete::operator()(Impl* impl) const {
+  delete impl;
+}
+
+DDSDataWriter::DDSDataWriter(ImplPtr impl) : impl_(std::move(impl)) {
+  impl_->self = this;
+}
+
+DDSDataWriter::~DDSDataWriter() = default;
+
+DDS_ReturnCode_t DDSDataWriter::enable() {
+  return impl_->enable();
+}
+
+DDS_InstanceHandle_t DDSDataWriter::get_instance_handle() const {
+  const EngineWriter* writer = impl_->engine;
+  return writer ? writer->guid() : DDS_HANDLE_NIL;
+}
+
+DDSTopic* DDSDataWriter::get_topic() const {
+  return &impl_->topic;
+}
+
+DDSPublisher* DDSDataWriter::get_publisher() const {
+  return impl_->publisher;
+}
+
+DDS_ReturnCode_t DDSDataWriter::get_qos(DDS_DataWriterQos& qos) const {
+  qos = impl_->qos;
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDataWriter::set_listener(DDSDataWriterListener* listener, DDS_StatusMask mask) {
+  impl_->listener.set(listener, mask);
+  return DDS_RETCODE_OK;
+}
+
+DDSDataWriterListener* DDSDataWriter::get_listener() const {
+  return impl_->listener.get();
+}
+
+DDS_ReturnCode_t DDSDataWriter::get_publication_matched_status(DDS_PublicationMatchedStatus& status) {
+  return get_status(impl_->status_mutex, impl_->matched, status);
+}
+
+DDS_ReturnCode_t DDSDataWriter::get_liveliness_lost_status(DDS_LivelinessLostStatus& status) {
+  return get_status(impl_->status_mutex, impl_->lost, status);
+}
+
+DDS_ReturnCode_t DDSDataWriter::get_offered_deadline_missed_status(DDS_OfferedDeadlineMissedStatus& status) {
+  return get_status(impl_->status_mutex, impl_->deadline, status);
+}
+
+DDS_ReturnCode_t DDSDataWriter::get_offered_incompatible_qos_status(DDS_OfferedIncompatibleQosStatus& status) {
+  return get_status(impl_->status_mutex, impl_->incompatible, status);
+}
+
+DDS_ReturnCode_t DDSDataWriter::get_matched_subscriptions(DDS_InstanceHandleSeq& handles) {
+  EngineWriter* writer = impl_->engine;
+  if (!writer) return DDS_RETCODE_NOT_ENABLED;
+  return tessivar::platform::fill(handles, writer->matched_subscriptions());
+}
+
+DDS_ReturnCode_t DDSDataWriter::assert_liveliness() {
+  EngineWriter* writer = impl_->engine;
+  return writer ? writer->assert_liveliness() : DDS_RETCODE_NOT_ENABLED;
+}
+
+DDS_ReturnCode_t DDSDataWriter::wait_for_acknowledgments(const DDS_Duration_t& max_wait) {
+  if (tessivar::platform::refused_in_callback("DDSDataWriter::wait_for_acknowledgments")) {
+    return DDS_RETCODE_ILLEGAL_OPERATION;
+  }
+  const DDS_ReturnCode_t flushed = impl_->flush();
+  if (flushed != DDS_RETCODE_OK) return flushed;
+  EngineWriter* writer = impl_->engine;
+  return writer->wait_for_acknowledgments(tessivar::platform::to_nanoseconds(max_wait));
+}
+
+DDS_ReturnCode_t DDSDataWriter::flush() {
+  return impl_->flush();
+}
+
+const char* DDSDataWriter::get_type_name() const {
+  return impl_->type.type_name;
+}
+
+std::shared_ptr<const tessivar::platform::EndpointCounters> DDSDataWriter::counters() const {
+  return impl_->counters;
+}
+
+DDS_ReturnCode_t DDSDataWriter::write_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,
+                                               const DDS_Time_t& timestamp) {
+  return impl_->publish(sample, handle, timestamp, WriteKind::data);
+}
+
+DDS_ReturnCode_t DDSDataWriter::dispose_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,
+                                                 const DDS_Time_t& timestamp) {
+  return impl_->publish(sample, handle, timestamp, WriteKind::dispose);
+}
+
+DDS_ReturnCode_t DDSDataWriter::unregister_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,
+                                                    const DDS_Time_t& timestamp) {
+  return impl_->publish(sample, handle, timestamp, WriteKind::unregister);
+}
+
+DDS_InstanceHandle_t DDSDataWriter::register_untypedI(const void* sample) {
+  return impl_->add_instance(sample);
+}
+
+DDS_InstanceHandle_t DDSDataWriter::lookup_instance_untypedI(const void* key_holder) {
+  if (!key_holder || !impl_->keyed) return DDS_HANDLE_NIL;
+  const auto known = impl_->instances.find(EncodedKey(impl_->type, key_holder));
+  return known ? handle_of(known->hash) : DDS_HANDLE_NIL;
+}
+
+DDS_ReturnCode_t DDSDataWriter::get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle) {
+  if (!key_holder) return DDS_RETCODE_BAD_PARAMETER;
+  const auto key = impl_->instances.key_of(handle);
+  if (!key) return DDS_RETCODE_BAD_PARAMETER;
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(key->data());
+  return impl_->type.decode_key(key_holder, bytes, key->size()) ? DDS_RETCODE_OK : DDS_RETCODE_ERROR;
+}

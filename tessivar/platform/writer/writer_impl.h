@@ -1,0 +1,75 @@
+// The data writer from the inside.
+#pragma once
+
+#include "tessivar/platform/detail/counters.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/engine/engine.h"
+#include "tessivar/platform/participant/listener_slot.h"
+#include "tessivar/platform/topic.h"
+#include "tessivar/platform/writer.h"
+#include "tessivar/platform/writer/batch.h"
+#include "tessivar/platform/writer/writer_instances.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
+  Impl(DDSTopic& its_topic, DDSPublisher* its_publisher, const DDS_DataWriterQos& its_qos);
+  ~Impl();
+
+  DDS_ReturnCode_t enable();
+  /// Leaves the bus; no callback is running or to come when it returns. Not from a callback.
+  void close();
+  /// Writes, disposes of or unregisters the instance of `sample`.
+  DDS_ReturnCode_t publish(const void* sample, const DDS_InstanceHandle_t& handle, const DDS_Time_t& timestamp,
+                           tessivar::platform::WriteKind kind);
+  DDS_InstanceHandle_t add_instance(const void* sample);
+  DDS_ReturnCode_t flush();
+
+  void publication_matched(const DDS_PublicationMatchedStatus&) override;
+  void liveliness_lost(const DDS_LivelinessLostStatus&) override;
+  void offered_deadline_missed(const DDS_OfferedDeadlineMissedStatus&) override;
+  void offered_incompatible_qos(const DDS_OfferedIncompatibleQosStatus&) override;
+
+  DDSDataWriter* self = nullptr;
+  DDSTopic& topic;
+  DDSPublisher* const publisher;
+  const PRESTypePlugin& type;
+  const bool keyed;
+  const DDS_DataWriterQos qos;
+  const std::shared_ptr<tessivar::platform::EndpointCounters> counters;
+  tessivar::platform::ListenerSlot<DDSDataWriterListener> listener;
+  tessivar::platform::WriterInstances instances;
+
+  tessivar::platform::Mutex enabling;
+  std::unique_ptr<tessivar::platform::EngineWriter> owned_engine;
+  std::atomic<tessivar::platform::EngineWriter*> engine = nullptr;  // null until it is enabled
+  std::unique_ptr<tessivar::platform::Batch> batch;                 // null without batching
+
+  /// What the statuses say, each with the changes since it was read last.
+  tessivar::platform::Mutex status_mutex;
+  DDS_PublicationMatchedStatus matched = {};
+  DDS_LivelinessLostStatus lost = {};
+  DDS_OfferedDeadlineMissedStatus deadline = {};
+  DDS_OfferedIncompatibleQosStatus incompatible = {};
+  /// Statuses that changed before the writer was fit to be used, and are still to be reported.
+  DDS_StatusMask deferred = 0;
+
+ private:
+  void report(DDS_StatusMask status);
+  DDS_ReturnCode_t write_sample(tessivar::platform::EngineWriter& writer, const void* sample,
+                                const DDS_InstanceHandle_t& handle, std::int64_t timestamp);
+  DDS_ReturnCode_t write_key(tessivar::platform::EngineWriter& writer, const void* sample,
+                             const DDS_InstanceHandle_t& handle, std::int64_t timestamp,
+                             tessivar::platform::WriteKind kind);
+  DDS_ReturnCode_t identify(const tessivar::platform::EncodedKey& key, const void* sample,
+                            const DDS_InstanceHandle_t& handle, tessivar::platform::WriteKind kind,
+                            tessivar::platform::WriterInstances::Known& instance);
+  DDS_ReturnCode_t send(tessivar::platform::EngineWriter& writer, tessivar::platform::SampleRef encoded,
+                        const tessivar::platform::KeyHash& hash, tessivar::platform::WriteKind kind,
+                        std::int64_t timestamp);
+  DDS_ReturnCode_t refuse(const char* operation, const char* reason) const;
+  DDS_ReturnCode_t refuse_encoding(const char* operation, const char* reason) const;
+};

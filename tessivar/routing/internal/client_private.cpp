@@ -1,0 +1,196 @@
+#include "tessivar/routing/internal/client_private.h"
+
+#include "tessivar/framework/log/logger.h"
+#include "tessivar/routing/internal/runners.h"
+
+#define SIGNATURE(function) "void __cdecl TessivarDDS::RoutingClient::Private::" function
+
+namespace TessivarDDS {
+
+using namespace Tessivar_Routing;
+
+RoutingClient::Private::Private(std::shared_ptr<ReportBook> book) {
+  services.setReportBook(std::move(book));
+  services.setRoutingListener(this);
+  services.setProtectListener(&protectListener_);
+}
+
+bool RoutingClient::Private::attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner) {
+  const bool attached = thread.attachRunner(std::move(runner));
+  if (!attached) logError() << signature << "Failed to attach runner to thread";
+  return attached;
+}
+
+bool RoutingClient::Private::attachStateRunners(const char* signature) {
+  const auto changed = [this](auto* sample) { processSample(sample); };
+  const auto association = [this](bool sourceSide) {
+    return [this, sourceSide](Association* sample) { processSample(sample, sourceSide); };
+  };
+  typedef RoutingClientListener Listener;
+  return attachStateRunner<Source>(signature, services.sourcesNode(), changed, &Listener::sourceRemoved) &&
+         attachStateRunner<Destination>(signature, services.destinationsNode(), changed,
+                                        &Listener::destinationRemoved) &&
+         attachStateRunner<Association>(signature, services.sourceAssociations(), association(true),
+                                        &Listener::sourceAssociationRemoved) &&
+         attachStateRunner<Association>(signature, services.destinationAssociations(), association(false),
+                                        &Listener::destinationAssociationRemoved);
+}
+
+bool RoutingClient::Private::createProtectService(const std::vector<AddressEx>& addresses) {
+  if (!services.createClientProtectService(addresses, &thread)) return false;
+  protectService = services.protectService();
+  return true;
+}
+
+template <class Sample>
+bool RoutingClient::Private::attachStateRunner(const char* signature, DDSRouterNode<Sample>* node,
+                                               std::function<void(Sample*)> changed,
+                                               void (RoutingClientListener::*removed)(const Sample*)) {
+  const auto gone = [this, removed](const Sample* key) {
+    notify(SIGNATURE("processRemoval(const void *)"),
+           [&](RoutingClientListener& listener) { (listener.*removed)(key); });
+  };
+  return attach(signature, std::make_unique<StateRunner<Sample>>(node->dataReader(), std::move(changed), gone));
+}
+
+bool RoutingClient::Private::resubscribe(const char* signature, const std::vector<AddressEx>& addresses) {
+  const auto drop = [this](auto* node) {
+    if (!node || !node->dataReader()) return;
+    thread.detachRunner(node->dataReader());
+    node->cleanUpDataReader();
+  };
+  const auto renew = [](auto* node) {
+    DDS_DataReaderQos qos;
+    return node->stateReaderQos(qos) && node->createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos);
+  };
+  // New readers rather than new filters alone: nothing of the routers before stays in them, and they get the present
+  // state like one that has just joined.
+  drop(services.sourcesNode());
+  drop(services.destinationsNode());
+  drop(services.sourceAssociations());
+  drop(services.destinationAssociations());
+  if (services.routingService()) services.routingService()->dropValueReader();
+  if (!protectService || !services.updateClientReaderServices(addresses)) {
+    logError() << signature << "Cannot change the subscription once it is started. Clean up and re-create.";
+    return false;
+  }
+  const bool renewed = renew(services.sourcesNode()) && renew(services.destinationsNode()) &&
+                       renew(services.sourceAssociations()) && renew(services.destinationAssociations()) &&
+                       attachStateRunners(signature) && services.routingService()->renewValueReader();
+  services.reportEndpoints();
+  return renewed;
+}
+
+bool RoutingClient::Private::inCallback() const {
+  return services.inCallback() || thread.isCurrent() || listeners.isNotifying();
+}
+
+void RoutingClient::Private::leave() {
+  {
+    const ScopedLock lock(knownRoutersLock_);
+    leaving_ = true;
+    for (const auto& known : knownRouters_) {
+      listeners.notify(SIGNATURE("notifyUnitRemoved(const class TessivarDDS::AddressEx &)"),
+                       [&](RoutingClientListener& listener) { listener.routerRemoved(known.second); });
+    }
+  }
+  thread.stop();  // its runners use readers of the services
+  services.cleanUp();
+}
+
+template <class Call>
+void RoutingClient::Private::notify(const char* signature, Call&& call) {
+  listeners.notify(signature, [&](RoutingClientListener& listener) {
+    if (!leaving_) call(listener);
+  });
+}
+
+void RoutingClient::Private::notifyUnitAdded(const DDS_InstanceHandle_t& handle, const Router* router) {
+  // Held until the listeners know, so that each router is reported as removed exactly when it was as added.
+  const ScopedLock lock(knownRoutersLock_);
+  if (leaving_) return;
+  knownRouters_.insert_or_assign(handle, AddressEx(router->unitId));
+  notify(SIGNATURE("notifyUnitAdded(const class Tessivar_Routing::Router *)"),
+         [&](RoutingClientListener& listener) { listener.routerAdded(router); });
+}
+
+void RoutingClient::Private::notifyUnitRemoved(const DDS_InstanceHandle_t& handle, const AddressEx& router) {
+  const ScopedLock lock(knownRoutersLock_);
+  if (leaving_) return;
+  knownRouters_.erase(handle);
+  notify(SIGNATURE("notifyUnitRemoved(const class TessivarDDS::AddressEx &)"),
+         [&](RoutingClientListener& listener) { listener.routerRemoved(router); });
+}
+
+void RoutingClient::Private::processSample(Source* source) {
+  notify(SIGNATURE("processSample(class Tessivar_Routing::Source *)"),
+         [&](RoutingClientListener& listener) { listener.sourceChanged(source); });
+}
+
+void RoutingClient::Private::processSample(Destination* destination) {
+  notify(SIGNATURE("processSample(class Tessivar_Routing::Destination *)"),
+         [&](RoutingClientListener& listener) { listener.destinationChanged(destination); });
+}
+
+void RoutingClient::Private::processSample(Association* association, bool sourceSide) {
+  notify(SIGNATURE("processSample(class Tessivar_Routing::Association *,bool)"), [&](RoutingClientListener& listener) {
+    if (sourceSide) {
+      listener.sourceAssociationChanged(association);
+    } else {
+      listener.destinationAssociationChanged(association);
+    }
+  });
+}
+
+void RoutingClient::Private::ticketChanged(unsigned short ticketId) {
+  const DDSPtr<Ticket> ticket = services.routingService()->findTicket(ticketId);
+  notify(SIGNATURE("ticketChanged(unsigned short)"),
+         [&](RoutingClientListener& listener) { listener.ticketChanged(ticket); });
+}
+
+void RoutingClient::Private::protectTicketChanged(unsigned short ticketId) {
+  const DDSPtr<ProtectTicket> ticket = services.protectService()->findTicket(ticketId);
+  notify(SIGNATURE("protectTicketChanged(unsigned short)"),
+         [&](RoutingClientListener& listener) { listener.protectTicketChanged(ticket); });
+}
+
+template <class Rep>
+DDSPtr<RequestReplyTicket<Rep>> RoutingClient::Private::ticketOf(
+    const char* signature, unsigned short ticketId, DDSPtr<RequestReplyTicket<Rep>> sent, RequestFailure failure,
+    void (RoutingClientListener::*changed)(DDSPtr<RequestReplyTicket<Rep>>)) {
+  if (sent) return sent;
+  // Nobody will answer, so the answer is made here: the caller has one way to learn the outcome.
+  DDSPtr<Rep> reply(TypeOf<Rep>::TypeSupport::create_data());
+  if (!reply) {
+    logError() << signature << "Failed to create data";
+    return {};
+  }
+  reply->ticketId = ticketId;
+  reply->result = FAILED;
+  DDSPtr<RequestReplyTicket<Rep>> failed(new RequestReplyTicket<Rep>(ticketId));
+  failed->failure = failure;
+  failed->complete(reply, {});
+  // Not told here: the caller may be a listener's call itself, or hold a lock that the listener wants.
+  thread.post([this, signature, failed, changed] {
+    notify(signature, [&](RoutingClientListener& listener) { (listener.*changed)(failed); });
+  });
+  return failed;
+}
+
+template DDSPtr<RoutingClient::Ticket> RoutingClient::Private::ticketOf(
+    const char*, unsigned short, DDSPtr<Ticket>, RequestFailure, void (RoutingClientListener::*)(DDSPtr<Ticket>));
+template DDSPtr<RoutingClient::ProtectTicket> RoutingClient::Private::ticketOf(
+    const char*, unsigned short, DDSPtr<ProtectTicket>, RequestFailure,
+    void (RoutingClientListener::*)(DDSPtr<ProtectTicket>));
+
+void RoutingClient::Private::valueRemoved(const AssociationRoute* route) {
+  notify(SIGNATURE("valueRemoved(const class Tessivar_Routing::AssociationRoute *)"),
+         [&](RoutingClientListener& listener) { listener.routeRemoved(route); });
+}
+
+void RoutingClient::Private::valueChanged(const AssociationRoute* route) {
+  notify(SIGNATURE("valueChanged(const class Tessivar_Routing::AssociationRoute *)"),
+         [&](RoutingClientListener& listener) { listener.routeChanged(route); });
+}
+
+}  // namespace TessivarDDS
