@@ -38,9 +38,11 @@ class TESSIVAR_API RoutingClient {
   void setUseQosProfiles(bool use);
   /// Joins the bus and begins to report routers; takes some 100 ms. After a failure the way on is cleanUp().
   bool create();
-  /// Begins to report what the routers at `addresses` (none: all routers) say; a later call makes it these routers
-  /// instead, and reports their present state, also of one that was among those before. Takes some milliseconds, and
-  /// waits for a callback that is running. After a failure the way on is cleanUp() and create().
+  /// Begins to report what the routers at `addresses` (none: all routers) say; takes some milliseconds, and waits for a
+  /// callback that is running. A later call makes it these routers instead, and returns within milliseconds: the
+  /// present state of routers that are new among them is reported soon after; that of the others stays in the nodes of
+  /// services() and is not reported again; that of routers that are no longer among them leaves the nodes without a
+  /// report. After a failure the way on is cleanUp() and create().
   bool subscribe(const std::vector<AddressEx>& addresses);
 
   /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned

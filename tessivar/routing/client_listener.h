@@ -30,7 +30,8 @@ class TESSIVAR_API RoutingClientListener {
   /// that is heard of it. In that case the call comes on the thread that cleans up.
   virtual void routerRemoved(const AddressEx& router) = 0;
 
-  // Of the routers subscribed to: the state when it first arrives, and every change, by any controller.
+  // Of the routers subscribed to: the state when it first arrives, and every change, by any controller. State that a
+  // new subscription keeps is not reported again.
 
   virtual void sourceChanged(Tessivar_Routing::Source* source) = 0;
   virtual void destinationChanged(Tessivar_Routing::Destination* destination) = 0;

@@ -4,8 +4,6 @@
 #include "tessivar/framework/nodes/detail/address_texts.h"
 #include "tessivar/framework/nodes/internal/address_filtered_topic.h"
 
-#include <memory>
-
 namespace TessivarDDS {
 
 template <class Value, class Req, class Rep>
@@ -27,26 +25,6 @@ bool RouterRequestReply<Value, Req, Rep>::updateAddresses(const std::vector<Addr
   if (!this->valueNode().setFilterParameters(addressTexts(addresses))) return false;
   addresses_ = addresses;
   return true;
-}
-
-template <class Value, class Req, class Rep>
-bool RouterRequestReply<Value, Req, Rep>::dropValueReader() {
-  if (!this->valueNode().dataReader()) return true;
-  if (WaitSetThread* const thread = this->waitSetThread()) thread->detachRunner(this->valueNode().dataReader());
-  return this->valueNode().cleanUpDataReader();
-}
-
-template <class Value, class Req, class Rep>
-bool RouterRequestReply<Value, Req, Rep>::renewValueReader() {
-  auto& node = this->valueNode();
-  DDS_DataReaderQos qos;
-  // With the listener, as without it the count of connections would stay what it was with the old reader.
-  if (!this->waitSetThread() || !node.stateReaderQos(qos) ||
-      !node.createDataReader(&this->valueReaderListener_, this->valueReaderStatuses, qos)) {
-    return false;
-  }
-  typedef RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep> Runner;
-  return this->waitSetThread()->attachRunner(std::make_unique<Runner>(*this, node.dataReader(), true));
 }
 
 using namespace Tessivar_Routing;

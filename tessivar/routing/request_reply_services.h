@@ -17,12 +17,9 @@ class TESSIVAR_API RouterRequestReply : public DDSRequestReply<Value, Req, Rep> 
  public:
   ~RouterRequestReply() override;
 
-  /// The routers to get values of from now on; none means all. Client side, once created.
+  /// The routers to get values of from now on; none means all. Client side, once created. The values of routers that
+  /// are new among them arrive soon after, those of the others stay. When it fails the old ones stay in force.
   bool updateAddresses(const std::vector<AddressEx>& addresses);
-  /// Forgets all values, and stops getting any until renewValueReader().
-  bool dropValueReader();
-  /// Gets the values of the routers as they are at present, and reports them.
-  bool renewValueReader();
 
  protected:
   /// `serviceClass` is the derived class in messages, a literal.

@@ -187,14 +187,6 @@ Report RoutingServices::report() const {
   return book_->report();
 }
 
-void RoutingServices::reportEndpoints() {
-  book_->add(sourcesNode_.get());
-  book_->add(destinationsNode_.get());
-  book_->add(sourceAssociations_.get());
-  book_->add(destinationAssociations_.get());
-  if (routingService_) book_->add(&routingService_->valueNode());
-}
-
 bool RoutingServices::inCallback() const {
   const auto isOn = [](const auto& service) {
     return service && service->waitSetThread() && service->waitSetThread()->isCurrent();

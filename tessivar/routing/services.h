@@ -53,7 +53,9 @@ class TESSIVAR_API RoutingServices {
   /// Lets a controller ask for changes of the destinations of the routers at `addresses` (none: of all). `thread`, as
   /// for setWaitSetThread() of the service, serves the replies and must outlive cleanUp(); null: a thread of its own.
   bool createClientProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread = nullptr);
-  /// The routers to hear of from now on. After a failure some of the readers may have the old ones.
+  /// The routers to hear of from now on. Returns within milliseconds: the state of routers that are new among them
+  /// arrives soon after, that of the others stays in the readers, the rest leaves them. After a failure some of the
+  /// readers may have the old ones.
   bool updateClientReaderServices(const std::vector<AddressEx>& addresses);
 
   /// Whether sources, destinations and associations are sent many together (at first) or each at once. Once they can be
@@ -84,8 +86,6 @@ class TESSIVAR_API RoutingServices {
   /// Keeps the figures for report() in `book` instead of one of its own. Before the creators; for an owner whose report
   /// outlives the services.
   void setReportBook(std::shared_ptr<ReportBook> book) { book_ = std::move(book); }
-  /// Takes endpoints that were made anew on the nodes into the report.
-  void reportEndpoints();
 
   /// Deletes the nodes and services; domain and listener stay. Refused within a callback.
   void cleanUp();

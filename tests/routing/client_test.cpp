@@ -4,6 +4,11 @@
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
 
+#include <atomic>
+#include <set>
+#include <thread>
+#include <utility>
+
 namespace TessivarDDS {
 namespace {
 
@@ -180,6 +185,111 @@ TEST_F(RoutingClientOnBus, LetsListenersSetRoutesAndRefusesWhatWouldWaitForThem)
   EXPECT_TRUE(events_.happens("removed a")) << "which was known";
   EXPECT_THAT(log_.lines(), IsSupersetOf({EndsWith(" Cannot subscribe from within a callback."),
                                           EndsWith(" Cannot clean up from within a callback.")}));
+}
+
+class Subscription : public RoutingClientOnBus {
+ protected:
+  typedef std::set<unsigned> Units;
+
+  static std::string address(unsigned unit) { return "0001:03:0" + std::to_string(unit); }
+  bool subscribe(const Units& units) {
+    std::vector<AddressEx> addresses;
+    for (const unsigned unit : units) addresses.emplace_back(address(unit).c_str());
+    return client_.subscribe(addresses);
+  }
+  /// One sample of each kind.
+  void publish(unsigned unit, unsigned index) {
+    EXPECT_TRUE(device_.sourcesNode()->writeSample(make<Source>(address(unit), index)) &&
+                device_.destinationsNode()->writeSample(make<Destination>(address(unit), index)) &&
+                device_.sourceAssociations()->writeSample(make<Association>(address(unit), index)) &&
+                device_.destinationAssociations()->writeSample(make<Association>(address(unit), index)) &&
+                device_.routingService()->valueNode().writeSample(make<AssociationRoute>(address(unit), index)));
+  }
+  void publishAll(const Units& units) {
+    for (const unsigned unit : units) {
+      publish(unit, unit);
+      publish(unit, marker);
+    }
+  }
+  static void append(std::vector<std::string>& to, const std::vector<std::string>& texts) {
+    to.insert(to.end(), texts.begin(), texts.end());
+  }
+  static std::vector<std::string> reports(unsigned index) {
+    const std::string text = std::to_string(index);
+    return {"source " + text, "destination " + text, "source of " + text, "to " + text, "route " + text};
+  }
+  template <class F>
+  void forEachReader(unsigned unit, F&& call) {
+    RoutingServices& services = *client_.services();
+    const auto one = [&](auto& node, const auto& key) {
+      call(*node.dataReader(), node.dataReader()->is_alive_untypedI(node.dataReader()->lookup_instance(*key)));
+    };
+    one(*services.sourcesNode(), make<Source>(address(unit), unit));
+    one(*services.destinationsNode(), make<Destination>(address(unit), unit));
+    one(*services.sourceAssociations(), make<Association>(address(unit), unit));
+    one(*services.destinationAssociations(), make<Association>(address(unit), unit));
+    one(services.routingService()->valueNode(), make<AssociationRoute>(address(unit), unit));
+  }
+  int readersThatHold(unsigned unit) {
+    int readers = 0;
+    forEachReader(unit, [&](auto&, bool alive) { readers += alive ? 1 : 0; });
+    return readers;
+  }
+  /// Waits until the readers hold the state of these units, and that alone.
+  void awaitState(const Units& units) {
+    for (const unsigned unit : all) {
+      EXPECT_TRUE(eventually([&] { return readersThatHold(unit) == (units.contains(unit) ? 5 : 0); }));
+    }
+    forEachReader(1, [](auto& reader, bool) {
+      EXPECT_EQ(reader.wait_for_historical_data(DDS_Duration_from_millis(20000)), DDS_RETCODE_OK);
+    });
+  }
+
+  static constexpr unsigned marker = 9;
+  const Units all = {1, 2, 3};
+};
+
+TEST_F(Subscription, ChangesWithoutAGapAndReportsOnlyWhatIsNew) {
+  start_device();
+  publishAll(all);
+  ASSERT_TRUE(client_.create());
+  const std::pair<const char*, Units> steps[] = {{"first", {1, 2}}, {"overlapping", {2, 3}}, {"disjoint", {1}},
+                                                 {"grown", {1, 2}}, {"the same", {1, 2}},    {"shrunk", {2}},
+                                                 {"to all", {}},    {"from all", {1, 3}}};
+  Units before;
+  for (const auto& [name, units] : steps) {
+    SCOPED_TRACE(name);
+    const Units after = units.empty() ? all : units;
+    const auto only = [](const Units& some, const Units& others, bool inBoth) {
+      Units result;
+      for (const unsigned unit : some) {
+        if (others.contains(unit) == inBoth) result.insert(unit);
+      }
+      return result;
+    };
+    std::atomic<int> gaps{0};
+    {
+      std::jthread poll([&, stay = only(before, after, true)](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+          for (const unsigned unit : stay) gaps += readersThatHold(unit) == 5 ? 0 : 1;
+        }
+      });
+      ASSERT_TRUE(subscribe(units));
+      awaitState(after);
+    }
+    EXPECT_EQ(gaps, 0);
+    std::vector<std::string> expected;
+    for (const unsigned unit : only(after, before, false)) {
+      for (const unsigned index : {unit, marker}) append(expected, reports(index));
+    }
+    for (const unsigned unit : only(before, after, false)) publish(unit, marker);
+    for (const unsigned unit : after) {
+      publish(unit, marker);  // whatever is reported again comes before it
+      append(expected, reports(marker));
+    }
+    EXPECT_THAT(events_.take(expected.size()), UnorderedElementsAreArray(expected));
+    before = after;
+  }
 }
 
 TEST_F(RoutingClientOnBus, HearsOfWhatIsWithdrawnAndProtectsDestinations) {

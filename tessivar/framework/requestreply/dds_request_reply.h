@@ -36,10 +36,6 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
   /// Makes the value topic, and whatever filtered view of it the value reader is to read.
   virtual bool creatValueTopic(const std::string& name, DDSDomain* domain);
 
-  /// For the value reader of the client side, with valueReaderStatuses.
-  DataReaderCoreListener<Req, Rep> valueReaderListener_{*this};
-  static constexpr unsigned int valueReaderStatuses = DDS_SUBSCRIPTION_MATCHED_STATUS | DDS_LIVELINESS_CHANGED_STATUS;
-
  private:
   friend class RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep>;
 
@@ -51,6 +47,7 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
   void dispatchRemoval(typename DDSNode<Value>::TDataReader& reader, const DDS_SampleInfo& info);
 
   DDSFilteredNode<Value> valueNode_;
+  DataReaderCoreListener<Req, Rep> valueReaderListener_{*this};  // of the client side
   const std::string valueProfile_ = "valueNodeQos";
 };
 

@@ -54,31 +54,9 @@ bool RoutingClient::Private::attachStateRunner(const char* signature, DDSRouterN
 }
 
 bool RoutingClient::Private::resubscribe(const char* signature, const std::vector<AddressEx>& addresses) {
-  const auto drop = [this](auto* node) {
-    if (!node || !node->dataReader()) return;
-    thread.detachRunner(node->dataReader());
-    node->cleanUpDataReader();
-  };
-  const auto renew = [](auto* node) {
-    DDS_DataReaderQos qos;
-    return node->stateReaderQos(qos) && node->createDataReader(nullptr, DDS_STATUS_MASK_NONE, qos);
-  };
-  // New readers rather than new filters alone: nothing of the routers before stays in them, and they get the present
-  // state like one that has just joined.
-  drop(services.sourcesNode());
-  drop(services.destinationsNode());
-  drop(services.sourceAssociations());
-  drop(services.destinationAssociations());
-  if (services.routingService()) services.routingService()->dropValueReader();
-  if (!protectService || !services.updateClientReaderServices(addresses)) {
-    logError() << signature << "Cannot change the subscription once it is started. Clean up and re-create.";
-    return false;
-  }
-  const bool renewed = renew(services.sourcesNode()) && renew(services.destinationsNode()) &&
-                       renew(services.sourceAssociations()) && renew(services.destinationAssociations()) &&
-                       attachStateRunners(signature) && services.routingService()->renewValueReader();
-  services.reportEndpoints();
-  return renewed;
+  if (protectService && services.updateClientReaderServices(addresses)) return true;
+  logError() << signature << "Cannot change the subscription once it is started. Clean up and re-create.";
+  return false;
 }
 
 bool RoutingClient::Private::inCallback() const {

@@ -26,7 +26,8 @@ class RoutingClient::RoutersRunner : public WaitSetThreadRunner<Tessivar_Routing
   std::map<DDS_InstanceHandle_t, DDSPtr<Tessivar_Routing::Router>, HandleSumOrder> routers_;
 };
 
-/// Sources, destinations or associations: reports each that has changed or is gone.
+/// Sources, destinations or associations: reports each that has changed or is gone. They stay in the reader, which
+/// compares with them what a new subscription brings.
 template <class Sample>
 class RoutingClient::StateRunner : public WaitSetThreadRunner<Sample> {
  public:
@@ -35,7 +36,7 @@ class RoutingClient::StateRunner : public WaitSetThreadRunner<Sample> {
 
   /// `removed` gets a sample with nothing but its key.
   StateRunner(typename TypeOf<Sample>::DataReader* reader, Changed changed, Removed removed)
-      : WaitSetThreadRunner<Sample>(reader, {.instanceStateMask = DDS_ANY_INSTANCE_STATE}),
+      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .take = false}),
         changed_(std::move(changed)),
         removed_(std::move(removed)) {}
 

@@ -32,7 +32,7 @@ class ReportBook {
   /// For a domain's own book, which reports on all endpoints of its participant.
   void open(int domainId, std::shared_ptr<const PeerList> peers,
             std::shared_ptr<tessivar::platform::EndpointList> endpoints);
-  /// The node's reader and writer; may be null. Again after another one was made.
+  /// The node's reader and writer; may be null.
   template <class Node>
   void add(const Node* node) {
     if (!node) return;

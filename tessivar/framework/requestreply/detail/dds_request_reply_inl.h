@@ -59,7 +59,8 @@ bool DDSRequestReply<Value, Req, Rep>::createReaders() {
   if (!this->clientSide()) return true;
   DDS_DataReaderQos qos;
   if (!valueNode_.stateReaderQos(qos)) return false;
-  return valueNode_.createDataReader(&valueReaderListener_, valueReaderStatuses, qos);
+  return valueNode_.createDataReader(&valueReaderListener_,
+                                     DDS_SUBSCRIPTION_MATCHED_STATUS | DDS_LIVELINESS_CHANGED_STATUS, qos);
 }
 
 template <class Value, class Req, class Rep>

@@ -26,13 +26,13 @@ class TESSIVAR_API RequestReplyCoreWaitsetThreadRunner : public WaitSetThreadRun
   DDSRequestReplyNode<Req, Rep>& node_;
 };
 
-/// Reads values, which stay in the reader for queries, or takes them, and hands them to the node.
+/// Reads values, which stay in the reader for queries, and hands them to the node.
 template <class Sample, class Value, class Req, class Rep>
 class TESSIVAR_API RequestReplyWaitsetThreadRunner : public WaitSetThreadRunner<Sample> {
  public:
   RequestReplyWaitsetThreadRunner(DDSRequestReply<Value, Req, Rep>& node,
-                                  typename WaitSetThreadRunner<Sample>::TDataReader* reader, bool take = false)
-      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .take = take}), node_(node) {}
+                                  typename WaitSetThreadRunner<Sample>::TDataReader* reader)
+      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .take = false}), node_(node) {}
 
   using WaitSetThreadRunner<Sample>::processSample;
   void processSample(const Sample& sample, const DDS_SampleInfo& info) override { node_.dispatchValue(sample, info); }
