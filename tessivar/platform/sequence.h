@@ -143,17 +143,12 @@ class DDSSequence {
   }
 
   /// The element, by pointer; null with a log line outside 0 … length-1.
-  T* get_reference(DDS_Long i) {
-    if (has(i)) [[likely]]
-      return slot(i);
-    index_error();
-    return nullptr;
-  }
+  T* get_reference(DDS_Long i) { return find(i, "get_reference"); }
   const T* get_reference(DDS_Long i) const { return const_cast<DDSSequence*>(this)->get_reference(i); }
 
   /// The element; outside 0 … length-1 one that belongs to no sequence, with a log line.
   T& operator[](DDS_Long i) {
-    T* element = get_reference(i);
+    T* element = find(i, "get");
     return element ? *element : nothing();
   }
   const T& operator[](DDS_Long i) const { return const_cast<DDSSequence&>(*this)[i]; }
@@ -301,8 +296,11 @@ class DDSSequence {
     return tessivar::platform::sequence_error(Ops::name, operation, format, args...);
 #pragma GCC diagnostic pop
   }
-  static void index_error() {
-    error("get_reference", "index out of bounds");
+  T* find(DDS_Long i, const char* operation) {
+    if (has(i)) [[likely]]
+      return slot(i);
+    error(operation, "index out of bounds");
+    return nullptr;
   }
   static T& nothing() {
     static thread_local T element;

@@ -62,6 +62,7 @@ struct PRESTypePlugin {
   const DDS_TypeCode* type_code;
   int language_kind;
   const char* type_name;         // the type's own name, "Tessivar::Command"
+  const char* registered_name;   // the name that it is registered and announced under; null before that
   DDSTypeSupport* type_support;  // makes the typed readers and writers; set by register_type
 
   // --- whole buffers, header included -------------------------------------------------------------------------------
@@ -69,6 +70,9 @@ struct PRESTypePlugin {
   /// Octets of this sample's encoding, without padding at the end; 0 when it cannot be encoded (a string over its
   /// bound, an unknown enumerator …).
   std::size_t (*encoded_size)(const void* sample);
+  /// Writes why a sample, or its key alone, cannot be encoded: the path and the value of the first wrong member. The
+  /// text is cut to `size`.
+  void (*explain)(const void* sample, bool key_only, char* text, std::size_t size);
   /// Encodes in the host's order into exactly encoded_size() octets.
   bool (*encode)(const void* sample, std::uint8_t* buffer, std::size_t size);
   /// Decodes any of the four encapsulations, 0 to 3 octets of padding allowed at the end. When it fails, for malformed

@@ -48,16 +48,17 @@ class TESSIVAR_API DDSDataWriter : public DDSEntity {
   DDS_ReturnCode_t wait_for_acknowledgments(const DDS_Duration_t& max_wait);
   /// Sends what is batched. OUT_OF_RESOURCES and TIMEOUT as the engine reports them; OK without batching.
   DDS_ReturnCode_t flush();
-  /// Name of the type this writer was made for.
+  /// The name under which the type that this writer was made for is registered.
   const char* get_type_name() const;
   /// What it has counted; may be kept for longer than the writer lives.
   std::shared_ptr<const tessivar::platform::EndpointCounters> counters() const;
 
   // Untyped forms of what the typed writers offer. `sample` points at a sample of the writer's type. A null sample is a
   // BAD_PARAMETER; a sample that cannot be encoded (a string over its bound, an unknown enumerator) too, with one log
-  // line; a valid handle that is not the sample's own is a BAD_PARAMETER, a source timestamp that is no time as well.
-  // Disposing of an instance keeps it registered. Unregistering one that this writer does not know is
-  // PRECONDITION_NOT_MET; one that was registered and never written is forgotten without a word on the bus.
+  // line that names type, member and value; a valid handle that is not the sample's own is a BAD_PARAMETER, a source
+  // timestamp that is no time as well. Disposing of an instance keeps it registered. Unregistering one that this writer
+  // does not know is PRECONDITION_NOT_MET; one that was registered and never written is forgotten without a word on the
+  // bus.
   DDS_ReturnCode_t write_untypedI(const void* sample, const DDS_InstanceHandle_t& handle, const DDS_Time_t& timestamp);
   DDS_ReturnCode_t dispose_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,
                                     const DDS_Time_t& timestamp);

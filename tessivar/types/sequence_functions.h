@@ -13,12 +13,14 @@ Result with_sequence(Seq* self, const char* operation, Result failure, Use&& use
   return failure;
 }
 
-/// Takes what a params setter is given; null is a bad parameter.
-template <class Seq, class Params, class Use>
-bool with_params(Seq* self, const char* operation, const Params* params, Use&& use) {
-  return with_sequence(self, operation, false, [&](Seq& sequence) {
-    if (params) return use(sequence, *params);
-    return platform::sequence_error(Seq::ElementOps::name, operation, "bad parameter: params");
+/// Calls `use(*self, *argument)`; a null `argument` is a bad parameter, too.
+template <class Result, class Seq, class Argument, class Use>
+Result with_argument(Seq* self, const char* operation, const char* name, const Argument* argument, Result failure,
+                     Use&& use) {
+  return with_sequence(self, operation, failure, [&](Seq& sequence) {
+    if (argument) return use(sequence, *argument);
+    platform::sequence_error(Seq::ElementOps::name, operation, "bad parameter: %s", name);
+    return failure;
   });
 }
 
@@ -39,10 +41,8 @@ bool with_params(Seq* self, const char* operation, const Params* params, Use&& u
                          s.ensure_length(length, max))                                                                 \
   TESSIVAR_SEQUENCE_BOOL(S, export, body, set_absolute_maximum, (S * self, DDS_Long new_max),                          \
                          s.set_absolute_maximum(new_max))                                                              \
-  TESSIVAR_SEQUENCE_BOOL(S, export, body, copy_no_alloc, (S * self, const S* source),                                  \
-                         source&& s.copy_no_alloc(*source))                                                            \
-  TESSIVAR_SEQUENCE_BOOL(S, export, body, copy_no_allocI, (S * self, const S* source),                                 \
-                         source&& s.copy_no_allocI(*source))                                                           \
+  TESSIVAR_SEQUENCE_FROM(S, export, body, int, copy_no_alloc, S, source, 0, s.copy_no_alloc(other))                    \
+  TESSIVAR_SEQUENCE_FROM(S, export, body, int, copy_no_allocI, S, source, 0, s.copy_no_allocI(other))                  \
   TESSIVAR_SEQUENCE_BOOL(S, export, body, from_array, (S * self, const S::Element* array, DDS_Long length),            \
                          s.from_array(array, length))                                                                  \
   TESSIVAR_SEQUENCE_BOOL(S, export, body, to_array, (const S* self, S::Element* array, DDS_Long length),               \
@@ -63,10 +63,10 @@ bool with_params(Seq* self, const char* operation, const Params* params, Use&& u
                          s.get_read_tokenI(token1, token2))                                                            \
   TESSIVAR_SEQUENCE_BOOL(S, export, body, set_read_tokenI, (S * self, void* token1, void* token2),                     \
                          (s.set_read_tokenI(token1, token2), true))                                                    \
-  TESSIVAR_SEQUENCE_PARAMS(S, export, body, set_element_allocation_params, DDS_TypeAllocationParams_t,                 \
-                           element_allocation_params)                                                                  \
-  TESSIVAR_SEQUENCE_PARAMS(S, export, body, set_element_deallocation_params, DDS_TypeDeallocationParams_t,             \
-                           element_deallocation_params)                                                                \
+  TESSIVAR_SEQUENCE_FROM(S, export, body, int, set_element_allocation_params, DDS_TypeAllocationParams_t, params, 0,   \
+                         s.element_allocation_params(other))                                                           \
+  TESSIVAR_SEQUENCE_FROM(S, export, body, int, set_element_deallocation_params, DDS_TypeDeallocationParams_t, params,  \
+                         0, s.element_deallocation_params(other))                                                      \
   TESSIVAR_SEQUENCE_VALUE(S, export, body, DDS_TypeAllocationParams_t, get_element_allocation_params, (const S* self), \
                           s.element_allocation_params(), DDS_TYPE_ALLOCATION_PARAMS_DEFAULT)                           \
   TESSIVAR_SEQUENCE_VALUE(S, export, body, DDS_TypeDeallocationParams_t, get_element_deallocation_params,              \
@@ -76,8 +76,8 @@ bool with_params(Seq* self, const char* operation, const Params* params, Use&& u
   TESSIVAR_SEQUENCE_VALUE(S, export, body, S::Element, get, (const S* self, DDS_Long i), s.get_at(i), S::Element())    \
   TESSIVAR_SEQUENCE_VALUE(S, export, body, S::Element*, get_reference, (S * self, DDS_Long i), s.get_reference(i),     \
                           static_cast<S::Element*>(nullptr))                                                           \
-  TESSIVAR_SEQUENCE_VALUE(S, export, body, S*, copy, (S * self, const S* source),                                      \
-                          (source && s.copy(*source) ? &s : nullptr), static_cast<S*>(nullptr))                        \
+  TESSIVAR_SEQUENCE_FROM(S, export, body, S*, copy, S, source, static_cast<S*>(nullptr),                               \
+                         (s.copy(other) ? &s : nullptr))                                                               \
   TESSIVAR_SEQUENCE_VALUE(S, export, body, S::Element*, get_contiguous_buffer, (const S* self),                        \
                           s.get_contiguous_buffer(), static_cast<S::Element*>(nullptr))                                \
   TESSIVAR_SEQUENCE_VALUE(S, export, body, S::Element*, get_contiguous_bufferI, (const S* self),                       \
@@ -93,7 +93,7 @@ bool with_params(Seq* self, const char* operation, const Params* params, Use&& u
                                                     [&](auto& s) -> Result { return expression; });)
 #define TESSIVAR_SEQUENCE_BOOL(S, export, body, operation, arguments, expression) \
   TESSIVAR_SEQUENCE_VALUE(S, export, body, int, operation, arguments, expression, 0)
-#define TESSIVAR_SEQUENCE_PARAMS(S, export, body, operation, Params, setter) \
-  export int S##_##operation(S* self, const Params* params)                  \
-      body(return tessivar::types::with_params(self, #operation, params,     \
-                                               [](S& s, const Params& p) { return s.setter(p); });)
+#define TESSIVAR_SEQUENCE_FROM(S, export, body, Result, operation, Other, name, failure, expression) \
+  export Result S##_##operation(S* self, const Other* name) body(                                    \
+      return tessivar::types::with_argument<Result>(self, #operation, #name, name, failure,          \
+                                                    [](S& s, const Other& other) -> Result { return expression; });)

@@ -15,9 +15,11 @@ namespace tessivar::types {
 template <class T>
 class TESSIVAR_API TypedTypeSupport : public DDSTypeSupport {
  public:
-  /// Registers the type under `type_name`, by default its own name. BAD_PARAMETER for a null argument, otherwise what
-  /// the participant says; registering it again is OK.
+  /// Registers the type under `type_name`, by default its own name. Its topics are announced with that name: readers
+  /// and writers match only those of the same name. BAD_PARAMETER for a null argument, OUT_OF_RESOURCES when memory is
+  /// short; registering it again is OK.
   static DDS_ReturnCode_t register_type(DDSDomainParticipant* participant, const char* type_name = get_type_name());
+  /// BAD_PARAMETER if it is not registered, PRECONDITION_NOT_MET while a topic uses it; with one log line.
   static DDS_ReturnCode_t unregister_type(DDSDomainParticipant* participant, const char* type_name = get_type_name());
   /// "Tessivar::Command"
   static const char* get_type_name();

@@ -36,6 +36,10 @@ TEST_F(SequenceTest, TellsWhyItFailsAndStaysAsItIs) {
   check(commands.ensure_length(5, 4), "CommandSeq_ensure_length: insufficient space (5, 4)");
   check(loaned.set_maximum(5), "CommandSeq_set_maximum: buffer must not be loaned");
   check(loaned.copy_no_alloc(commands), "CommandSeq_copy_no_alloc: insufficient space (1, 3)");
+  check(CommandSeq_copy(&commands, nullptr), "CommandSeq_copy: bad parameter: source");
+  check(CommandSeq_copy_no_alloc(&commands, nullptr), "CommandSeq_copy_no_alloc: bad parameter: source");
+  check(CommandSeq_get_reference(&commands, 3), "CommandSeq_get_reference: index out of bounds");
+  check(CommandSeq_get(&commands, -1).unitId, "CommandSeq_get: index out of bounds");
   EXPECT_EQ(commands.length(), 3);
   commands[7].commandNumber = 9;  // one of nobody
   EXPECT_EQ(commands[7].commandNumber, 0u);

@@ -52,11 +52,36 @@ TEST_F(WriterTest, RefusesWhatCannotBeWrittenWithOneLine) {
   const DDS_InstanceHandle_t nil = DDS_HANDLE_NIL;
   const DDS_InstanceHandle_t other = writer->register_instance(command(2));
   refused(writer->write_untypedI(nullptr, nil, DDS_TIME_INVALID), "write: topic");
-  refused(writer->write(too_long, nil), "the sample cannot be encoded");
-  refused(writer->dispose(bad_key, nil), "the key cannot be encoded");
+  refused(writer->write(too_long, nil),
+          "the sample cannot be encoded: "
+          "Tessivar::Command.value.stringValue has more than 64 characters: \"xxxx");
+  too_long.value._d = static_cast<Tessivar::CommandType>(9);
+  refused(writer->write(too_long, nil), "Command.value._d is 9, which is no enumerator of Tessivar::CommandType");
+  bad_key.value = too_long.value;  // not a part of the key
+  refused(writer->dispose(bad_key, nil), "the key cannot be encoded: Tessivar::Command.unitId has more than 64");
   refused(writer->write(good, other), "the handle is another instance's");
   refused(writer->write_w_timestamp(good, nil, {1, 1000000000}), "not a valid time");
   EXPECT_FALSE(writer->register_instance(bad_key).isValid);
+}
+
+TEST_F(WriterTest, IsAnnouncedAndReportedUnderTheNameThatItsTypeIsRegisteredUnder) {
+  Side peer(loopback_qos(), own_topic(".Later"));
+  DDSTopic* const later = peer.topic;
+  CommandSupport::register_type(peer.participant, "Other");
+  peer.topic = peer.participant->create_topic(side.topic->get_name(), "Other", reliable<DDS_TopicQos>(), nullptr, 0);
+  CommandDataReader* other = peer.reader();
+  EXPECT_STREQ(other->get_type_name(), "Other");
+  EXPECT_EQ(other->counters()->read().type, "Other");
+  EXPECT_STREQ(writer->get_type_name(), "Command");
+  EXPECT_EQ(writer->counters()->read().type, "Command");
+  side.topic = side.participant->create_topic(later->get_name(), "Command", reliable<DDS_TopicQos>(), nullptr, 0);
+  side.writer();
+  ASSERT_TRUE(matched(peer.reader(DDS_DATAREADER_QOS_USE_TOPIC_QOS, nullptr, later)));
+  EXPECT_EQ(matches(other).current_count, 0);
+  EXPECT_EQ(CommandSupport::unregister_type(peer.participant, "Other"), DDS_RETCODE_PRECONDITION_NOT_MET);
+  EXPECT_EQ(CommandSupport::unregister_type(peer.participant, "Unknown"), DDS_RETCODE_BAD_PARAMETER);
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("TTypeSupport::unregister_type: type \"Other\" is still used"),
+                                       HasSubstr("TTypeSupport::unregister_type: type \"Unknown\" is not")));
 }
 
 TEST_F(WriterTest, BlocksWhenItKeepsAllAndTimesOut) {

@@ -90,12 +90,17 @@ ddsi_sertype_ops make_type_ops() {
 
 const ddsi_sertype_ops type_ops = make_type_ops();
 
+/// The name by which the engine announces and matches it.
+const char* name_of(const PRESTypePlugin& plugin) {
+  return plugin.registered_name ? plugin.registered_name : plugin.type_name;
+}
+
 ddsi_sertype* make_type(const PRESTypePlugin& plugin) {
   auto* type = new SampleType{};
   type->plugin = &plugin;
   std::uint32_t flags = DDSI_SERTYPE_FLAG_REQUEST_KEYHASH;
   if (plugin.get_key_kind() == PRES_TYPEPLUGIN_NO_KEY) flags |= DDSI_SERTYPE_FLAG_TOPICKIND_NO_KEY;
-  ddsi_sertype_init_flags(&type->engine, plugin.type_name, &type_ops, &sample_ops, flags);
+  ddsi_sertype_init_flags(&type->engine, name_of(plugin), &type_ops, &sample_ops, flags);
   return &type->engine;
 }
 
@@ -145,7 +150,7 @@ bool Topic::create(dds_entity_t participant, const std::string& name, const PRES
     pending_name = {};
   }
   if (entity_ < 0) {
-    error = "topic \"" + name + "\" of type \"" + type.type_name + "\": " + describe(entity_) + log.text();
+    error = "topic \"" + name + "\" of type \"" + name_of(type) + "\": " + describe(entity_) + log.text();
     return false;
   }
   name_ = name;

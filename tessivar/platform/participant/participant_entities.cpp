@@ -48,7 +48,8 @@ DDS_ReturnCode_t DDSDomainParticipant::register_type(const char* type_name, cons
   }
   auto type = std::make_unique<Impl::Type>(Impl::Type{plugin, 0});
   type->plugin.malformed = std::make_shared<tessivar::platform::Count>();
-  impl_->types.emplace(type_name, std::move(type));
+  const auto added = impl_->types.emplace(type_name, std::move(type)).first;
+  added->second->plugin.registered_name = added->first.c_str();
   return DDS_RETCODE_OK;
 }
 

@@ -37,8 +37,8 @@ DDSDataReader::Impl::Impl(DDSDomainParticipant& its_participant, DDSTopic* its_t
       subscriber(its_subscriber),
       type(its_topic ? &its_topic->impl().type : nullptr),
       qos(its_qos),
-      counters(type ? std::make_shared<tessivar::platform::EndpointCounters>(false, its_topic->impl().name,
-                                                                             type->type_name, type->malformed)
+      counters(type ? std::make_shared<tessivar::platform::EndpointCounters>(
+                          false, its_topic->impl().name, its_topic->impl().type_name, type->malformed)
                     : nullptr),
       cache(type ? std::make_unique<ReaderCache>(*type, qos.history, filtered_topic && redelivers_history()) : nullptr),
       loans(type ? std::make_unique<Loans>(*type) : nullptr) {}
@@ -268,7 +268,7 @@ std::shared_ptr<const tessivar::platform::EndpointCounters> DDSDataReader::count
 }
 
 const char* DDSDataReader::get_type_name() const {
-  return impl_->type ? impl_->type->type_name : "DDS_ParticipantBuiltinTopicData";
+  return impl_->type ? impl_->topic->get_type_name() : "DDS_ParticipantBuiltinTopicData";
 }
 
 DDS_ReturnCode_t DDSDataReader::read_or_take_untypedI(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,

@@ -87,11 +87,18 @@ void set_log_sink(LogSink sink) {
 }
 
 void log(LogLevel level, std::string_view context, std::string_view text) {
+  log_joined(level, context, {text});
+}
+
+void log_joined(LogLevel level, std::string_view context, std::initializer_list<std::string_view> parts) {
   try {
     if (!is_logged(level)) return;
     std::string line;
-    line.reserve(context.size() + 2 + text.size());
-    line.append(context).append(": ").append(text);
+    std::size_t size = context.size() + 2;
+    for (const std::string_view part : parts) size += part.size();
+    line.reserve(size);
+    line.append(context).append(": ");
+    for (const std::string_view part : parts) line.append(part);
     if (const LogSink sink = installed_sink)
       sink(level, line.c_str());
     else

@@ -19,6 +19,7 @@ using tessivar::platform::get_status;
 using tessivar::platform::handle_of;
 using tessivar::platform::KeyHash;
 using tessivar::platform::log;
+using tessivar::platform::log_joined;
 using tessivar::platform::LogLevel;
 using tessivar::platform::read_status;
 using tessivar::platform::SampleRef;
@@ -53,8 +54,8 @@ DDSDataWriter::Impl::Impl(DDSTopic& its_topic, DDSPublisher* its_publisher, cons
       type(its_topic.impl().type),
       keyed(type.get_key_kind() != PRES_TYPEPLUGIN_NO_KEY),
       qos(its_qos),
-      counters(
-          std::make_shared<tessivar::platform::EndpointCounters>(true, topic.impl().name, type.type_name, nullptr)),
+      counters(std::make_shared<tessivar::platform::EndpointCounters>(true, topic.impl().name, topic.impl().type_name,
+                                                                      nullptr)),
       instances(type) {}
 
 DDSDataWriter::Impl::~Impl() {
@@ -68,13 +69,17 @@ void DDSDataWriter::Impl::close() {
 }
 
 DDS_ReturnCode_t DDSDataWriter::Impl::refuse(const char* operation, const char* reason) const {
-  log(LogLevel::error, operation, "topic \"" + topic.impl().name + "\": " + reason);
+  log_joined(LogLevel::error, operation, {"topic \"", topic.impl().name, "\": ", reason});
   return DDS_RETCODE_BAD_PARAMETER;
 }
 
-DDS_ReturnCode_t DDSDataWriter::Impl::refuse_encoding(const char* operation, const char* reason) const {
+DDS_ReturnCode_t DDSDataWriter::Impl::refuse_sample(const char* operation, const void* sample, bool key_only) const {
   counters->not_encoded();
-  return refuse(operation, reason);
+  char fault[400];
+  type.explain(sample, key_only, fault, sizeof fault);
+  log_joined(LogLevel::error, operation,
+             {"topic \"", topic.impl().name, "\": the ", key_only ? "key" : "sample", " cannot be encoded: ", fault});
+  return DDS_RETCODE_BAD_PARAMETER;
 }
 
 DDS_ReturnCode_t DDSDataWriter::Impl::enable() {
@@ -134,9 +139,8 @@ DDS_ReturnCode_t DDSDataWriter::Impl::publish(const void* sample, const DDS_Inst
 
 DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const void* sample,
                                                    const DDS_InstanceHandle_t& handle, std::int64_t timestamp) {
-  constexpr const char* unencodable = "the sample cannot be encoded";
   const std::size_t size = type.encoded_size(sample);
-  if (size == 0 || size > UINT32_MAX) return refuse_encoding(name_of(WriteKind::data), unencodable);
+  if (size == 0 || size > UINT32_MAX) return refuse_sample(name_of(WriteKind::data), sample, false);
   WriterInstances::Known instance = {{}, true};
   if (keyed) {
     const EncodedKey key(type, sample);
@@ -145,7 +149,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const v
   }
   SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(size), false));
   if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
-  if (!type.encode(sample, encoded->bytes, size)) return refuse_encoding(name_of(WriteKind::data), unencodable);
+  if (!type.encode(sample, encoded->bytes, size)) return refuse_sample(name_of(WriteKind::data), sample, false);
   return send(writer, std::move(encoded), instance.hash, WriteKind::data, timestamp);
 }
 
@@ -174,7 +178,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
 DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void* sample,
                                                const DDS_InstanceHandle_t& handle, WriteKind kind,
                                                WriterInstances::Known& instance) {
-  if (!key) return refuse_encoding(name_of(kind), "the key cannot be encoded");
+  if (!key) return refuse_sample(name_of(kind), sample, true);
   if (!keyed) return DDS_RETCODE_OK;
   if (kind == WriteKind::unregister) {
     const auto known = instances.find(key);
@@ -214,7 +218,7 @@ DDS_InstanceHandle_t DDSDataWriter::Impl::add_instance(const void* sample) {
   if (!keyed) return DDS_HANDLE_NIL;
   const EncodedKey key(type, sample);
   if (!key) {
-    refuse("DDSDataWriter::register_instance", "the key cannot be encoded");
+    refuse_sample("DDSDataWriter::register_instance", sample, true);
     return DDS_HANDLE_NIL;
   }
   const auto hash = instances.add(key, sample, false);
@@ -379,7 +383,7 @@ DDS_ReturnCode_t DDSDataWriter::flush() {
 }
 
 const char* DDSDataWriter::get_type_name() const {
-  return impl_->type.type_name;
+  return impl_->topic.get_type_name();
 }
 
 std::shared_ptr<const tessivar::platform::EndpointCounters> DDSDataWriter::counters() const {

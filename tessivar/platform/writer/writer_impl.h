@@ -71,5 +71,6 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
                         const tessivar::platform::KeyHash& hash, tessivar::platform::WriteKind kind,
                         std::int64_t timestamp);
   DDS_ReturnCode_t refuse(const char* operation, const char* reason) const;
-  DDS_ReturnCode_t refuse_encoding(const char* operation, const char* reason) const;
+  /// For a sample, or its key alone, that cannot be encoded; says which member is wrong.
+  DDS_ReturnCode_t refuse_sample(const char* operation, const void* sample, bool key_only) const;
 };

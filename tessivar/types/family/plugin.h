@@ -7,6 +7,7 @@
 #include "tessivar/types/family/bounds.h"
 #include "tessivar/types/family/decode.h"
 #include "tessivar/types/family/encode.h"
+#include "tessivar/types/family/fault.h"
 #include "tessivar/types/family/support.h"
 
 #include <algorithm>
@@ -264,6 +265,14 @@ struct Plugin {
     if (!sample || !encode(Kind(), cursor, *static_cast<const T*>(sample))) return 0;
     return encapsulation_size + cursor.position;
   }
+  static void explain(const void* sample, bool key_only, char* text, std::size_t size) {
+    Fault fault(text, size, key_only);
+    if (!sample)
+      fault.say("null sample");
+    else if (!fault.within("%s", NameOf<Kind>::value,
+                           [&] { return find_fault(Kind(), fault, *static_cast<const T*>(sample)); }))
+      fault.say("%s is too long", NameOf<Kind>::value);
+  }
   static bool encode_sample(const void* sample, std::uint8_t* buffer, std::size_t size) {
     if (!sample || !buffer || size < encapsulation_size) return false;
     put_header(buffer, IsMutable<Kind>::value);
@@ -437,9 +446,11 @@ struct PluginRecord {
     record->type_code = type_code_of<Kind>();
     record->language_kind = PRES_TYPEPLUGIN_CPP_LANG;
     record->type_name = NameOf<Kind>::value;
+    record->registered_name = nullptr;
     record->type_support = nullptr;
 
     record->encoded_size = P::encoded_size;
+    record->explain = P::explain;
     record->encode = P::encode_sample;
     record->decode = P::decode_sample;
     record->decode_lean = P::decode_lean;

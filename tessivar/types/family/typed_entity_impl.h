@@ -7,6 +7,7 @@
 #include "tessivar/types/typed_entity.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace tessivar::types {
 
@@ -27,7 +28,7 @@ DDS_ReturnCode_t TypedTypeSupport<T>::register_type(DDSDomainParticipant* partic
   if (!participant) return refuse(context, "bad parameter: participant", DDS_RETCODE_BAD_PARAMETER);
   if (!type_name) return refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
   PRESTypePlugin* record = PluginRecord<Structure<T>>::create();
-  if (!record) return refuse(context, "creation failure: TPlugin", DDS_RETCODE_ERROR);
+  if (!record) return refuse(context, "creation failure: TPlugin", DDS_RETCODE_OUT_OF_RESOURCES);
   static platform::Immortal<typename T::TypeSupport> support;  // stateless: every participant may have the same one
   record->type_support = &*support;
   const DDS_ReturnCode_t result = participant->register_type(type_name, *record);
@@ -40,7 +41,12 @@ DDS_ReturnCode_t TypedTypeSupport<T>::unregister_type(DDSDomainParticipant* part
   constexpr const char* context = "TTypeSupport::unregister_type";
   if (!participant) return refuse(context, "bad parameter: participant", DDS_RETCODE_BAD_PARAMETER);
   if (!type_name) return refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
-  return participant->unregister_type(type_name);
+  const DDS_ReturnCode_t result = participant->unregister_type(type_name);
+  if (result == DDS_RETCODE_OK) return result;
+  platform::log_joined(platform::LogLevel::error, context,
+                       {"type \"", type_name, "\" is ",
+                        result == DDS_RETCODE_PRECONDITION_NOT_MET ? "still used by a topic" : "not registered"});
+  return result;
 }
 
 template <class T>
@@ -98,7 +104,15 @@ void TypedTypeSupport<T>::print_data(const T* sample) {
 template <class T>
 DDS_ReturnCode_t TypedTypeSupport<T>::serialize_data_to_cdr_buffer(char* buffer, unsigned int& length,
                                                                    const T* sample) {
-  return ok_or_error(Plugin<Structure<T>>::to_cdr_buffer(buffer, &length, sample));
+  typedef Plugin<Structure<T>> P;
+  if (P::to_cdr_buffer(buffer, &length, sample)) return DDS_RETCODE_OK;
+  char fault[400];
+  const std::size_t needed = P::encoded_size(sample);
+  if (needed > length)
+    std::snprintf(fault, sizeof fault, "the buffer has %u octets, the sample takes %zu", length, needed);
+  else
+    P::explain(sample, false, fault, sizeof fault);
+  return refuse("TTypeSupport::serialize_data_to_cdr_buffer", fault, DDS_RETCODE_ERROR);
 }
 template <class T>
 DDS_ReturnCode_t TypedTypeSupport<T>::deserialize_data_from_cdr_buffer(T* sample, const char* buffer,
