@@ -1,6 +1,9 @@
 # Language, warnings, sanitizers and the compiler cache of this project's targets. Each of them links tessivar_flags;
 # nothing here reaches the targets of a project that contains this one.
 
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -18,7 +21,10 @@ endif()
 
 add_library(tessivar_flags INTERFACE)
 # The library's own calls of its exported functions need no detour through the symbol table.
-target_compile_options(tessivar_flags INTERFACE -fno-semantic-interposition)
+check_cxx_compiler_flag(-fno-semantic-interposition TESSIVAR_HAS_NO_SEMANTIC_INTERPOSITION)
+if(TESSIVAR_HAS_NO_SEMANTIC_INTERPOSITION)
+  target_compile_options(tessivar_flags INTERFACE -fno-semantic-interposition)
+endif()
 if(TESSIVAR_SANITIZE)
   target_compile_options(tessivar_flags INTERFACE
     -fsanitize=${TESSIVAR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
@@ -50,5 +56,19 @@ if(TESSIVAR_CCACHE AND TESSIVAR_CCACHE_PROGRAM)
   endif()
 endif()
 
-target_compile_options(tessivar_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow
-  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<BOOL:${TESSIVAR_WERROR}>:-Werror>)
+if(MSVC)
+  target_compile_options(tessivar_flags INTERFACE /W4 $<$<BOOL:${TESSIVAR_WERROR}>:/WX>)
+else()
+  target_compile_options(tessivar_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow
+    $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<BOOL:${TESSIVAR_WERROR}>:-Werror>)
+endif()
+
+# tessivar_export_map(TARGET FILE): what the shared library exports, by a version script of the ELF linkers. Elsewhere
+# visibility alone decides.
+check_linker_flag(CXX LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/tessivardds.map TESSIVAR_HAS_VERSION_SCRIPT)
+function(tessivar_export_map target file)
+  if(TESSIVAR_HAS_VERSION_SCRIPT)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${file})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${file})
+  endif()
+endfunction()

@@ -1,6 +1,8 @@
 // Everything public in one include. Including only the headers that are used compiles faster.
 #pragma once
 
+#include "tessivar/version.h"
+
 // Devices and controllers
 #include "tessivar/control/client.h"
 #include "tessivar/control/client_listener.h"

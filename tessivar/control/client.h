@@ -132,9 +132,9 @@ class TESSIVAR_API TessivarClient {
   Report report() const;
 
  private:
-  class Private;
-  class UnitsRunner;
-  class MetadataRunner;
+  class TESSIVAR_INTERNAL Private;
+  class TESSIVAR_INTERNAL UnitsRunner;
+  class TESSIVAR_INTERNAL MetadataRunner;
   const std::shared_ptr<ReportBook> book_;
   std::unique_ptr<Private> private_;
 };

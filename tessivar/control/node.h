@@ -95,9 +95,9 @@ class TESSIVAR_API TessivarNode {
   Report report() const;
 
  private:
-  class Private;
-  class CommandInterestRunner;
-  class UnitsRunner;
+  class TESSIVAR_INTERNAL Private;
+  class TESSIVAR_INTERNAL CommandInterestRunner;
+  class TESSIVAR_INTERNAL UnitsRunner;
   bool createFor(const char* signature, const std::vector<std::string>& filterAddresses);
   const std::shared_ptr<ReportBook> book_;
   std::unique_ptr<Private> private_;

@@ -17,7 +17,7 @@ class TESSIVAR_API DDSCondition {
   DDSCondition(const DDSCondition&) = delete;
   DDSCondition& operator=(const DDSCondition&) = delete;
 
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
   Impl& impl() const { return *impl_; }
 
  protected:
@@ -69,7 +69,7 @@ class TESSIVAR_API DDSWaitSet {
   DDS_ReturnCode_t wait(DDSConditionSeq& active, const DDS_Duration_t& timeout);
   DDS_ReturnCode_t get_conditions(DDSConditionSeq& attached);
 
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
 
  private:
   std::unique_ptr<Impl> impl_;

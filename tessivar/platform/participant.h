@@ -69,7 +69,7 @@ class TESSIVAR_API DDSSubscriber {
 
 class TESSIVAR_API DDSDomainParticipant : public DDSEntity {
  public:
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
 
   DDS_ReturnCode_t enable() override;
   DDS_InstanceHandle_t get_instance_handle() const override;
@@ -194,6 +194,6 @@ class TESSIVAR_API DDSDomainParticipantFactory {
   friend class tessivar::platform::Immortal<DDSDomainParticipantFactory>;
   DDSDomainParticipantFactory();
   ~DDSDomainParticipantFactory();
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
   std::unique_ptr<Impl> impl_;
 };

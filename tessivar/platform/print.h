@@ -36,7 +36,7 @@ class TESSIVAR_API Printer {
  private:
   void line(const char* description, unsigned indent, const char* value);
   template <class Number>
-  void formatted(const char* format, Number number, const char* description, unsigned indent);
+  TESSIVAR_INTERNAL void formatted(const char* format, Number number, const char* description, unsigned indent);
   std::string text_;
 };
 

@@ -58,7 +58,7 @@ struct DDS_SampleBufferI {
 
 class TESSIVAR_API DDSDataReader : public DDSEntity {
  public:
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
   /// Lets a typed class hand the implementation on without knowing it.
   struct ImplDelete {
     TESSIVAR_API void operator()(Impl* impl) const;

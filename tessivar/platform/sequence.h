@@ -39,9 +39,9 @@ namespace tessivar::platform {
 
 /// One error line of a sequence, "TypeSeq_operation: …"; always false.
 TESSIVAR_API bool sequence_error(const char* type, const char* operation, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+    TESSIVAR_PRINTF(3, 4);
 TESSIVAR_API void sequence_debug(const char* type, const char* operation, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+    TESSIVAR_PRINTF(3, 4);
 
 /// A type's name as a template argument.
 template <std::size_t N>

@@ -32,7 +32,7 @@ class TESSIVAR_API DDSTopic : public DDSTopicDescription, public DDSEntity {
   DDS_ReturnCode_t set_listener(DDSTopicListener* listener, DDS_StatusMask mask);
   DDSTopicListener* get_listener() const;
 
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
   Impl& impl() const { return *impl_; }
 
  private:
@@ -57,7 +57,7 @@ class TESSIVAR_API DDSContentFilteredTopic : public DDSTopicDescription {
   /// on. Not from inside a callback of a reader of this topic.
   DDS_ReturnCode_t set_expression_parameters(const DDS_StringSeq& parameters);
 
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
   Impl& impl() const { return *impl_; }
 
  private:

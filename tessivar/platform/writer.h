@@ -24,7 +24,7 @@ struct DDS_WriteParams_t {
 
 class TESSIVAR_API DDSDataWriter : public DDSEntity {
  public:
-  struct Impl;
+  struct TESSIVAR_INTERNAL Impl;
   /// Lets a typed class hand the implementation on without knowing it.
   struct ImplDelete {
     TESSIVAR_API void operator()(Impl* impl) const;

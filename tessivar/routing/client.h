@@ -90,10 +90,10 @@ class TESSIVAR_API RoutingClient {
   RoutingClient(const RoutingClient&) = delete;
   RoutingClient& operator=(const RoutingClient&) = delete;
 
-  class Private;
-  class RoutersRunner;
+  class TESSIVAR_INTERNAL Private;
+  class TESSIVAR_INTERNAL RoutersRunner;
   template <class Sample>
-  class StateRunner;
+  class TESSIVAR_INTERNAL StateRunner;
 
   const std::shared_ptr<ReportBook> book_;
   std::unique_ptr<Private> private_;

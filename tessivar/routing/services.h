@@ -102,8 +102,8 @@ class TESSIVAR_API RoutingServices {
   bool createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread = nullptr);
 
   template <class T>
-  bool createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node, const char* topicName,
-                  const std::vector<AddressEx>& addresses) const;
+  TESSIVAR_INTERNAL bool createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node,
+                                    const char* topicName, const std::vector<AddressEx>& addresses) const;
   bool createStateNodes(const char* signature, const std::vector<AddressEx>& addresses);
 
   DDSDomain* domain_ = nullptr;

@@ -1,4 +1,4 @@
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/log/readable_logger.h"

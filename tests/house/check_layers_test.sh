@@ -19,6 +19,8 @@ put tessivar/platform/cyclone/engine.cpp '#include "tessivar/platform/cyclone/en
 put tessivar/types/command/command.cpp '#include "tessivar/platform/cdr.h"' '#include <vector>'
 put tessivar/framework/log/logger.cpp '#include "tessivar/types/command/command.h"' '  #  include <string>'
 put tessivar/routing/client.cpp '#include "tessivar/framework/log/logger.h"'
+put tessivar/framework/log/logger.h '#include "tessivar/framework/log/detail/line.h"'
+put tessivar/control/client.cpp '#include "tessivar/control/internal/interests.h"'
 put tests/platform/engine_test.cpp '#include <dds/dds.h>' '#include <gtest/gtest.h>' '#include "helper.h"'
 "$check" "$tree" || {
   echo "an allowed include was refused"
@@ -40,6 +42,11 @@ put tessivar/control/l.cpp '#include HEADER'
 put examples/m.cpp '#include <pthread.h>'
 put examples/n.cpp '#include <dds/dds.h>'
 put examples/o.cpp '#include <pugixml.hpp>'
+put tessivar/control/r.h '' '#include "tessivar/control/internal/interests.h"'
+put tessivar/platform/detail/s.h '#include "tessivar/platform/reader/cache.h"'
+put tessivar/framework/log/t.h '#include "tessivar/platform/engine/engine.h"'
+put tessivar/control/u.cpp "$(yes '//' | head -n 501)"
+for i in {1..41}; do put "tessivar/control/full/v$i.cpp" '//'; done
 put tests/control/p_test.cpp '#include "tessivar/platform/cyclone/engine.h"'
 put tests/control/q_test.cpp '#include <dds/dds.h>'
 
@@ -47,16 +54,21 @@ expected='examples/m.cpp:1
 examples/n.cpp:1
 examples/o.cpp:1
 tessivar/cellar/k.cpp:1
+tessivar/control/full:0
 tessivar/control/g.cpp:1
 tessivar/control/h.cpp:1
 tessivar/control/i.cpp:1
 tessivar/control/j.cpp:1
 tessivar/control/l.cpp:1
+tessivar/control/r.h:2
+tessivar/control/u.cpp:501
 tessivar/framework/e.cpp:1
 tessivar/framework/f.cpp:1
+tessivar/framework/log/t.h:1
 tessivar/platform/a.cpp:2
 tessivar/platform/b.cpp:1
 tessivar/platform/c.cpp:1
+tessivar/platform/detail/s.h:1
 tessivar/types/d.h:1
 tests/control/p_test.cpp:1
 tests/control/q_test.cpp:1'

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # install_test.sh BUILD_DIR CXX: installs the library somewhere else and uses it as a stranger would: through its CMake
-# package, through pkg-config, and by including each installed header alone.
+# package and through pkg-config.
 set -euo pipefail
 
 build=$1
@@ -26,10 +26,8 @@ config=$(dirname "$(find "$prefix" -name tessivardds.pc)")
 export PKG_CONFIG_PATH=$config
 [ "$(pkg-config --modversion tessivardds)" = "$(sed -n 's/^Version: //p' "$config/tessivardds.pc")" ]
 # shellcheck disable=SC2046  # flags are words
-"$CXX" -std=c++20 "$consumer/main.cpp" $(pkg-config --cflags --libs tessivardds) -o "$work/with-pkg-config"
+"$CXX" -std=c++20 -Wall -Wextra -Wpedantic -Werror "$consumer/main.cpp" $(pkg-config --cflags --libs tessivardds) -o "$work/with-pkg-config"
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir tessivardds) "$work/with-pkg-config"
 
-cd "$prefix/include"
-find tessivar -name '*.h' -print0 |
-  xargs -0 -P2 -I{} "$CXX" -std=c++20 -Wall -Wextra -Werror -fsyntax-only -x c++ -I. -include {} /dev/null
-! find tessivar -path '*cyclone*' | grep .
+# What is internal is not installed.
+! find "$prefix/include" -path '*/internal/*' -o -path '*/tessivar/platform/*/*' -not -path '*/detail/*' -type f | grep .

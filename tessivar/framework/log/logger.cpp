@@ -3,9 +3,9 @@
 #include "tessivar/framework/log/default_logger.h"
 #include "tessivar/framework/log/readable_logger.h"
 #include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/detail/log_hold.h"
 #include "tessivar/platform/detail/mutex.h"
-#include "tessivar/platform/system/log.h"
 
 #include <locale>
 #include <memory>

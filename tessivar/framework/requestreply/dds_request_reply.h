@@ -42,7 +42,7 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
   static std::string signature(const char* result, const std::string& function);
   /// Calls `call(listener)` for each listener that hears of values.
   template <class F>
-  void forValueListeners(F&& call);
+  TESSIVAR_INTERNAL void forValueListeners(F&& call);
   void dispatchValue(const Value& value, const DDS_SampleInfo& info);
   void dispatchRemoval(typename DDSNode<Value>::TDataReader& reader, const DDS_SampleInfo& info);
 

@@ -37,7 +37,7 @@ class TESSIVAR_API TessivarThread {
   void join();
 
  private:
-  struct Private;
+  struct TESSIVAR_INTERNAL Private;
   std::unique_ptr<Private> private_;
 };
 

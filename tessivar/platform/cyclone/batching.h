@@ -1,7 +1,7 @@
 // Makes writers that collect samples until they are flushed, on an engine where that is a setting of the domain.
 #pragma once
 
-#include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/cyclone/internals/internals.h"
 #include "tessivar/platform/detail/mutex.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "tessivar/platform/cyclone/configuration.h"
 
 #include "tessivar/platform/cyclone/network.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include <utility>
 #include <vector>

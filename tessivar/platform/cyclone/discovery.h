@@ -2,8 +2,8 @@
 #pragma once
 
 #include "tessivar/platform/cyclone/engine_api.h"
-#include "tessivar/platform/cyclone/internals.h"
-#include "tessivar/platform/cyclone/redundancy.h"
+#include "tessivar/platform/cyclone/internals/internals.h"
+#include "tessivar/platform/cyclone/internals/redundancy.h"
 #include "tessivar/platform/cyclone/worker.h"
 #include "tessivar/platform/detail/mutex.h"
 

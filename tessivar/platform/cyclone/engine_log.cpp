@@ -3,7 +3,7 @@
 #include "tessivar/platform/cyclone/engine_api.h"
 #include "tessivar/platform/cyclone/unreachable.h"
 #include "tessivar/platform/detail/callback.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include <mutex>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "tessivar/platform/cyclone/mismatches.h"
 
 #include "tessivar/platform/cyclone/qos.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -8,7 +8,7 @@
 #include "tessivar/platform/cyclone/reader.h"
 #include "tessivar/platform/cyclone/translate.h"
 #include "tessivar/platform/cyclone/writer.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include <algorithm>
 #include <atomic>

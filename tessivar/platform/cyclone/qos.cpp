@@ -1,6 +1,6 @@
 #include "tessivar/platform/cyclone/qos.h"
 
-#include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/cyclone/internals/internals.h"
 #include "tessivar/platform/cyclone/translate.h"
 
 namespace tessivar::platform::cyclone {

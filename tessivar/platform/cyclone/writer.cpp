@@ -5,7 +5,7 @@
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/sample.h"
 #include "tessivar/platform/cyclone/translate.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 namespace tessivar::platform::cyclone {
 

@@ -1,10 +1,10 @@
 #include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant/participant_config.h"
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/qos/profile_store.h"
-#include "tessivar/platform/system/log.h"
 
 #include <algorithm>
 #include <mutex>

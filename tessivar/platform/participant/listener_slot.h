@@ -2,9 +2,9 @@
 #pragma once
 
 #include "tessivar/platform/detail/callback.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/status.h"
-#include "tessivar/platform/system/log.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,7 +1,7 @@
 #include "tessivar/platform/qos/profile_store.h"
 
 #include "tessivar/platform/detail/immortal.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 namespace tessivar::platform {
 

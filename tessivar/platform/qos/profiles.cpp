@@ -1,8 +1,8 @@
 #include "tessivar/platform/qos/profiles.h"
 
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/qos/embedded_profiles.h"
 #include "tessivar/platform/qos/profiles_xml.h"
-#include "tessivar/platform/system/log.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,11 +1,11 @@
 #include "tessivar/platform/reader.h"
 
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/condition_impl.h"
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
-#include "tessivar/platform/system/log.h"
 #include "tessivar/platform/values/sequence_fill.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 // Reading and taking: from the cache's encoded samples to decoded ones in the application's hands.
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/condition_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
-#include "tessivar/platform/system/log.h"
 #include "tessivar/platform/values/sequence_fill.h"
 
 #include <algorithm>

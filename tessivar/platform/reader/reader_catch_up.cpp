@@ -4,11 +4,11 @@
 // with the writers' history, on a thread of its own, while the first one goes on; the cache inserts once what both
 // deliver.
 // When the history is complete, the second one takes the first one's place.
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
-#include "tessivar/platform/system/log.h"
 #include "tessivar/platform/system/signals_blocked.h"
 
 #include <algorithm>

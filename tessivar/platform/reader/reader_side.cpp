@@ -1,6 +1,6 @@
 #include "tessivar/platform/reader/reader_side.h"
 
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "tessivar/platform/detail/callback.h"
 
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 namespace tessivar::platform {
 namespace {

@@ -1,4 +1,4 @@
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "tessivar/platform/osapi.h"
 
 #include "tessivar/platform/detail/fork.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/system/signals_blocked.h"
 
 #include <atomic>

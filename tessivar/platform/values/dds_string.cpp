@@ -1,6 +1,6 @@
 #include "tessivar/platform/dds_string.h"
 
-#include "tessivar/platform/values/string_room.h"
+#include "tessivar/platform/detail/string_room.h"
 
 #include <cstdlib>
 #include <cstring>

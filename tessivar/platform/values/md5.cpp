@@ -1,4 +1,6 @@
-#include "tessivar/platform/values/md5.h"
+#include "tessivar/platform/detail/md5.h"
+
+#include "tessivar/platform/detail/byte_order.h"
 
 #include <bit>
 #include <cstring>
@@ -27,7 +29,7 @@ struct State {
 };
 
 constexpr std::uint32_t little_endian(std::uint32_t word) {
-  return std::endian::native == std::endian::little ? word : __builtin_bswap32(word);
+  return host_is_little_endian ? word : reversed(word);
 }
 
 // Each step waits for the last one's `b`, so `b` enters as late as can be.

@@ -1,6 +1,6 @@
 #include "tessivar/platform/sequence.h"
 
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 
 #include <cstdarg>
 #include <cstdio>

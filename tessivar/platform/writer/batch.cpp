@@ -1,7 +1,7 @@
 #include "tessivar/platform/writer/batch.h"
 
 #include "tessivar/platform/detail/immortal.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/system/signals_blocked.h"
 
 #include <algorithm>

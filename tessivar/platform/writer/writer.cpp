@@ -1,9 +1,9 @@
 #include "tessivar/platform/writer.h"
 
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
-#include "tessivar/platform/system/log.h"
 #include "tessivar/platform/values/sequence_fill.h"
 #include "tessivar/platform/writer/writer_impl.h"
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "tessivar/platform/base.h"
+#include "tessivar/platform/detail/byte_order.h"
 
 #include <bit>
 #include <cstddef>
@@ -14,7 +15,7 @@
 
 namespace tessivar::types {
 
-constexpr bool host_is_little_endian = std::endian::native == std::endian::little;
+using platform::host_is_little_endian;
 
 constexpr std::size_t align_up(std::size_t position, std::size_t alignment) {
   return (position + alignment - 1) & ~(alignment - 1);
@@ -25,11 +26,11 @@ T swap_octets(T value) {
   if constexpr (sizeof(T) == 1) {
     return value;
   } else if constexpr (sizeof(T) == 2) {
-    return std::bit_cast<T>(__builtin_bswap16(std::bit_cast<std::uint16_t>(value)));
+    return std::bit_cast<T>(platform::reversed(std::bit_cast<std::uint16_t>(value)));
   } else if constexpr (sizeof(T) == 4) {
-    return std::bit_cast<T>(__builtin_bswap32(std::bit_cast<std::uint32_t>(value)));
+    return std::bit_cast<T>(platform::reversed(std::bit_cast<std::uint32_t>(value)));
   } else {
-    return std::bit_cast<T>(__builtin_bswap64(std::bit_cast<std::uint64_t>(value)));
+    return std::bit_cast<T>(platform::reversed(std::bit_cast<std::uint64_t>(value)));
   }
 }
 

@@ -34,7 +34,7 @@ bool encode(Enumeration<T>, C& cursor, const T& value) {
 }
 
 /// What a null string stands for. Kept out of line: it is rare, and a choice of two pointers would cost every string.
-[[gnu::cold, gnu::noinline]] inline const char* empty_string() {
+TESSIVAR_COLD inline const char* empty_string() {
   return "";
 }
 

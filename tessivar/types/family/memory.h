@@ -1,7 +1,7 @@
 // Initialising, finalising, emptying, measuring and copying samples.
 #pragma once
 
-#include "tessivar/platform/values/string_room.h"
+#include "tessivar/platform/detail/string_room.h"
 #include "tessivar/types/family/kinds.h"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "tessivar/platform/cdr_stream.h"
+#include "tessivar/platform/detail/md5.h"
 #include "tessivar/platform/type_plugin.h"
-#include "tessivar/platform/values/md5.h"
 #include "tessivar/types/family/bounds.h"
 #include "tessivar/types/family/decode.h"
 #include "tessivar/types/family/encode.h"

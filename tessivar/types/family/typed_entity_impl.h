@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tessivar/platform/detail/immortal.h"
-#include "tessivar/platform/system/log.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/types/family/plugin.h"
 #include "tessivar/types/typed_entity.h"
 

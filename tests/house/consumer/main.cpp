@@ -11,7 +11,10 @@ int main() {
   if (!Tessivar::CommandPlugin_serialize_to_cdr_buffer(nullptr, &size, command.get())) return 1;
   std::vector<char> encoding(size);
   if (!Tessivar::CommandPlugin_serialize_to_cdr_buffer(encoding.data(), &size, command.get())) return 1;
+  const Version running = version();
+  if (running.abiNumber != TESSIVAR_ABI_NUMBER || running.minorNumber != TESSIVAR_VERSION_MINOR) return 1;
   TessivarClient client;
-  std::printf("a command of %u octets; a client that is %s\n", size, client.services() ? "running" : "not there");
+  std::printf("TessivarDDS %s; a command of %u octets; a client that is %s\n", running.text, size,
+              client.services() ? "running" : "not there");
   return 0;
 }

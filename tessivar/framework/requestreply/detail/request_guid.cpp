@@ -11,7 +11,7 @@ namespace TessivarDDS {
 namespace {
 
 unsigned timeStampCounter() {
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
   return static_cast<unsigned>(__builtin_ia32_rdtsc());
 #else
   return static_cast<unsigned>(std::chrono::steady_clock::now().time_since_epoch().count());

@@ -4,7 +4,7 @@
 // which it leaves some fields uninitialized, and then skips networks or never ends.
 #pragma once
 
-#include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/cyclone/internals/internals.h"
 
 #ifdef __cplusplus
 extern "C" {

@@ -1,5 +1,5 @@
 // A C file: the engine's own headers do not compile as C++.
-#include "tessivar/platform/cyclone/internals.h"
+#include "tessivar/platform/cyclone/internals/internals.h"
 
 #include <dds/dds.h>
 #include <dds/version.h>

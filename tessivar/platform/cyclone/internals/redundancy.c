@@ -1,5 +1,5 @@
 // A C file: the engine's own headers do not compile as C++.
-#include "tessivar/platform/cyclone/redundancy.h"
+#include "tessivar/platform/cyclone/internals/redundancy.h"
 
 #include <dds/version.h>
 
