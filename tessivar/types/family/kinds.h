@@ -3,9 +3,9 @@
 // A kind is a tag: nothing is ever stored in it. Each operation on samples (memory.h, encode.h, decode.h …) is a set of
 // overloads, one per kind; a structure's walks its table. A type's table is the one place that states its members.
 //
-// To add a type: its structure and a macro of declare.h in MODULE.h, its table in internal/MODULE_tables.h, a macro of
-// define.h in MODULE.cpp, its text in MODULE.idl, and its line in tests/types/support/any_type.cpp, which puts it under
-// every test.
+// To add a type: its structure and a macro of declare.h in MODULE.h, its table in internal/MODULE_tables.h, macros of
+// define.h in a .cpp file of the module, its text in MODULE.idl, and its line in tests/types/any_type/, which puts it
+// under every test.
 #pragma once
 
 #include "tessivar/platform/sequence.h"

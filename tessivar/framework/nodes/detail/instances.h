@@ -10,13 +10,15 @@
   prefix class DDSNode<T>;                \
   prefix class DDSFilteredNode<T>;
 
-#define TESSIVAR_NODE_INSTANCES(prefix)                                           \
-  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::Unit)                                  \
-  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::Command)                               \
-  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandMetadata)                       \
-  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandInterest)                       \
-  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandChangeRequest)                  \
-  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandChangeReply)                    \
+#define TESSIVAR_COMMAND_NODES(prefix)                           \
+  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::Unit)                 \
+  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::Command)              \
+  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandMetadata)      \
+  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandInterest)      \
+  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandChangeRequest) \
+  TESSIVAR_NODE_INSTANCE(prefix, Tessivar::CommandChangeReply)
+
+#define TESSIVAR_ROUTING_NODES(prefix)                                            \
   TESSIVAR_NODE_INSTANCE(prefix, Tessivar_Routing::Router)                        \
   TESSIVAR_NODE_INSTANCE(prefix, Tessivar_Routing::Source)                        \
   TESSIVAR_NODE_INSTANCE(prefix, Tessivar_Routing::Destination)                   \
@@ -32,6 +34,7 @@
 
 namespace TessivarDDS {
 
-TESSIVAR_NODE_INSTANCES(extern template)
+TESSIVAR_COMMAND_NODES(extern template)
+TESSIVAR_ROUTING_NODES(extern template)
 
 }  // namespace TessivarDDS

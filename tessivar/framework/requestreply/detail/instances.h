@@ -18,17 +18,21 @@
   prefix class DDSRequestReplyNode<Req, Rep>;                           \
   prefix class DDSRequestReply<Value, Req, Rep>;
 
-#define TESSIVAR_REQUEST_REPLY_INSTANCES(prefix)                                                                     \
-  TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar::Command, Tessivar::CommandChangeRequest,                         \
-                                  Tessivar::CommandChangeReply)                                                      \
-  TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar_Routing::AssociationRoute,                                        \
-                                  Tessivar_Routing::AssociationRouteChangeRequest,                                   \
-                                  Tessivar_Routing::AssociationRouteChangeReply)                                     \
+#define TESSIVAR_COMMAND_EXCHANGE(prefix)                                                    \
+  TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar::Command, Tessivar::CommandChangeRequest, \
+                                  Tessivar::CommandChangeReply)
+#define TESSIVAR_ROUTE_EXCHANGE(prefix)                                            \
+  TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar_Routing::AssociationRoute,      \
+                                  Tessivar_Routing::AssociationRouteChangeRequest, \
+                                  Tessivar_Routing::AssociationRouteChangeReply)
+#define TESSIVAR_PROTECT_EXCHANGE(prefix)                                                                            \
   TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Tessivar_Routing::Destination, Tessivar_Routing::DestinationChangeRequest, \
                                   Tessivar_Routing::DestinationChangeReply)
 
 namespace TessivarDDS {
 
-TESSIVAR_REQUEST_REPLY_INSTANCES(extern template)
+TESSIVAR_COMMAND_EXCHANGE(extern template)
+TESSIVAR_ROUTE_EXCHANGE(extern template)
+TESSIVAR_PROTECT_EXCHANGE(extern template)
 
 }  // namespace TessivarDDS

@@ -2,6 +2,6 @@
 
 namespace TessivarDDS {
 
-TESSIVAR_REQUEST_REPLY_INSTANCES(template)
+TESSIVAR_ROUTE_EXCHANGE(template)
 
 }  // namespace TessivarDDS

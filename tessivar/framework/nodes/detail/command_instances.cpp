@@ -2,6 +2,6 @@
 
 namespace TessivarDDS {
 
-TESSIVAR_NODE_INSTANCES(template)
+TESSIVAR_COMMAND_NODES(template)
 
 }  // namespace TessivarDDS

@@ -1,0 +1,7 @@
+#include "tessivar/framework/requestreply/detail/instances.h"
+
+namespace TessivarDDS {
+
+TESSIVAR_COMMAND_EXCHANGE(template)
+
+}  // namespace TessivarDDS

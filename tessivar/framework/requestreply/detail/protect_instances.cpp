@@ -1,0 +1,7 @@
+#include "tessivar/framework/requestreply/detail/instances.h"
+
+namespace TessivarDDS {
+
+TESSIVAR_PROTECT_EXCHANGE(template)
+
+}  // namespace TessivarDDS

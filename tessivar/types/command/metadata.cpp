@@ -1,0 +1,10 @@
+#include "tessivar/types/command/internal/command_tables.h"
+#include "tessivar/types/family/define.h"
+
+namespace Tessivar {
+
+TESSIVAR_DEFINE_TOPIC_TYPE(CommandMetadata)
+
+}  // namespace Tessivar
+
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar::CommandMetadata)

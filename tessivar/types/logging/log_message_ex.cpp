@@ -1,0 +1,11 @@
+#include "tessivar/types/family/define.h"
+#include "tessivar/types/logging/internal/logging_tables.h"
+
+namespace Tessivar_Logging {
+
+TESSIVAR_DEFINE_NESTED_TYPE(LatchedErrorInfo)
+TESSIVAR_DEFINE_TOPIC_TYPE(LogMessageEx)
+
+}  // namespace Tessivar_Logging
+
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Logging::LogMessageEx)

@@ -1,0 +1,11 @@
+#include "tessivar/types/family/define.h"
+#include "tessivar/types/logging/internal/logging_tables.h"
+
+namespace Tessivar_Logging {
+
+TESSIVAR_DEFINE_NESTED_TYPE(MaskInfo)
+TESSIVAR_DEFINE_KEYLESS_TOPIC_TYPE(LogMessageEx2)
+
+}  // namespace Tessivar_Logging
+
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Logging::LogMessageEx2)

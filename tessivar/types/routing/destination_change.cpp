@@ -1,0 +1,12 @@
+#include "tessivar/types/family/define.h"
+#include "tessivar/types/routing/internal/routing_tables.h"
+
+namespace Tessivar_Routing {
+
+TESSIVAR_DEFINE_TOPIC_TYPE(DestinationChangeRequest)
+TESSIVAR_DEFINE_TOPIC_TYPE(DestinationChangeReply)
+
+}  // namespace Tessivar_Routing
+
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::DestinationChangeRequest)
+TESSIVAR_INSTANTIATE_TOPIC_TYPE(Tessivar_Routing::DestinationChangeReply)
