@@ -5,6 +5,9 @@
 // they hold, not for their whole bound: change a copy of it instead. In steady state nothing is allocated; the samples
 // that a reader keeps for its next loans take at most 1 MiB.
 //
+// When memory is short, an operation says so (OUT_OF_RESOURCES, null or nil, and one log line) and can be repeated:
+// samples that could not be received or handed out wait for the next read or take, and trigger conditions meanwhile.
+//
 // An instance that was disposed of, or that has no writers any more, leaves the reader when a read or take has handed
 // out its last unread sample, which shows that state: with all its samples, also those that were only read.
 //

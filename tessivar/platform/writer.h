@@ -1,7 +1,8 @@
 // The untyped data writer (OMG DDS 1.4, 2.2.2.4.2). Typed writers (types/) derive from it and only cast.
 //
 // Thread-safe. Samples are encoded in the caller's thread straight into the engine's buffer; nothing of the caller's
-// sample is kept. Only write, flush, wait_for_acknowledgments and the deletion may block.
+// sample is kept. Only write, flush, wait_for_acknowledgments and the deletion may block. When memory is short, an
+// operation says so (OUT_OF_RESOURCES or nil, and one log line), has no effect, and can be repeated.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"

@@ -172,6 +172,42 @@ TEST_F(FilterTest, HistoryComesForWhatIsNewWhileTheRestStaysAndFiguresGoOn) {
   some->set_listener(nullptr, DDS_STATUS_MASK_NONE);
 }
 
+/// The type of the commands, with a decoder that fails while memory is said to be short.
+struct ForgetfulType : PRESTypePlugin {
+  ForgetfulType() : PRESTypePlugin(original) {
+    static CommandSupport support;
+    type_support = &support;
+    decode = [](void* sample, const std::uint8_t* buffer, std::size_t size) {
+      return !no_memory && original.decode(sample, buffer, size);
+    };
+  }
+  inline static std::atomic<bool> no_memory = false;
+  inline static const PRESTypePlugin original = *std::unique_ptr<PRESTypePlugin>(Tessivar::CommandPlugin_new());
+};
+
+TEST_F(FilterTest, WhatThereWasNoMemoryToEvaluateIsEvaluatedAtTheNextAccess) {
+  participant.register_type("Forgetful", ForgetfulType());
+  DDSTopic* all = participant.create_topic(own_topic(".F").c_str(), "Forgetful", reliable<DDS_TopicQos>(), nullptr, 0);
+  side.topic = all;
+  writer = side.writer();
+  topic = filtered("Forgetful", all, "value", {"50"});
+  CommandDataReader* some = reader(false);
+  DDSReadCondition* news =
+      some->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+  write(writer, 1, 60);
+  ForgetfulType::no_memory = true;
+  write(writer, 2, 5);
+  write(writer, 3, 70);
+  write(writer, 4, 6);
+  EXPECT_THAT(numbers(take(some)), ElementsAre(1u));
+  EXPECT_TRUE(news->get_trigger_value());
+  ForgetfulType::no_memory = false;
+  EXPECT_THAT(numbers(take(some)), ElementsAre(3u));
+  EXPECT_FALSE(news->get_trigger_value());
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("no memory for received samples")));
+  EXPECT_EQ(some->counters()->read().filtered, 2u);
+}
+
 TEST_F(FilterTest, ChangesWhileDataFlowsAndOthersRead) {
   struct : DDSDataReaderListener {
     void on_data_available(DDSDataReader* from) override { take(from); }

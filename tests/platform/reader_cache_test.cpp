@@ -92,7 +92,7 @@ TEST_F(ReaderCacheTest, CountsGenerationsAndRanksAndForgetsAnEndThatWasHandedOut
   EXPECT_EQ(access(false, DDS_NOT_READ_SAMPLE_STATE, &loan).size(), 1u);
   EXPECT_EQ(cache.states(), 0) << "it has left, with what was read of it";
   Command* key = CommandSupport::create_data();
-  const auto has_key = [&] { return cache.copy_key(hash(7), key) && key->commandNumber == 7; };
+  const auto has_key = [&] { return cache.copy_key(hash(7), key) == DDS_RETCODE_OK && key->commandNumber == 7; };
   news();
   EXPECT_TRUE(cache.knows(hash(7)) && has_key()) << "while it is lent";
   cache.loan_returned(&loan);

@@ -128,6 +128,12 @@ struct CarefulType : PRESTypePlugin {
       if (value_of(sample) == 13) buffer[4] = 0xff;  // the length of a string
       return encoded;
     };
+    check = [](const std::uint8_t* buffer, std::size_t size, DDS_KeyHash_t* hash) {
+      Command sample;
+      const bool good = original.decode(&sample, buffer, size) && value_of(&sample) != 14;
+      Tessivar::Command_finalize(&sample);
+      return good && original.check(buffer, size, hash);
+    };
     decode_lean = [](void* sample, const std::uint8_t* buffer, std::size_t size, std::size_t* octets) {
       return original.decode_lean(sample, buffer, size, octets) && value_of(sample) != 14;
     };

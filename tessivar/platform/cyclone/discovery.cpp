@@ -1,5 +1,6 @@
 #include "tessivar/platform/cyclone/discovery.h"
 
+#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/translate.h"
 
@@ -62,7 +63,11 @@ DDS_ParticipantBuiltinTopicData to_builtin_data(const cyclone_participant& from)
 Discovery::Discovery(ddsi_domaingv* gv, cyclone_redundancy* redundancy, EngineParticipantEvents* events)
     : gv_(gv), redundancy_(redundancy), events_(events) {
   if (!gv_) return;
-  watcher_ = {this, on_alive, on_gone};
+  // One that nobody could be asked about, because memory is short, is ignored until it announces itself again.
+  const auto on_alive_or_ignore = [](void* self, const cyclone_participant* participant, bool locked) {
+    return guarded("engine", true, [&] { return on_alive(self, participant, locked); });
+  };
+  watcher_ = {this, on_alive_or_ignore, NoThrow<on_gone>::call};
   watch_ = cyclone_start_watch(gv_, &watcher_);
 }
 

@@ -32,18 +32,8 @@ constexpr dds_return_t timeout = DDS_RETCODE_TIMEOUT;
 constexpr dds_return_t no_data = DDS_RETCODE_NO_DATA;
 constexpr dds_return_t illegal_operation = DDS_RETCODE_ILLEGAL_OPERATION;
 
-constexpr std::uint32_t read_sample = DDS_READ_SAMPLE_STATE;
-constexpr std::uint32_t not_read_sample = DDS_NOT_READ_SAMPLE_STATE;
-constexpr std::uint32_t new_view = DDS_NEW_VIEW_STATE;
-constexpr std::uint32_t not_new_view = DDS_NOT_NEW_VIEW_STATE;
-constexpr std::uint32_t alive_instance = DDS_ALIVE_INSTANCE_STATE;
-constexpr std::uint32_t disposed_instance = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
-constexpr std::uint32_t no_writers_instance = DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
-constexpr std::uint32_t any_state = DDS_ANY_STATE;
-
 constexpr std::int32_t unlimited = DDS_LENGTH_UNLIMITED;
 constexpr dds_duration_t infinity = DDS_INFINITY;
-constexpr std::uint32_t read_without_lock = DDS_READ_WITHOUT_LOCK;
 constexpr dds_entity_t library = DDS_CYCLONEDDS_HANDLE;
 
 }  // namespace tessivar::platform::cyclone::api

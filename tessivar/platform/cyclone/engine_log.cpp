@@ -1,6 +1,7 @@
 #include "tessivar/platform/cyclone/engine_log.h"
 
 #include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/unreachable.h"
 #include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/detail/log.h"
@@ -59,7 +60,7 @@ void redirect_engine_log() {
   static std::once_flag once;
   std::call_once(once, [] {
     dds_set_log_mask(DDS_LC_FATAL | DDS_LC_ERROR | DDS_LC_WARNING | DDS_LC_INFO);
-    dds_set_log_sink(EngineLogSink::write, nullptr);
+    dds_set_log_sink(NoThrow<EngineLogSink::write>::call, nullptr);
   });
 }
 

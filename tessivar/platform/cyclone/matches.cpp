@@ -3,6 +3,7 @@
 #include "tessivar/platform/cyclone/translate.h"
 
 #include <algorithm>
+#include <new>
 
 namespace tessivar::platform::cyclone {
 
@@ -24,8 +25,12 @@ Match Matches::find(dds_entity_t entity, EngineHandle counterpart) {
   dds_duration_t lifespan;
   if (endpoint->qos && dds_qget_lifespan(endpoint->qos, &lifespan)) match.lifespan = lifespan;
   dds_builtintopic_free_endpoint(endpoint);
-  const std::lock_guard guard(lock_);
-  known_.emplace(counterpart, match);
+  try {
+    const std::lock_guard guard(lock_);
+    known_.emplace(counterpart, match);
+  } catch (const std::bad_alloc&) {
+    // It is looked up again the next time.
+  }
   return match;
 }
 

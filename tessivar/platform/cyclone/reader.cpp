@@ -15,7 +15,7 @@
 namespace tessivar::platform::cyclone {
 namespace {
 
-/// The arrays that one call of the engine fills. Each thread keeps its own, unless they have become large.
+/// The arrays that one call of the engine fills. Each thread keeps its own.
 class Scratch {
  public:
   static Scratch& of_this_thread() {
@@ -24,16 +24,12 @@ class Scratch {
   }
 
   void make_room(std::size_t count) {
-    if (slots_.size() >= count) return;
+    if (pointers.size() >= count) return;
+    pointers.clear();  // those of earlier slots, if memory is short for what follows
     slots_.resize(count);
     infos.resize(count);
-    pointers.resize(count);
-    for (std::size_t i = 0; i < count; ++i) pointers[i] = &slots_[i];
-  }
-
-  static constexpr std::size_t kept = 4096;
-  void trim() {
-    if (slots_.size() > kept) *this = Scratch();
+    pointers.reserve(count);
+    for (SampleSlot& slot : slots_) pointers.push_back(&slot);
   }
 
   /// The slot is empty afterwards, as it must be: the engine releases what it finds in one before it fills in a key.
@@ -76,48 +72,6 @@ void fill(DDS_SampleInfo& to, const dds_sample_info_t& from, const EncodedSample
   to.valid_data = from.valid_data ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 
-/// One call of the engine. Negative on failure.
-struct Access {
-  dds_entity_t reader;
-  std::uint32_t mask;
-  bool take;
-  EngineHandle instance;
-
-  dds_return_t call(Scratch& scratch, std::size_t room, bool locked) const {
-    void** pointers = scratch.pointers.data();
-    dds_sample_info_t* infos = scratch.infos.data();
-    const std::uint32_t max = locked ? api::read_without_lock : static_cast<std::uint32_t>(room);
-    if (instance != 0)
-      return take ? dds_take_instance_mask(reader, pointers, infos, room, max, instance, mask)
-                  : dds_read_instance_mask(reader, pointers, infos, room, max, instance, mask);
-    return take ? dds_take_mask(reader, pointers, infos, room, max, mask)
-                : dds_read_mask(reader, pointers, infos, room, max, mask);
-  }
-
-  dds_return_t some(Scratch& scratch, std::size_t max) const {
-    scratch.make_room(max);
-    return call(scratch, max, false);
-  }
-
-  // Room is made for what is there, however much was asked for. The engine tells by locking its cache, which the
-  // following call unlocks.
-  dds_return_t many(Scratch& scratch, std::size_t max) const {
-    const std::size_t held = std::min<std::size_t>(dds_reader_lock_samples(reader), max);
-    if (held == 0) return some(scratch, 1);
-    if (instance == 0) {
-      scratch.make_room(held);
-      return call(scratch, held, true);
-    }
-    // Of one instance at most 100 samples would be read that way, so the lock is given back by asking for an instance
-    // that cannot be. What arrives for this one before it is read stays for the next time.
-    constexpr std::size_t needed_without_lock = 100;
-    scratch.make_room(std::max(held, needed_without_lock));
-    constexpr EngineHandle no_instance = ~EngineHandle{0};
-    Access{reader, mask, false, no_instance}.call(scratch, needed_without_lock, true);
-    return call(scratch, held, false);
-  }
-};
-
 }  // namespace
 
 DDS_ReturnCode_t Reader::create(Participant& participant, const EngineReaderConfig& config, EngineReaderEvents* events,
@@ -138,14 +92,14 @@ DDS_ReturnCode_t Reader::start(const EngineReaderConfig& config, std::string& er
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
   // Liveliness and matches are also our own business, see there.
-  dds_lset_liveliness_changed(listener.get(), on_liveliness_changed);
-  dds_lset_subscription_matched(listener.get(), on_subscription_matched);
+  dds_lset_liveliness_changed(listener.get(), NoThrow<on_liveliness_changed>::call);
+  dds_lset_subscription_matched(listener.get(), NoThrow<on_subscription_matched>::call);
   if (events_) {
-    dds_lset_data_available(listener.get(), on_data_available);
-    dds_lset_requested_deadline_missed(listener.get(), on_requested_deadline_missed);
-    dds_lset_requested_incompatible_qos(listener.get(), on_requested_incompatible_qos);
-    dds_lset_sample_lost(listener.get(), on_sample_lost);
-    dds_lset_sample_rejected(listener.get(), on_sample_rejected);
+    dds_lset_data_available(listener.get(), NoThrow<on_data_available>::call);
+    dds_lset_requested_deadline_missed(listener.get(), NoThrow<on_requested_deadline_missed>::call);
+    dds_lset_requested_incompatible_qos(listener.get(), NoThrow<on_requested_incompatible_qos>::call);
+    dds_lset_sample_lost(listener.get(), NoThrow<on_sample_lost>::call);
+    dds_lset_sample_rejected(listener.get(), NoThrow<on_sample_rejected>::call);
   }
   const EngineLogCapture log;
   entity_ = dds_create_reader(participant_.entity(), topic_.entity(), qos.get(), listener.get());
@@ -160,23 +114,19 @@ Reader::~Reader() {
   if (entity_ > 0) dds_delete(entity_);
 }
 
-DDS_ReturnCode_t Reader::access(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) {
-  std::string error;
-  return without_exceptions(error, [&] { return fetch(selection, max, slots); });
-}
-
-DDS_ReturnCode_t Reader::fetch(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) {
+DDS_ReturnCode_t Reader::take(std::vector<EngineSlot>& slots) {
   slots.clear();
-  const std::uint32_t mask = to_engine_mask(selection.sample_states, selection.view_states, selection.instance_states);
-  if (mask == 0 || max == 0) return DDS_RETCODE_NO_DATA;
+  const std::size_t room = slots.capacity();
   Scratch& scratch = Scratch::of_this_thread();
-  const Access access = {entity_, mask, selection.take, selection.instance};
-  const auto most = static_cast<std::size_t>(max);  // unlimited is the largest of all
-  const dds_return_t count = most > Scratch::kept ? access.many(scratch, most) : access.some(scratch, most);
-  if (count <= 0) {
-    scratch.trim();
-    return count == 0 ? DDS_RETCODE_NO_DATA : to_return_code(count);
-  }
+  std::string error;
+  const DDS_ReturnCode_t prepared = without_exceptions(error, [&] {
+    scratch.make_room(room);
+    return room > 0 ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+  });
+  if (prepared != DDS_RETCODE_OK) return prepared;
+  const dds_return_t count =
+      dds_take(entity_, scratch.pointers.data(), scratch.infos.data(), room, static_cast<std::uint32_t>(room));
+  if (count <= 0) return count == 0 ? DDS_RETCODE_NO_DATA : to_return_code(count);
   slots.resize(static_cast<std::size_t>(count));
   EngineHandle handle = 0;  // of the writer that was looked up last: samples of one writer come in rows
   Match writer = {};
@@ -184,7 +134,6 @@ DDS_ReturnCode_t Reader::fetch(const EngineSelection& selection, DDS_Long max, s
     const dds_sample_info_t& info = scratch.infos[i];
     EngineSlot& slot = slots[i];
     slot.sample = scratch.take_sample(i);
-    slot.instance = info.instance_handle;
     fill(slot.info, info, *slot.sample.get());
     if (info.publication_handle != handle) {
       handle = info.publication_handle;
@@ -193,7 +142,6 @@ DDS_ReturnCode_t Reader::fetch(const EngineSelection& selection, DDS_Long max, s
     slot.info.publication_handle = writer.guid;
     slot.lifespan = writer.lifespan;
   }
-  scratch.trim();
   return DDS_RETCODE_OK;
 }
 

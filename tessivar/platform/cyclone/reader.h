@@ -12,7 +12,7 @@ class Reader final : public EngineReader {
                                  std::unique_ptr<EngineReader>& result, std::string& error);
   ~Reader() override;
 
-  DDS_ReturnCode_t access(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) override;
+  DDS_ReturnCode_t take(std::vector<EngineSlot>& slots) override;
   DDS_ReturnCode_t wait_for_historical_data(std::int64_t timeout) override;
   DDS_InstanceHandle_t guid() const override;
   std::vector<DDS_InstanceHandle_t> matched_publications() override;
@@ -20,7 +20,6 @@ class Reader final : public EngineReader {
  private:
   Reader(Participant& participant, EngineReaderEvents* events) : participant_(participant), events_(events) {}
   DDS_ReturnCode_t start(const EngineReaderConfig& config, std::string& error);
-  DDS_ReturnCode_t fetch(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots);
 
   DDS_SubscriptionMatchedStatus to_platform(dds_entity_t reader, const dds_subscription_matched_status_t& status);
   DDS_LivelinessChangedStatus to_platform(dds_entity_t reader, const dds_liveliness_changed_status_t& status);

@@ -1,6 +1,7 @@
 #include "tessivar/platform/cyclone/topic.h"
 
 #include "tessivar/platform/cyclone/engine_log.h"
+#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/sample.h"
 #include "tessivar/platform/cyclone/translate.h"
 
@@ -185,7 +186,7 @@ bool ReaderCallback::concerns(const Topic& topic) {
 bool Topic::set_filter(EngineFilter& filter, std::string& error) {
   dds_topic_filter engine_filter = {};
   engine_filter.mode = DDS_TOPIC_FILTER_SAMPLE_SAMPLEINFO_ARG;
-  engine_filter.f.sample_sampleinfo_arg = call_filter;
+  engine_filter.f.sample_sampleinfo_arg = NoThrow<call_filter>::call;
   engine_filter.arg = &filter;
   const dds_return_t result = dds_set_topic_filter_extended(entity_, &engine_filter);
   if (result != api::ok) error = "content filter: " + describe(result);

@@ -38,37 +38,6 @@ std::string describe(dds_return_t result) {
   return dds_strretcode(result);
 }
 
-namespace {
-
-struct StatePair {
-  std::uint32_t platform;
-  std::uint32_t engine;
-};
-
-constexpr StatePair sample_states[] = {{DDS_READ_SAMPLE_STATE, api::read_sample},
-                                       {DDS_NOT_READ_SAMPLE_STATE, api::not_read_sample}};
-constexpr StatePair view_states[] = {{DDS_NEW_VIEW_STATE, api::new_view}, {DDS_NOT_NEW_VIEW_STATE, api::not_new_view}};
-constexpr StatePair instance_states[] = {{DDS_ALIVE_INSTANCE_STATE, api::alive_instance},
-                                         {DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE, api::disposed_instance},
-                                         {DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE, api::no_writers_instance}};
-
-template <std::size_t N>
-std::uint32_t translate(const StatePair (&pairs)[N], std::uint32_t mask) {
-  std::uint32_t result = 0;
-  for (const StatePair& pair : pairs)
-    if (mask & pair.platform) result |= pair.engine;
-  return result;
-}
-
-}  // namespace
-
-std::uint32_t to_engine_mask(DDS_SampleStateMask samples, DDS_ViewStateMask views, DDS_InstanceStateMask instances) {
-  const std::uint32_t s = translate(sample_states, samples);
-  const std::uint32_t v = translate(view_states, views);
-  const std::uint32_t i = translate(instance_states, instances);
-  return s && v && i ? s | v | i : 0;
-}
-
 DDS_InstanceHandle_t to_handle(const std::uint8_t (&octets)[16]) {
   DDS_InstanceHandle_t handle = {};
   std::memcpy(handle.keyHash.value, octets, sizeof octets);

@@ -11,9 +11,6 @@ DDS_ReturnCode_t to_return_code(dds_return_t result);
 /// The engine's words for a negative result.
 std::string describe(dds_return_t result);
 
-/// The engine's state mask; 0 when one of the three groups selects nothing.
-std::uint32_t to_engine_mask(DDS_SampleStateMask, DDS_ViewStateMask, DDS_InstanceStateMask);
-
 DDS_InstanceHandle_t to_handle(const std::uint8_t (&octets)[16]);
 DDS_InstanceHandle_t to_handle(const dds_guid_t& guid);
 /// Of one of our own entities; nil when the engine does not know it.

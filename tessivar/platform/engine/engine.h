@@ -68,18 +68,8 @@ typedef std::uint64_t EngineHandle;
 /// What a reader yields for one sample. `info.instance_handle` is filled from the key hash.
 struct EngineSlot {
   SampleRef sample;
-  EngineHandle instance = 0;
   DDS_SampleInfo info = {};
   std::int64_t lifespan = INT64_MAX;  // how long the sample is valid after its reception, in nanoseconds
-};
-
-/// Selects samples; the masks have the meaning of OMG DDS 1.4, 2.2.2.5.
-struct EngineSelection {
-  bool take = false;
-  EngineHandle instance = 0;  // 0: of all instances
-  DDS_SampleStateMask sample_states = DDS_ANY_SAMPLE_STATE;
-  DDS_ViewStateMask view_states = DDS_ANY_VIEW_STATE;
-  DDS_InstanceStateMask instance_states = DDS_ANY_INSTANCE_STATE;
 };
 
 /// Decides at the reader's side which samples enter its cache. Called on receive threads while the engine holds the
@@ -156,9 +146,9 @@ class EngineWaitSet {
 class EngineReader {
  public:
   virtual ~EngineReader() = default;
-  /// Up to `max` samples into `slots` (cleared first; its capacity is reused); `max` < 0 is all. NO_DATA when none.
-  /// PRECONDITION_NOT_MET for an instance this reader does not hold.
-  virtual DDS_ReturnCode_t access(const EngineSelection& selection, DDS_Long max, std::vector<EngineSlot>& slots) = 0;
+  /// Takes samples into `slots` (cleared first), grouped by instance: as many as its capacity has room for; the others
+  /// stay. NO_DATA when there are none. OUT_OF_RESOURCES when memory is short: nothing was taken.
+  virtual DDS_ReturnCode_t take(std::vector<EngineSlot>& slots) = 0;
   /// Waits until the history that the matched writers held has been received, nanoseconds or `never`.
   virtual DDS_ReturnCode_t wait_for_historical_data(std::int64_t timeout) = 0;
   virtual DDS_InstanceHandle_t guid() const = 0;

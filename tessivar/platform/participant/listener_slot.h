@@ -6,13 +6,10 @@
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/status.h"
 
-#include <algorithm>
 #include <exception>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 namespace tessivar::platform {
 
@@ -25,7 +22,7 @@ bool contained(CallbackKind kind, const char* context, Function&& function) noex
     function();
     return true;
   } catch (const std::exception& error) {
-    log(LogLevel::error, context, std::string("an exception left the application's code: ") + error.what());
+    log_joined(LogLevel::error, context, {"an exception left the application's code: ", error.what()});
   } catch (...) {
     log(LogLevel::error, context, "an exception of unknown type left the application's code");
   }
@@ -43,9 +40,9 @@ class ListenerSlot {
     mask_ = mask;
     if (old == listener || made_here_.inherited()) return;
     ended_.wait(lock, [&] {
-      return std::none_of(calls_.begin(), calls_.end(), [&](const Call& call) {
-        return call.listener == old && call.thread != std::this_thread::get_id();
-      });
+      const Call* call = calls_;
+      while (call && (call->listener != old || call->thread == std::this_thread::get_id())) call = call->next;
+      return call == nullptr;
     });
   }
 
@@ -57,35 +54,37 @@ class ListenerSlot {
   /// Calls `callback(listener)` when there is one that asked for `status`; whether there was.
   template <class Callback>
   bool call(DDS_StatusMask status, const char* context, Callback&& callback) {
-    Listener* listener = nullptr;
+    Call call = {nullptr, std::this_thread::get_id(), nullptr};
     {
       const std::lock_guard lock(mutex_);
       if (!listener_ || !(mask_ & status)) return false;
-      listener = listener_;
-      calls_.push_back({listener, std::this_thread::get_id()});
+      call.listener = listener_;
+      call.next = std::exchange(calls_, &call);
     }
-    contained(CallbackKind::listener, context, [&] { callback(*listener); });
+    contained(CallbackKind::listener, context, [&] { callback(*call.listener); });
     {
       const std::lock_guard lock(mutex_);
-      calls_.erase(std::find_if(calls_.begin(), calls_.end(), [&](const Call& call) {
-        return call.listener == listener && call.thread == std::this_thread::get_id();
-      }));
+      Call** place = &calls_;
+      while (*place != &call) place = &(*place)->next;
+      *place = call.next;
     }
     ended_.notify_all();
     return true;
   }
 
  private:
+  /// A call under way, on the stack of its thread.
   struct Call {
-    const Listener* listener;
-    std::thread::id thread;
+    Listener* listener;
+    const std::thread::id thread;
+    Call* next;
   };
 
   mutable Mutex mutex_;
   Condition ended_;
   Listener* listener_ = nullptr;
   DDS_StatusMask mask_ = 0;
-  std::vector<Call> calls_;
+  Call* calls_ = nullptr;
   const MadeHere made_here_ = {};
 };
 

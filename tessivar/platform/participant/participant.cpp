@@ -173,8 +173,12 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
   {
     const std::lock_guard lock(mutex);
     const std::lock_guard topic_lock(impl.mutex);
+    concerned.reserve(readers.size());
+    pins.reserve(pins.size() + readers.size());
+    DDS_StringSeq own;
+    if (!own.copy(parameters)) return DDS_RETCODE_OUT_OF_RESOURCES;
+    impl.parameters = std::move(own);  // nothing throws from here on
     impl.compiled = compiled;
-    impl.parameters = parameters;
     for (DDSDataReader* reader : readers) {
       if (reader->impl().filtered_topic != &topic) continue;
       concerned.push_back(reader);

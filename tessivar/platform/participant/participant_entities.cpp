@@ -4,6 +4,7 @@
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
+#include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/writer/writer_impl.h"
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
+using tessivar::platform::guarded;
 using tessivar::platform::refuse;
 using tessivar::platform::refused_in_callback;
 
@@ -35,20 +37,25 @@ bool remove(std::vector<T*>& entities, const T* entity) {
 // --- types -----------------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::register_type(const char* type_name, const PRESTypePlugin& plugin) {
+  return guarded("DDSDomainParticipant::register_type", DDS_RETCODE_OUT_OF_RESOURCES,
+                 [&] { return impl_->register_type(type_name, plugin); });
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::Impl::register_type(const char* type_name, const PRESTypePlugin& plugin) {
   if (!type_name || !*type_name) return refuse("register_type", "the type's name is missing");
   if (!plugin.type_support || !plugin.type_name) {
     return refuse("register_type", "type " + quoted(type_name) + " comes without type support or name");
   }
-  const std::lock_guard lock(impl_->mutex);
-  if (const auto known = impl_->types.find(type_name); known != impl_->types.end()) {
+  const std::lock_guard lock(mutex);
+  if (const auto known = types.find(type_name); known != types.end()) {
     const bool same = std::strcmp(known->second->plugin.type_name, plugin.type_name) == 0;
     return same ? DDS_RETCODE_OK
                 : refuse("register_type", "type " + quoted(type_name) + " is registered as another type",
                          DDS_RETCODE_PRECONDITION_NOT_MET);
   }
-  auto type = std::make_unique<Impl::Type>(Impl::Type{plugin, 0});
+  auto type = std::make_unique<Type>(Type{plugin, 0});
   type->plugin.malformed = std::make_shared<tessivar::platform::Count>();
-  const auto added = impl_->types.emplace(type_name, std::move(type)).first;
+  const auto added = types.emplace(type_name, std::move(type)).first;
   added->second->plugin.registered_name = added->first.c_str();
   return DDS_RETCODE_OK;
 }

@@ -32,6 +32,7 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   ~Impl();
 
   DDS_ReturnCode_t enable();
+  DDS_ReturnCode_t register_type(const char* type_name, const PRESTypePlugin& plugin);
   DDS_ReturnCode_t set_parameters(DDSContentFilteredTopic& topic, const DDS_StringSeq& parameters);
   void participant_seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
                         bool alive) override;

@@ -2,6 +2,7 @@
 
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"
+#include "tessivar/platform/system/guarded.h"
 
 DDSTopic::DDSTopic(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
@@ -80,10 +81,10 @@ const char* DDSContentFilteredTopic::get_filter_expression() const {
 
 DDS_ReturnCode_t DDSContentFilteredTopic::get_expression_parameters(DDS_StringSeq& parameters) const {
   const std::lock_guard lock(impl_->mutex);
-  parameters = impl_->parameters;
-  return DDS_RETCODE_OK;
+  return parameters.copy(impl_->parameters) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
 DDS_ReturnCode_t DDSContentFilteredTopic::set_expression_parameters(const DDS_StringSeq& parameters) {
-  return get_participant()->impl().set_parameters(*this, parameters);
+  return tessivar::platform::guarded("DDSContentFilteredTopic::set_expression_parameters", DDS_RETCODE_OUT_OF_RESOURCES,
+                                     [&] { return get_participant()->impl().set_parameters(*this, parameters); });
 }

@@ -2,6 +2,8 @@
 
 #include "tessivar/platform/participant/listener_slot.h"
 
+#include <new>
+
 namespace tessivar::platform {
 
 std::shared_ptr<CompiledFilter> CompiledFilter::compile(DDSContentFilter& filter, const std::string& expression,
@@ -12,7 +14,14 @@ std::shared_ptr<CompiledFilter> CompiledFilter::compile(DDSContentFilter& filter
   contained(CallbackKind::filter, "DDSContentFilter::compile", [&] {
     result = filter.compile(&data, expression.c_str(), parameters, type.type_code, type.type_name, nullptr);
   });
-  return result == DDS_RETCODE_OK ? std::make_shared<CompiledFilter>(filter, data) : nullptr;
+  if (result != DDS_RETCODE_OK) return nullptr;
+  try {
+    return std::make_shared<CompiledFilter>(filter, data);
+  } catch (const std::bad_alloc&) {
+    contained(CallbackKind::filter, "DDSContentFilter::finalize", [&] { filter.finalize(data); });
+    result = DDS_RETCODE_OUT_OF_RESOURCES;
+    return nullptr;
+  }
 }
 
 CompiledFilter::~CompiledFilter() {

@@ -6,6 +6,7 @@
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
+#include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/values/sequence_fill.h"
 
 #include <algorithm>
@@ -15,11 +16,14 @@
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
 using tessivar::platform::get_status;
+using tessivar::platform::guarded;
 using tessivar::platform::Loans;
 using tessivar::platform::log;
+using tessivar::platform::log_joined;
 using tessivar::platform::LogLevel;
 using tessivar::platform::ReaderCache;
 using tessivar::platform::ReaderSide;
+using tessivar::platform::states_of;
 
 namespace {
 
@@ -75,7 +79,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::open(ReaderSide& opened) {
   std::string error;
   const DDS_ReturnCode_t result = opened.open(*bus, std::move(config), error);
   if (result != DDS_RETCODE_OK) {
-    log(LogLevel::error, "DDSDataReader", "topic \"" + topic->impl().name + "\": " + error);
+    log_joined(LogLevel::error, "DDSDataReader", {"topic \"", topic->impl().name, "\": ", error});
   }
   return result;
 }
@@ -102,6 +106,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::enable() {
 
 bool DDSDataReader::Impl::transfer(ReaderSide& from) {
   const bool news = from.transfer(*cache);
+  if (from.is_behind()) behind = true;
   if (news) update_conditions();
   return news;
 }
@@ -110,7 +115,8 @@ bool DDSDataReader::Impl::transfer(ReaderSide& from) {
 void DDSDataReader::Impl::update_conditions() {
   const std::lock_guard lock(conditions_mutex);
   std::size_t unread = 0;
-  const tessivar::platform::StateSet states = cache->states(&unread);
+  tessivar::platform::StateSet states = cache->states(&unread) | left_over;
+  if (behind) states |= states_of(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
   counters->waits(unread);
   if (std::exchange(condition_states, states) == states) return;
   for (DDSReadCondition* condition : conditions) {
@@ -231,21 +237,28 @@ DDSReadCondition* DDSDataReader::create_readcondition(DDS_SampleStateMask sample
     return nullptr;
   }
   if (tessivar::platform::refused_in_filter("DDSDataReader::create_readcondition")) return nullptr;
+  return guarded("DDSDataReader::create_readcondition", static_cast<DDSReadCondition*>(nullptr),
+                 [&] { return impl_->create_condition(sample_states, view_states, instance_states); });
+}
+
+DDSReadCondition* DDSDataReader::Impl::create_condition(DDS_SampleStateMask sample_states,
+                                                        DDS_ViewStateMask view_states,
+                                                        DDS_InstanceStateMask instance_states) {
   auto condition = std::make_unique<DDSCondition::Impl>();
-  condition->reader = this;
+  condition->reader = self;
   condition->sample_states = sample_states;
   condition->view_states = view_states;
   condition->instance_states = instance_states;
-  condition->states = tessivar::platform::states_of(sample_states, view_states, instance_states);
+  condition->states = states_of(sample_states, view_states, instance_states);
   if (condition->states == 0) {
     log(LogLevel::error, "DDSDataReader::create_readcondition",
-        std::string("topic \"") + get_topicdescription()->get_name() + "\": the states select nothing");
+        std::string("topic \"") + self->get_topicdescription()->get_name() + "\": the states select nothing");
     return nullptr;
   }
-  const std::lock_guard lock(impl_->conditions_mutex);
-  condition->triggered = (condition->states & impl_->condition_states) != 0;
-  impl_->conditions.reserve(impl_->conditions.size() + 1);
-  return impl_->conditions.emplace_back(new DDSReadCondition(std::move(condition)));
+  const std::lock_guard lock(conditions_mutex);
+  condition->triggered = (condition->states & condition_states) != 0;
+  conditions.reserve(conditions.size() + 1);
+  return conditions.emplace_back(new DDSReadCondition(std::move(condition)));
 }
 
 DDS_ReturnCode_t DDSDataReader::delete_readcondition(DDSReadCondition* condition) {
@@ -274,13 +287,15 @@ const char* DDSDataReader::get_type_name() const {
 DDS_ReturnCode_t DDSDataReader::read_or_take_untypedI(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                                       const DDS_ReadSelectionI& selection) {
   if (!impl_->type) return DDS_RETCODE_ILLEGAL_OPERATION;  // a built-in reader has operations of its own
-  return impl_->read_or_take(samples, infos, selection);
+  return guarded("DDSDataReader", DDS_RETCODE_OUT_OF_RESOURCES,
+                 [&] { return impl_->read_or_take(samples, infos, selection); });
 }
 
 DDS_ReturnCode_t DDSDataReader::read_or_take_next_sample_untypedI(void* sample, DDS_SampleInfo& info,
                                                                   DDS_Boolean take) {
   if (!impl_->type) return DDS_RETCODE_ILLEGAL_OPERATION;
-  return impl_->read_or_take_next(sample, info, take != DDS_BOOLEAN_FALSE);
+  return guarded("DDSDataReader", DDS_RETCODE_OUT_OF_RESOURCES,
+                 [&] { return impl_->read_or_take_next(sample, info, take != DDS_BOOLEAN_FALSE); });
 }
 
 DDS_ReturnCode_t DDSDataReader::return_loan_untypedI(const void* lent, DDS_Long, DDS_SampleInfoSeq& infos) {
@@ -292,7 +307,7 @@ DDS_ReturnCode_t DDSDataReader::return_loan_untypedI(const void* lent, DDS_Long,
 
 DDS_ReturnCode_t DDSDataReader::get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle) {
   if (!impl_->type) return DDS_RETCODE_ILLEGAL_OPERATION;
-  return impl_->copy_key(handle, key_holder) ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER;
+  return impl_->copy_key(handle, key_holder);
 }
 
 DDS_InstanceHandle_t DDSDataReader::lookup_instance_untypedI(const void* key_holder) {

@@ -12,9 +12,12 @@ using tessivar::platform::EngineSlot;
 using tessivar::platform::key_hash_of;
 using tessivar::platform::KeyHash;
 using tessivar::platform::Loan;
-using tessivar::platform::log;
+using tessivar::platform::Loans;
+using tessivar::platform::log_joined;
 using tessivar::platform::LogLevel;
 using tessivar::platform::ReaderSelection;
+using tessivar::platform::states_of;
+using tessivar::platform::StateSet;
 
 namespace {
 
@@ -30,6 +33,15 @@ ReaderSelection selection_of(const DDS_ReadSelectionI& request) {
   selection.view_states = condition ? condition->get_view_state_mask() : request.view_states;
   selection.instance_states = condition ? condition->get_instance_state_mask() : request.instance_states;
   return selection;
+}
+
+bool selects(const ReaderSelection& selection, const DDS_SampleInfo& info) {
+  return (selection.sample_states & info.sample_state) && (selection.view_states & info.view_state) &&
+         (selection.instance_states & info.instance_state);
+}
+
+KeyHash instance_of(const EngineSlot& slot) {
+  return key_hash_of(slot.sample->key_hash);
 }
 
 }  // namespace
@@ -58,43 +70,43 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, D
 
   const std::lock_guard lock(access);
   if (!side) return DDS_RETCODE_NOT_ENABLED;
+  if (behind) fetch_rest();
   ReaderSelection selection = selection_of(request);
   const DDS_ReturnCode_t found = find_instance(request, selection);
   if (found != DDS_RETCODE_OK) return found;
-  const std::size_t available = cache->count(selection, max);
+  const std::size_t again = select_left_over(selection, max);
+  const std::size_t available = again > 0 ? again : cache->count(selection, max);
   if (available == 0) {
     update_conditions();  // samples may have expired
     return DDS_RETCODE_NO_DATA;
   }
 
-  // Where the samples go. Nothing changes before there is memory for all of them.
-  slots.reserve(available);
+  // Where the samples go. Nothing changes before there is memory for all of them, and nothing throws after it.
+  const std::size_t first = again > 0 ? 0 : slots.size();
   Loan* loan = nullptr;
-  if (lends && !(loan = loans->lend(available))) {
-    log(LogLevel::error, "DDSDataReader", "no memory for the samples of topic \"" + topic->impl().name + '"');
-    return DDS_RETCODE_OUT_OF_RESOURCES;
-  }
-  if (!lends && !tessivar::platform::make_length(infos, available)) return DDS_RETCODE_OUT_OF_RESOURCES;
-  cache->access(selection, available, slots, lends ? loan->samples.data() : nullptr);
-  update_conditions();
+  if (lends && !(loan = loans->lend(available))) return out_of_memory();
+  if (!lends && !tessivar::platform::make_length(infos, available)) return out_of_memory();
+  const bool complete = again > 0 || cache->access(selection, available, slots, lends ? loan->samples.data() : nullptr);
   auto* const contiguous = static_cast<char*>(samples.contiguous);
   std::size_t count = 0;
-  for (const EngineSlot& slot : slots) {
+  std::size_t used = first;
+  Decoded decoded = Decoded::good;
+  for (const std::size_t end = std::min(first + available, slots.size()); used < end; ++used) {
     void* sample = lends ? loan->samples[count] : contiguous + static_cast<std::ptrdiff_t>(count) * samples.sample_size;
     DDS_SampleInfo& info = lends ? loan->infos[count] : infos[static_cast<DDS_Long>(count)];
-    if (decode(slot, sample, lends ? &loan->octets[count] : nullptr, info)) ++count;
+    decoded = decode(slots[used], sample, lends ? &loan->octets[count] : nullptr, info);
+    if (decoded == Decoded::out_of_memory) break;
+    if (decoded == Decoded::good) ++count;
   }
-  slots.clear();
+  drop_slots(first, used);
 
   samples.count = static_cast<DDS_Long>(count);
-  if (!lends) {
-    infos.length(samples.count);
-    return count ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
-  }
+  if (!lends) infos.length(samples.count);
   if (!count) {
-    return_loan(loan->samples.data());
-    return DDS_RETCODE_NO_DATA;
+    if (lends) return_loan(loan->samples.data());
+    return complete && decoded != Decoded::out_of_memory ? DDS_RETCODE_NO_DATA : out_of_memory();
   }
+  if (!lends) return DDS_RETCODE_OK;
   samples.lent = DDS_BOOLEAN_TRUE;
   samples.lent_samples = loan->samples.data();
   samples.lent_pointers = loan->pointers.get();
@@ -107,17 +119,58 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take_next(void* sample, DDS_Sample
   if (!sample) return DDS_RETCODE_BAD_PARAMETER;
   const std::lock_guard lock(access);
   if (!side) return DDS_RETCODE_NOT_ENABLED;
+  if (behind) fetch_rest();
   ReaderSelection selection;
   selection.take = take;
   selection.sample_states = DDS_NOT_READ_SAMPLE_STATE;
-  bool decoded = false;
-  while (!decoded && cache->count(selection, 1) > 0) {
-    cache->access(selection, 1, slots, nullptr);
-    decoded = !slots.empty() && decode(slots.front(), sample, nullptr, info);
-    slots.clear();
+  for (;;) {
+    std::size_t place = 0;
+    if (select_left_over(selection, 1) == 0) {
+      place = slots.size();
+      if (cache->count(selection, 1) == 0) break;
+      if (!cache->access(selection, 1, slots, nullptr)) return out_of_memory();
+      if (slots.size() == place) continue;
+    }
+    const Decoded decoded = decode(slots[place], sample, nullptr, info);
+    drop_slots(place, place + (decoded == Decoded::out_of_memory ? 0 : 1));
+    if (decoded == Decoded::out_of_memory) return out_of_memory();
+    if (decoded == Decoded::good) return DDS_RETCODE_OK;
   }
   update_conditions();
-  return decoded ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
+  return DDS_RETCODE_NO_DATA;
+}
+
+/// Moves to the cache what memory was too short for when it came.
+void DDSDataReader::Impl::fetch_rest() {
+  behind = false;
+  if (!transfer(*side)) update_conditions();
+}
+
+/// What an earlier access could not hand out, because memory was short, comes first. Moves the selected samples to the
+/// front; returns how many of them are to be handed out.
+std::size_t DDSDataReader::Impl::select_left_over(const ReaderSelection& selection, DDS_Long max) {
+  const auto end = std::stable_partition(slots.begin(), slots.end(), [&](const EngineSlot& slot) {
+    return selects(selection, slot.info) && (!selection.instance || *selection.instance == instance_of(slot));
+  });
+  const auto selected = static_cast<std::size_t>(end - slots.begin());
+  return max < 0 ? selected : std::min(selected, static_cast<std::size_t>(max));
+}
+
+/// Ends an access: these slots have been handed out, others are left over.
+void DDSDataReader::Impl::drop_slots(std::size_t first, std::size_t end) {
+  slots.erase(slots.begin() + static_cast<std::ptrdiff_t>(first), slots.begin() + static_cast<std::ptrdiff_t>(end));
+  if (slots.empty() && slots.capacity() * sizeof(EngineSlot) > Loans::most_idle_octets)
+    std::vector<EngineSlot>().swap(slots);
+  StateSet states = 0;
+  for (const EngineSlot& slot : slots)
+    states |= states_of(slot.info.sample_state, slot.info.view_state, slot.info.instance_state);
+  left_over = states;
+  update_conditions();
+}
+
+DDS_ReturnCode_t DDSDataReader::Impl::out_of_memory() const {
+  log_joined(LogLevel::error, "DDSDataReader", {"no memory for the samples of topic \"", topic->impl().name, "\""});
+  return DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
 /// The instance that the request means, if it means one.
@@ -131,34 +184,47 @@ DDS_ReturnCode_t DDSDataReader::Impl::find_instance(const DDS_ReadSelectionI& re
   if (request.instance.isValid) handle = key_hash_of(request.instance.keyHash.value);
   if (request.instances == DDS_ReadSelectionI::one) {
     selection.instance = handle;
-    return handle && cache->knows(*handle) ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER;
+    const auto is_left_over = [&](const EngineSlot& slot) { return instance_of(slot) == *handle; };
+    return handle && (cache->knows(*handle) || std::any_of(slots.begin(), slots.end(), is_left_over))
+               ? DDS_RETCODE_OK
+               : DDS_RETCODE_BAD_PARAMETER;
   }
   selection.instance = cache->next(selection, handle);
+  for (const EngineSlot& slot : slots) {
+    const KeyHash instance = instance_of(slot);
+    const bool follows = !handle || instance > *handle;
+    if (follows && selects(selection, slot.info) && (!selection.instance || instance < *selection.instance))
+      selection.instance = instance;
+  }
   return selection.instance ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
 }
 
-/// False, with a log line, for a sample that cannot be decoded. `lent_octets`: of a sample on loan, what it takes.
-bool DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, std::size_t* lent_octets, DDS_SampleInfo& info) {
+/// Logs a malformed sample. `lent_octets`: of a sample on loan, the memory that it takes. Does not throw.
+DDSDataReader::Impl::Decoded DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, std::size_t* lent_octets,
+                                                         DDS_SampleInfo& info) {
   info = slot.info;
   if (!is_keyed(*type)) info.instance_handle = DDS_HANDLE_NIL;
-  if (!slot.info.valid_data) {
-    if (lent_octets) type->clear_lean(sample, lent_octets);
-    cache->copy_key(key_hash_of(slot.sample->key_hash), sample);
-    return true;
-  }
   const EncodedSample& encoded = *slot.sample.get();
+  if (!slot.info.valid_data) {
+    if (lent_octets && !type->clear_lean(sample, lent_octets)) return Decoded::out_of_memory;
+    const bool complete = cache->copy_key(key_hash_of(encoded.key_hash), sample) != DDS_RETCODE_OUT_OF_RESOURCES;
+    return complete ? Decoded::good : Decoded::out_of_memory;
+  }
   if (lent_octets ? type->decode_lean(sample, encoded.bytes, encoded.size, lent_octets)
                   : type->decode(sample, encoded.bytes, encoded.size)) {
-    return true;
+    return Decoded::good;
   }
+  DDS_KeyHash_t hash;
+  if (type->check(encoded.bytes, encoded.size, &hash)) return Decoded::out_of_memory;
   counters->not_decoded();
-  log(LogLevel::error, "DDSDataReader",
-      "a sample of topic \"" + topic->impl().name + "\" could not be decoded and was dropped");
-  return false;
+  log_joined(LogLevel::error, "DDSDataReader",
+             {"a sample of topic \"", topic->impl().name, "\" could not be decoded and was dropped"});
+  return Decoded::malformed;
 }
 
-bool DDSDataReader::Impl::copy_key(const DDS_InstanceHandle_t& handle, void* key_holder) {
-  return handle.isValid && key_holder && cache->copy_key(key_hash_of(handle.keyHash.value), key_holder);
+DDS_ReturnCode_t DDSDataReader::Impl::copy_key(const DDS_InstanceHandle_t& handle, void* key_holder) {
+  if (!handle.isValid || !key_holder) return DDS_RETCODE_BAD_PARAMETER;
+  return cache->copy_key(key_hash_of(handle.keyHash.value), key_holder);
 }
 
 DDS_InstanceHandle_t DDSDataReader::Impl::lookup_instance(const void* key_holder) {

@@ -1,10 +1,9 @@
-// The table of instances, and what becomes of it as samples come and filters change.
+// The table of instances, and what becomes of it as samples come.
 #include "tessivar/platform/reader/reader_cache.h"
 
 #include "tessivar/platform/values/encoded_key.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstring>
 
@@ -15,25 +14,11 @@ namespace {
 /// Of one instance at most so many writers' last samples are remembered.
 constexpr std::size_t most_other_writers = 16;
 
-std::int64_t now() {
+}  // namespace
+
+std::int64_t ReaderCache::now() {
   return std::chrono::system_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
-
-/// Stands for the key of an instance of which nothing else is here.
-struct KeyOnly : EncodedSample {
-  explicit KeyOnly(const KeyHash& hash) : EncodedSample() {
-    key_only = true;
-    std::copy(hash.begin(), hash.end(), key_hash);
-    retain = [](EncodedSample* sample) { ++static_cast<KeyOnly*>(sample)->references; };
-    release = [](EncodedSample* sample) {
-      auto* const own = static_cast<KeyOnly*>(sample);
-      if (--own->references == 0) delete own;
-    };
-  }
-  std::atomic<int> references = 1;
-};
-
-}  // namespace
 
 ReaderCache::ReaderCache(const PRESTypePlugin& type, const DDS_HistoryQosPolicy& history, bool catches_up)
     : type_(type),
@@ -164,14 +149,14 @@ void ReaderCache::drop_first(Instance& instance) {
   unlink(instance, nullptr, *instance.first, instance.first == instance.unread);
 }
 
-/// Without memory the key is not known any more.
-void ReaderCache::keep_key(Instance& instance, const Sample& sample) const {
+/// Returns false if memory is short: without its samples the instance has no key any more.
+bool ReaderCache::keep_key(Instance& instance, const Sample& sample) const {
   const EncodedSample& data = *sample.data.get();
-  if (!data.bytes) return;
+  if (!data.bytes) return true;
   const std::size_t octets = data.key_only ? data.size : type_.encoded_to_key(data.bytes, data.size, nullptr, 0);
   const auto size = static_cast<std::uint32_t>(octets);
   instance.key.reset(new (std::nothrow) std::uint8_t[sizeof size + size]);
-  if (!instance.key) return;
+  if (!instance.key) return false;
   std::memcpy(instance.key.get(), &size, sizeof size);
   std::uint8_t* const key = instance.key.get() + sizeof size;
   if (data.key_only) {
@@ -179,6 +164,7 @@ void ReaderCache::keep_key(Instance& instance, const Sample& sample) const {
   } else {
     type_.encoded_to_key(data.bytes, data.size, key, size);
   }
+  return true;
 }
 
 /// When the sample ceases to be valid, in nanoseconds since 1970.
@@ -226,14 +212,16 @@ ReaderCache::Change ReaderCache::insert(Source from, const std::vector<EngineSlo
   Change change;
   const std::lock_guard lock(mutex_);
   const bool joining = from == joining_;
-  if (from == 0 || (from != source_ && !joining)) return change;
+  if (from == 0 || (from != source_ && !joining)) {
+    change.count = slots.size();
+    return change;
+  }
   drop_expired();
-  for (const EngineSlot& slot : slots) {
-    try {
-      if (merge(slot, joining)) change.news = true;
-    } catch (const std::bad_alloc&) {
-      ++change.lost;
+  try {
+    for (; change.count < slots.size(); ++change.count) {
+      if (merge(slots[change.count], joining)) change.news = true;
     }
+  } catch (const std::bad_alloc&) {  // the count says how far it got
   }
   return change;
 }
@@ -262,14 +250,14 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
     if (!here || !joining_ || !is_repetition(*instance, writer.number, timestamp, joining)) {
       if (slot.lifespan != never && expiries_.size() == expiries_.capacity())
         expiries_.reserve(2 * expiries_.size() + 1);
-      if (!instance) {
-        instance = &add_instance(hash);
-      } else if (!here) {
-        revive(*instance);
-      }
       Sample* const sample = samples_.make();
       try {
-        note_writer(*instance, writer.number, timestamp);
+        if (!instance) {
+          instance = &add_instance(hash);
+        } else if (!here) {
+          revive(*instance);
+        }
+        note_writer(*instance, writer.number, timestamp);  // of a new instance it allocates nothing
       } catch (...) {
         samples_.destroy(sample);
         throw;
@@ -425,75 +413,6 @@ void ReaderCache::forget_other_writers(Instance& instance) {
   const auto others = other_writers_.find(instance.hash);
   for (const LastOfWriter& last : others->second) publications_.release(last.writer);
   other_writers_.erase(others);
-}
-
-// --- another filter --------------------------------------------------------------------------------------------------
-
-void ReaderCache::begin_catch_up(Source joining) {
-  const std::lock_guard lock(mutex_);
-  joining_ = joining;
-  ended_meanwhile_.clear();
-}
-
-void ReaderCache::abandon_catch_up() {
-  begin_catch_up(0);
-}
-
-bool ReaderCache::end_catch_up(bool complete) {
-  const std::lock_guard lock(mutex_);
-  source_ = std::exchange(joining_, Source{0});
-  ended_meanwhile_.clear();
-  bool news = false;
-  for (std::size_t bucket = 0; bucket < buckets_.size(); ++bucket) {
-    for (Instance* each = buckets_[bucket]; each;) {
-      Instance& instance = *each;
-      each = instance.next_in_bucket;
-      if (instance.list == List::ended) continue;
-      instance.knows_generation = false;
-      instance.known_to_source = instance.known_to_joining;
-      instance.known_to_joining = false;
-      unsigned state = instance.end_of_joining;
-      instance.end_of_joining = 0;
-      if (complete && !instance.known_to_source && instance.state == DDS_ALIVE_INSTANCE_STATE) {
-        if (instance.count == 0) {
-          // Without data nobody knows whether the filter rejects it, which is no end.
-          erase(instance);
-          continue;
-        }
-        state = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
-      }
-      if (state == 0) continue;
-      try {
-        const SampleRef data = instance.last ? instance.last->data : SampleRef(new KeyOnly(instance.hash));
-        if (end(instance, static_cast<DDS_InstanceStateKind>(state), data, now())) news = true;
-      } catch (const std::bad_alloc&) {
-        continue;  // it seems to be alive until it is heard of again
-      }
-    }
-  }
-  return news;
-}
-
-std::vector<ReaderCache::Latest> ReaderCache::latest() const {
-  std::vector<Latest> result;
-  const std::lock_guard lock(mutex_);
-  result.reserve(size_);
-  for (const Instance* instance : buckets_) {
-    for (; instance; instance = instance->next_in_bucket) {
-      const Sample* const last = instance->last;
-      if (instance->state == DDS_ALIVE_INSTANCE_STATE && last) result.push_back({last->data, last->source_timestamp});
-    }
-  }
-  return result;
-}
-
-void ReaderCache::remove(const Latest& sample) {
-  const std::lock_guard lock(mutex_);
-  Instance* const instance = find(key_hash_of(sample.data->key_hash));
-  if (instance && instance->state == DDS_ALIVE_INSTANCE_STATE && instance->last &&
-      instance->last->data.get() == sample.data.get()) {
-    erase(*instance);
-  }
 }
 
 }  // namespace tessivar::platform

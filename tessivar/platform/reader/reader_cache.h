@@ -37,8 +37,8 @@ struct ReaderSelection {
   std::optional<KeyHash> instance = {};  // without it: all instances
 };
 
-/// Thread-safe; never calls the engine or the application. Operations that allocate throw std::bad_alloc and change
-/// nothing then.
+/// Thread-safe; never calls the engine or the application. Operations that allocate throw std::bad_alloc, unless they
+/// say otherwise, and change nothing then.
 class ReaderCache {
  public:
   /// A number of the caller's for an engine reader; 0 is none.
@@ -53,10 +53,11 @@ class ReaderCache {
   /// Whose samples are accepted.
   void set_source(Source source);
   struct Change {
-    bool news = false;     // there is something that the application has not read
-    std::size_t lost = 0;  // samples for which there was no memory
+    bool news = false;      // there is something that the application has not read
+    std::size_t count = 0;  // slots that are done with
   };
-  /// In the order in which the engine received them; samples of other sources are ignored.
+  /// In the order in which the engine received them; samples of other sources are ignored. When memory is short, it
+  /// stops: the remaining slots can be inserted later. Does not throw.
   Change insert(Source from, const std::vector<EngineSlot>& slots);
 
   // --- another filter
@@ -67,7 +68,8 @@ class ReaderCache {
   /// It is over without a result.
   void abandon_catch_up();
   /// `joining` takes the source's place. `complete`: it has delivered the whole history, so that instances which it
-  /// does not know are no longer alive. True when there is news.
+  /// does not know are no longer alive. True when there is news. After std::bad_alloc `joining` goes on delivering, and
+  /// the call can be repeated.
   bool end_catch_up(bool complete);
   struct Latest {
     SampleRef data;
@@ -85,15 +87,17 @@ class ReaderCache {
   /// Whether get_key_value and lookup_instance find it: it is here, or its end is lent out.
   bool knows(const KeyHash& instance) const;
   bool is_alive(const KeyHash& instance) const;
-  /// Decodes its key into a key holder; false when it is not known.
-  bool copy_key(const KeyHash& instance, void* key_holder) const;
+  /// Decodes its key into a key holder. BAD_PARAMETER when it is not known, OUT_OF_RESOURCES when memory is short. Does
+  /// not throw.
+  DDS_ReturnCode_t copy_key(const KeyHash& instance, void* key_holder) const;
   /// The instance that follows `after` (without it: the first) in the order of handles and holds a selected sample.
   std::optional<KeyHash> next(const ReaderSelection& selection, const std::optional<KeyHash>& after);
   /// Begins an access: how many samples are selected, at most `max` (negative: no limit).
   std::size_t count(const ReaderSelection& selection, DDS_Long max);
-  /// Appends at most `max` selected samples to `slots`, grouped by instance, and marks them as read or removes them.
-  /// `loan` identifies what they are lent by; null: they are copied.
-  void access(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots, const void* loan);
+  /// Appends at most `max` selected samples to `slots`, grouped by instance, and marks them
+  /// as read or removes them. `loan` identifies what they are lent by; null: they are copied. Returns false if memory
+  /// is short: samples that are not among the slots stay as they are. Does not throw.
+  bool access(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots, const void* loan);
   void loan_returned(const void* loan);
 
  private:
@@ -152,6 +156,9 @@ class ReaderCache {
     bool operator<(const Expiry& other) const { return time > other.time; }  // for a heap with the earliest first
   };
 
+  /// Nanoseconds since 1970.
+  static std::int64_t now();
+
   // The table of instances.
   Instance* find(const KeyHash& hash) const;
   Instance& add_instance(const KeyHash& hash);
@@ -172,7 +179,7 @@ class ReaderCache {
   void drop_first(Instance& instance);
   void drop_invalid(Instance& instance);
   void drop_samples(Instance& instance);
-  void keep_key(Instance& instance, const Sample& sample) const;
+  bool keep_key(Instance& instance, const Sample& sample) const;
   std::int64_t expiry(const Sample& sample) const;
 
   // Lists and counts.
@@ -183,6 +190,7 @@ class ReaderCache {
 
   // Access.
   std::size_t matching(const Instance& instance, const ReaderSelection& selection) const;
+  void emit_all(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots, const void* loan);
   std::size_t emit(Instance& instance, const ReaderSelection& selection, std::size_t max,
                    std::vector<EngineSlot>& slots, const void* loan);
   void fill(DDS_SampleInfo& info, const Instance& instance, const Sample& sample, bool read) const;

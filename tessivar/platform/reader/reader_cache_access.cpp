@@ -54,22 +54,30 @@ bool ReaderCache::is_alive(const KeyHash& hash) const {
   return instance && instance->state == DDS_ALIVE_INSTANCE_STATE;
 }
 
-bool ReaderCache::copy_key(const KeyHash& hash, void* key_holder) const {
+DDS_ReturnCode_t ReaderCache::copy_key(const KeyHash& hash, void* key_holder) const {
+  const auto decode = [&](const std::uint8_t* key, std::size_t size) {
+    // It was checked when it came: there is no other reason to fail.
+    return type_.decode_key(key_holder, key, size) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+  };
   const std::lock_guard lock(mutex_);
   const Instance* const instance = find(hash);
-  if (!instance) return false;
+  if (!instance) return DDS_RETCODE_BAD_PARAMETER;
   if (instance->key) {
     std::uint32_t size = 0;
     std::memcpy(&size, instance->key.get(), sizeof size);
-    return type_.decode_key(key_holder, instance->key.get() + sizeof size, size);
+    return decode(instance->key.get() + sizeof size, size);
   }
-  if (!instance->first) return false;
+  if (!instance->first || !instance->first->data->bytes) return DDS_RETCODE_BAD_PARAMETER;
   const EncodedSample& data = *instance->first->data.get();
-  if (data.key_only) return data.bytes && type_.decode_key(key_holder, data.bytes, data.size);
-  const EncodedKey key([&](std::uint8_t* buffer, std::size_t capacity) {
-    return type_.encoded_to_key(data.bytes, data.size, buffer, capacity);
-  });
-  return type_.decode_key(key_holder, key.data(), key.size());
+  if (data.key_only) return decode(data.bytes, data.size);
+  try {
+    const EncodedKey key([&](std::uint8_t* buffer, std::size_t capacity) {
+      return type_.encoded_to_key(data.bytes, data.size, buffer, capacity);
+    });
+    return decode(key.data(), key.size());
+  } catch (const std::bad_alloc&) {
+    return DDS_RETCODE_OUT_OF_RESOURCES;
+  }
 }
 
 std::optional<KeyHash> ReaderCache::next(const ReaderSelection& selection, const std::optional<KeyHash>& after) {
@@ -116,10 +124,20 @@ std::size_t ReaderCache::count(const ReaderSelection& selection, DDS_Long max) {
   return max < 0 ? count : std::min(count, static_cast<std::size_t>(max));
 }
 
-void ReaderCache::access(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots,
+bool ReaderCache::access(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots,
                          const void* loan) {
   const std::lock_guard lock(mutex_);
-  slots.reserve(slots.size() + max);  // from here on nothing is allocated
+  try {
+    emit_all(selection, max, slots, loan);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+void ReaderCache::emit_all(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots,
+                           const void* loan) {
+  slots.reserve(slots.size() + max);
   if (selection.instance) {
     if (Instance* const instance = find(*selection.instance)) emit(*instance, selection, max, slots, loan);
     return;
@@ -141,11 +159,14 @@ void ReaderCache::access(const ReaderSelection& selection, std::size_t max, std:
   }
 }
 
-/// How many samples were appended.
+/// How many samples were appended. Throws std::bad_alloc before it changes anything.
 std::size_t ReaderCache::emit(Instance& instance, const ReaderSelection& selection, std::size_t max,
                               std::vector<EngineSlot>& slots, const void* loan) {
   const std::size_t count = std::min(matching(instance, selection), max);
   if (count == 0) return 0;
+  // Samples may go that are all that the key can be taken from.
+  const bool may_lose_key = selection.take || instance.state != DDS_ALIVE_INSTANCE_STATE;
+  if (may_lose_key && !instance.key && !keep_key(instance, *instance.first)) throw std::bad_alloc();
   count_samples(instance, -1);
   Sample* previous = nullptr;
   Sample* sample = instance.first;

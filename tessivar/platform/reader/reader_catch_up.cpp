@@ -14,11 +14,14 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <system_error>
+#include <exception>
+#include <new>
+#include <string>
 
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::follow;
 using tessivar::platform::log;
+using tessivar::platform::log_joined;
 using tessivar::platform::LogLevel;
 using tessivar::platform::ReaderCache;
 using tessivar::platform::ReaderSide;
@@ -29,6 +32,7 @@ namespace {
 constexpr std::chrono::seconds longest_catch_up(30);
 constexpr std::chrono::milliseconds first_pause(1);
 constexpr std::chrono::milliseconds longest_pause(10);
+constexpr std::chrono::milliseconds pause_without_memory(100);
 
 }  // namespace
 
@@ -57,10 +61,10 @@ DDS_ReturnCode_t DDSDataReader::Impl::set_filter(const std::shared_ptr<CompiledF
     const tessivar::platform::SignalsBlocked blocked;
     catching_up = true;
     catch_up_thread = std::thread([this] { catch_up(); });
-  } catch (const std::system_error&) {
+  } catch (const std::exception&) {
     catching_up = false;
-    log(LogLevel::error, "DDSDataReader",
-        "topic \"" + topic->impl().name + "\": no thread to fetch the history that the new filter accepts");
+    log_joined(LogLevel::error, "DDSDataReader",
+               {"topic \"", topic->impl().name, "\": no thread to fetch the history that the new filter accepts"});
     return DDS_RETCODE_OUT_OF_RESOURCES;
   }
   return DDS_RETCODE_OK;
@@ -69,53 +73,64 @@ DDS_ReturnCode_t DDSDataReader::Impl::set_filter(const std::shared_ptr<CompiledF
 void DDSDataReader::Impl::catch_up() {
   for (;;) {
     std::shared_ptr<CompiledFilter> filter;
-    {
-      const std::lock_guard lock(structure);
-      filter.swap(next_filter);
-      if (!filter || closing) {
-        catching_up = false;
-        structure_changed.notify_all();
-        return;
+    DDS_ReturnCode_t result = DDS_RETCODE_OUT_OF_RESOURCES;
+    try {
+      {
+        const std::lock_guard lock(structure);
+        filter.swap(next_filter);
+        if (!filter || closing) {
+          catching_up = false;
+          structure_changed.notify_all();
+          return;
+        }
+        joining = make_side(filter);
+        cache->begin_catch_up(joining->source());
       }
-      joining = make_side(filter);
-      cache->begin_catch_up(joining->source());
+      result = catch_up_once(*filter);
+    } catch (const std::bad_alloc&) {
+      log(LogLevel::error, "DDSDataReader", "no memory to catch up with the new filter: it is tried again");
     }
-    if (!catch_up_once(*filter)) {
-      std::unique_ptr<ReaderSide> abandoned;  // goes when the lock is released
-      const std::lock_guard lock(structure);
-      abandoned.swap(joining);
-      cache->abandon_catch_up();
-    }
+    if (result == DDS_RETCODE_OK) continue;
+    std::unique_ptr<ReaderSide> abandoned;  // goes when the lock is released
+    std::unique_lock lock(structure);
+    abandoned.swap(joining);
+    cache->abandon_catch_up();
+    if (result != DDS_RETCODE_OUT_OF_RESOURCES) continue;
+    if (!next_filter) next_filter = filter;
+    structure_changed.wait_for(lock, pause_without_memory, [this] { return closing; });
   }
 }
 
-/// False when it failed, which is logged, or when the reader is about to close.
-bool DDSDataReader::Impl::catch_up_once(const CompiledFilter& filter) {
+/// Fails when the side cannot be opened, which is logged, or when the reader is about to close. Throws std::bad_alloc.
+DDS_ReturnCode_t DDSDataReader::Impl::catch_up_once(const CompiledFilter& filter) {
   remove_rejected(filter);
-  if (open(*joining) != DDS_RETCODE_OK) return false;
+  const DDS_ReturnCode_t opened = open(*joining);
+  if (opened != DDS_RETCODE_OK) return opened;
   data_available(*joining);
   const History history = await_history();
-  if (history == History::closing) return false;
+  if (history == History::closing) return DDS_RETCODE_NOT_ENABLED;
   if (history == History::incomplete) {
-    log(LogLevel::warning, "DDSDataReader",
-        "topic \"" + topic->impl().name + "\": a writer has not delivered its history after " +
-            std::to_string(longest_catch_up.count()) + " s; values that the new filter accepts may be missing");
+    log_joined(LogLevel::warning, "DDSDataReader",
+               {"topic \"", topic->impl().name, "\": a writer has not delivered its history after ",
+                std::to_string(longest_catch_up.count()), " s; values that the new filter accepts may be missing"});
   }
-  data_available(*joining);  // if the engine has not told of its last samples yet
   replace_side(history == History::complete);
-  return true;
+  return DDS_RETCODE_OK;
 }
 
 /// What the new filter rejects leaves the cache without a word.
 void DDSDataReader::Impl::remove_rejected(const CompiledFilter& filter) {
-  void* const sample = type->create_sample();
-  if (!sample) return;  // without memory it stays
+  const std::unique_ptr<void, void (*)(void*)> sample(type->create_sample(), type->destroy_sample);
+  if (!sample) throw std::bad_alloc();
   for (const ReaderCache::Latest& latest : cache->latest()) {
-    const bool decoded = type->decode(sample, latest.data->bytes, latest.data->size);
+    if (!type->decode(sample.get(), latest.data->bytes, latest.data->size)) {
+      DDS_KeyHash_t hash;
+      if (type->check(latest.data->bytes, latest.data->size, &hash)) throw std::bad_alloc();
+      continue;
+    }
     const DDS_FilterSampleInfo info = {tessivar::platform::to_time(latest.source_timestamp)};
-    if (decoded && !filter.accepts(sample, info)) cache->remove(latest);
+    if (!filter.accepts(sample.get(), info)) cache->remove(latest);
   }
-  type->destroy_sample(sample);
   update_conditions();
 }
 
@@ -128,7 +143,10 @@ DDSDataReader::Impl::History DDSDataReader::Impl::await_history() {
     const bool knows_writers = joining->matched().current_count >= side->matched().current_count &&
                                joining->liveliness().alive_count >= side->liveliness().alive_count;
     lock.unlock();  // only this thread changes `joining`
-    if (knows_writers && joining->engine().wait_for_historical_data(0) == DDS_RETCODE_OK) return History::complete;
+    if (knows_writers && joining->engine().wait_for_historical_data(0) == DDS_RETCODE_OK) {
+      data_available(*joining);  // if the engine has not told of its last samples yet
+      if (!joining->is_behind()) return History::complete;
+    }
     if (std::chrono::steady_clock::now() >= end) return History::incomplete;
     lock.lock();
     structure_changed.wait_for(lock, pause, [this] { return closing; });
@@ -139,14 +157,22 @@ void DDSDataReader::Impl::replace_side(bool complete) {
   std::unique_ptr<ReaderSide> retired;
   DDS_StatusMask changed = 0;
   {
-    const std::lock_guard lock(structure);
+    std::unique_lock lock(structure);
     {
       const std::scoped_lock locks(access, status_mutex);
       retired = std::exchange(side, std::move(joining));
       changed = follow_new_side();
     }
-    // After yet another change of the filter what the history lacks may just have been rejected.
-    if (cache->end_catch_up(complete && !next_filter)) changed |= DDS_DATA_AVAILABLE_STATUS;
+    for (bool ended = false; !ended && !closing;) {
+      try {
+        // After yet another change of the filter what the history lacks may just have been rejected.
+        if (cache->end_catch_up(complete && !next_filter)) changed |= DDS_DATA_AVAILABLE_STATUS;
+        ended = true;
+      } catch (const std::bad_alloc&) {
+        changed |= DDS_DATA_AVAILABLE_STATUS;  // of what was ended before
+        structure_changed.wait_for(lock, pause_without_memory, [this] { return closing; });
+      }
+    }
   }
   retired.reset();  // without a lock: its last callbacks may be waiting for one
   update_conditions();

@@ -15,6 +15,7 @@
 #include "tessivar/platform/reader/reader_side.h"
 #include "tessivar/platform/topic.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -35,13 +36,14 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_ReturnCode_t set_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
   /// After a change of the cache: triggers the conditions that its samples fit to, and no others.
   void update_conditions();
+  DDSReadCondition* create_condition(DDS_SampleStateMask, DDS_ViewStateMask, DDS_InstanceStateMask);
   DDS_ReturnCode_t wait_for_history(std::int64_t timeout);
 
   // Reading (reader_access.cpp).
   DDS_ReturnCode_t read_or_take(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                 const DDS_ReadSelectionI& selection);
   DDS_ReturnCode_t read_or_take_next(void* sample, DDS_SampleInfo& info, bool take);
-  bool copy_key(const DDS_InstanceHandle_t& handle, void* key_holder);
+  DDS_ReturnCode_t copy_key(const DDS_InstanceHandle_t& handle, void* key_holder);
   DDS_InstanceHandle_t lookup_instance(const void* key_holder);
   DDS_ReturnCode_t return_loan(const void* lent);
 
@@ -80,12 +82,15 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
 
   tessivar::platform::Mutex access;
   std::unique_ptr<tessivar::platform::ReaderSide> side;  // null until it is enabled; changed with all three locks held
-  std::vector<tessivar::platform::EngineSlot> slots;     // of the access under way
+  std::vector<tessivar::platform::EngineSlot> slots;     // of the access under way, or left over from an earlier one
   std::unique_ptr<tessivar::platform::Loans> loans;
 
   tessivar::platform::Mutex conditions_mutex;
   std::vector<DDSReadCondition*> conditions;
   tessivar::platform::StateSet condition_states = 0;  // what the conditions were told last
+  // What waits for the next access, because memory was short, triggers conditions as if it was in the cache.
+  std::atomic<bool> behind = false;                         // at the side
+  std::atomic<tessivar::platform::StateSet> left_over = 0;  // the states of what is left over in `slots`
 
   /// What the statuses say, each with the changes since it was read last.
   tessivar::platform::Mutex status_mutex;
@@ -113,7 +118,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   bool transfer(tessivar::platform::ReaderSide& from);
 
   void catch_up();
-  bool catch_up_once(const tessivar::platform::CompiledFilter& filter);
+  DDS_ReturnCode_t catch_up_once(const tessivar::platform::CompiledFilter& filter);
   void remove_rejected(const tessivar::platform::CompiledFilter& filter);
   enum class History { complete, incomplete, closing };
   History await_history();
@@ -123,5 +128,11 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_ReturnCode_t check_buffers(const DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                  const DDS_ReadSelectionI& selection) const;
   DDS_ReturnCode_t find_instance(const DDS_ReadSelectionI& request, tessivar::platform::ReaderSelection& selection);
-  bool decode(const tessivar::platform::EngineSlot& slot, void* sample, std::size_t* lent_octets, DDS_SampleInfo& info);
+  void fetch_rest();
+  std::size_t select_left_over(const tessivar::platform::ReaderSelection& selection, DDS_Long max);
+  void drop_slots(std::size_t first, std::size_t end);
+  enum class Decoded { good, malformed, out_of_memory };
+  Decoded decode(const tessivar::platform::EngineSlot& slot, void* sample, std::size_t* lent_octets,
+                 DDS_SampleInfo& info);
+  DDS_ReturnCode_t out_of_memory() const;
 };

@@ -3,12 +3,24 @@
 #include "tessivar/platform/detail/log.h"
 
 #include <algorithm>
+#include <new>
 
 namespace tessivar::platform {
 
 namespace {
 
-constexpr DDS_Long transferred_at_once = 1024;
+// Samples that are transferred at once.
+constexpr std::size_t at_first = 16;
+constexpr std::size_t at_most = 1024;
+
+/// More at once, if there is memory for it.
+void grow(std::vector<EngineSlot>& slots) {
+  try {
+    slots.reserve(std::min(at_most, 4 * slots.capacity()));
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+}
 
 /// The side whose filter refused the last sample that this thread received.
 thread_local const ReaderSide* refused_by = nullptr;
@@ -18,6 +30,7 @@ thread_local const ReaderSide* refused_by = nullptr;
 ReaderSide::ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
                        ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters)
     : type_(type), events_(events), source_(source), counters_(std::move(counters)), filter_(std::move(filter)) {
+  slots_.reserve(at_first);
   if (filter_) scratch_ = type_.create_sample();
 }
 
@@ -46,29 +59,61 @@ DDS_ReturnCode_t ReaderSide::open(EngineParticipant& participant, EngineReaderCo
 }
 
 bool ReaderSide::transfer(ReaderCache& cache) {
-  ReaderCache::Change change;
-  {
-    const std::lock_guard lock(transfer_mutex_);
-    if (!open_) return false;  // what has come until now is transferred when it is open
-    EngineSelection everything;
-    everything.take = true;
-    while (engine_->access(everything, transferred_at_once, slots_) == DDS_RETCODE_OK) {
-      const bool more = slots_.size() == static_cast<std::size_t>(transferred_at_once);
-      const auto samples =
-          std::count_if(slots_.begin(), slots_.end(), [](const EngineSlot& slot) { return slot.info.valid_data; });
-      const ReaderCache::Change inserted = cache.insert(source_, slots_);
-      if (samples > 0) counters_->received(static_cast<std::uint64_t>(samples));
-      change.news = change.news || inserted.news;
-      change.lost += inserted.lost;
-      slots_.clear();
-      if (!more) break;
+  const std::lock_guard lock(transfer_mutex_);
+  if (!open_) return false;  // what has come until now is transferred when it is open
+  bool news = false;
+  bool drained = false;
+  DDS_ReturnCode_t result = DDS_RETCODE_OK;
+  while (result == DDS_RETCODE_OK) {
+    if (slots_.empty()) {
+      result = drained ? DDS_RETCODE_NO_DATA : take(drained);
+      continue;
+    }
+    result = examine_slots();
+    if (result != DDS_RETCODE_OK) break;
+    const ReaderCache::Change inserted = cache.insert(source_, slots_);
+    news = news || inserted.news;
+    const auto end = slots_.begin() + static_cast<std::ptrdiff_t>(inserted.count);
+    const auto samples =
+        std::count_if(slots_.begin(), end, [](const EngineSlot& slot) { return slot.info.valid_data; });
+    if (samples > 0) counters_->received(static_cast<std::uint64_t>(samples));
+    slots_.erase(slots_.begin(), end);
+    if (!slots_.empty()) {
+      result = DDS_RETCODE_OUT_OF_RESOURCES;
+    } else if (!drained) {
+      grow(slots_);
     }
   }
-  if (change.lost > 0) {
-    counters_->lost(static_cast<std::uint64_t>(change.lost));
-    log(LogLevel::error, "DDSDataReader", "no memory for received samples: " + std::to_string(change.lost) + " lost");
-  }
-  return change.news;
+  const bool behind = result == DDS_RETCODE_OUT_OF_RESOURCES;
+  if (!behind_.exchange(behind) && behind)
+    log(LogLevel::error, "DDSDataReader", "no memory for received samples: they wait for the next access");
+  return news || behind;
+}
+
+/// Fills the empty slots. `drained`: the engine has no more.
+DDS_ReturnCode_t ReaderSide::take(bool& drained) {
+  unsigned unexamined = unexamined_;
+  const DDS_ReturnCode_t result = engine_->take(slots_);
+  if (result != DDS_RETCODE_OK) return result;
+  drained = slots_.size() < slots_.capacity();
+  slots_unexamined_ = unexamined_ > 0;
+  if (drained) unexamined_.compare_exchange_strong(unexamined, 0);  // all that were counted before are in the slots
+  return result;
+}
+
+/// Removes from the slots what the filter refuses, if there was no memory for that when it came.
+DDS_ReturnCode_t ReaderSide::examine_slots() {
+  if (!slots_unexamined_) return DDS_RETCODE_OK;
+  const std::lock_guard lock(filter_mutex_);
+  bool complete = true;
+  std::erase_if(slots_, [&](const EngineSlot& slot) {
+    if (!slot.info.valid_data || !complete) return false;
+    const Verdict verdict = examine(*slot.sample.get(), {slot.info.source_timestamp});
+    complete = verdict != Verdict::no_memory;
+    return verdict == Verdict::refused || verdict == Verdict::malformed;
+  });
+  slots_unexamined_ = !complete;
+  return complete ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
 void ReaderSide::set_filter(std::shared_ptr<CompiledFilter> filter) {
@@ -94,16 +139,24 @@ DDS_LivelinessChangedStatus ReaderSide::liveliness() const {
 bool ReaderSide::accepts(const EncodedSample& sample, EngineHandle, const DDS_FilterSampleInfo& info) {
   if (!scratch_) return true;
   const std::lock_guard lock(filter_mutex_);
-  refused_by = nullptr;
-  if (type_.decode(scratch_, sample.bytes, sample.size)) {
-    if (filter_->accepts(scratch_, info) && (!narrower_ || narrower_->accepts(scratch_, info))) return true;
-    counters_->filtered();
-    refused_by = this;
-    return false;
+  const Verdict verdict = examine(sample, info);
+  refused_by = verdict == Verdict::refused ? this : nullptr;
+  if (verdict == Verdict::no_memory) ++unexamined_;  // transfer() examines it again
+  return verdict == Verdict::accepted || verdict == Verdict::no_memory;
+}
+
+/// With the filter's lock held.
+ReaderSide::Verdict ReaderSide::examine(const EncodedSample& sample, const DDS_FilterSampleInfo& info) {
+  if (!type_.decode(scratch_, sample.bytes, sample.size)) {
+    DDS_KeyHash_t hash;
+    if (type_.check(sample.bytes, sample.size, &hash)) return Verdict::no_memory;
+    counters_->not_decoded();
+    log(LogLevel::error, "DDSDataReader", "a received sample could not be decoded for its filter and was dropped");
+    return Verdict::malformed;
   }
-  counters_->not_decoded();
-  log(LogLevel::error, "DDSDataReader", "a received sample could not be decoded for its filter and was dropped");
-  return false;
+  if (filter_->accepts(scratch_, info) && (!narrower_ || narrower_->accepts(scratch_, info))) return Verdict::accepted;
+  counters_->filtered();
+  return Verdict::refused;
 }
 
 void ReaderSide::data_available() {

@@ -10,6 +10,7 @@
 #include "tessivar/platform/reader/compiled_filter.h"
 #include "tessivar/platform/reader/reader_cache.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -46,8 +47,11 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   /// Once it is open.
   EngineReader& engine() { return *engine_; }
   ReaderCache::Source source() const { return source_; }
-  /// Moves what the engine has received to the cache, in the order of its reception. True when it contained news.
+  /// Moves what the engine has received to the cache, in the order of its reception. Returns true if it contained news,
+  /// or if memory is short: the rest is moved by the next call.
   bool transfer(ReaderCache& cache);
+  /// Returns true if the last transfer left something behind.
+  bool is_behind() const { return behind_; }
   /// Another filter for the samples to come; nobody evaluates with the old one any more when it returns.
   void set_filter(std::shared_ptr<CompiledFilter> filter);
   /// From now on samples have to pass this filter, too; it replaces the one of an earlier call. Whatever this side
@@ -69,6 +73,11 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   void sample_lost(const DDS_SampleLostStatus&) override;
   void sample_rejected(const DDS_SampleRejectedStatus&) override;
 
+  enum class Verdict { accepted, refused, malformed, no_memory };
+  Verdict examine(const EncodedSample& sample, const DDS_FilterSampleInfo& info);
+  DDS_ReturnCode_t take(bool& drained);
+  DDS_ReturnCode_t examine_slots();
+
   const PRESTypePlugin& type_;
   ReaderSideEvents& events_;
   const ReaderCache::Source source_;
@@ -82,9 +91,12 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   std::shared_ptr<CompiledFilter> filter_;
   std::shared_ptr<CompiledFilter> narrower_;  // null: none
   void* scratch_ = nullptr;                   // what the filter evaluates
+  std::atomic<unsigned> unexamined_ = 0;      // samples that passed because there was no memory to evaluate them
 
-  Mutex transfer_mutex_;  // so that samples reach the cache in the order in which the engine received them
-  std::vector<EngineSlot> slots_;
+  Mutex transfer_mutex_;           // so that samples reach the cache in the order in which the engine received them
+  std::vector<EngineSlot> slots_;  // of the transfer under way, or left behind
+  bool slots_unexamined_ = false;  // some of them may still have to be evaluated
+  std::atomic<bool> behind_ = false;
   bool open_ = false;
   std::unique_ptr<EngineReader> engine_;  // goes first: its filter calls and callbacks end
 };

@@ -4,6 +4,7 @@
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
+#include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/values/sequence_fill.h"
 #include "tessivar/platform/writer/writer_impl.h"
 
@@ -16,6 +17,7 @@ using tessivar::platform::EncodedSample;
 using tessivar::platform::EngineWriter;
 using tessivar::platform::follow;
 using tessivar::platform::get_status;
+using tessivar::platform::guarded;
 using tessivar::platform::handle_of;
 using tessivar::platform::KeyHash;
 using tessivar::platform::log;
@@ -40,6 +42,8 @@ const char* name_of(WriteKind kind) {
   }
   return "DDSDataWriter";
 }
+
+constexpr const char* no_memory = "no memory for the sample";
 
 bool valid(const DDS_Time_t& time) {
   return (time.sec == DDS_TIME_INVALID.sec && time.nanosec == DDS_TIME_INVALID.nanosec) ||
@@ -68,9 +72,9 @@ void DDSDataWriter::Impl::close() {
   owned_engine.reset();
 }
 
-DDS_ReturnCode_t DDSDataWriter::Impl::refuse(const char* operation, const char* reason) const {
+DDS_ReturnCode_t DDSDataWriter::Impl::refuse(const char* operation, const char* reason, DDS_ReturnCode_t result) const {
   log_joined(LogLevel::error, operation, {"topic \"", topic.impl().name, "\": ", reason});
-  return DDS_RETCODE_BAD_PARAMETER;
+  return result;
 }
 
 DDS_ReturnCode_t DDSDataWriter::Impl::refuse_sample(const char* operation, const void* sample, bool key_only) const {
@@ -126,6 +130,12 @@ DDS_ReturnCode_t DDSDataWriter::Impl::enable() {
 
 DDS_ReturnCode_t DDSDataWriter::Impl::publish(const void* sample, const DDS_InstanceHandle_t& handle,
                                               const DDS_Time_t& timestamp, WriteKind kind) {
+  return guarded(name_of(kind), DDS_RETCODE_OUT_OF_RESOURCES,
+                 [&] { return publish_unguarded(sample, handle, timestamp, kind); });
+}
+
+DDS_ReturnCode_t DDSDataWriter::Impl::publish_unguarded(const void* sample, const DDS_InstanceHandle_t& handle,
+                                                        const DDS_Time_t& timestamp, WriteKind kind) {
   if (!sample) return refuse(name_of(kind), "null sample");
   if (!valid(timestamp)) return refuse(name_of(kind), "the source timestamp is not a valid time");
   if (!keyed && handle.isValid) return refuse(name_of(kind), "a handle for a type without key");
@@ -141,15 +151,16 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const v
                                                    const DDS_InstanceHandle_t& handle, std::int64_t timestamp) {
   const std::size_t size = type.encoded_size(sample);
   if (size == 0 || size > UINT32_MAX) return refuse_sample(name_of(WriteKind::data), sample, false);
+  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(size), false));
+  if (!encoded) return refuse(name_of(WriteKind::data), no_memory, DDS_RETCODE_OUT_OF_RESOURCES);
+  if (!type.encode(sample, encoded->bytes, size)) return refuse_sample(name_of(WriteKind::data), sample, false);
+  // Last, so that a write without memory leaves no instance behind.
   WriterInstances::Known instance = {{}, true};
   if (keyed) {
     const EncodedKey key(type, sample);
     const DDS_ReturnCode_t identified = identify(key, sample, handle, WriteKind::data, instance);
     if (identified != DDS_RETCODE_OK) return identified;
   }
-  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(size), false));
-  if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
-  if (!type.encode(sample, encoded->bytes, size)) return refuse_sample(name_of(WriteKind::data), sample, false);
   return send(writer, std::move(encoded), instance.hash, WriteKind::data, timestamp);
 }
 
@@ -157,6 +168,10 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
                                                 const DDS_InstanceHandle_t& handle, std::int64_t timestamp,
                                                 WriteKind kind) {
   const EncodedKey key(type, sample);
+  if (!key) return refuse_sample(name_of(kind), sample, true);
+  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(key.size()), true));
+  if (!encoded) return refuse(name_of(kind), no_memory, DDS_RETCODE_OUT_OF_RESOURCES);
+  std::memcpy(encoded->bytes, key.data(), key.size());
   WriterInstances::Known instance = {{}, true};
   const DDS_ReturnCode_t identified = identify(key, sample, handle, kind, instance);
   if (identified != DDS_RETCODE_OK) return identified;
@@ -166,9 +181,6 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
     instances.remove(key);
     return DDS_RETCODE_OK;
   }
-  SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(key.size()), true));
-  if (!encoded) return DDS_RETCODE_OUT_OF_RESOURCES;
-  std::memcpy(encoded->bytes, key.data(), key.size());
   const DDS_ReturnCode_t result = send(writer, std::move(encoded), instance.hash, kind, timestamp);
   if (result == DDS_RETCODE_OK && keyed && kind == WriteKind::unregister) instances.remove(key);
   return result;
@@ -178,7 +190,6 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
 DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void* sample,
                                                const DDS_InstanceHandle_t& handle, WriteKind kind,
                                                WriterInstances::Known& instance) {
-  if (!key) return refuse_sample(name_of(kind), sample, true);
   if (!keyed) return DDS_RETCODE_OK;
   if (kind == WriteKind::unregister) {
     const auto known = instances.find(key);
@@ -186,7 +197,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void
     instance = *known;
   } else {
     const auto added = instances.add(key, sample, true, handle);
-    if (!added) return DDS_RETCODE_OUT_OF_RESOURCES;
+    if (!added) return refuse(name_of(kind), no_memory, DDS_RETCODE_OUT_OF_RESOURCES);
     instance = {*added, true};
   }
   if (!tessivar::platform::may_mean(handle, instance.hash))
@@ -202,9 +213,9 @@ DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encod
   if (result == DDS_RETCODE_OK) result = writer.write(std::move(encoded), kind, timestamp);
   if (result == DDS_RETCODE_TIMEOUT) {
     const std::int64_t waited = to_nanoseconds(qos.reliability.max_blocking_time) / 1000000;
-    log(LogLevel::error, name_of(kind),
-        "topic \"" + topic.impl().name + "\": the readers did not acknowledge earlier samples within " +
-            std::to_string(waited) + " ms (max_blocking_time), so that there is no room for another one");
+    log_joined(LogLevel::error, name_of(kind),
+               {"topic \"", topic.impl().name, "\": the readers did not acknowledge earlier samples within ",
+                std::to_string(waited), " ms (max_blocking_time), so that there is no room for another one"});
   }
   result == DDS_RETCODE_OK ? counters->sent() : counters->rejected();
   return batch && result == DDS_RETCODE_OK ? batch->added(octets) : result;
@@ -222,7 +233,9 @@ DDS_InstanceHandle_t DDSDataWriter::Impl::add_instance(const void* sample) {
     return DDS_HANDLE_NIL;
   }
   const auto hash = instances.add(key, sample, false);
-  return hash ? handle_of(*hash) : DDS_HANDLE_NIL;
+  if (hash) return handle_of(*hash);
+  refuse("DDSDataWriter::register_instance", "no memory for the instance");
+  return DDS_HANDLE_NIL;
 }
 
 DDS_ReturnCode_t DDSDataWriter::Impl::flush() {
@@ -406,19 +419,25 @@ DDS_ReturnCode_t DDSDataWriter::unregister_untypedI(const void* sample, const DD
 }
 
 DDS_InstanceHandle_t DDSDataWriter::register_untypedI(const void* sample) {
-  return impl_->add_instance(sample);
+  return guarded("DDSDataWriter::register_instance", DDS_HANDLE_NIL, [&] { return impl_->add_instance(sample); });
 }
 
 DDS_InstanceHandle_t DDSDataWriter::lookup_instance_untypedI(const void* key_holder) {
   if (!key_holder || !impl_->keyed) return DDS_HANDLE_NIL;
-  const auto known = impl_->instances.find(EncodedKey(impl_->type, key_holder));
-  return known ? handle_of(known->hash) : DDS_HANDLE_NIL;
+  return guarded("DDSDataWriter::lookup_instance", DDS_HANDLE_NIL, [&] {
+    const auto known = impl_->instances.find(EncodedKey(impl_->type, key_holder));
+    return known ? handle_of(known->hash) : DDS_HANDLE_NIL;
+  });
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle) {
   if (!key_holder) return DDS_RETCODE_BAD_PARAMETER;
-  const auto key = impl_->instances.key_of(handle);
-  if (!key) return DDS_RETCODE_BAD_PARAMETER;
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(key->data());
-  return impl_->type.decode_key(key_holder, bytes, key->size()) ? DDS_RETCODE_OK : DDS_RETCODE_ERROR;
+  return guarded("DDSDataWriter::get_key_value", DDS_RETCODE_OUT_OF_RESOURCES, [&] {
+    const auto key = impl_->instances.key_of(handle);
+    if (!key) return DDS_RETCODE_BAD_PARAMETER;
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(key->data());
+    // It was encoded here: there is no other reason to fail.
+    const bool decoded = impl_->type.decode_key(key_holder, bytes, key->size());
+    return decoded ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+  });
 }

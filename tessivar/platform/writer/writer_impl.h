@@ -58,6 +58,8 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   DDS_StatusMask deferred = 0;
 
  private:
+  DDS_ReturnCode_t publish_unguarded(const void* sample, const DDS_InstanceHandle_t& handle,
+                                     const DDS_Time_t& timestamp, tessivar::platform::WriteKind kind);
   void report(DDS_StatusMask status);
   DDS_ReturnCode_t write_sample(tessivar::platform::EngineWriter& writer, const void* sample,
                                 const DDS_InstanceHandle_t& handle, std::int64_t timestamp);
@@ -70,7 +72,8 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   DDS_ReturnCode_t send(tessivar::platform::EngineWriter& writer, tessivar::platform::SampleRef encoded,
                         const tessivar::platform::KeyHash& hash, tessivar::platform::WriteKind kind,
                         std::int64_t timestamp);
-  DDS_ReturnCode_t refuse(const char* operation, const char* reason) const;
+  DDS_ReturnCode_t refuse(const char* operation, const char* reason,
+                          DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) const;
   /// For a sample, or its key alone, that cannot be encoded; says which member is wrong.
   DDS_ReturnCode_t refuse_sample(const char* operation, const void* sample, bool key_only) const;
 };

@@ -377,7 +377,7 @@ DDS_ReturnCode_t TypedDataReader<T>::access(Seq& samples, DDS_SampleInfoSeq& inf
   buffer.contiguous = samples.get_contiguous_buffer();
   buffer.sample_size = static_cast<DDS_Long>(sizeof(T));
   const DDS_ReturnCode_t result = read_or_take_untypedI(buffer, infos, selection);
-  if (result == DDS_RETCODE_NO_DATA) {
+  if (result == DDS_RETCODE_NO_DATA || result == DDS_RETCODE_OUT_OF_RESOURCES) {
     samples.set_length(0);
     infos.set_length(0);
   }

@@ -45,8 +45,16 @@ namespace {
 
 std::atomic<std::size_t> live{0};
 thread_local std::size_t allocated = 0;
+thread_local FailingAllocations* failing = nullptr;
+std::atomic<FailingAllocations*> failing_everywhere = nullptr;
+
+bool fails() {
+  FailingAllocations* const chosen = failing ? failing : failing_everywhere.load();
+  return chosen && chosen->next_fails();
+}
 
 void* allocate(std::size_t size) {
+  if (fails()) return nullptr;
   void* memory = std::malloc(size > 0 ? size : 1);
   ++allocated;
   live += malloc_usable_size(memory);
@@ -70,6 +78,21 @@ std::size_t live_octets() {
 }
 std::size_t allocations() {
   return allocated;
+}
+
+FailingAllocations::FailingAllocations(int first, Which which, Where where) : first_(first), which_(which) {
+  if (where == Where::this_thread)
+    failing = this;
+  else
+    failing_everywhere = this;
+}
+FailingAllocations::~FailingAllocations() {
+  failing = nullptr;
+  failing_everywhere = nullptr;
+}
+bool FailingAllocations::next_fails() {
+  const int number = count_++;
+  return number == first_ || (which_ == Which::all_later && number > first_);
 }
 
 }  // namespace types_test

@@ -1,0 +1,94 @@
+// What becomes of a reader's cache as its filter changes.
+#include "tessivar/platform/reader/reader_cache.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace tessivar::platform {
+
+namespace {
+
+/// Stands for the key of an instance of which nothing else is here.
+struct KeyOnly : EncodedSample {
+  explicit KeyOnly(const KeyHash& hash) : EncodedSample() {
+    key_only = true;
+    std::copy(hash.begin(), hash.end(), key_hash);
+    retain = [](EncodedSample* sample) { ++static_cast<KeyOnly*>(sample)->references; };
+    release = [](EncodedSample* sample) {
+      auto* const own = static_cast<KeyOnly*>(sample);
+      if (--own->references == 0) delete own;
+    };
+  }
+  std::atomic<int> references = 1;
+};
+
+}  // namespace
+
+void ReaderCache::begin_catch_up(Source joining) {
+  const std::lock_guard lock(mutex_);
+  joining_ = joining;
+  ended_meanwhile_.clear();
+}
+
+void ReaderCache::abandon_catch_up() {
+  begin_catch_up(0);
+}
+
+bool ReaderCache::end_catch_up(bool complete) {
+  const std::lock_guard lock(mutex_);
+  bool news = false;
+  const auto for_each_instance = [&](auto&& visit) {
+    for (Instance* instance : buckets_) {
+      while (instance) {
+        Instance* const next = instance->next_in_bucket;
+        if (instance->list != List::ended) visit(*instance);
+        instance = next;
+      }
+    }
+  };
+  // What allocates comes first. To do it twice does no harm.
+  for_each_instance([&](Instance& instance) {
+    unsigned state = instance.end_of_joining;
+    if (complete && !instance.known_to_joining && instance.state == DDS_ALIVE_INSTANCE_STATE) {
+      // Without data nobody knows whether the filter rejects it, which is no end.
+      if (instance.count == 0) return erase(instance);
+      state = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
+    }
+    if (state == 0) return;
+    const SampleRef data = instance.last ? instance.last->data : SampleRef(new KeyOnly(instance.hash));
+    if (end(instance, static_cast<DDS_InstanceStateKind>(state), data, now())) news = true;
+  });
+  for_each_instance([](Instance& instance) {
+    instance.knows_generation = false;
+    instance.known_to_source = instance.known_to_joining;
+    instance.known_to_joining = false;
+    instance.end_of_joining = 0;
+  });
+  source_ = std::exchange(joining_, Source{0});
+  ended_meanwhile_.clear();
+  return news;
+}
+
+std::vector<ReaderCache::Latest> ReaderCache::latest() const {
+  std::vector<Latest> result;
+  const std::lock_guard lock(mutex_);
+  result.reserve(size_);
+  for (const Instance* instance : buckets_) {
+    for (; instance; instance = instance->next_in_bucket) {
+      const Sample* const last = instance->last;
+      if (instance->state == DDS_ALIVE_INSTANCE_STATE && last) result.push_back({last->data, last->source_timestamp});
+    }
+  }
+  return result;
+}
+
+void ReaderCache::remove(const Latest& sample) {
+  const std::lock_guard lock(mutex_);
+  Instance* const instance = find(key_hash_of(sample.data->key_hash));
+  if (instance && instance->state == DDS_ALIVE_INSTANCE_STATE && instance->last &&
+      instance->last->data.get() == sample.data.get()) {
+    erase(*instance);
+  }
+}
+
+}  // namespace tessivar::platform

@@ -1,0 +1,336 @@
+// Calls with each of their allocations failing in turn: each succeeds or says that memory is short, the next one works,
+// and nothing is lost.
+#include "tests/platform/support/bus.h"
+#include "tests/types/support/memory.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+namespace {
+
+using namespace Tessivar;
+using platform_test::reliable;
+using testing::ElementsAre;
+using types_test::FailingAllocations;
+
+constexpr DDS_Long all = DDS_LENGTH_UNLIMITED;
+constexpr int most_allocations = 500;  // of one call
+
+/// Lets commands through whose text is at least as long as the parameter.
+struct AtLeast : DDSContentFilter {
+  DDS_ReturnCode_t compile(void** data, const char*, const DDS_StringSeq& parameters, const DDS_TypeCode*, const char*,
+                           void*) override {
+    *data = reinterpret_cast<void*>(std::stoul(parameters[0]));
+    return DDS_RETCODE_OK;
+  }
+  DDS_Boolean evaluate(void* data, const void* sample, const DDS_FilterSampleInfo*) override {
+    const CommandValue& value = static_cast<const Command*>(sample)->value;
+    return value._d == String && std::strlen(value._u.stringValue) >= reinterpret_cast<std::uintptr_t>(data);
+  }
+  void finalize(void*) override {}
+};
+
+/// Reader and writer share a participant: what is written is there when the write returns.
+class NoMemory : public testing::Test {
+ protected:
+  NoMemory() {
+    side.participant->register_contentfilter("at least", &filter);
+    DDSPropertyQosPolicyHelper::add_property(catching_up.property, "dds.data_reader.state.filter_redundant_samples",
+                                             "0", DDS_BOOLEAN_FALSE);
+  }
+  ~NoMemory() override {
+    side.participant->delete_contained_entities();  // with the topic that uses the filter
+    CommandTypeSupport::delete_data(sample);
+  }
+
+  /// `call` is called after `prepare` with one allocation failing, then with all from that one on; when that made it
+  /// fail, once more with memory.
+  void fail_each(
+      const char* name, const std::function<DDS_ReturnCode_t()>& call, const std::function<void()>& prepare = [] {}) {
+    for (const auto which : {FailingAllocations::Which::one, FailingAllocations::Which::all_later}) {
+      bool failed = true;
+      for (int n = 0; failed; ++n) {
+        ASSERT_LT(n, most_allocations) << name;
+        prepare();
+        DDS_ReturnCode_t result = DDS_RETCODE_ERROR;
+        std::thread([&] {  // which has no memory of its own yet
+          const FailingAllocations failing(n, which);
+          result = call();
+          failed = failing.happened();
+        })
+            .join();
+        const auto where = [&] { return std::string(name) + ", allocation " + std::to_string(n); };
+        EXPECT_EQ(result, failed && result != DDS_RETCODE_OK ? DDS_RETCODE_OUT_OF_RESOURCES : DDS_RETCODE_OK)
+            << where();
+        if (result != DDS_RETCODE_OK) {
+          ++failures;
+          EXPECT_EQ(call(), DDS_RETCODE_OK) << "after " << where();
+        }
+      }
+    }
+  }
+  /// A command of an instance of its own, with a text of 1 to 60 characters.
+  const Command& next_command() {
+    number = ++commands;
+    sample->commandNumber = number;
+    DDS_String_replace(&sample->unitId, "0001:02:0A");
+    DDS_String_replace(&sample->value._u.stringValue, std::string(1 + number % 60, 'x').c_str());
+    sample->value._d = String;
+    return *sample;
+  }
+  DDSContentFilteredTopic* filtered(const char* at_least) {
+    return side.participant->create_contentfilteredtopic_with_filter("Filtered", side.topic, "text",
+                                                                     platform_test::strings({at_least}), "at least");
+  }
+  /// The numbers of all samples that are there.
+  static std::vector<DDS_UnsignedLong> received(CommandDataReader* from) {
+    std::vector<DDS_UnsignedLong> result = platform_test::numbers(platform_test::take(from));
+    std::sort(result.begin(), result.end());
+    return result;
+  }
+
+  tessivar_test::LogLines log;
+  AtLeast filter;
+  platform_test::Side side;
+  DDS_DataReaderQos catching_up = reliable<DDS_DataReaderQos>();
+  CommandDataWriter* writer = side.writer();
+  Command* const sample = CommandTypeSupport::create_data();
+  DDS_UnsignedLong commands = 0, number = 0;
+  int failures = 0;
+};
+
+TEST_F(NoMemory, ATypeIsRegisteredOrNot) {
+  std::string name;
+  fail_each(
+      "register_type", [&] { return CommandTypeSupport::register_type(side.participant, name.c_str()); },
+      [&, count = 0]() mutable {
+        name = "A name that is too long for a string's own room: " + std::to_string(++count);
+      });
+}
+
+TEST_F(NoMemory, AWriteReachesAllLocalReadersOrLeavesNoInstanceBehind) {
+  struct Hears : DDSDataReaderListener {
+    void on_data_available(DDSDataReader*) override { ++calls; }
+    int calls = 0;
+  } hears;
+  DDSContentFilteredTopic* const topic = filtered("1");
+  CommandDataReader *plain = nullptr, *narrow = nullptr;
+  DDSReadCondition* condition = nullptr;
+  const auto check = [&] {
+    EXPECT_THAT(received(plain), ElementsAre(number));
+    EXPECT_THAT(received(narrow), ElementsAre(number));
+    EXPECT_EQ(plain->counters()->read().lost + narrow->counters()->read().lost, 0u);
+    narrow->delete_contained_entities();
+    side.participant->delete_datareader(plain);
+    side.participant->delete_datareader(narrow);
+    side.participant->delete_datawriter(writer);
+  };
+  fail_each(
+      "write",
+      [&] {
+        const DDS_ReturnCode_t result = writer->write(*sample, DDS_HANDLE_NIL);
+        EXPECT_EQ(writer->lookup_instance(*sample).isValid != 0, result == DDS_RETCODE_OK);
+        EXPECT_EQ(hears.calls > 0, result == DDS_RETCODE_OK);
+        EXPECT_EQ(condition->get_trigger_value() != 0, result == DDS_RETCODE_OK);
+        return result;
+      },
+      [&] {
+        if (plain) check();
+        writer = side.writer();
+        plain = side.reader(DDS_DATAREADER_QOS_USE_TOPIC_QOS, &hears);
+        narrow = side.reader(catching_up, nullptr, topic);
+        condition = narrow->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+        next_command();
+        hears.calls = 0;
+      });
+  check();
+  EXPECT_GT(failures, 0);
+}
+
+TEST_F(NoMemory, AnEndReachesALocalReaderOnce) {
+  CommandDataReader* const reader = side.reader();
+  const auto ends = [&] {
+    const auto received = platform_test::take(reader);
+    return std::count_if(received.begin(), received.end(), [](const auto& one) { return !one.info.valid_data; });
+  };
+  fail_each(
+      "dispose", [&] { return writer->dispose(*sample, DDS_HANDLE_NIL); }, [&] { next_command(); });
+  EXPECT_EQ(ends(), 0) << "of instances that the reader never saw";
+  int count = 0;
+  fail_each(
+      "unregister_instance", [&] { return writer->unregister_instance(*sample, DDS_HANDLE_NIL); },
+      [&] {
+        EXPECT_EQ(ends(), count++ > 0);
+        writer->write(next_command(), DDS_HANDLE_NIL);
+        ends();
+      });
+}
+
+TEST_F(NoMemory, KeysAndInstances) {
+  CommandDataReader* const reader = side.reader();
+  Command key;
+  DDS_InstanceHandle_t handle;
+  fail_each(
+      "register_instance",
+      [&] { return writer->register_instance(*sample).isValid ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES; },
+      [&] { next_command(); });
+  const auto forget_key = [&] { CommandTypeSupport::finalize_data(&key); };
+  const auto known = [&](DDS_ReturnCode_t result) {
+    if (result == DDS_RETCODE_OK) {
+      EXPECT_EQ(key.commandNumber, number);
+      EXPECT_STREQ(key.unitId, "0001:02:0A");
+    }
+    return result;
+  };
+  writer->write(next_command(), DDS_HANDLE_NIL);
+  handle = writer->lookup_instance(*sample);
+  fail_each(
+      "get_key_value of a writer", [&] { return known(writer->get_key_value(key, handle)); }, forget_key);
+  fail_each(
+      "get_key_value of a reader", [&] { return known(reader->get_key_value(key, handle)); }, forget_key);
+  forget_key();
+  fail_each("create_readcondition", [&] {
+    return reader->create_readcondition(DDS_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE)
+               ? DDS_RETCODE_OK
+               : DDS_RETCODE_OUT_OF_RESOURCES;
+  });
+  EXPECT_GT(failures, 0);
+}
+
+struct Form {
+  const char* name;
+  bool take, own_sequences, by_instance;
+  friend std::ostream& operator<<(std::ostream& out, const Form& form) { return out << form.name; }
+};
+class NoMemoryToRead : public NoMemory, public testing::WithParamInterface<Form> {};
+
+TEST_P(NoMemoryToRead, LosesNothing) {
+  const Form form = GetParam();
+  constexpr DDS_Long count = 5;
+  CommandDataReader* reader = nullptr;
+  DDSReadCondition* unread = nullptr;
+  DDS_InstanceHandle_t previous = DDS_HANDLE_NIL;
+  const auto access = [&](CommandSeq& samples, DDS_SampleInfoSeq& infos) {
+    return form.by_instance && form.take ? reader->take_next_instance_w_condition(samples, infos, all, previous, unread)
+           : form.by_instance            ? reader->read_next_instance_w_condition(samples, infos, all, previous, unread)
+           : form.take                   ? reader->take_w_condition(samples, infos, all, unread)
+                                         : reader->read_w_condition(samples, infos, all, unread);
+  };
+  for (const auto which : {FailingAllocations::Which::one, FailingAllocations::Which::all_later}) {
+    bool failed = true;
+    for (int n = 0; failed; ++n) {
+      SCOPED_TRACE(n);
+      ASSERT_LT(n, most_allocations);
+      // A reader and sequences without memory of their own; the end of an instance and samples of others.
+      reader = side.reader(reliable<DDS_DataReaderQos>(false));
+      unread = reader->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+      CommandSeq samples(form.own_sequences ? count : 0);
+      DDS_SampleInfoSeq infos(form.own_sequences ? count : 0);
+      std::vector<DDS_UnsignedLong> expected, got;
+      for (DDS_Long i = 0; i < count; ++i) {
+        writer->write(next_command(), DDS_HANDLE_NIL);
+        expected.push_back(number);
+        if (i > 0) continue;
+        DDS_SampleInfo info;
+        reader->take_next_sample(*sample, info);  // without a loan, which would be kept
+        writer->dispose(*sample, DDS_HANDLE_NIL);
+      }
+      previous = DDS_HANDLE_NIL;
+      DDS_ReturnCode_t result;
+      {
+        const FailingAllocations failing(n, which);
+        result = access(samples, infos);
+        failed = failing.happened();
+      }
+      ASSERT_TRUE(result == DDS_RETCODE_OK || (failed && result == DDS_RETCODE_OUT_OF_RESOURCES)) << result;
+      failures += result != DDS_RETCODE_OK;
+      for (; result != DDS_RETCODE_NO_DATA; result = access(samples, infos)) {
+        EXPECT_TRUE(result == DDS_RETCODE_OK || got.empty()) << result;
+        ASSERT_EQ(samples.length(), infos.length());
+        for (DDS_Long i = 0; i < samples.length(); ++i) {
+          got.push_back(samples[i].commandNumber);
+          EXPECT_EQ(std::strlen(samples[i].value._u.stringValue), infos[i].valid_data ? 1 + got.back() % 60 : 0);
+          Command key;
+          EXPECT_EQ(reader->get_key_value(key, infos[i].instance_handle), DDS_RETCODE_OK);
+          EXPECT_EQ(key.commandNumber, got.back());
+          CommandTypeSupport::finalize_data(&key);
+          previous = infos[i].instance_handle;
+        }
+        EXPECT_EQ(unread->get_trigger_value() != 0, got.size() < expected.size());
+        const FailingAllocations failing(0, FailingAllocations::Which::all_later);
+        ASSERT_EQ(reader->return_loan(samples, infos), DDS_RETCODE_OK);
+      }
+      std::sort(got.begin(), got.end());
+      EXPECT_EQ(got, expected);
+      reader->delete_contained_entities();
+      ASSERT_EQ(side.participant->delete_datareader(reader), DDS_RETCODE_OK);
+    }
+  }
+  EXPECT_GT(failures, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, NoMemoryToRead,
+                         testing::Values(Form{"ReadLoan", false, false, false}, Form{"TakeLoan", true, false, false},
+                                         Form{"ReadOwn", false, true, false}, Form{"TakeOwn", true, true, false},
+                                         Form{"ReadInstance", false, false, true},
+                                         Form{"TakeInstance", true, false, true}),
+                         [](const auto& form) { return form.param.name; });
+
+TEST_F(NoMemory, TheNextSampleIsThereTheNextTime) {
+  CommandDataReader* const reader = side.reader();
+  Command next;
+  DDS_SampleInfo info;
+  fail_each(
+      "take_next_sample",
+      [&] {
+        const DDS_ReturnCode_t result = reader->take_next_sample(next, info);
+        EXPECT_TRUE(result != DDS_RETCODE_OK || next.commandNumber == number);
+        return result;
+      },
+      [&] {
+        CommandTypeSupport::finalize_data(&next);
+        writer->write(next_command(), DDS_HANDLE_NIL);
+      });
+  EXPECT_EQ(reader->take_next_sample(next, info), DDS_RETCODE_NO_DATA);
+  CommandTypeSupport::finalize_data(&next);
+}
+
+TEST_F(NoMemory, AChangeOfTheFilterIsCarriedOutOrNot) {
+  DDSContentFilteredTopic* const topic = filtered("1");
+  CommandDataReader* const reader = side.reader(catching_up, nullptr, topic);
+  DDSTopicDescription* const plain_topic = side.topic;
+  CommandDataReader* const plain = side.reader(reliable<DDS_DataReaderQos>(), nullptr, plain_topic);
+  for (int i = 0; i < 59; ++i) writer->write(next_command(), DDS_HANDLE_NIL);  // texts of 2 to 60 characters
+  const DDS_StringSeq wide = platform_test::strings({"1"}), narrow = platform_test::strings({"31"});
+  const auto known = [&] {
+    std::size_t count = 0;
+    for (sample->commandNumber = 1; sample->commandNumber <= commands; ++sample->commandNumber)
+      count += reader->lookup_instance(*sample).isValid != 0;
+    return count;
+  };
+  EXPECT_EQ(known(), 59u);
+  for (const auto where : {FailingAllocations::Where::this_thread, FailingAllocations::Where::everywhere}) {
+    bool failed = true;
+    for (int n = 0; failed; ++n) {
+      SCOPED_TRACE(n);
+      ASSERT_LT(n, 10 * most_allocations);
+      {
+        const FailingAllocations failing(n, FailingAllocations::Which::one, where);
+        const bool narrows = n % 2 == 0;
+        const DDS_StringSeq& parameters = narrows ? narrow : wide;
+        DDS_ReturnCode_t result = topic->set_expression_parameters(parameters);
+        EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_OUT_OF_RESOURCES) << result;
+        if (result != DDS_RETCODE_OK) result = topic->set_expression_parameters(parameters);
+        EXPECT_EQ(result, DDS_RETCODE_OK);
+        EXPECT_EQ(reader->wait_for_historical_data(platform_test::patience), DDS_RETCODE_OK);
+        EXPECT_EQ(known(), narrows ? 30u : 59u);
+        failed = failing.happened();
+      }
+    }
+  }
+  EXPECT_EQ(received(plain).size(), 59u);
+}
+
+}  // namespace
