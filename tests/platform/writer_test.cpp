@@ -38,6 +38,21 @@ TEST_F(WriterTest, KnowsItsInstancesUntilTheyAreUnregistered) {
   EXPECT_EQ(writer->unregister_instance(sample, handle), DDS_RETCODE_PRECONDITION_NOT_MET);
 }
 
+TEST_F(WriterTest, CountsWhatAllThreadsWriteAndNotesTheTimeOfTheLast) {
+  ASSERT_EQ(writer->write_w_timestamp(command(1), DDS_HANDLE_NIL, {1, 0}), DDS_RETCODE_OK);
+  EXPECT_GT(writer->counters()->read().last_change, std::int64_t{1700000000} * 1000000000) << "not the sample's time";
+  constexpr std::uint64_t each = 20000;
+  const auto write_many = [this] {
+    const Command sample = command(1);
+    for (std::uint64_t i = 0; i < each; ++i) writer->write(sample, DDS_HANDLE_NIL);
+  };
+  std::thread another(write_many), third(write_many);
+  write_many();
+  another.join();
+  third.join();
+  EXPECT_EQ(writer->counters()->read().sent, 1 + 3 * each);
+}
+
 TEST_F(WriterTest, RefusesWhatCannotBeWrittenWithOneLine) {
   const Command good = command(1);
   std::string long_text(65, 'x');

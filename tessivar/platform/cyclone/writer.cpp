@@ -72,7 +72,7 @@ DDS_ReturnCode_t Writer::write(SampleRef sample, WriteKind kind, std::int64_t so
     return DDS_RETCODE_ILLEGAL_OPERATION;
   }
   data->finish();
-  data->engine.timestamp.v = source_timestamp < 0 ? dds_time() : source_timestamp;
+  data->engine.timestamp.v = source_timestamp;
   switch (kind) {
     case WriteKind::data:
       data->engine.statusinfo = 0;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tessivar::platform {
@@ -42,18 +43,36 @@ struct EndpointCounts {
   /// did not keep up for max_blocking_time or memory was short.
   std::uint64_t rejected = 0;
 
-  /// When any of this changed last, nanoseconds since 1970, exact to some milliseconds; 0: never.
+  /// When any of this changed last, nanoseconds since 1970, exact to some milliseconds; 0: never. A write changes it as
+  /// of the moment at which it began to send.
   std::int64_t last_change = 0;
 };
 
-/// A number that any thread increments.
+/// A number that any thread increments. The thread that does so first owns it and needs no locked instruction, which
+/// would be more than 1 % of a write; the others do.
 class Count {
  public:
-  void add(std::uint64_t more = 1) { value_.fetch_add(more, std::memory_order_relaxed); }
-  std::uint64_t get() const { return value_.load(std::memory_order_relaxed); }
+  void add(std::uint64_t more = 1) {
+    if (is_own()) {
+      own_.store(own_.load(std::memory_order_relaxed) + more, std::memory_order_relaxed);
+    } else {
+      others_.fetch_add(more, std::memory_order_relaxed);
+    }
+  }
+  std::uint64_t get() const { return own_.load(std::memory_order_relaxed) + others_.load(std::memory_order_relaxed); }
 
  private:
-  std::atomic<std::uint64_t> value_{0};
+  /// An id is used again when its thread has ended: there is never more than one owner at a time.
+  bool is_own() {
+    const std::thread::id me = std::this_thread::get_id();
+    std::thread::id owner = owner_.load(std::memory_order_relaxed);
+    if (owner == std::thread::id() && owner_.compare_exchange_strong(owner, me, std::memory_order_relaxed)) return true;
+    return owner == me;
+  }
+
+  std::atomic<std::thread::id> owner_{};
+  std::atomic<std::uint64_t> own_{0};
+  std::atomic<std::uint64_t> others_{0};
 };
 
 /// The same figures while they are counted, by any thread. Shared by the endpoint, which counts, and by those who want
@@ -80,6 +99,11 @@ class TESSIVAR_API EndpointCounters {
   // --- of a writer
 
   void sent() { count(sent_); }
+  /// The same for a caller that knows the time already, in nanoseconds since 1970.
+  void sent(std::int64_t time) {
+    sent_.add();
+    last_change_.store(time, std::memory_order_relaxed);
+  }
   void not_encoded() { count(failed_to_encode_); }
 
   // --- of both

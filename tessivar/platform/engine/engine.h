@@ -163,7 +163,7 @@ class EngineWriter {
   virtual ~EngineWriter() = default;
   /// Room for an encoding of `size` octets; the caller fills `bytes` and `key_hash`. Null when memory is short.
   virtual EncodedSample* allocate(std::uint32_t size, bool key_only) = 0;
-  /// Writes it, with a source timestamp in nanoseconds since 1970 (-1: now). Blocks a reliable KEEP_ALL writer for its
+  /// Writes it, with a source timestamp in nanoseconds since 1970. Blocks a reliable KEEP_ALL writer for its
   /// max_blocking_time at the longest, then TIMEOUT. Consumes the count in every case.
   virtual DDS_ReturnCode_t write(SampleRef sample, WriteKind kind, std::int64_t source_timestamp) = 0;
   /// Sends what is batched. OK without batching.

@@ -8,6 +8,7 @@
 #include "tessivar/platform/values/sequence_fill.h"
 #include "tessivar/platform/writer/writer_impl.h"
 
+#include <chrono>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -210,6 +211,9 @@ DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encod
   std::memcpy(encoded->key_hash, hash.data(), hash.size());
   const std::uint32_t octets = encoded->size;
   DDS_ReturnCode_t result = batch ? batch->make_room(octets) : DDS_RETCODE_OK;
+  // One look at the clock serves the sample and the figures.
+  const bool now = timestamp < 0;
+  if (now) timestamp = std::chrono::system_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
   if (result == DDS_RETCODE_OK) result = writer.write(std::move(encoded), kind, timestamp);
   if (result == DDS_RETCODE_TIMEOUT) {
     const std::int64_t waited = to_nanoseconds(qos.reliability.max_blocking_time) / 1000000;
@@ -217,7 +221,13 @@ DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encod
                {"topic \"", topic.impl().name, "\": the readers did not acknowledge earlier samples within ",
                 std::to_string(waited), " ms (max_blocking_time), so that there is no room for another one"});
   }
-  result == DDS_RETCODE_OK ? counters->sent() : counters->rejected();
+  if (result != DDS_RETCODE_OK) {
+    counters->rejected();
+  } else if (now) {
+    counters->sent(timestamp);
+  } else {
+    counters->sent();
+  }
   return batch && result == DDS_RETCODE_OK ? batch->added(octets) : result;
 }
 
