@@ -17,12 +17,6 @@ using std::chrono::steady_clock;
 constexpr std::chrono::hours ignored_kept(1);
 constexpr std::size_t ignored_kept_always = 64;
 
-Guid to_guid(const std::uint8_t octets[16]) {
-  Guid guid;
-  std::copy(octets, octets + guid.size(), guid.begin());
-  return guid;
-}
-
 char* duplicate(const char* text) {
   return text ? DDS_String_dup(text) : nullptr;
 }
@@ -158,30 +152,17 @@ void Discovery::show_known(dds_entity_t participant) {
 }
 
 void Discovery::look_for_missed(dds_entity_t participant) {
-  const dds_entity_t reader = dds_create_reader(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, nullptr, nullptr);
-  if (reader < 0) return;
-  constexpr std::size_t chunk = 64;
-  void* samples[chunk] = {};
-  dds_sample_info_t infos[chunk];
-  for (;;) {
-    const dds_return_t count = dds_take(reader, samples, infos, chunk, chunk);
-    for (dds_return_t i = 0; i < count; ++i) {
-      if (!infos[i].valid_data) continue;
-      const auto* seen = static_cast<const dds_builtintopic_participant_t*>(samples[i]);
-      const Guid guid = to_guid(seen->key.v);
-      bool missed;
-      {
-        const std::lock_guard guard(lock_);
-        missed = !remotes_.contains(guid);
-      }
-      // This participant's own GUID is among them; nothing remote is found for it.
-      if (missed) cyclone_show_participant(gv_, guid.data(), &watcher_);
+  const auto show = [this](const dds_builtintopic_participant_t& seen) {
+    const Guid guid = to_guid(seen.key.v);
+    bool missed;
+    {
+      const std::lock_guard guard(lock_);
+      missed = !remotes_.contains(guid);
     }
-    if (count <= 0) break;
-    dds_return_loan(reader, samples, count);
-    std::fill(std::begin(samples), std::end(samples), nullptr);
-  }
-  dds_delete(reader);
+    // This participant's own GUID is among them; nothing remote is found for it.
+    if (missed) cyclone_show_participant(gv_, guid.data(), &watcher_);
+  };
+  for_each_builtin_sample<dds_builtintopic_participant_t>(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, show);
 }
 
 void Discovery::announce() {

@@ -7,10 +7,13 @@
 #include "tessivar/platform/cyclone/worker.h"
 #include "tessivar/platform/detail/mutex.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <deque>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -19,6 +22,36 @@
 namespace tessivar::platform::cyclone {
 
 typedef std::array<std::uint8_t, 16> Guid;
+
+inline Guid to_guid(const std::uint8_t octets[16]) {
+  Guid guid;
+  std::copy_n(octets, guid.size(), guid.begin());
+  return guid;
+}
+
+/// Calls `visit` with each sample of a built-in topic, whose type is Sample. Without effect if the engine makes no
+/// reader. Not from a callback of the engine.
+template <class Sample, class Visit>
+void for_each_builtin_sample(dds_entity_t participant, dds_entity_t topic, Visit&& visit) {
+  struct Reader {
+    ~Reader() {
+      if (entity > 0) dds_delete(entity);
+    }
+    const dds_entity_t entity;
+  } const reader{dds_create_reader(participant, topic, nullptr, nullptr)};
+  if (reader.entity < 0) return;
+  constexpr std::size_t chunk = 64;
+  void* samples[chunk] = {};
+  dds_sample_info_t infos[chunk];
+  for (;;) {
+    const dds_return_t count = dds_take(reader.entity, samples, infos, chunk, chunk);
+    if (count <= 0) return;
+    for (dds_return_t i = 0; i < count; ++i)
+      if (infos[i].valid_data) visit(*static_cast<const Sample*>(samples[i]));
+    dds_return_loan(reader.entity, samples, count);
+    std::fill(std::begin(samples), std::end(samples), nullptr);
+  }
+}
 
 /// Watches the discovery of one domain. Thread-safe.
 ///

@@ -3,9 +3,7 @@
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/detail/log.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -91,31 +89,6 @@ std::string conflicts(const dds_qos_t* offered, const dds_qos_t* requested) {
   return result;
 }
 
-/// Calls `visit` with each sample of a built-in topic.
-template <class Sample, class Visit>
-void for_each(dds_entity_t participant, dds_entity_t topic, Visit&& visit) {
-  const dds_entity_t reader = dds_create_reader(participant, topic, nullptr, nullptr);
-  if (reader < 0) return;
-  constexpr std::size_t chunk = 64;
-  void* samples[chunk] = {};
-  dds_sample_info_t infos[chunk];
-  for (;;) {
-    const dds_return_t count = dds_take(reader, samples, infos, chunk, chunk);
-    for (dds_return_t i = 0; i < count; ++i)
-      if (infos[i].valid_data) visit(*static_cast<const Sample*>(samples[i]));
-    if (count <= 0) break;
-    dds_return_loan(reader, samples, count);
-    std::fill(std::begin(samples), std::end(samples), nullptr);
-  }
-  dds_delete(reader);
-}
-
-Guid to_guid(const dds_guid_t& from) {
-  Guid guid;
-  std::copy(std::begin(from.v), std::end(from.v), guid.begin());
-  return guid;
-}
-
 }  // namespace
 
 void Mismatches::report(dds_entity_t endpoint, bool is_reader) noexcept {
@@ -134,12 +107,12 @@ void Mismatches::look(dds_entity_t endpoint, bool is_reader) {
   if (dds_get_qos(endpoint, own.get()) < 0) return;  // deleted meanwhile
   if (reported_.size() > most_reported) reported_.clear();
   std::vector<std::string> lines;  // logged when the built-in reader is gone
-  for_each<dds_builtintopic_endpoint_t>(
+  for_each_builtin_sample<dds_builtintopic_endpoint_t>(
       participant_, is_reader ? DDS_BUILTIN_TOPIC_DCPSPUBLICATION : DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION,
       [&](const dds_builtintopic_endpoint_t& remote) {
         if (topic != remote.topic_name) return;
         const std::string why = is_reader ? conflicts(remote.qos, own.get()) : conflicts(own.get(), remote.qos);
-        if (why.empty() || !reported_.emplace(topic, to_guid(remote.key)).second) return;
+        if (why.empty() || !reported_.emplace(topic, to_guid(remote.key.v)).second) return;
         lines.push_back("topic \"" + topic + "\": a " + (is_reader ? "writer" : "reader") + " of " + peer_of(remote) +
                         " does not match; " + why);
       });
@@ -148,9 +121,9 @@ void Mismatches::look(dds_entity_t endpoint, bool is_reader) {
 
 std::string Mismatches::peer_of(const dds_builtintopic_endpoint_t& remote) const {
   std::string name;
-  for_each<dds_builtintopic_participant_t>(
+  for_each_builtin_sample<dds_builtintopic_participant_t>(
       participant_, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, [&](const dds_builtintopic_participant_t& participant) {
-        if (to_guid(participant.key) != to_guid(remote.participant_key)) return;
+        if (to_guid(participant.key.v) != to_guid(remote.participant_key.v)) return;
         const auto add = [&](const char* before, char* value) {
           if (value && *value) name.append(name.empty() ? "" : " ").append(before).append(value);
           dds_free(value);
@@ -166,7 +139,7 @@ std::string Mismatches::peer_of(const dds_builtintopic_endpoint_t& remote) const
         }
       });
   std::string guid;
-  for (const std::uint8_t octet : to_guid(remote.participant_key)) {
+  for (const std::uint8_t octet : remote.participant_key.v) {
     char digits[3];
     std::snprintf(digits, sizeof digits, "%02x", octet);
     guid += digits;
