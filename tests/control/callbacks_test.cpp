@@ -10,10 +10,8 @@ namespace {
 
 using namespace tessivar::testing;
 using namespace ::testing;
-using Helper = TessivarMessageHelper;
 
 constexpr int domain_id = 95;
-const AddressEx camera(1, 2, 10);
 
 /// A device, a controller, and what their callbacks do: the calls of the table, once for each callback.
 class Callbacks : public Test {
@@ -107,7 +105,7 @@ class Callbacks : public Test {
       {"detachListener", [&] { client_.detachListener(nullptr); }},
       {"waitForMatch", [&] { client_.waitForMatch(-1); }},
       {"waitForHistoricalData", [&] { client_.waitForHistoricalData(1000); }},
-      {"registerInterest", [&] { client_.registerInterest(AddressEx(1, 2, 11)); }},
+      {"registerInterest", [&] { client_.registerInterest(lamp); }},
       {"hasUnit", [&] { client_.hasUnit(camera); }},
       {"queryUnits",
        [&] {

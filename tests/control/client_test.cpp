@@ -1,4 +1,4 @@
-#include "tests/control/support/listeners.h"
+#include "tests/control/support/device_and_controller.h"
 
 #include <atomic>
 #include <thread>
@@ -8,43 +8,14 @@ namespace TessivarDDS {
 namespace {
 
 using namespace tessivar::testing;
-using Helper = TessivarMessageHelper;
 using namespace ::testing;
 
-const AddressEx camera(1, 2, 10);
-const AddressEx lamp(1, 2, 11);
-
-class Client : public Test {
+class Client : public DeviceAndController {
  protected:
-  ~Client() override {
-    node_.cleanUp();
-    client_.cleanUp();
-  }
-  // Starts a device that does as it is told, and the client.
-  void start() {
-    node_.attachDomain(&device_);
-    node_.attachListener(&device_listener_, false);
-    ASSERT_TRUE(node_.create());
-    client_.attachDomain(&controller_);
-    client_.attachListener(&listener_, false);
-    ASSERT_TRUE(client_.create());
-    ASSERT_TRUE(client_.waitForMatch(20000));
-  }
   bool publish(const AddressEx& unit, int value) {
     return node_.publishCommand(Helper::createCommand(unit, 1, value), true);
   }
-  bool add(const char* name) { return node_.addUnit(DDSPtr(Helper::createUnit(camera, name))); }
   std::size_t pending() { return client_.services()->commandService()->pendingTickets(); }
-
-  LogRecorder log_;
-  Events events_, device_events_;
-  DeviceListener device_listener_{device_events_};
-  ControllerListener listener_{events_};
-  LoopbackDomain device_{control_domain}, controller_{control_domain};
-  TessivarNode node_;
-  TessivarClient client_;
-  DDSPtr<Tessivar::Command> command_{Helper::createCommand(camera, 1, 5)};
-  const DDSPtr<Tessivar::Unit> unit_{Tessivar::UnitTypeSupport::create_data()};
 };
 
 TEST_F(Client, RefusesEverythingBeforeItIsCreatedAndIsCreatedOnce) {
@@ -69,19 +40,19 @@ TEST_F(Client, RefusesEverythingBeforeItIsCreatedAndIsCreatedOnce) {
 }
 
 TEST_F(Client, HearsOnceOfAUnitThatGoesBeforeItIsRead) {
-  listener_.during = [&](const std::string& text) {
+  client_listener_.during = [&](const std::string& text) {
     if (text != "unit 0001:02:0B") return;
     auto* const gone = client_.services()->unitNode()->dataReader()->create_readcondition(
         DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_NOT_ALIVE_INSTANCE_STATE);
-    EXPECT_TRUE(add("camera") && node_.removeUnit(camera));
+    EXPECT_TRUE(node_.addUnit(unit_) && node_.removeUnit(camera));
     EXPECT_TRUE(eventually([&] { return gone->get_trigger_value(); }));
   };
   start();
   ASSERT_TRUE(node_.addUnit(DDSPtr(Helper::createUnit(lamp, "lamp"))));
-  EXPECT_TRUE(events_.happens("no unit 0001:02:0A"));
+  EXPECT_TRUE(client_hears_.happens("no unit 0001:02:0A"));
   ASSERT_TRUE(node_.removeUnit(lamp));
-  EXPECT_TRUE(events_.happens("no unit 0001:02:0B"));
-  EXPECT_THAT(events_.take(0), ElementsAre("unit 0001:02:0B", "unit 0001:02:0A"));
+  EXPECT_TRUE(client_hears_.happens("no unit 0001:02:0B"));
+  EXPECT_THAT(client_hears_.take(0), ElementsAre("unit 0001:02:0B", "unit 0001:02:0A"));
 }
 
 TEST_F(Client, FindsWhatIsAliveOnlyAndReportsARemovalOnce) {
@@ -95,9 +66,9 @@ TEST_F(Client, FindsWhatIsAliveOnlyAndReportsARemovalOnce) {
     return texts;
   };
   const auto refreshed = [&] {
-    events_.take(0);
+    client_hears_.take(0);
     EXPECT_TRUE(client_.refreshUnits(20000));
-    return events_.take(0);
+    return client_hears_.take(0);
   };
   const auto finds = [&](const AddressEx& unit) {
     return std::tuple(client_.hasUnit(unit), client_.queryUnit(unit, *unit_), client_.queryCommand(unit, 1, *command_));
@@ -105,23 +76,23 @@ TEST_F(Client, FindsWhatIsAliveOnlyAndReportsARemovalOnce) {
   start();
   for (const AddressEx& unit : {camera, lamp}) {
     ASSERT_TRUE(node_.addUnit(DDSPtr(Helper::createUnit(unit, "unit"))) && publish(unit, 7));
-    EXPECT_TRUE(events_.happens("unit " + unit.toString()) && events_.happens("value 7"));
+    EXPECT_TRUE(client_hears_.happens("unit " + unit.toString()) && client_hears_.happens("value 7"));
   }
   EXPECT_EQ(finds(camera), std::tuple(true, true, true));
   EXPECT_THAT(refreshed(), UnorderedElementsAre("unit 0001:02:0A", "unit 0001:02:0B"));
-  listener_.during = [&](const std::string& text) {
+  client_listener_.during = [&](const std::string& text) {
     const bool gone = text == "no unit 0001:02:0A";
     EXPECT_FALSE(gone && (client_.hasUnit(camera) || client_.queryUnit(camera, *unit_)));
   };
   ASSERT_TRUE(node_.removeUnit(camera) && node_.disposeCommand(camera, 1));
-  EXPECT_TRUE(events_.happens("no unit 0001:02:0A"));
+  EXPECT_TRUE(client_hears_.happens("no unit 0001:02:0A"));
   EXPECT_TRUE(eventually([&] { return !client_.queryCommand(camera, 1, *command_); }));
   EXPECT_EQ(finds(camera), std::tuple(false, false, false));
   EXPECT_THAT(units(), ElementsAre("0001:02:0B"));
   EXPECT_THAT(refreshed(), ElementsAre("unit 0001:02:0B", "no unit 0001:02:0A"));
   EXPECT_THAT(refreshed(), ElementsAre("unit 0001:02:0B"));
   node_.cleanUp();
-  EXPECT_TRUE(events_.happens("no unit 0001:02:0B"));
+  EXPECT_TRUE(client_hears_.happens("no unit 0001:02:0B"));
   EXPECT_TRUE(eventually([&] { return finds(lamp) == std::tuple(false, false, false); }));
   EXPECT_THAT(units(), IsEmpty());
 }
@@ -129,7 +100,7 @@ TEST_F(Client, FindsWhatIsAliveOnlyAndReportsARemovalOnce) {
 TEST_F(Client, KeepsWhatItFollowsWhileInterestsChange) {
   constexpr unsigned commands = 2000;
   std::atomic<unsigned> told = 0;
-  listener_.during = [&](const std::string& text) { told += text.starts_with("value"); };
+  client_listener_.during = [&](const std::string& text) { told += text.starts_with("value"); };
   start();
   ASSERT_TRUE(client_.registerInterest(std::vector<AddressEx>{camera, lamp}));
   for (unsigned number = 1; number <= commands; ++number) {
@@ -159,7 +130,7 @@ TEST_F(Client, KeepsWhatItFollowsWhileInterestsChange) {
 }
 
 TEST_F(Client, LeavesNoTicketBehind) {
-  device_listener_.answer = [](auto*, auto* request) {
+  node_listener_.answer = [](auto*, auto* request) {
     const auto number = request->newValue.commandNumber;
     return number == 3 ? nullptr
                        : Helper::createReply(request, number == 2 ? Tessivar::FAILED : Tessivar::COMPLETE, "");
@@ -179,7 +150,7 @@ TEST_F(Client, LeavesNoTicketBehind) {
 TEST_F(Client, SetsQueriesRegistersAndThrowsInItsCallbacks) {
   Events others;
   ControllerListener other(others);
-  listener_.during = [&](const std::string& text) {
+  client_listener_.during = [&](const std::string& text) {
     if (text == "unit 0001:02:0A") {
       EXPECT_TRUE(client_.hasUnit(camera) && client_.queryUnit(camera, *unit_));
       EXPECT_TRUE(client_.registerInterest(lamp));
@@ -194,9 +165,9 @@ TEST_F(Client, SetsQueriesRegistersAndThrowsInItsCallbacks) {
   };
   start();
   client_.attachListener(&other, false);
-  ASSERT_TRUE(add("camera"));
+  ASSERT_TRUE(node_.addUnit(unit_));
   EXPECT_TRUE(others.happens("unit 0001:02:0A"));
-  EXPECT_TRUE(device_events_.happens("interest 0001:02:0B"));
+  EXPECT_TRUE(node_hears_.happens("interest 0001:02:0B"));
   ASSERT_TRUE(publish(lamp, 30));
   EXPECT_TRUE(others.happens("value 30"));
   EXPECT_THAT(log_.lines(), IsSupersetOf({EndsWith("where no reply can arrive."), EndsWith("a fault in value 30"),

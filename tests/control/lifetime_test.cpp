@@ -14,10 +14,8 @@ namespace {
 
 using namespace tessivar::testing;
 using namespace ::testing;
-using Helper = TessivarMessageHelper;
 
 constexpr int domain_id = 94;
-const AddressEx camera(1, 2, 10);
 
 bool set(TessivarClient& client) {
   DDSPtr command(Helper::createCommand(camera, 1, 5));

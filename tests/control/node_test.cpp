@@ -1,43 +1,18 @@
-#include "tests/control/support/listeners.h"
+#include "tests/control/support/device_and_controller.h"
 
 namespace TessivarDDS {
 namespace {
 
 using namespace tessivar::testing;
-using Helper = TessivarMessageHelper;
 using namespace ::testing;
 
-const AddressEx camera(1, 2, 10);
-const AddressEx lamp(1, 2, 11);
-
-class Node : public Test {
+class Node : public DeviceAndController {
  protected:
-  ~Node() override {
-    node_.cleanUp();
-    client_.cleanUp();
-  }
-  // Starts the node, with a listener, and a client to talk to it.
-  void start() {
-    node_.attachListener(&listener_, false);
-    node_.attachDomain(&device_);
-    ASSERT_TRUE(node_.create());
-    client_.attachDomain(&controller_);
-    ASSERT_TRUE(client_.create());
-    ASSERT_TRUE(client_.waitForMatch(20000));
-  }
   bool set(const AddressEx& unit, int timeout = 20000) {
     DDSPtr command(Helper::createCommand(unit, 1, 5));
     return client_.setCommand(command, timeout);
   }
 
-  LogRecorder log_;
-  Events events_;
-  DeviceListener listener_{events_};
-  LoopbackDomain device_{control_domain}, second_device_{control_domain}, controller_{control_domain};
-  TessivarNode node_;
-  TessivarClient client_;
-  const DDSPtr<Tessivar::Unit> unit_{Helper::createUnit(camera, "camera")};
-  const DDSPtr<Tessivar::Command> command_{Helper::createCommand(camera, 1, 5)};
   const DDSPtr<Tessivar::CommandMetadata> metadata_{Helper::createMetadata(camera, 1)};
 };
 
@@ -86,19 +61,16 @@ TEST_F(Node, MistakesThatTheBusDoesNotRefuseAreSaidOnce) {
   TessivarNode second;
   second.attachDomain(&other);
   ASSERT_TRUE(second.create());
-  ControllerListener controller(events_);
-  client_.attachListener(&controller, false);
-  EXPECT_TRUE(node_.addUnit(unit_) && events_.happens("unit 0001:02:0A"));
+  EXPECT_TRUE(node_.addUnit(unit_) && client_hears_.happens("unit 0001:02:0A"));
   for (TessivarNode* device : {&second, &node_, &second, &node_}) {
     // One at a time: a reader keeps the latest announcement only.
-    EXPECT_TRUE(device->addUnit(unit_) && events_.happens("unit 0001:02:0A"));
+    EXPECT_TRUE(device->addUnit(unit_) && client_hears_.happens("unit 0001:02:0A"));
   }
   std::vector<std::string> lines;
   EXPECT_TRUE(eventually([&] {
     for (const std::string& line : log_.lines()) lines.push_back(line);
     return lines.size() >= 3;
   }));
-  client_.detachListener(&controller);
   const std::string twice = " Unit 0001:02:0A is announced by more than one device: ";
   EXPECT_THAT(lines, UnorderedElementsAre(HasSubstr(twice + "writer "), HasSubstr(twice + "this device and writer "),
                                           HasSubstr("this device")));
@@ -112,31 +84,28 @@ TEST_F(Node, FirstReplyWinsAndMoreMayFollow) {
   } heard;
   Events second;
   std::jthread worker;
-  listener_.answer = [](auto*, auto*) -> Tessivar::CommandChangeReply* { throw 1; };
-  DeviceListener silent(events_, [](auto*, auto*) { return nullptr; });
+  node_listener_.answer = [](auto*, auto*) -> Tessivar::CommandChangeReply* { throw 1; };
+  DeviceListener silent(node_hears_, [](auto*, auto*) { return nullptr; });
   DeviceListener answering(second, [&](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
     const DDSPtr done(Helper::createReply(request, Tessivar::COMPLETE, "in the end"));
     worker = std::jthread([=, &heard] { EXPECT_TRUE(heard.interim.wait(20000) && node->sendReply(done)); });
     return Helper::createReply(request, Tessivar::IN_PROGRESS, nullptr);
   });
   DeviceListener late(second, [](auto*, auto*) -> Tessivar::CommandChangeReply* { throw 2; });
-  for (DeviceListener* listener : {&listener_, &silent, &answering, &late}) node_.attachListener(listener, false);
+  for (DeviceListener* listener : {&node_listener_, &silent, &answering, &late}) node_.attachListener(listener, false);
   start();
   client_.services()->commandService()->attachListener(&heard);
   EXPECT_TRUE(set(camera));
-  EXPECT_THAT(events_.take(2), ElementsAre("request", "request"));
+  EXPECT_THAT(node_hears_.take(2), ElementsAre("request", "request"));
   EXPECT_THAT(second.take(1), ElementsAre("request")) << "the late one is not asked";
   node_.cleanUp();
   client_.cleanUp();
 }
 
 TEST_F(Node, HearsOfItsOwnUnitsAloneFromTheFirstMoment) {
-  node_.attachListener(&listener_, false);
-  node_.attachDomain(&device_);
-  ASSERT_TRUE(node_.create({lamp}));
-  client_.attachDomain(&controller_);
-  ASSERT_TRUE(client_.create() && client_.waitForMatch(20000) && client_.registerInterest(lamp));
-  ASSERT_TRUE(client_.registerInterest(camera));
+  start({lamp});
+  ASSERT_TRUE(client_.registerInterest({lamp, camera}));
+  LoopbackDomain another(control_domain);
   const std::jthread asking([&](const std::stop_token& stop) {
     while (!stop.stop_requested()) set(lamp);
   });
@@ -148,7 +117,7 @@ TEST_F(Node, HearsOfItsOwnUnitsAloneFromTheFirstMoment) {
     });
     TessivarNode camera_node;
     camera_node.attachListener(&listener, false);
-    camera_node.attachDomain(&second_device_);
+    camera_node.attachDomain(&another);
     ASSERT_TRUE(camera_node.create({camera}));
     EXPECT_TRUE(heard.happens("interest " + camera.toString()));
     EXPECT_TRUE(eventually([&] { return set(camera, 1000); }));

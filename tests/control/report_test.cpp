@@ -1,4 +1,4 @@
-#include "tests/control/support/listeners.h"
+#include "tests/control/support/device_and_controller.h"
 
 #include <atomic>
 #include <sstream>
@@ -10,10 +10,7 @@ namespace TessivarDDS {
 namespace {
 
 using namespace tessivar::testing;
-using Helper = TessivarMessageHelper;
 using namespace ::testing;
-
-const AddressEx camera(1, 2, 10);
 
 EndpointReport find(const Report& report, const std::string& topic, bool writer) {
   for (const EndpointReport& endpoint : report.endpoints) {
@@ -23,43 +20,24 @@ EndpointReport find(const Report& report, const std::string& topic, bool writer)
   return {};
 }
 
-class Reports : public Test {
- protected:
-  Reports() {
-    node_.attachDomain(&device_);
-    client_.attachDomain(&controller_);
-  }
-  ~Reports() override {
-    node_.cleanUp();
-    client_.cleanUp();
-  }
-
-  LogRecorder log_{LogError + 1};
-  LoopbackDomain device_{control_domain, [](DDSDomain& domain) { domain.setType(7); }};
-  LoopbackDomain controller_{control_domain};
-  TessivarNode node_;
-  TessivarClient client_;
-};
+class Reports : public DeviceAndController {};
 
 TEST_F(Reports, CountWhatPassesAndNameWhoIsThere) {
-  Events events;
   Report during;
-  DeviceListener answering(events, [&](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
+  node_listener_.answer = [&](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
     if (during.domainId < 0) during = node->report();
     return DeviceListener::complete(node, request);
-  });
-  node_.attachListener(&answering, false);
+  };
   EXPECT_THAT(node_.report().domainId, -1);
   EXPECT_THAT(nlohmann::json::parse(to_json(client_.report()))["endpoints"], IsEmpty());
-  ASSERT_TRUE(node_.create() && client_.create() && client_.waitForMatch(20000));
+  start();
 
   for (int value = 0; value < 3; ++value) node_.publishCommand(Helper::createCommand(camera, 1, value), true);
   DDSPtr unencodable(Helper::createCommand(camera, 1, 0));
   unencodable->value._d = static_cast<Tessivar::CommandType>(77);
   EXPECT_FALSE(node_.publishCommand(unencodable));
-  DDSPtr wanted(Helper::createCommand(camera, 1, 5));
-  EXPECT_TRUE(client_.setCommand(wanted, 20000));
-  DDSPtr ticket = client_.beginSetCommand(wanted);
+  EXPECT_TRUE(client_.setCommand(command_, 20000));
+  DDSPtr ticket = client_.beginSetCommand(command_);
 
   const EndpointReport sent = find(node_.report(), "Orvel.Tessivar.Commands", true);
   EXPECT_EQ(sent.sent, 3u);
@@ -81,7 +59,7 @@ TEST_F(Reports, CountWhatPassesAndNameWhoIsThere) {
   EXPECT_EQ(json["exchanges"][0]["requestsSent"], 2);
   EXPECT_EQ(json["exchanges"][0]["ticketsPending"], 1);
   ASSERT_THAT(json["peers"], SizeIs(1));
-  EXPECT_EQ(json["peers"][0]["type"], 7);
+  EXPECT_EQ(json["peers"][0]["type"], device_type);
   EXPECT_EQ(json["peers"][0]["admitted"], true);
   EXPECT_THAT(json["peers"][0]["addresses"], StartsWith("127.0.0.1:"));
   std::ostringstream text;
@@ -106,11 +84,10 @@ TEST_F(Reports, AreMadeWhileAnotherThreadCreatesAndCleansUp) {
     }
   });
   for (int round = 0; round < 5; ++round) {
+    attach();
     EXPECT_TRUE(node_.create() && client_.create());
     node_.cleanUp();
     client_.cleanUp();
-    node_.attachDomain(&device_);
-    client_.attachDomain(&controller_);
   }
   done = true;
   reporting.join();

@@ -10,7 +10,10 @@
 
 namespace tessivar::testing {
 
+using Helper = TessivarDDS::TessivarMessageHelper;
+
 constexpr int control_domain = 90;
+inline const TessivarDDS::AddressEx camera(1, 2, 10), lamp(1, 2, 11);
 
 /// Answers with what `answer` gives.
 class DeviceListener : public TessivarDDS::TessivarNodeListener {
@@ -22,7 +25,7 @@ class DeviceListener : public TessivarDDS::TessivarNodeListener {
   explicit DeviceListener(Events& events, Answer how = complete) : answer(std::move(how)), events_(events) {}
 
   static Reply* complete(TessivarDDS::TessivarNode*, const Request* request) {
-    return TessivarDDS::TessivarMessageHelper::createReply(request, Tessivar::COMPLETE, nullptr);
+    return Helper::createReply(request, Tessivar::COMPLETE, nullptr);
   }
   Reply* commandChangeRequested(TessivarDDS::TessivarNode* node, const Request* request) override {
     events_.add("request");

@@ -1,0 +1,43 @@
+// A device and a controller that talk to each other.
+#pragma once
+
+#include "tests/control/support/listeners.h"
+
+namespace tessivar::testing {
+
+/// A node and a client, on a domain each, and what their listeners hear.
+class DeviceAndController : public ::testing::Test {
+ protected:
+  static constexpr int device_type = 7;
+
+  void TearDown() override {
+    node_.cleanUp();
+    client_.cleanUp();
+  }
+
+  void attach() {
+    node_.attachListener(&node_listener_, false);
+    client_.attachListener(&client_listener_, false);
+    node_.attachDomain(&device_);
+    client_.attachDomain(&controller_);
+  }
+  /// Lets them meet. With `units` the node hears of these alone.
+  void start(const std::vector<TessivarDDS::AddressEx>& units = {}) {
+    attach();
+    ASSERT_TRUE(units.empty() ? node_.create() : node_.create(units));
+    ASSERT_TRUE(client_.create() && client_.waitForMatch(20000));
+  }
+
+  LogRecorder log_;
+  Events node_hears_, client_hears_;
+  DeviceListener node_listener_{node_hears_};
+  ControllerListener client_listener_{client_hears_};
+  LoopbackDomain device_{control_domain, [](TessivarDDS::DDSDomain& domain) { domain.setType(device_type); }};
+  LoopbackDomain controller_{control_domain};
+  TessivarDDS::TessivarNode node_;
+  TessivarDDS::TessivarClient client_;
+  const TessivarDDS::DDSPtr<Tessivar::Unit> unit_{Helper::createUnit(camera, "camera")};
+  TessivarDDS::DDSPtr<Tessivar::Command> command_{Helper::createCommand(camera, 1, 5)};
+};
+
+}  // namespace tessivar::testing
