@@ -97,6 +97,19 @@ TEST(RecentClients, are_those_answered_last) {
   for (const auto& [answered, forgotten] : cases) EXPECT_EQ(clients.answered(answered), forgotten);
 }
 
+TEST(ClientListeners, are_called_to_the_end_when_one_of_them_attaches_another) {
+  ClientListeners listeners;
+  Client first, second, third;
+  first.during = [&] { listeners.attach(&third); };
+  for (Client* each : {&first, &second}) listeners.attach(each);
+  for (int round = 0; round < 2; ++round) {
+    listeners.notify("", [](RequestReplyNodeClientListener& listener) { listener.ticketChanged(1); });
+  }
+  EXPECT_THAT(first.events.take(2), SizeIs(2));
+  EXPECT_THAT(second.events.take(2), SizeIs(2));
+  EXPECT_THAT(third.events.take(1), SizeIs(1)) << "from the second round on";
+}
+
 TEST(RequestReplyAlone, numbers_tickets_of_several_threads_apart_and_never_65535) {
   Exchange client(true);
   std::vector<std::vector<unsigned short>> numbers(5);

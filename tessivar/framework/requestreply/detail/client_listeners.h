@@ -37,7 +37,8 @@ class ClientListeners {
   /// log/guarded.h.
   template <class Signature, class Call>
   void notify(const Signature& signature, Call&& call) const {
-    for (RequestReplyNodeClientListener* listener : *current()) {
+    const std::shared_ptr<const List> listeners = current();  // stays when one is attached meanwhile
+    for (RequestReplyNodeClientListener* listener : *listeners) {
       tessivar::framework::guarded(signature, [&] { call(*listener); });
     }
   }
