@@ -330,7 +330,6 @@ void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& s
     instance.knows_generation = true;
   }
   drop_invalid(instance);
-  while (instance.count >= depth_) drop_first(instance);
 
   sample.disposed_generations = instance.disposed_generations;
   sample.no_writers_generations = instance.no_writers_generations;
@@ -339,6 +338,8 @@ void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& s
   if (!instance.unread) instance.unread = &sample;
   ++instance.count;
   ++instance.unread_count;
+  // Not before: the instance has data all the time, so that its key need not be kept apart.
+  while (instance.count > depth_) drop_first(instance);
   update_list(instance);
   count_samples(instance, 1);
 }
