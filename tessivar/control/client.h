@@ -24,10 +24,11 @@ class TessivarServices;
 /// Use: attachDomain, attachListener, create; then waitForMatch, registerInterest, queries, setCommand or
 /// beginSetCommand; finally cleanUp. Commands are built with TessivarMessageHelper.
 ///
-/// Threads: attachDomain, create and cleanUp belong to one controlling thread, and nothing but the listeners may use
-/// the client meanwhile. All other operations may be called from any thread, also from the listeners' callbacks, except
-/// as TessivarClientListener says. Timeouts are milliseconds; -1 is without limit. A failure is one log line and false
-/// or null; an absence (an unknown unit, no data, a timeout) needs no line.
+/// Threads: any thread may call anything at any time, also from the listeners' callbacks, except as
+/// TessivarClientListener says. create() and cleanUp() wait for each other. While another thread is in one of them, a
+/// call fails as it does before create(), or it has its effect before or after. Only the destructor needs the client
+/// alone. Timeouts are milliseconds; -1 is without limit. A failure is one log line and false or null; an absence (an
+/// unknown unit, no data, a timeout) needs no line.
 class TESSIVAR_API TessivarClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar::CommandChangeReply>;
@@ -43,10 +44,13 @@ class TESSIVAR_API TessivarClient {
   void attachDomain(DDSDomain* domain);
   /// Before create(), later refused with one line; initially false. See TessivarServices::setUseQosProfiles().
   void setUseQosProfiles(bool use);
-  /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
+  /// Joins the bus; takes some 100 ms. Refused when it has succeeded before, and within a callback; after a failure it
+  /// may be called again.
   virtual bool create();
-  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted), interests and services.
-  /// Afterwards the client is as new. Waits for a callback that is running; refused within one.
+  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted), interests and endpoints.
+  /// Afterwards the client is as new. Ends what other threads wait for in their calls (a reply, a match, the history),
+  /// and waits for these calls and for a callback that is running; at most a second for samples that are lent, and 5
+  /// seconds for a request that is blocked. Refused within a callback.
   void cleanUp();
 
   /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned
@@ -124,7 +128,7 @@ class TESSIVAR_API TessivarClient {
   /// that is not completed keeps its memory and its number, of which there are 65535. At 1000 there is a warning.
   bool completeSetCommand(DDSPtr<Ticket>& ticket);
 
-  /// The endpoints underneath; valid until cleanUp().
+  /// The endpoints underneath. Do not create or clean up anything on them. The nodes are valid until cleanUp().
   TessivarServices* services() const;
   /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
   /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
@@ -136,7 +140,7 @@ class TESSIVAR_API TessivarClient {
   class TESSIVAR_INTERNAL UnitsRunner;
   class TESSIVAR_INTERNAL MetadataRunner;
   const std::shared_ptr<ReportBook> book_;
-  std::unique_ptr<Private> private_;
+  const std::unique_ptr<Private> private_;
 };
 
 }  // namespace TessivarDDS

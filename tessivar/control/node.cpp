@@ -47,18 +47,43 @@ bool createUnitReader(DDSNode<Tessivar::Unit>& node) {
 class TessivarNode::Private
     : public RequestReplyServerListener<Tessivar::CommandChangeRequest, Tessivar::CommandChangeReply> {
  public:
-  Private(TessivarNode* owner, std::shared_ptr<ReportBook> book) : node(owner) {
-    services.setReportBook(std::move(book));
+  typedef TessivarServices::Part Part;
+
+  Private(TessivarNode* owner, const std::shared_ptr<ReportBook>& book) : node(owner), services(book) {
     services.setAutoStartThread(false);
   }
 
-  /// Ends all callbacks, which may use the node until then.
+  /// Makes everything, in a turn with the gate closed, and opens it.
+  bool create(const char* signature, const std::vector<std::string>& filterAddresses);
+
+  /// Ends all calls and callbacks, and makes everything as new.
   void leave() {
+    const UseGate::Turn turn(gate);
+    if (services.commandService()) services.commandService()->endCalls();
+    gate.close();
     waitSetThread.stop();  // first, as its runner uses a reader of the services
     services.cleanUp();
+    services.attachDomain(nullptr);
+    services.setUseQosProfiles(false);
+    memory = std::make_unique<Memory>();
+    listeners.clear();
+    gate.reset();
   }
 
-  bool inCallback() const { return services.inCallback() || waitSetThread.isCurrent() || listeners.isNotifying(); }
+  /// Returns true if a call that uses this part may go on; otherwise one log line says why not.
+  bool usable(const char* signature, const UseGate::Use& use, Part part) const {
+    if (use.open()) return services.has(part);
+    if (services.verify(part)) logError() << signature << UseGate::busy;
+    return false;
+  }
+  bool inCallback() const {
+    return services.inCallback() || waitSetThread.isCurrent() || listeners.isNotifying() || gate.isMyTurn();
+  }
+  bool refusedInCallback(const char* signature, const char* text) const {
+    if (!inCallback()) return false;
+    logError() << signature << text;
+    return true;
+  }
 
   Tessivar::CommandChangeReply* processRequest(const Tessivar::CommandChangeRequest* request) override {
     Tessivar::CommandChangeReply* reply = nullptr;
@@ -76,17 +101,22 @@ class TessivarNode::Private
   ListenerList<TessivarNodeListener> listeners{"TessivarDDS::TessivarNodeListener"};
   TessivarServices services;
   WaitSetThread waitSetThread{"TessivarNode"};
-  AnnouncedUnits announced;
-  UnitAnnouncers announcers{UnitAnnouncers::Of::ownUnits};
+  /// What cleanUp() forgets.
+  struct Memory {
+    AnnouncedUnits announced;
+    UnitAnnouncers announcers{UnitAnnouncers::Of::ownUnits};
+  };
+  std::unique_ptr<Memory> memory{std::make_unique<Memory>()};
 
   /// Notes that a device, DDS_HANDLE_NIL for this one, announces the unit.
   void noteAnnouncer(const char* signature, const char* unit, const DDS_InstanceHandle_t& handle,
                      const DDS_InstanceHandle_t& publication) {
-    if (const auto devices = announcers.announced(handle, publication)) {
+    if (const auto devices = memory->announcers.announced(handle, publication)) {
       logWarning() << signature << " Unit " << unit << " is announced by more than one device: " << *devices << ".";
     }
   }
-  bool created = false;
+  TessivarMutex filterLock;  // over both filters, so that they agree
+  UseGate gate;              // of all calls; open once everything is made
 };
 
 class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar::CommandInterest> {
@@ -132,7 +162,9 @@ class TessivarNode::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
     owner_.noteAnnouncer("void __cdecl TessivarDDS::UnitsRunner::processSample(const class Tessivar::Unit &)",
                          unit.unitId, info.instance_handle, info.publication_handle);
   }
-  void processInvalidSample(const DDS_SampleInfo& info) override { owner_.announcers.gone(info.instance_handle); }
+  void processInvalidSample(const DDS_SampleInfo& info) override {
+    owner_.memory->announcers.gone(info.instance_handle);
+  }
 
  private:
   Private& owner_;
@@ -163,14 +195,21 @@ bool TessivarNode::create(const std::vector<AddressEx>& addresses) {
 }
 
 bool TessivarNode::createFor(const char* signature, const std::vector<std::string>& filterAddresses) {
-  if (private_->created) {
+  if (private_->refusedInCallback(signature, " Cannot create from within a callback.")) return false;
+  const UseGate::Turn turn(private_->gate);
+  if (private_->gate.isOpen()) {
     logError() << signature << "Already created";
     return false;
   }
-  TessivarServices& services = private_->services;
-  WaitSetThread& thread = private_->waitSetThread;
-  thread.stop();  // what a create() that failed may have left
-  if (!thread.create()) {
+  private_->gate.close();
+  const bool created = private_->create(signature, filterAddresses);
+  private_->gate.reset();
+  return created;
+}
+
+bool TessivarNode::Private::create(const char* signature, const std::vector<std::string>& filterAddresses) {
+  waitSetThread.stop();  // what a create() that failed may have left
+  if (!waitSetThread.create()) {
     logError() << signature << "Failed to create the TessivarNode's waitset thread.";
     return false;
   }
@@ -178,16 +217,16 @@ bool TessivarNode::createFor(const char* signature, const std::vector<std::strin
     logError() << signature << "Unable to create services!";
     return false;
   }
-  services.commandService()->setListener(private_.get());
-  if (!thread.attachRunner(
-          std::make_unique<CommandInterestRunner>(services.interestsNode()->dataReader(), *private_)) ||
+  services.commandService()->setListener(this);
+  if (!waitSetThread.attachRunner(
+          std::make_unique<CommandInterestRunner>(services.interestsNode()->dataReader(), *this)) ||
       !createUnitReader(*services.unitNode()) ||
-      !thread.attachRunner(std::make_unique<UnitsRunner>(services.unitNode()->dataReader(), *private_))) {
+      !waitSetThread.attachRunner(std::make_unique<UnitsRunner>(services.unitNode()->dataReader(), *this))) {
     logError() << signature << "Failed to attach runner to thread";
     return false;
   }
-  private_->created = true;
-  thread.start();
+  gate.open();  // before the first callback, which may use the node
+  waitSetThread.start();
   services.start();
   TessivarThread::sleep(50);
   return true;
@@ -198,13 +237,11 @@ Report TessivarNode::report() const {
 }
 
 void TessivarNode::cleanUp() {
-  if (private_->inCallback()) {
-    logError() << "void __cdecl TessivarDDS::TessivarNode::cleanUp(void)"
-               << " Cannot clean up from within a callback.";
+  if (private_->refusedInCallback("void __cdecl TessivarDDS::TessivarNode::cleanUp(void)",
+                                  " Cannot clean up from within a callback.")) {
     return;
   }
   private_->leave();
-  private_ = std::make_unique<Private>(this, book_);
 }
 
 void TessivarNode::attachListener(TessivarNodeListener* listener, bool owned) {
@@ -223,21 +260,25 @@ bool TessivarNode::addUnit(const DDSPtr<Tessivar::Unit>& unit) {
     return false;
   }
   checkAddress(signature, AddressEx(unit->unitId));
-  if (!private_->services.verifyUnitNode() || !private_->services.unitNode()->writeSample(unit)) return false;
-  private_->announced.add(unit->unitId);
+  const UseGate::Use use(private_->gate);
+  if (!private_->usable(signature, use, Private::Part::unit)) return false;
+  if (!private_->services.unitNode()->writeSample(unit)) return false;
+  private_->memory->announced.add(unit->unitId);
   private_->noteAnnouncer(signature, unit->unitId, private_->services.unitNode()->dataWriter()->lookup_instance(*unit),
                           DDS_HANDLE_NIL);
   return true;
 }
 
 bool TessivarNode::removeUnit(const AddressEx& address) {
-  if (!private_->services.verifyUnitNode()) return false;
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::removeUnit(const class TessivarDDS::AddressEx &)";
+  const UseGate::Use use(private_->gate);
+  if (!private_->usable(signature, use, Private::Part::unit)) return false;
   const DDSPtr unit(TessivarMessageHelper::createUnit(address, ""));
   if (!unit) return false;
-  private_->announced.remove(address.guid());
-  private_->announcers.withdrawn(private_->services.unitNode()->dataWriter()->lookup_instance(*unit));
-  return dispose("bool __cdecl TessivarDDS::TessivarNode::removeUnit(const class TessivarDDS::AddressEx &)",
-                 private_->services.unitNode()->dataWriter(), unit, "Unit not found.");
+  private_->memory->announced.remove(address.guid());
+  private_->memory->announcers.withdrawn(private_->services.unitNode()->dataWriter()->lookup_instance(*unit));
+  return dispose(signature, private_->services.unitNode()->dataWriter(), unit, "Unit not found.");
 }
 
 bool TessivarNode::publishCommand(const DDSPtr<Tessivar::Command>& command) {
@@ -257,11 +298,12 @@ bool TessivarNode::publishCommand(Tessivar::Command* command, bool deleteAfterWr
     logError() << signature << "Invalid argument.";
     return false;
   }
-  if (!private_->services.verifyCommandNode()) {
+  const UseGate::Use use(private_->gate);
+  if (!private_->usable(signature, use, Private::Part::command)) {
     if (deleteAfterWrite) Tessivar::CommandTypeSupport::delete_data(command);
     return false;
   }
-  if (private_->announced.isMissing(command->unitId)) {
+  if (private_->memory->announced.isMissing(command->unitId)) {
     logWarning() << signature << " Unit " << command->unitId
                  << " has values, but it was not added: controllers do not see it before addUnit().";
   }
@@ -269,49 +311,60 @@ bool TessivarNode::publishCommand(Tessivar::Command* command, bool deleteAfterWr
 }
 
 bool TessivarNode::disposeCommand(const AddressEx& address, unsigned int commandNumber) {
-  if (!private_->services.verifyCommandNode()) return false;
-  return dispose(
-      "bool __cdecl TessivarDDS::TessivarNode::disposeCommand(const class TessivarDDS::AddressEx &,unsigned int)",
-      private_->services.commandService()->valueNode().dataWriter(),
-      DDSPtr(TessivarMessageHelper::createEventCommand(address, commandNumber)), "Command not found.");
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::disposeCommand(const class TessivarDDS::AddressEx &,unsigned int)";
+  const UseGate::Use use(private_->gate);
+  if (!private_->usable(signature, use, Private::Part::command)) return false;
+  return dispose(signature, private_->services.commandService()->valueNode().dataWriter(),
+                 DDSPtr(TessivarMessageHelper::createEventCommand(address, commandNumber)), "Command not found.");
 }
 
 bool TessivarNode::publishMetadata(const DDSPtr<Tessivar::CommandMetadata>& metadata) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::publishMetadata("
+      "const class TessivarDDS::DDSPtr<class Tessivar::CommandMetadata> &)";
   if (!metadata) {
-    logError() << "bool __cdecl TessivarDDS::TessivarNode::publishMetadata("
-                  "const class TessivarDDS::DDSPtr<class Tessivar::CommandMetadata> &)"
-               << "Invalid argument.";
+    logError() << signature << "Invalid argument.";
     return false;
   }
-  return private_->services.verifyMetadataNode() && private_->services.metadataNode()->writeSample(metadata);
+  const UseGate::Use use(private_->gate);
+  return private_->usable(signature, use, Private::Part::metadata) &&
+         private_->services.metadataNode()->writeSample(metadata);
 }
 
 bool TessivarNode::disposeMetadata(const AddressEx& address, unsigned int commandNumber) {
-  if (!private_->services.verifyMetadataNode()) return false;
-  return dispose(
-      "bool __cdecl TessivarDDS::TessivarNode::disposeMetadata(const class TessivarDDS::AddressEx &,unsigned int)",
-      private_->services.metadataNode()->dataWriter(),
-      DDSPtr(TessivarMessageHelper::createMetadata(address, commandNumber)), "Metadata instance not found.");
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::disposeMetadata(const class TessivarDDS::AddressEx &,unsigned int)";
+  const UseGate::Use use(private_->gate);
+  if (!private_->usable(signature, use, Private::Part::metadata)) return false;
+  return dispose(signature, private_->services.metadataNode()->dataWriter(),
+                 DDSPtr(TessivarMessageHelper::createMetadata(address, commandNumber)), "Metadata instance not found.");
 }
 
 bool TessivarNode::sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply) {
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::sendReply("
+      "const class TessivarDDS::DDSPtr<class Tessivar::CommandChangeReply> &)";
   if (!reply) {
-    logError() << "bool __cdecl TessivarDDS::TessivarNode::sendReply("
-                  "const class TessivarDDS::DDSPtr<class Tessivar::CommandChangeReply> &)"
-               << "Invalid argument.";
+    logError() << signature << "Invalid argument.";
     return false;
   }
-  return private_->services.verifyCommandNode() && private_->services.commandService()->sendReply(reply);
+  const UseGate::Use use(private_->gate);
+  return private_->usable(signature, use, Private::Part::command) &&
+         private_->services.commandService()->sendReply(reply);
 }
 
 bool TessivarNode::setFilterAddresses(const std::vector<AddressEx>& addresses) {
-  TessivarServices& services = private_->services;
-  if (!services.verifyInterestsNode()) {
-    logError() << "bool __cdecl TessivarDDS::TessivarNode::setFilterAddresses(const " TESSIVAR_SIGNATURE_ADDRESSES " &)"
-               << "Not initialised correctly!";
+  constexpr const char* signature =
+      "bool __cdecl TessivarDDS::TessivarNode::setFilterAddresses(const " TESSIVAR_SIGNATURE_ADDRESSES " &)";
+  const UseGate::Use use(private_->gate);
+  if (!private_->usable(signature, use, Private::Part::interests)) {
+    logError() << signature << "Not initialised correctly!";
     return false;
   }
+  TessivarServices& services = private_->services;
   const std::vector<std::string> texts = addressTexts(addresses);
+  const ScopedLock lock(private_->filterLock);
   return services.interestsNode()->setFilterParameters(texts) && services.commandService()->setFilterAddresses(texts);
 }
 

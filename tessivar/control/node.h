@@ -23,10 +23,11 @@ class TessivarServices;
 /// Use: attachDomain, attachListener, create with the addresses of its units; then addUnit, publishMetadata,
 /// publishCommand; finally cleanUp. Samples are built with TessivarMessageHelper.
 ///
-/// Threads: attachDomain, create and cleanUp belong to one controlling thread, and nothing but the listeners may use
-/// the node meanwhile. All other operations may be called from any thread, also from the listeners' callbacks, except
-/// as TessivarNodeListener says. Publishing and answering write on the caller's thread and do not wait for receivers. A
-/// failure is one log line and false. Samples passed by DDSPtr stay the caller's, and are not kept.
+/// Threads: any thread may call anything at any time, also from the listeners' callbacks, except as
+/// TessivarNodeListener says. create() and cleanUp() wait for each other. While another thread is in one of them, a
+/// call fails as it does before create(), or it has its effect before or after. Only the destructor needs the node
+/// alone. Publishing and answering write on the caller's thread and do not wait for receivers. A failure is one log
+/// line and false. Samples passed by DDSPtr stay the caller's, and are not kept.
 class TESSIVAR_API TessivarNode {
  public:
   TessivarNode();
@@ -40,7 +41,8 @@ class TESSIVAR_API TessivarNode {
   void attachDomain(DDSDomain* domain);
   /// Before create(), later refused with one line; initially false. See TessivarServices::setUseQosProfiles().
   void setUseQosProfiles(bool use);
-  /// Joins the bus; takes some 100 ms. Refused when it has succeeded before; after a failure it may be called again.
+  /// Joins the bus; takes some 100 ms. Refused when it has succeeded before, and within a callback; after a failure it
+  /// may be called again.
   ///
   /// Until setFilterAddresses() has returned, requests and interests for the units of all other devices reach the
   /// listeners too, which must not answer them. create(addresses) has no such time.
@@ -48,8 +50,8 @@ class TESSIVAR_API TessivarNode {
   /// The same, with the addresses of setFilterAddresses() in force from the first moment: no request and no interest
   /// for another unit reaches the listeners. None means all units.
   bool create(const std::vector<AddressEx>& addresses);
-  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and services. Afterwards the
-  /// node is as new. Waits for a callback that is running; refused within one.
+  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and endpoints. Afterwards the
+  /// node is as new. Waits for calls of other threads and for a callback that is running; refused within one.
   void cleanUp();
 
   /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned
@@ -87,7 +89,7 @@ class TESSIVAR_API TessivarNode {
   /// the filters cannot be changed.
   bool setFilterAddresses(const std::vector<AddressEx>& addresses);
 
-  /// The endpoints underneath; valid until cleanUp().
+  /// The endpoints underneath. Do not create or clean up anything on them. The nodes are valid until cleanUp().
   TessivarServices* services() const;
   /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
   /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
@@ -100,7 +102,7 @@ class TESSIVAR_API TessivarNode {
   class TESSIVAR_INTERNAL UnitsRunner;
   bool createFor(const char* signature, const std::vector<std::string>& filterAddresses);
   const std::shared_ptr<ReportBook> book_;
-  std::unique_ptr<Private> private_;
+  const std::unique_ptr<Private> private_;
 };
 
 }  // namespace TessivarDDS

@@ -5,6 +5,8 @@
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/report/internal/report_book.h"
 
+#include <utility>
+
 namespace TessivarDDS {
 namespace {
 
@@ -36,9 +38,17 @@ struct EndpointQos {
   }
 };
 
+/// Lets `build` make something of a new node, which `owner` then gives to everybody, also after a failure.
+template <class Node, class Build>
+bool make(AtomicOwner<Node>& owner, std::unique_ptr<Node> node, Build&& build) {
+  const bool made = build(*node);
+  owner.reset(std::move(node));
+  return made;
+}
+
 /// True when `node` exists with a reader, or else a writer.
 template <class Node>
-bool verify(const char* signature, const char* name, const Node* node, bool needsReader) {
+bool isThere(const char* signature, const char* name, const Node* node, bool needsReader) {
   if (!node) {
     logError() << signature << name << " not created.";
     return false;
@@ -50,14 +60,27 @@ bool verify(const char* signature, const char* name, const Node* node, bool need
 
 }  // namespace
 
-TessivarServices::TessivarServices() : book_(std::make_shared<ReportBook>("TessivarServices")) {}
+TessivarServices::TessivarServices() : TessivarServices(std::make_shared<ReportBook>("TessivarServices")) {}
+
+TessivarServices::TessivarServices(std::shared_ptr<ReportBook> book) : book_(std::move(book)) {}
 
 TessivarServices::~TessivarServices() {
   cleanUp();
 }
 
+void TessivarServices::attachDomain(DDSDomain* domain) {
+  const UseGate::Use use(gate_);
+  if (use.closing()) {
+    logError() << "void __cdecl TessivarDDS::TessivarServices::attachDomain(class TessivarDDS::DDSDomain *)"
+               << UseGate::busy;
+    return;
+  }
+  domain_ = domain;
+}
+
 void TessivarServices::setUseQosProfiles(bool use) {
-  if (unitNode_ || commandService_) {
+  const UseGate::Use mine(gate_);
+  if (mine.closing() || unitNode_ || commandService_) {
     logError() << "void __cdecl TessivarDDS::TessivarServices::setUseQosProfiles(bool)"
                << " Cannot be changed after create.";
     return;
@@ -68,19 +91,28 @@ void TessivarServices::setUseQosProfiles(bool use) {
 bool TessivarServices::create(bool isClient, const std::vector<std::string>& filterAddresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarServices::create(bool,const " TESSIVAR_SIGNATURE_STRINGS " &)";
-  if (!domain_) {
-    logError() << signature << "No domain is attached.";
-    return false;
-  }
   if (inCallback()) {
     logError() << signature << " Cannot create within a callback.";
     return false;
   }
-  if (commandService_) logWarning() << signature << "TessivarServices have already been created.";
-  cleanUp();  // also what is left of a create() that failed
-  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
-  isClient_ = isClient;
+  const UseGate::Turn turn(gate_);
+  gate_.close();
+  bool made = false;
+  if (!domain()) {
+    logError() << signature << "No domain is attached.";
+  } else {
+    if (commandService_) logWarning() << signature << "TessivarServices have already been created.";
+    takeDown();  // also what is left of a create() that failed
+    isClient_ = isClient;
+    made = build(signature, filterAddresses);
+  }
+  gate_.reset();
+  if (made && autoStartThread_) startThread();
+  return made;
+}
 
+bool TessivarServices::build(const char* signature, const std::vector<std::string>& filterAddresses) {
+  domain()->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
   const char* failure = nullptr;
   if (!createUnitNode()) {
     failure = "Failed to create the unit node";
@@ -95,16 +127,24 @@ bool TessivarServices::create(bool isClient, const std::vector<std::string>& fil
     logError() << signature << failure;
     return false;
   }
-  book_->open(*domain_);
+  book_->open(*domain());
   book_->add(unitNode_.get());
-  book_->addService(*domain_, *commandService_);
+  book_->addService(*domain(), *commandService_);
   book_->add(metadataNode_.get());
   book_->add(interestsNode_.get());
-  if (autoStartThread_) start();
   return true;
 }
 
 void TessivarServices::start() {
+  if (inCallback()) {
+    logError() << "void __cdecl TessivarDDS::TessivarServices::start(void) Cannot start within a callback.";
+    return;
+  }
+  const UseGate::Turn turn(gate_);
+  startThread();
+}
+
+void TessivarServices::startThread() {
   if (commandService_ && commandService_->waitSetThread()) commandService_->waitSetThread()->start();
 }
 
@@ -113,8 +153,8 @@ Report TessivarServices::report() const {
 }
 
 bool TessivarServices::inCallback() const {
-  const WaitSetThread* const thread = commandService_ ? commandService_->waitSetThread() : nullptr;
-  return tessivar::platform::in_callback() || (thread && thread->isCurrent());
+  const WaitSetThread* const thread = WaitSetThread::current();
+  return tessivar::platform::in_callback() || gate_.isMyTurn() || (thread && thread == commandThread_);
 }
 
 void TessivarServices::cleanUp() {
@@ -123,8 +163,16 @@ void TessivarServices::cleanUp() {
                << " Cannot clean up from within a callback.";
     return;
   }
+  const UseGate::Turn turn(gate_);
+  gate_.close();
+  takeDown();
+  gate_.reset();
+}
+
+void TessivarServices::takeDown() {
   book_->close();                                   // before what it looks at goes
   if (commandService_) commandService_->cleanUp();  // its callbacks may still ask for the service
+  commandThread_ = nullptr;
   commandService_.reset();
   unitNode_.reset();
   metadataNode_.reset();
@@ -135,101 +183,116 @@ bool TessivarServices::createUnitNode() {
   if (refuse_existing("bool __cdecl TessivarDDS::TessivarServices::createUnitNode(void)", unitNode_.get()))
     return false;
   EndpointQos qos;
-  if (!qos.load(*domain_, "tessivar_UnitQos", isClient_)) return false;
-  unitNode_ = std::make_unique<DDSNode<Tessivar::Unit>>();
-  unitNode_->attachDomain(domain_);
-  return unitNode_->createTopic("Orvel.Tessivar.Units") && qos.create(*unitNode_, isClient_);
+  if (!qos.load(*domain(), "tessivar_UnitQos", isClient_)) return false;
+  return make(unitNode_, std::make_unique<DDSNode<Tessivar::Unit>>(), [&](DDSNode<Tessivar::Unit>& node) {
+    node.attachDomain(domain());
+    return node.createTopic("Orvel.Tessivar.Units") && qos.create(node, isClient_);
+  });
 }
 
 bool TessivarServices::createCommandService(const std::vector<std::string>& filterAddresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarServices::createCommandService(const " TESSIVAR_SIGNATURE_STRINGS " &)";
   if (refuse_existing(signature, commandService_.get())) return false;
-  commandService_ = std::make_unique<TessivarRequestReplyService>(isClient_);
-  commandService_->setUseQosProfiles(useQosProfiles_);
-  commandService_->setLiveliness(reply_liveliness_ms);
-  commandService_->setFilterAddresses(filterAddresses);
-  commandService_->setAutoStartThread(false);  // its callbacks may use the other nodes
-  return commandService_->create("Orvel.Tessivar.Commands", domain_);
+  auto service = std::make_unique<TessivarRequestReplyService>(isClient_);
+  return make(commandService_, std::move(service), [&](TessivarRequestReplyService& made) {
+    made.setUseQosProfiles(useQosProfiles_);
+    made.setLiveliness(reply_liveliness_ms);
+    made.setFilterAddresses(filterAddresses);
+    made.setAutoStartThread(false);  // its callbacks may use the other nodes
+    const bool created = made.create("Orvel.Tessivar.Commands", domain());
+    commandThread_ = made.waitSetThread();
+    return created;
+  });
 }
 
 bool TessivarServices::createMetadataNode(const std::vector<std::string>& filterAddresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarServices::createMetadataNode(const " TESSIVAR_SIGNATURE_STRINGS " &)";
   if (refuse_existing(signature, metadataNode_.get())) return false;
-  metadataNode_ = std::make_unique<MetadataNode>();
-  metadataNode_->attachDomain(domain_);
-  metadataNode_->setFilterAddresses(filterAddresses);
-  if (!metadataNode_->registerTypeSupport() ||
-      !metadataNode_->createTopic("Orvel.Tessivar.Metadata", DDS_TOPIC_QOS_DEFAULT))
-    return false;
-  EndpointQos qos;
-  if (!qos.load(*domain_, "tessivar_MetadataQos", isClient_)) {
-    logError() << signature << " Failed to read tessivar_Library::tessivar_MetadataQos";
-    return false;
-  }
-  return qos.create(*metadataNode_, isClient_);
+  return make(metadataNode_, std::make_unique<MetadataNode>(), [&](MetadataNode& node) {
+    node.attachDomain(domain());
+    node.setFilterAddresses(filterAddresses);
+    if (!node.registerTypeSupport() || !node.createTopic("Orvel.Tessivar.Metadata", DDS_TOPIC_QOS_DEFAULT))
+      return false;
+    EndpointQos qos;
+    if (!qos.load(*domain(), "tessivar_MetadataQos", isClient_)) {
+      logError() << signature << " Failed to read tessivar_Library::tessivar_MetadataQos";
+      return false;
+    }
+    return qos.create(node, isClient_);
+  });
 }
 
 bool TessivarServices::createInterestsNode(const std::vector<std::string>& filterAddresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::TessivarServices::createInterestsNode(const " TESSIVAR_SIGNATURE_STRINGS " &)";
   if (refuse_existing(signature, interestsNode_.get())) return false;
-  interestsNode_ = std::make_unique<DDSFilteredNode<Tessivar::CommandInterest>>();
-  auto& node = *interestsNode_;
-  node.attachDomain(domain_);
-  if (!node.registerTypeSupport()) return false;
-  DDS_TopicQos qos;
-  if (useQosProfiles_) {
-    node.setQosProfile(library, interests_profile);
-    if (!node.profileTopicQos(qos)) return false;
-  } else {
-    if (node.participant()->get_default_topic_qos(qos) != DDS_RETCODE_OK)
-      logError() << signature << "Error at location";
-    qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-    qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
-    qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
-    qos.history.depth = 1;
-    qos.liveliness.lease_duration = DDS_Duration_from_millis(interest_liveliness_ms);
+  typedef DDSFilteredNode<Tessivar::CommandInterest> Node;
+  return make(interestsNode_, std::make_unique<Node>(), [&](Node& node) {
+    node.attachDomain(domain());
+    if (!node.registerTypeSupport()) return false;
+    DDS_TopicQos qos;
+    if (useQosProfiles_) {
+      node.setQosProfile(library, interests_profile);
+      if (!node.profileTopicQos(qos)) return false;
+    } else {
+      if (node.participant()->get_default_topic_qos(qos) != DDS_RETCODE_OK)
+        logError() << signature << "Error at location";
+      qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+      qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
+      qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
+      qos.history.depth = 1;
+      qos.liveliness.lease_duration = DDS_Duration_from_millis(interest_liveliness_ms);
+    }
+    if (!node.createTopic("Orvel.Tessivar.Interests", qos)) return false;
+
+    if (isClient_) {
+      // Clients that share an interest share its instance: one that leaves must not dispose of it for the others.
+      DDS_DataWriterQos writer;
+      if (!node.dataWriterQos(writer)) return false;
+      if (!useQosProfiles_) writer.writer_data_lifecycle.autodispose_unregistered_instances = DDS_BOOLEAN_FALSE;
+      return node.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, writer);
+    }
+    if (!node.createContentFilteredTopic(domain()->contentFilter(AddressContentFilter::name),
+                                         AddressContentFilter::name, AddressContentFilter::expression(node.typeName()),
+                                         filterAddresses)) {
+      logError() << signature << "Failed to create content filter topic on the address interests.";
+      return false;
+    }
+    DDS_DataReaderQos reader;
+    return node.stateReaderQos(reader) && node.createDataReader(nullptr, DDS_STATUS_MASK_NONE, reader);
+  });
+}
+
+bool TessivarServices::verify(Part part) const {
+  const UseGate::Use use(gate_);
+  if (!use.closing()) return has(part);
+  constexpr const char* functions[] = {"verifyUnitNode", "verifyCommandNode", "verifyMetadataNode",
+                                       "verifyInterestsNode"};
+  logError() << "bool __cdecl TessivarDDS::TessivarServices::" << functions[static_cast<int>(part)] << "(void)"
+             << UseGate::busy;
+  return false;
+}
+
+bool TessivarServices::has(Part part) const {
+  switch (part) {
+    case Part::unit:
+      return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyUnitNode(void)", "Unit node", unitNode_.get(),
+                     isClient_);
+    case Part::command:
+      // The value node is made with the service and has a writer or reader on the same side as the replies.
+      return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyCommandNode(void)", "Command service",
+                     commandService_ ? &commandService_->valueNode() : nullptr, isClient_);
+    case Part::metadata:
+      return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyMetadataNode(void)", "Metadata node",
+                     metadataNode_.get(), isClient_);
+    case Part::interests:
+      // Interests go the other way: controllers write them and devices read them.
+      return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyInterestsNode(void)", "Interests node",
+                     interestsNode_.get(), !isClient_);
   }
-  if (!node.createTopic("Orvel.Tessivar.Interests", qos)) return false;
-
-  if (isClient_) {
-    // Clients that share an interest share its instance: one that leaves must not dispose of it for the others.
-    DDS_DataWriterQos writer;
-    if (!node.dataWriterQos(writer)) return false;
-    if (!useQosProfiles_) writer.writer_data_lifecycle.autodispose_unregistered_instances = DDS_BOOLEAN_FALSE;
-    return node.createDataWriter(nullptr, DDS_STATUS_MASK_NONE, writer);
-  }
-  if (!node.createContentFilteredTopic(domain_->contentFilter(AddressContentFilter::name), AddressContentFilter::name,
-                                       AddressContentFilter::expression(node.typeName()), filterAddresses)) {
-    logError() << signature << "Failed to create content filter topic on the address interests.";
-    return false;
-  }
-  DDS_DataReaderQos reader;
-  return node.stateReaderQos(reader) && node.createDataReader(nullptr, DDS_STATUS_MASK_NONE, reader);
-}
-
-bool TessivarServices::verifyUnitNode() const {
-  return verify("bool __cdecl TessivarDDS::TessivarServices::verifyUnitNode(void)", "Unit node", unitNode_.get(),
-                isClient_);
-}
-
-bool TessivarServices::verifyCommandNode() const {
-  constexpr const char* signature = "bool __cdecl TessivarDDS::TessivarServices::verifyCommandNode(void)";
-  // The value node is made with the service and has a writer or reader on the same side as the replies.
-  return verify(signature, "Command service", commandService_ ? &commandService_->valueNode() : nullptr, isClient_);
-}
-
-bool TessivarServices::verifyMetadataNode() const {
-  return verify("bool __cdecl TessivarDDS::TessivarServices::verifyMetadataNode(void)", "Metadata node",
-                metadataNode_.get(), isClient_);
-}
-
-bool TessivarServices::verifyInterestsNode() const {
-  // Interests go the other way: controllers write them and devices read them.
-  return verify("bool __cdecl TessivarDDS::TessivarServices::verifyInterestsNode(void)", "Interests node",
-                interestsNode_.get(), !isClient_);
+  return false;
 }
 
 }  // namespace TessivarDDS

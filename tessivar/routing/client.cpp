@@ -33,39 +33,21 @@ void RoutingClient::setUseQosProfiles(bool use) {
 
 bool RoutingClient::create() {
   constexpr const char* signature = "bool __cdecl TessivarDDS::RoutingClient::create(void)";
-  if (!private_->services.createClientDiscoveryServices()) {
-    logError() << signature << "Unable to create services!";
-    return false;
-  }
-  if (!private_->thread.create()) {
-    logError() << signature << "Failed to create the RoutingClient's waitset thread.";
-    return false;
-  }
-  RouterDataReader* const reader = private_->services.routerNode()->dataReader();
-  if (!private_->attach(signature, std::make_unique<RoutersRunner>(reader, *private_))) return false;
-  private_->thread.start();
-  TessivarThread::sleep(50);
-  return true;
+  if (private_->refusedInCallback(signature, " Cannot create from within a callback.")) return false;
+  const UseGate::Turn turn(private_->gate);
+  // When it is open the services refuse.
+  if (!private_->gate.isOpen()) private_->gate.close();
+  const bool created = private_->create(signature);
+  private_->gate.reset();
+  return created;
 }
 
 bool RoutingClient::subscribe(const std::vector<AddressEx>& addresses) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::RoutingClient::subscribe(const " TESSIVAR_SIGNATURE_ADDRESSES " &)";
-  if (private_->inCallback()) {
-    logError() << signature << " Cannot subscribe from within a callback.";
-    return false;
-  }
-  if (private_->services.sourcesNode()) return private_->resubscribe(signature, addresses);
-  if (!private_->services.createClientReaderServices(addresses)) {
-    logError() << signature << "Failed to create the client services during subscription";
-    return false;
-  }
-  if (!private_->attachStateRunners(signature)) return false;
-  if (!private_->createProtectService(addresses)) {
-    logError() << signature << "Failed to create the client services during subscription";
-    return false;
-  }
-  return true;
+  if (private_->refusedInCallback(signature, " Cannot subscribe from within a callback.")) return false;
+  const UseGate::Turn turn(private_->gate);
+  return private_->subscribe(signature, addresses);
 }
 
 void RoutingClient::attachListener(RoutingClientListener* listener, bool owned) {
@@ -81,9 +63,10 @@ DDSPtr<RoutingClient::Ticket> RoutingClient::beginSetRoute(DDSPtr<AssociationRou
       "class TessivarDDS::DDSPtr<class TessivarDDS::RequestReplyTicket<"
       "class Tessivar_Routing::AssociationRouteChangeReply> > __cdecl TessivarDDS::RoutingClient::beginSetRoute("
       "class TessivarDDS::DDSPtr<class Tessivar_Routing::AssociationRoute> &)";
-  RoutingRequestReplyService* const service = private_->services.routingService();
+  const UseGate::Use use(private_->gate);
+  RoutingRequestReplyService* const service = use.open() ? private_->services.routingService() : nullptr;
   if (!service) {
-    logError() << signature << not_subscribed;
+    logError() << signature << (use.closing() ? UseGate::busy : not_subscribed);
     return {};
   }
   DDSPtr<AssociationRouteChangeRequest> request = service->createRequest(route.get());
@@ -97,7 +80,8 @@ DDSPtr<RoutingClient::Ticket> RoutingClient::beginSetRoute(DDSPtr<AssociationRou
 }
 
 bool RoutingClient::completeSetRoute(DDSPtr<Ticket>& ticket) {
-  RoutingRequestReplyService* const service = private_->services.routingService();
+  const UseGate::Use use(private_->gate);
+  RoutingRequestReplyService* const service = use.open() ? private_->services.routingService() : nullptr;
   if (!service) return false;
   service->removeTicket(ticket);
   return true;
@@ -110,9 +94,10 @@ DDSPtr<RoutingClient::ProtectTicket> RoutingClient::beginProtect(DDSPtr<Destinat
       "class Tessivar_Routing::DestinationChangeReply> > __cdecl TessivarDDS::RoutingClient::beginProtect("
       "class TessivarDDS::DDSPtr<class Tessivar_Routing::Destination> &,const class std::vector<bool> &)";
   constexpr std::size_t max_levels = 32;
-  ProtectRequestReplyService* const service = private_->protectService;
+  const UseGate::Use use(private_->gate);
+  ProtectRequestReplyService* const service = use.open() ? private_->services.protectService() : nullptr;
   if (!service) {
-    logError() << signature << not_subscribed;
+    logError() << signature << (use.closing() ? UseGate::busy : not_subscribed);
     return {};
   }
   if (levels.size() > max_levels) {
@@ -137,7 +122,8 @@ DDSPtr<RoutingClient::ProtectTicket> RoutingClient::beginProtect(DDSPtr<Destinat
 }
 
 bool RoutingClient::completeProtect(DDSPtr<ProtectTicket>& ticket) {
-  ProtectRequestReplyService* const service = private_->protectService;
+  const UseGate::Use use(private_->gate);
+  ProtectRequestReplyService* const service = use.open() ? private_->services.protectService() : nullptr;
   if (!service) return false;
   service->removeTicket(ticket);
   return true;
@@ -152,13 +138,11 @@ Report RoutingClient::report() const {
 }
 
 void RoutingClient::cleanUp() {
-  if (private_->inCallback()) {
-    logError() << "void __cdecl TessivarDDS::RoutingClient::cleanUp(void)"
-               << " Cannot clean up from within a callback.";
+  if (private_->refusedInCallback("void __cdecl TessivarDDS::RoutingClient::cleanUp(void)",
+                                  " Cannot clean up from within a callback.")) {
     return;
   }
   private_->leave();
-  private_ = std::make_unique<Private>(book_);
 }
 
 }  // namespace TessivarDDS

@@ -18,11 +18,12 @@ class RoutingServices;
 /// Use: attachDomain, attachListener, create; then subscribe to some of the routers that are reported, beginSetRoute
 /// and beginProtect; finally cleanUp.
 ///
-/// Threads: attachDomain, create, subscribe and cleanUp belong to one controlling thread. From a listener's call, which
-/// they would wait for, subscribe and cleanUp are refused. Nothing else may run in the client during cleanUp. Listeners
-/// may be attached and detached by any other thread at any time. Requests may be made and completed by any thread and
-/// from the listeners' calls, once the first subscribe has returned or, of routes and from routeChanged and
-/// ticketChanged, while it still runs. A failure is one log line and false or null.
+/// Threads: any thread may call anything at any time, also from the listeners' callbacks, except as
+/// RoutingClientListener says. create(), subscribe() and cleanUp() wait for each other, and are refused within a
+/// callback of the client or of the bus. While another thread is in create() or cleanUp(), a call fails as it does
+/// before subscribe(), or it has its effect before or after. Only the destructor needs the client alone. Requests are
+/// possible once the first subscribe() has returned, and of routes in the callbacks that come while it still runs. A
+/// failure is one log line and false or null.
 class TESSIVAR_API RoutingClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar_Routing::AssociationRouteChangeReply>;
@@ -74,7 +75,7 @@ class TESSIVAR_API RoutingClient {
   /// As completeSetRoute(), for every ticket of beginProtect.
   bool completeProtect(DDSPtr<ProtectTicket>& ticket);
 
-  /// The endpoints underneath; valid until cleanUp(). Do not create or clean up anything on them.
+  /// The endpoints underneath. Do not create or clean up anything on them. The nodes are valid until cleanUp().
   RoutingServices* services() const;
   /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
   /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
@@ -82,8 +83,8 @@ class TESSIVAR_API RoutingClient {
   Report report() const;
 
   /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and subscription. Every router
-  /// that was reported is reported as removed first. Afterwards the client is as new. Waits for a callback that is
-  /// running.
+  /// that was reported is reported as removed first. Afterwards the client is as new. Waits for calls of other threads
+  /// and for a callback that is running; at most 5 seconds for a request that is blocked. Refused within a callback.
   void cleanUp();
 
  private:
@@ -96,7 +97,7 @@ class TESSIVAR_API RoutingClient {
   class TESSIVAR_INTERNAL StateRunner;
 
   const std::shared_ptr<ReportBook> book_;
-  std::unique_ptr<Private> private_;
+  const std::unique_ptr<Private> private_;
 };
 
 }  // namespace TessivarDDS

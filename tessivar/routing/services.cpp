@@ -5,7 +5,12 @@
 #include "tessivar/framework/domain/topic_qos.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/pointers/detail/atomic_owner.h"
 #include "tessivar/framework/report/internal/report_book.h"
+#include "tessivar/framework/sync/detail/use_gate.h"
+
+#include <atomic>
+#include <utility>
 
 #define SIGNATURE(function) "bool __cdecl TessivarDDS::RoutingServices::" function
 #define SIGNATURE_OF_ADDRESSES(function) SIGNATURE(function) "(const " TESSIVAR_SIGNATURE_ADDRESSES " &)"
@@ -34,7 +39,7 @@ bool fail(const char* signature, const char* failure) {
 }
 
 template <class Node>
-void remove(std::shared_ptr<Node>& node) {
+void remove(AtomicOwner<Node>& node) {
   // Taken down while the pointer still leads to it: callbacks of its thread may go on until then.
   if (node) node->cleanUp();
   node.reset();
@@ -42,156 +47,189 @@ void remove(std::shared_ptr<Node>& node) {
 
 }  // namespace
 
-RoutingServices::RoutingServices() : book_(std::make_shared<ReportBook>("RoutingServices")) {}
+/// What copies share.
+class RoutingServices::State {
+ public:
+  explicit State(std::shared_ptr<ReportBook> its_book) : book(std::move(its_book)) {}
+
+  /// Makes something with `create`, in a turn with the gate closed. False, after one line, without a domain and within
+  /// a callback.
+  template <class Create>
+  bool change(const char* signature, Create&& create) {
+    if (inCallback()) return fail(signature, " Cannot create within a callback.");
+    const UseGate::Turn turn(gate);
+    gate.close();
+    const bool created = domain ? create() : fail(signature, "No domain is attached.");
+    gate.reset();
+    return created;
+  }
+  bool inCallback() const;
+  void takeDown();
+
+  // The steps of creating.
+  void registerFilter() const;
+  bool createRouterNode();
+  bool createStateNodes(const char* signature, const std::vector<AddressEx>& addresses);
+  template <class T>
+  bool createNode(const char* signature, AtomicOwner<DDSRouterNode<T>>& node, const char* topicName,
+                  const std::vector<AddressEx>& addresses) const;
+  bool createRoutingService(const std::vector<AddressEx>& addresses);
+  bool createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread = nullptr);
+  template <class Service, class Listener>
+  bool createService(const char* signature, AtomicOwner<Service>& owner, const char* topicName,
+                     const std::vector<AddressEx>& addresses, Listener* listener, WaitSetThread* lent,
+                     std::atomic<const WaitSetThread*>& thread) const;
+
+  UseGate gate;  // closed while the nodes change
+  std::atomic<DDSDomain*> domain{nullptr};
+  const std::shared_ptr<ReportBook> book;
+  std::atomic<bool> isClient{true};
+  std::atomic<bool> useQosProfiles{false};
+  AtomicOwner<DDSNode<Tessivar_Routing::Router>> routerNode;
+  AtomicOwner<DDSRouterNode<Tessivar_Routing::Source>> sourcesNode;
+  AtomicOwner<DDSRouterNode<Tessivar_Routing::Destination>> destinationsNode;
+  AtomicOwner<DDSRouterNode<Tessivar_Routing::Association>> sourceAssociations;
+  AtomicOwner<DDSRouterNode<Tessivar_Routing::Association>> destinationAssociations;
+  AtomicOwner<RoutingRequestReplyService> routingService;
+  AtomicOwner<ProtectRequestReplyService> protectService;
+  std::atomic<RequestReplyClientListener<Tessivar_Routing::AssociationRoute>*> routingListener{nullptr};
+  std::atomic<RequestReplyClientListener<Tessivar_Routing::Destination>*> protectListener{nullptr};
+  // The services' threads, only compared.
+  std::atomic<const WaitSetThread*> routingThread{nullptr};
+  std::atomic<const WaitSetThread*> protectThread{nullptr};
+};
+
+RoutingServices::RoutingServices() : RoutingServices(std::make_shared<ReportBook>("RoutingServices")) {}
+
+RoutingServices::RoutingServices(std::shared_ptr<ReportBook> book) : state_(std::make_shared<State>(std::move(book))) {}
 
 RoutingServices::~RoutingServices() {
   cleanUp();
 }
 
+void RoutingServices::attachDomain(DDSDomain* domain) {
+  const UseGate::Use use(state_->gate);
+  if (use.closing()) {
+    fail("void __cdecl TessivarDDS::RoutingServices::attachDomain(class TessivarDDS::DDSDomain *)", UseGate::busy);
+    return;
+  }
+  state_->domain = domain;
+}
+
+DDSDomain* RoutingServices::domain() const {
+  return state_->domain;
+}
+
 void RoutingServices::setUseQosProfiles(bool use) {
-  if (routerNode_ || sourcesNode_) {
+  const UseGate::Use mine(state_->gate);
+  if (mine.closing() || state_->routerNode || state_->sourcesNode) {
     fail("void __cdecl TessivarDDS::RoutingServices::setUseQosProfiles(bool)", " Cannot be changed after create.");
     return;
   }
-  useQosProfiles_ = use;
+  state_->useQosProfiles = use;
 }
 
 bool RoutingServices::createServerServices() {
   constexpr const char* signature = SIGNATURE("createServerServices(void)");
-  if (!domain_) return fail(signature, "No domain is attached.");
-  isClient_ = false;
-  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
-  if (!createRouterNode()) return fail(signature, "Failed to create the router node.");
-  if (!createStateNodes(signature, {})) return false;
-  return createProtectService({}) || fail(signature, "Failed to create the protect node.");
+  return state_->change(signature, [&] {
+    state_->isClient = false;
+    state_->registerFilter();
+    if (!state_->createRouterNode()) return fail(signature, "Failed to create the router node.");
+    if (!state_->createStateNodes(signature, {})) return false;
+    return state_->createProtectService({}) || fail(signature, "Failed to create the protect node.");
+  });
 }
 
 bool RoutingServices::createClientDiscoveryServices() {
   constexpr const char* signature = SIGNATURE("createClientDiscoveryServices(void)");
-  if (!domain_) return fail(signature, "No domain is attached.");
-  isClient_ = true;
-  return createRouterNode() || fail(signature, "Failed to create the router node.");
+  return state_->change(signature, [&] {
+    state_->isClient = true;
+    return state_->createRouterNode() || fail(signature, "Failed to create the router node.");
+  });
 }
 
 bool RoutingServices::createClientReaderServices(const std::vector<AddressEx>& addresses) {
   constexpr const char* signature = SIGNATURE_OF_ADDRESSES("createClientReaderServices");
-  if (!domain_) return fail(signature, "No domain is attached.");
-  isClient_ = true;
-  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
-  return createStateNodes(signature, addresses);
+  return state_->change(signature, [&] {
+    state_->isClient = true;
+    state_->registerFilter();
+    return state_->createStateNodes(signature, addresses);
+  });
 }
 
 bool RoutingServices::createClientProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread) {
   constexpr const char* signature = SIGNATURE("createClientProtectService(const " TESSIVAR_SIGNATURE_ADDRESSES
                                               " &,class TessivarDDS::WaitSetThread *)");
-  if (!domain_) return fail(signature, "No domain is attached.");
-  isClient_ = true;
-  domain_->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
-  return createProtectService(addresses, thread) || fail(signature, "Failed to create the protect node.");
-}
-
-bool RoutingServices::createStateNodes(const char* signature, const std::vector<AddressEx>& addresses) {
-  if (!createSourceNode(addresses)) return fail(signature, "Failed to create the sources node.");
-  if (!createDestinationNode(addresses)) return fail(signature, "Failed to create the destinations node.");
-  if (!createSourceAssociationNode(addresses)) return fail(signature, "Failed to create the source associations node.");
-  if (!createDestAssociationNode(addresses)) return fail(signature, "Failed to create the dest associations node.");
-  // The router node's words: what watches the logs of a facility knows these.
-  return createRoutingService(addresses) || fail(signature, "Failed to create the router node.");
+  return state_->change(signature, [&] {
+    state_->isClient = true;
+    state_->registerFilter();
+    return state_->createProtectService(addresses, thread) || fail(signature, "Failed to create the protect node.");
+  });
 }
 
 bool RoutingServices::updateClientReaderServices(const std::vector<AddressEx>& addresses) {
   constexpr const char* signature = SIGNATURE_OF_ADDRESSES("updateClientReaderServices");
-  if (!isClient_) return fail(signature, " Method cannot be called when we are not a client");
-  if (!sourcesNode_ || !destinationsNode_ || !sourceAssociations_ || !destinationAssociations_ || !routingService_)
+  if (inCallback()) return fail(signature, " Cannot update within a callback.");
+  const UseGate::Turn turn(state_->gate);
+  State& state = *state_;
+  if (!state.isClient) return fail(signature, " Method cannot be called when we are not a client");
+  if (!state.sourcesNode || !state.destinationsNode || !state.sourceAssociations || !state.destinationAssociations ||
+      !state.routingService) {
     return fail(signature, " One of the nodes has not been created!");
-  return (sourcesNode_->updateAddresses(addresses) && destinationsNode_->updateAddresses(addresses) &&
-          sourceAssociations_->updateAddresses(addresses) && destinationAssociations_->updateAddresses(addresses) &&
-          routingService_->updateAddresses(addresses) &&
-          (!protectService_ || protectService_->updateAddresses(addresses))) ||
+  }
+  return (state.sourcesNode->updateAddresses(addresses) && state.destinationsNode->updateAddresses(addresses) &&
+          state.sourceAssociations->updateAddresses(addresses) &&
+          state.destinationAssociations->updateAddresses(addresses) &&
+          state.routingService->updateAddresses(addresses) &&
+          (!state.protectService || state.protectService->updateAddresses(addresses))) ||
          fail(signature, " Addresses could not be updated for one of the nodes.");
 }
 
 void RoutingServices::enableBatching(bool on) {
-  if (!sourcesNode_) return;
-  sourcesNode_->enableBatching(on);
-  if (destinationsNode_) destinationsNode_->enableBatching(on);
-  if (sourceAssociations_) sourceAssociations_->enableBatching(on);
-  if (destinationAssociations_) destinationAssociations_->enableBatching(on);
+  const UseGate::Use use(state_->gate);
+  if (use.closing() || !state_->sourcesNode) return;
+  state_->sourcesNode->enableBatching(on);
+  if (state_->destinationsNode) state_->destinationsNode->enableBatching(on);
+  if (state_->sourceAssociations) state_->sourceAssociations->enableBatching(on);
+  if (state_->destinationAssociations) state_->destinationAssociations->enableBatching(on);
 }
 
-bool RoutingServices::createRouterNode() {
-  if (routerNode_) return fail(SIGNATURE("createRouterNode(void)"), "Already created");
-  DDS_TopicQos qos;
-  if (!useQosProfiles_) {
-    if (!createReliableDurableTopicQos(domain_, routers_topic, qos)) return false;
-    routerNode_.reset(DDSNode<Tessivar_Routing::Router>::create(domain_, routers_topic, qos, isClient_));
-  } else {
-    routerNode_.reset(
-        DDSNode<Tessivar_Routing::Router>::create(domain_, routers_topic, profile_library, routers_profile, isClient_));
-  }
-  book_->open(*domain_);
-  book_->add(routerNode_.get());
-  return routerNode_ != nullptr;
+void RoutingServices::setRoutingListener(RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* listener) {
+  state_->routingListener = listener;
 }
 
-template <class T>
-bool RoutingServices::createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node, const char* topicName,
-                                 const std::vector<AddressEx>& addresses) const {
-  if (node) return fail(signature, "Already created");
-  node.reset(DDSRouterNode<T>::create(domain_, addresses, topicName, isClient_, useQosProfiles_ ? profile_library : "",
-                                      ports_profile));
-  book_->open(*domain_);
-  book_->add(node.get());
-  return node != nullptr;
+void RoutingServices::setProtectListener(RequestReplyClientListener<Tessivar_Routing::Destination>* listener) {
+  state_->protectListener = listener;
 }
 
-bool RoutingServices::createSourceNode(const std::vector<AddressEx>& addresses) {
-  return createNode(SIGNATURE_OF_ADDRESSES("createSourceNode"), sourcesNode_, sources_topic, addresses);
+DDSNode<Tessivar_Routing::Router>* RoutingServices::routerNode() const {
+  return state_->routerNode.get();
 }
-
-bool RoutingServices::createDestinationNode(const std::vector<AddressEx>& addresses) {
-  return createNode(SIGNATURE_OF_ADDRESSES("createDestinationNode"), destinationsNode_, destinations_topic, addresses);
+DDSRouterNode<Tessivar_Routing::Source>* RoutingServices::sourcesNode() const {
+  return state_->sourcesNode.get();
 }
-
-bool RoutingServices::createSourceAssociationNode(const std::vector<AddressEx>& addresses) {
-  return createNode(SIGNATURE_OF_ADDRESSES("createSourceAssociationNode"), sourceAssociations_,
-                    source_associations_topic, addresses);
+DDSRouterNode<Tessivar_Routing::Destination>* RoutingServices::destinationsNode() const {
+  return state_->destinationsNode.get();
 }
-
-bool RoutingServices::createDestAssociationNode(const std::vector<AddressEx>& addresses) {
-  return createNode(SIGNATURE_OF_ADDRESSES("createDestAssociationNode"), destinationAssociations_,
-                    destination_associations_topic, addresses);
+DDSRouterNode<Tessivar_Routing::Association>* RoutingServices::sourceAssociations() const {
+  return state_->sourceAssociations.get();
 }
-
-bool RoutingServices::createRoutingService(const std::vector<AddressEx>& addresses) {
-  if (routingService_) return fail(SIGNATURE_OF_ADDRESSES("createRoutingService"), "Already created");
-  // In place before its thread starts, which may call a listener that asks for a route.
-  routingService_ = std::make_shared<RoutingRequestReplyService>(isClient_, addresses);
-  routingService_->setUseQosProfiles(useQosProfiles_);
-  routingService_->setLiveliness(reply_lease_milliseconds);
-  if (isClient_) routingService_->attachListener(routingListener_);
-  return routingService_->create(routes_topic, domain_) && book_->addService(*domain_, *routingService_);
+DDSRouterNode<Tessivar_Routing::Association>* RoutingServices::destinationAssociations() const {
+  return state_->destinationAssociations.get();
 }
-
-bool RoutingServices::createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread) {
-  if (protectService_) return fail(SIGNATURE_OF_ADDRESSES("createProtectService"), "Already created");
-  protectService_ = std::make_shared<ProtectRequestReplyService>(isClient_, addresses);
-  protectService_->setUseQosProfiles(useQosProfiles_);
-  protectService_->setLiveliness(reply_lease_milliseconds);
-  protectService_->setWaitSetThread(thread);
-  if (isClient_) protectService_->attachListener(protectListener_);
-  return protectService_->create(destination_changes_topic, domain_) && book_->addService(*domain_, *protectService_);
+RoutingRequestReplyService* RoutingServices::routingService() const {
+  return state_->routingService.get();
+}
+ProtectRequestReplyService* RoutingServices::protectService() const {
+  return state_->protectService.get();
 }
 
 Report RoutingServices::report() const {
-  return book_->report();
+  return state_->book->report();
 }
 
 bool RoutingServices::inCallback() const {
-  const auto isOn = [](const auto& service) {
-    return service && service->waitSetThread() && service->waitSetThread()->isCurrent();
-  };
-  return tessivar::platform::in_callback() || isOn(routingService_) || isOn(protectService_);
+  return state_->inCallback();
 }
 
 void RoutingServices::cleanUp() {
@@ -199,14 +237,104 @@ void RoutingServices::cleanUp() {
     logError() << "void __cdecl TessivarDDS::RoutingServices::cleanUp(void) Cannot clean up from within a callback.";
     return;
   }
-  book_->close();  // before what it looks at goes
-  remove(routerNode_);
-  remove(sourcesNode_);
-  remove(destinationsNode_);
-  remove(sourceAssociations_);
-  remove(destinationAssociations_);
-  remove(routingService_);
-  remove(protectService_);
+  const UseGate::Turn turn(state_->gate);
+  state_->gate.close();
+  state_->takeDown();
+  state_->gate.reset();
+}
+
+void RoutingServices::State::takeDown() {
+  book->close();  // before what it looks at goes
+  remove(routerNode);
+  remove(sourcesNode);
+  remove(destinationsNode);
+  remove(sourceAssociations);
+  remove(destinationAssociations);
+  remove(routingService);
+  remove(protectService);
+  routingThread = protectThread = nullptr;
+}
+
+bool RoutingServices::State::inCallback() const {
+  const WaitSetThread* const thread = WaitSetThread::current();
+  return tessivar::platform::in_callback() || gate.isMyTurn() ||
+         (thread && (thread == routingThread || thread == protectThread));
+}
+
+void RoutingServices::State::registerFilter() const {
+  domain.load()->registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance());
+}
+
+bool RoutingServices::State::createStateNodes(const char* signature, const std::vector<AddressEx>& addresses) {
+  if (!createNode(SIGNATURE_OF_ADDRESSES("createSourceNode"), sourcesNode, sources_topic, addresses))
+    return fail(signature, "Failed to create the sources node.");
+  if (!createNode(SIGNATURE_OF_ADDRESSES("createDestinationNode"), destinationsNode, destinations_topic, addresses))
+    return fail(signature, "Failed to create the destinations node.");
+  if (!createNode(SIGNATURE_OF_ADDRESSES("createSourceAssociationNode"), sourceAssociations, source_associations_topic,
+                  addresses))
+    return fail(signature, "Failed to create the source associations node.");
+  if (!createNode(SIGNATURE_OF_ADDRESSES("createDestAssociationNode"), destinationAssociations,
+                  destination_associations_topic, addresses))
+    return fail(signature, "Failed to create the dest associations node.");
+  // The router node's words: what watches the logs of a facility knows these.
+  return createRoutingService(addresses) || fail(signature, "Failed to create the router node.");
+}
+
+bool RoutingServices::State::createRouterNode() {
+  if (routerNode) return fail(SIGNATURE("createRouterNode(void)"), "Already created");
+  typedef DDSNode<Tessivar_Routing::Router> Node;
+  DDS_TopicQos qos;
+  if (!useQosProfiles) {
+    if (!createReliableDurableTopicQos(domain, routers_topic, qos)) return false;
+    routerNode.reset(std::unique_ptr<Node>(Node::create(domain, routers_topic, qos, isClient)));
+  } else {
+    routerNode.reset(
+        std::unique_ptr<Node>(Node::create(domain, routers_topic, profile_library, routers_profile, isClient)));
+  }
+  book->open(*domain);
+  book->add(routerNode.get());
+  return bool(routerNode);
+}
+
+template <class T>
+bool RoutingServices::State::createNode(const char* signature, AtomicOwner<DDSRouterNode<T>>& node,
+                                        const char* topicName, const std::vector<AddressEx>& addresses) const {
+  if (node) return fail(signature, "Already created");
+  typedef DDSRouterNode<T> Node;
+  node.reset(std::unique_ptr<Node>(
+      Node::create(domain, addresses, topicName, isClient, useQosProfiles ? profile_library : "", ports_profile)));
+  book->open(*domain);
+  book->add(node.get());
+  return bool(node);
+}
+
+bool RoutingServices::State::createRoutingService(const std::vector<AddressEx>& addresses) {
+  return createService(SIGNATURE_OF_ADDRESSES("createRoutingService"), routingService, routes_topic, addresses,
+                       routingListener.load(), nullptr, routingThread);
+}
+
+bool RoutingServices::State::createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread) {
+  return createService(SIGNATURE_OF_ADDRESSES("createProtectService"), protectService, destination_changes_topic,
+                       addresses, protectListener.load(), thread, protectThread);
+}
+
+template <class Service, class Listener>
+bool RoutingServices::State::createService(const char* signature, AtomicOwner<Service>& owner, const char* topicName,
+                                           const std::vector<AddressEx>& addresses, Listener* listener,
+                                           WaitSetThread* lent, std::atomic<const WaitSetThread*>& thread) const {
+  if (owner) return fail(signature, "Already created");
+  auto service = std::make_unique<Service>(isClient, addresses);
+  service->setUseQosProfiles(useQosProfiles);
+  service->setLiveliness(reply_lease_milliseconds);
+  service->setWaitSetThread(lent);
+  service->setAutoStartThread(false);
+  if (isClient) service->attachListener(listener);
+  if (!service->create(topicName, domain)) return false;
+  book->addService(*domain, *service);
+  thread = service->waitSetThread();
+  owner.reset(std::move(service));
+  owner->waitSetThread()->start();  // which may call a listener that asks for a route
+  return true;
 }
 
 }  // namespace TessivarDDS

@@ -22,22 +22,27 @@ class WaitSetThread;
 /// the destinations a controller changed both with that of protectService()->valueNode() and with destinationsNode().
 /// A controller uses RoutingClient.
 ///
-/// Create, update and clean up on one thread at a time; the nodes' readers and writers are thread-safe. Creating and
-/// cleaning up block for some milliseconds, cleaning up on a bus that does not acknowledge for longer. Every failure is
-/// one log line and false; what was made before it stays until cleanUp(). A creator whose node exists refuses.
+/// Any thread may call any operation at any time, and the nodes' readers and writers are thread-safe. Creating,
+/// updating and cleaning up wait for each other, and are refused within a callback of the bus or of the services. The
+/// nodes themselves are not to be used any more while another thread is in cleanUp(). Creating and cleaning up block
+/// for some milliseconds, cleaning up on a bus that does not acknowledge for longer. Every failure is one log line and
+/// false; what was made before it stays until cleanUp(). A creator whose node exists refuses.
 ///
-/// Copies share the nodes: cleanUp() of one takes them down for all.
+/// Copies are one and the same set: cleanUp() of one takes it down for all.
 class TESSIVAR_API RoutingServices {
  public:
   RoutingServices();
+  /// Keeps the figures for report() in `book`, for an owner whose report outlives the services.
+  explicit RoutingServices(std::shared_ptr<ReportBook> book);
   RoutingServices(const RoutingServices&) = default;
   RoutingServices& operator=(const RoutingServices&) = default;
   /// As cleanUp().
   ~RoutingServices();
 
-  /// Before the creators. Not owned: it must outlive the nodes, that is, be released after cleanUp().
-  void attachDomain(DDSDomain* domain) { domain_ = domain; }
-  DDSDomain* domain() const { return domain_; }
+  /// Before the creators. Not owned: it must outlive the nodes, that is, be released after cleanUp(). Refused with one
+  /// line while another thread creates or cleans up.
+  void attachDomain(DDSDomain* domain);
+  DDSDomain* domain() const;
 
   /// Whether every topic, reader and writer gets its QoS from the profiles of "tessivar_Library" and "requestReplyLib",
   /// where a file of the user may override them. Initially false: built-in QoS. Before the creators; refused with one
@@ -59,33 +64,24 @@ class TESSIVAR_API RoutingServices {
   bool updateClientReaderServices(const std::vector<AddressEx>& addresses);
 
   /// Whether sources, destinations and associations are sent many together (at first) or each at once. Once they can be
-  /// published; thread-safe then.
+  /// published; nothing before.
   void enableBatching(bool on);
   /// What the routing service of a client reports to. Before it is created; not owned.
-  void setRoutingListener(RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* listener) {
-    routingListener_ = listener;
-  }
+  void setRoutingListener(RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* listener);
   /// The same for the protect service.
-  void setProtectListener(RequestReplyClientListener<Tessivar_Routing::Destination>* listener) {
-    protectListener_ = listener;
-  }
+  void setProtectListener(RequestReplyClientListener<Tessivar_Routing::Destination>* listener);
 
   // Owned; null until created. Not valid any more after cleanUp().
-  DDSNode<Tessivar_Routing::Router>* routerNode() const { return routerNode_.get(); }
-  DDSRouterNode<Tessivar_Routing::Source>* sourcesNode() const { return sourcesNode_.get(); }
-  DDSRouterNode<Tessivar_Routing::Destination>* destinationsNode() const { return destinationsNode_.get(); }
-  DDSRouterNode<Tessivar_Routing::Association>* sourceAssociations() const { return sourceAssociations_.get(); }
-  DDSRouterNode<Tessivar_Routing::Association>* destinationAssociations() const {
-    return destinationAssociations_.get();
-  }
-  RoutingRequestReplyService* routingService() const { return routingService_.get(); }
-  ProtectRequestReplyService* protectService() const { return protectService_.get(); }
+  DDSNode<Tessivar_Routing::Router>* routerNode() const;
+  DDSRouterNode<Tessivar_Routing::Source>* sourcesNode() const;
+  DDSRouterNode<Tessivar_Routing::Destination>* destinationsNode() const;
+  DDSRouterNode<Tessivar_Routing::Association>* sourceAssociations() const;
+  DDSRouterNode<Tessivar_Routing::Association>* destinationAssociations() const;
+  RoutingRequestReplyService* routingService() const;
+  ProtectRequestReplyService* protectService() const;
 
   /// What has passed through the nodes and services. Empty without them. Any thread and callback; never blocks.
   Report report() const;
-  /// Keeps the figures for report() in `book` instead of one of its own. Before the creators; for an owner whose report
-  /// outlives the services.
-  void setReportBook(std::shared_ptr<ReportBook> book) { book_ = std::move(book); }
 
   /// Deletes the nodes and services; domain and listener stay. Refused within a callback.
   void cleanUp();
@@ -93,32 +89,8 @@ class TESSIVAR_API RoutingServices {
   bool inCallback() const;
 
  private:
-  bool createRouterNode();
-  bool createSourceNode(const std::vector<AddressEx>& addresses);
-  bool createDestinationNode(const std::vector<AddressEx>& addresses);
-  bool createSourceAssociationNode(const std::vector<AddressEx>& addresses);
-  bool createDestAssociationNode(const std::vector<AddressEx>& addresses);
-  bool createRoutingService(const std::vector<AddressEx>& addresses);
-  bool createProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread = nullptr);
-
-  template <class T>
-  TESSIVAR_INTERNAL bool createNode(const char* signature, std::shared_ptr<DDSRouterNode<T>>& node,
-                                    const char* topicName, const std::vector<AddressEx>& addresses) const;
-  bool createStateNodes(const char* signature, const std::vector<AddressEx>& addresses);
-
-  DDSDomain* domain_ = nullptr;
-  std::shared_ptr<ReportBook> book_;
-  bool isClient_ = true;
-  bool useQosProfiles_ = false;
-  std::shared_ptr<DDSNode<Tessivar_Routing::Router>> routerNode_;
-  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Source>> sourcesNode_;
-  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Destination>> destinationsNode_;
-  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Association>> sourceAssociations_;
-  std::shared_ptr<DDSRouterNode<Tessivar_Routing::Association>> destinationAssociations_;
-  std::shared_ptr<RoutingRequestReplyService> routingService_;
-  std::shared_ptr<ProtectRequestReplyService> protectService_;
-  RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* routingListener_ = nullptr;
-  RequestReplyClientListener<Tessivar_Routing::Destination>* protectListener_ = nullptr;
+  class TESSIVAR_INTERNAL State;
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace TessivarDDS

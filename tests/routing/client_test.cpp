@@ -278,16 +278,17 @@ TEST_F(Subscription, ChangesWithoutAGapAndReportsOnlyWhatIsNew) {
       awaitState(after);
     }
     EXPECT_EQ(gaps, 0);
-    std::vector<std::string> expected;
+    std::vector<std::string> news, markers;
     for (const unsigned unit : only(after, before, false)) {
-      for (const unsigned index : {unit, marker}) append(expected, reports(index));
+      for (const unsigned index : {unit, marker}) append(news, reports(index));
     }
+    EXPECT_THAT(events_.take(news.size()), UnorderedElementsAreArray(news));
     for (const unsigned unit : only(before, after, false)) publish(unit, marker);
     for (const unsigned unit : after) {
       publish(unit, marker);  // whatever is reported again comes before it
-      append(expected, reports(marker));
+      append(markers, reports(marker));
     }
-    EXPECT_THAT(events_.take(expected.size()), UnorderedElementsAreArray(expected));
+    EXPECT_THAT(events_.take(markers.size()), UnorderedElementsAreArray(markers));
     before = after;
   }
 }

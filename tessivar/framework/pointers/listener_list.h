@@ -56,14 +56,17 @@ class ListenerList {
     return true;
   }
 
-  /// Deletes the owned listeners, each once. The entries stay: only for a list that is being discarded, with no
-  /// notification to follow.
+  /// Takes all listeners out and deletes the owned ones, each once.
   void clear() {
     const tessivar::platform::LogHold hold;  // for what the listeners' destructors cause to be logged
-    Lock lock(*this);
-    if (!lock) return reportLocking("clear(void)");
-    for (Entry& entry : entries_) {
-      if (std::exchange(entry.owned, false)) delete entry.listener;
+    std::vector<Entry> entries;
+    {
+      Lock lock(*this);
+      if (!lock) return reportLocking("clear(void)");
+      entries.swap(entries_);
+    }
+    for (const Entry& entry : entries) {
+      if (entry.owned) delete entry.listener;
     }
   }
 

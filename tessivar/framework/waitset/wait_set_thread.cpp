@@ -17,6 +17,8 @@ constexpr const char* run_signature = "void __cdecl TessivarDDS::WaitSetThread::
 constexpr int wait_milliseconds = 1000;
 constexpr int stop_poll_milliseconds = 50;
 
+thread_local const WaitSetThread* current_thread = nullptr;
+
 }  // namespace
 
 WaitSetThread::WaitSetThread(const std::string& name) : TessivarThread(name), name_(name) {}
@@ -119,6 +121,10 @@ bool WaitSetThread::stopRequested() const {
   return !quit_ || quit_->get_trigger_value();
 }
 
+const WaitSetThread* WaitSetThread::current() {
+  return current_thread;
+}
+
 bool WaitSetThread::isCurrent() const {
   return thread_.load() == std::this_thread::get_id();
 }
@@ -132,8 +138,10 @@ void WaitSetThread::run() {
     explicit Running(WaitSetThread& its_thread) : thread(its_thread) {
       thread.running_ = true;
       thread.thread_ = std::this_thread::get_id();
+      current_thread = &thread;
     }
     ~Running() {
+      current_thread = nullptr;
       thread.thread_ = std::thread::id();
       thread.running_ = false;
     }

@@ -58,6 +58,8 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
 
   /// True on the thread itself: within a runner.
   bool isCurrent() const;
+  /// The one whose run() the calling thread executes, to be compared only; null if there is none.
+  static const WaitSetThread* current();
   const std::string& name() const { return name_; }
 
  protected:

@@ -9,8 +9,7 @@ namespace TessivarDDS {
 
 using namespace Tessivar_Routing;
 
-RoutingClient::Private::Private(std::shared_ptr<ReportBook> book) {
-  services.setReportBook(std::move(book));
+RoutingClient::Private::Private(std::shared_ptr<ReportBook> book) : services(std::move(book)) {
   services.setRoutingListener(this);
   services.setProtectListener(&protectListener_);
 }
@@ -36,12 +35,6 @@ bool RoutingClient::Private::attachStateRunners(const char* signature) {
                                         &Listener::destinationAssociationRemoved);
 }
 
-bool RoutingClient::Private::createProtectService(const std::vector<AddressEx>& addresses) {
-  if (!services.createClientProtectService(addresses, &thread)) return false;
-  protectService = services.protectService();
-  return true;
-}
-
 template <class Sample>
 bool RoutingClient::Private::attachStateRunner(const char* signature, DDSRouterNode<Sample>* node,
                                                std::function<void(Sample*)> changed,
@@ -53,17 +46,49 @@ bool RoutingClient::Private::attachStateRunner(const char* signature, DDSRouterN
   return attach(signature, std::make_unique<StateRunner<Sample>>(node->dataReader(), std::move(changed), gone));
 }
 
-bool RoutingClient::Private::resubscribe(const char* signature, const std::vector<AddressEx>& addresses) {
-  if (protectService && services.updateClientReaderServices(addresses)) return true;
-  logError() << signature << "Cannot change the subscription once it is started. Clean up and re-create.";
-  return false;
+bool RoutingClient::Private::create(const char* signature) {
+  if (!services.createClientDiscoveryServices()) {
+    logError() << signature << "Unable to create services!";
+    return false;
+  }
+  if (!thread.create()) {
+    logError() << signature << "Failed to create the RoutingClient's waitset thread.";
+    return false;
+  }
+  RouterDataReader* const reader = services.routerNode()->dataReader();
+  if (!attach(signature, std::make_unique<RoutersRunner>(reader, *this))) return false;
+  gate.open();  // before the first callback, which may use the client
+  thread.start();
+  TessivarThread::sleep(50);
+  return true;
 }
 
-bool RoutingClient::Private::inCallback() const {
-  return services.inCallback() || thread.isCurrent() || listeners.isNotifying();
+bool RoutingClient::Private::subscribe(const char* signature, const std::vector<AddressEx>& addresses) {
+  if (services.sourcesNode()) {
+    if (services.protectService() && services.updateClientReaderServices(addresses)) return true;
+    logError() << signature << "Cannot change the subscription once it is started. Clean up and re-create.";
+    return false;
+  }
+  if (!services.createClientReaderServices(addresses)) {
+    logError() << signature << "Failed to create the client services during subscription";
+    return false;
+  }
+  if (!attachStateRunners(signature)) return false;
+  if (!services.createClientProtectService(addresses, &thread)) {
+    logError() << signature << "Failed to create the client services during subscription";
+    return false;
+  }
+  return true;
+}
+
+bool RoutingClient::Private::refusedInCallback(const char* signature, const char* text) const {
+  if (!services.inCallback() && !thread.isCurrent() && !listeners.isNotifying() && !gate.isMyTurn()) return false;
+  logError() << signature << text;
+  return true;
 }
 
 void RoutingClient::Private::leave() {
+  const UseGate::Turn turn(gate);
   {
     const ScopedLock lock(knownRoutersLock_);
     leaving_ = true;
@@ -71,9 +96,18 @@ void RoutingClient::Private::leave() {
       listeners.notify(SIGNATURE("notifyUnitRemoved(const class TessivarDDS::AddressEx &)"),
                        [&](RoutingClientListener& listener) { listener.routerRemoved(known.second); });
     }
+    knownRouters_.clear();
   }
+  if (services.routingService()) services.routingService()->endCalls();
+  if (services.protectService()) services.protectService()->endCalls();
+  gate.close();
   thread.stop();  // its runners use readers of the services
   services.cleanUp();
+  services.attachDomain(nullptr);
+  services.setUseQosProfiles(false);
+  listeners.clear();
+  leaving_ = false;
+  gate.reset();
 }
 
 template <class Call>

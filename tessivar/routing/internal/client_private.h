@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tessivar/framework/pointers/listener_list.h"
+#include "tessivar/framework/sync/detail/use_gate.h"
 #include "tessivar/framework/waitset/handle_sum_order.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 #include "tessivar/routing/client.h"
@@ -18,11 +19,15 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
  public:
   explicit Private(std::shared_ptr<ReportBook> book);
 
-  /// Reports the known routers as removed and takes everything down. All that a listener may call still works
-  /// meanwhile.
+  /// Makes what reports routers, in a turn with the gate closed, and opens it.
+  bool create(const char* signature);
+  /// In a turn.
+  bool subscribe(const char* signature, const std::vector<AddressEx>& addresses);
+  /// Reports the known routers as removed, while all that a listener may call still works; then ends all calls and
+  /// callbacks, and makes everything as new.
   void leave();
-  /// Returns true on a thread that is inside a callback of the bus or of this client.
-  bool inCallback() const;
+  /// Returns true, after one log line, on a thread that is inside a callback of the bus or of this client.
+  bool refusedInCallback(const char* signature, const char* text) const;
 
   void notifyUnitAdded(const DDS_InstanceHandle_t& handle, const Tessivar_Routing::Router* router);
   void notifyUnitRemoved(const DDS_InstanceHandle_t& handle, const AddressEx& router);
@@ -44,15 +49,11 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
 
   /// Hands `runner` to the thread; false, with `signature` in the log, when that cannot be.
   bool attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner);
-  bool attachStateRunners(const char* signature);
-  bool createProtectService(const std::vector<AddressEx>& addresses);
-  bool resubscribe(const char* signature, const std::vector<AddressEx>& addresses);
 
   ListenerList<RoutingClientListener> listeners{"TessivarDDS::RoutingClientListener"};
   RoutingServices services;
-  /// That of the services once it is complete: a listener's call may ask for it while subscribe() makes it.
-  std::atomic<ProtectRequestReplyService*> protectService{nullptr};
   WaitSetThread thread{"RoutingClient"};
+  UseGate gate;  // of all calls that use the services; open once create() has succeeded
 
  private:
   struct ProtectListener : RequestReplyClientListener<Tessivar_Routing::Destination> {
@@ -63,6 +64,7 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
     Private& owner_;
   };
 
+  bool attachStateRunners(const char* signature);
   template <class Sample>
   bool attachStateRunner(const char* signature, DDSRouterNode<Sample>* node, std::function<void(Sample*)> changed,
                          void (RoutingClientListener::*removed)(const Sample*));

@@ -40,9 +40,9 @@ class ReportBook {
     if (node->dataReader()) endpoints_->add(node->dataReader()->counters());
     if (node->dataWriter()) endpoints_->add(node->dataWriter()->counters());
   }
-  /// A request/reply service with its topics and endpoints, which must be closed before it goes. Always true.
+  /// A request/reply service with its topics and endpoints, which must be closed before it goes.
   template <class Service>
-  bool addService(const DDSDomain& domain, Service& service) {
+  void addService(const DDSDomain& domain, Service& service) {
     open(domain);
     add(&service.valueNode());
     add(&service.requestNode());
@@ -51,7 +51,6 @@ class ReportBook {
     exchanges_.push_back([topic = service.valueNode().topicName(), &service] {
       return ExchangeReport{topic, service.counts()};
     });
-    return true;
   }
   /// Forgets everything.
   void close();

@@ -1,0 +1,90 @@
+// Other threads call every public function while clients and services are created and cleaned up.
+#include "tessivar/routing/client.h"
+#include "tessivar/routing/services.h"
+#include "tests/support/loopback.h"
+#include "tests/support/storm.h"
+
+#include <atomic>
+
+namespace TessivarDDS {
+namespace {
+
+using namespace Tessivar_Routing;
+using namespace tessivar::testing;
+
+constexpr int domain_id = 112;
+const AddressEx router(1, 3, 1);
+
+struct Listener : RoutingClientListener {
+  void routerAdded(const Router*) override { during(); }
+  void routerRemoved(const AddressEx&) override { during(); }
+  void sourceChanged(Source*) override { during(); }
+  void destinationChanged(Destination*) override {}
+  void sourceAssociationChanged(Association*) override {}
+  void destinationAssociationChanged(Association*) override {}
+  void routeChanged(const AssociationRoute*) override { during(); }
+  void ticketChanged(DDSPtr<RoutingClient::Ticket>) override {}
+  std::function<void()> during = [] {};
+};
+
+TEST(RoutingThreads, CallClientsAndServicesThatAreCreatedAndCleanedUp) {
+  LoopbackDomain near(domain_id), far(domain_id);
+  RoutingServices device;
+  RoutingClient client;
+  Listener listener, passing;
+  std::atomic<int> made{0}, subscribed{0}, asked{0};
+  const auto ask = [&] {
+    DDSPtr<AssociationRoute> route(AssociationRouteTypeSupport::create_data());
+    DDSPtr<RoutingClient::Ticket> ticket = client.beginSetRoute(route);
+    asked += client.completeSetRoute(ticket);
+    DDSPtr<Destination> destination(DestinationTypeSupport::create_data());
+    DDSPtr<RoutingClient::ProtectTicket> protect = client.beginProtect(destination);
+    client.completeProtect(protect);
+  };
+  listener.during = [&] { ask(), client.cleanUp(), client.create(), client.subscribe({}); };
+  const auto createDevice = [&] {
+    device.attachDomain(&far);
+    if (!device.createServerServices()) return;
+    ++made;
+  };
+  const auto createClient = [&] {
+    client.attachListener(&listener, false);
+    client.attachDomain(&near);
+    if (client.create() && client.subscribe({router})) ++subscribed;
+  };
+  const Calls changing = {[&] { createDevice(), device.updateClientReaderServices({router}), device.cleanUp(); },
+                          [&] { createClient(), client.subscribe({}), client.cleanUp(); }};
+  storm(300, changing,
+        {
+            ask,
+            [&] { client.attachListener(&passing, false), client.detachListener(&passing); },
+            [&] { client.setUseQosProfiles(false), client.report(); },
+            [&] {
+              client.services()->sourcesNode(), client.services()->inCallback(),
+                  client.services()->enableBatching(true);
+            },
+            [&] {
+              device.setUseQosProfiles(false), device.setRoutingListener(nullptr), device.setProtectListener(nullptr);
+            },
+            [&] { device.enableBatching(false), device.inCallback(), device.domain(), device.report(); },
+            [&] { device.routerNode(), device.destinationsNode(), device.sourceAssociations(); },
+            [&] { device.destinationAssociations(), device.routingService(), device.protectService(); },
+        });
+  EXPECT_GT(made, 0);
+  EXPECT_GT(subscribed, 0);
+  EXPECT_GT(asked, 0);
+  device.cleanUp();
+  client.cleanUp();
+  createDevice();
+  createClient();
+  EXPECT_TRUE(eventually([&] {
+    DDSPtr<AssociationRoute> route(AssociationRouteTypeSupport::create_data());
+    DDSPtr<RoutingClient::Ticket> ticket = client.beginSetRoute(route);
+    client.completeSetRoute(ticket);
+    return ticket && ticket->failure == RequestFailure::None;
+  })) << "all of it still works";
+  client.cleanUp();
+}
+
+}  // namespace
+}  // namespace TessivarDDS

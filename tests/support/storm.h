@@ -1,0 +1,46 @@
+// Many threads inside one object.
+#pragma once
+
+#include "tessivar/framework/log/logger.h"
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace tessivar::testing {
+
+typedef std::vector<std::function<void()>> Calls;
+
+/// Makes each of `changes` on two threads, again and again, and meanwhile `calls`, one after the other, on three more;
+/// until so many changes were made, or for at most five seconds. What is logged meanwhile is dropped.
+inline void storm(int changes, const Calls& changing, const Calls& calls) {
+  struct Silent : TessivarDDS::Logger {
+    void log(int, const std::string&) override {}
+  };
+  TessivarDDS::setLogger(new Silent);
+  std::atomic<int> left{changes};
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const auto goesOn = [&] { return left > 0 && std::chrono::steady_clock::now() < end; };
+  {
+    std::vector<std::jthread> threads;
+    for (const auto& change : changing) {
+      for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+          for (; goesOn(); --left) change();
+        });
+      }
+    }
+    for (std::size_t i = 0; i < 3; ++i) {
+      threads.emplace_back([&, i] {
+        for (std::size_t next = i * calls.size() / 3; goesOn(); ++next) calls[next % calls.size()]();
+      });
+    }
+  }
+  TessivarDDS::setLogger(nullptr);
+}
+
+}  // namespace tessivar::testing
