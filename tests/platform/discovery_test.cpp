@@ -108,7 +108,7 @@ TEST(Discovery, ACallbackMayWaitForTheCreationThatIsGoingOn) {
     Expecting events;
     std::unique_ptr<EngineParticipant> participant;
     std::string error;
-    ASSERT_EQ(cyclone_engine().create_participant(config, &events, participant, error), DDS_RETCODE_OK) << error;
+    ASSERT_EQ(default_engine().create_participant(config, &events, participant, error), DDS_RETCODE_OK) << error;
     events.created = true;
     participant.reset();
     ASSERT_FALSE(events.in_vain);

@@ -29,15 +29,15 @@ class FailingEngine final : public platform::Engine {
                                       std::string& error) override {
     if (refuses(&error)) return DDS_RETCODE_OUT_OF_RESOURCES;
     auto made = std::make_unique<Participant>(*this);
-    const DDS_ReturnCode_t result = platform::cyclone_engine().create_participant(config, events, made->real, error);
+    const DDS_ReturnCode_t result = platform::default_engine().create_participant(config, events, made->real, error);
     if (result == DDS_RETCODE_OK) participant = std::move(made);
     return result;
   }
   std::unique_ptr<platform::EngineGuardCondition> create_guard_condition() override {
-    return refuses() ? nullptr : platform::cyclone_engine().create_guard_condition();
+    return refuses() ? nullptr : platform::default_engine().create_guard_condition();
   }
   std::unique_ptr<platform::EngineWaitSet> create_wait_set() override {
-    return refuses() ? nullptr : platform::cyclone_engine().create_wait_set();
+    return refuses() ? nullptr : platform::default_engine().create_wait_set();
   }
 
  private:

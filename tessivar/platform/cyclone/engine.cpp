@@ -28,7 +28,7 @@ class CycloneEngine final : public Engine {
 
 }  // namespace
 
-Engine& cyclone_engine() {
+Engine& default_engine() {
   static Immortal<CycloneEngine> engine;
   return *engine;
 }

@@ -14,6 +14,8 @@
 #include <atomic>
 #include <mutex>
 
+#include <dds/version.h>
+
 namespace tessivar::platform::cyclone {
 namespace {
 
@@ -27,8 +29,9 @@ void report_missing_internals() {
   static std::once_flag once;
   std::call_once(once, [] {
     log(LogLevel::warning, "engine",
-        "this version of the engine is not known: participants cannot be shown or ignored, peers not changed at run "
-        "time, history not waited for, samples not batched, networks not used redundantly");
+        "the installed version of Cyclone DDS is not the one that the library was built with (" DDS_VERSION
+        "), or its internals are not known: participants cannot be shown or ignored, peers not changed at run time, "
+        "history not waited for, samples not batched, networks not used redundantly. Build the library again");
   });
 }
 

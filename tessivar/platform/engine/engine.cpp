@@ -11,7 +11,7 @@ std::atomic<Engine*> replacement{nullptr};
 
 Engine& engine() {
   Engine* const other = replacement.load(std::memory_order_acquire);
-  return other ? *other : cyclone_engine();
+  return other ? *other : default_engine();
 }
 
 void set_engine(Engine* other) {

@@ -243,12 +243,12 @@ class Engine {
   virtual std::unique_ptr<EngineWaitSet> create_wait_set() = 0;
 };
 
-/// The engine in use: Cyclone DDS unless a test has put another in front.
+/// Returns the engine in use: default_engine(), unless a test has replaced it.
 Engine& engine();
 /// Replaces the engine for what is created from now on; null restores the real one. Not owned. For tests.
 void set_engine(Engine* engine);
 
-/// The real engine (cyclone/).
-Engine& cyclone_engine();
+/// Returns the engine that the library was built with. Defined by the folder of that engine.
+Engine& default_engine();
 
 }  // namespace tessivar::platform

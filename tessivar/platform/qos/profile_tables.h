@@ -3,6 +3,7 @@
 // A new member of a policy is readable once it has its row here; without one this file does not compile.
 #pragma once
 
+#include "tessivar/platform/detail/member_count.h"
 #include "tessivar/platform/qos/profiles_xml.h"
 
 #include <algorithm>
@@ -10,6 +11,17 @@
 #include <cstdint>
 #include <span>
 #include <type_traits>
+
+namespace tessivar::platform {
+
+template <>
+inline constexpr std::size_t member_count<DDS_EntityNameQosPolicy> = 2;
+template <>
+inline constexpr std::size_t member_count<DDS_Property_t> = 3;
+template <>
+inline constexpr std::size_t member_count<DDS_DiscoveryQosPolicy> = 2;
+
+}  // namespace tessivar::platform
 
 namespace tessivar::platform::profiles {
 
@@ -67,37 +79,13 @@ bool read_value(const Walk& walk, pugi::xml_node node, Value& value) {
 
 // --- completeness ----------------------------------------------------------------------------------------------------
 
-/// Stands for a member of any type.
-struct AnyMember {
-  template <class T>
-  operator T() const;
-};
-
-template <class T, class... Members>
-constexpr std::size_t count_members() {
-  if constexpr (requires { T{Members()..., AnyMember()}; }) {
-    return count_members<T, Members..., AnyMember>();
-  } else {
-    return sizeof...(Members);
-  }
-}
-
-template <class T>
-constexpr std::size_t member_count = count_members<T>();
-
 // Structures with constructors cannot be counted like this: the bindings do not compile with another number of members.
-template <>
-inline constexpr std::size_t member_count<DDS_EntityNameQosPolicy> = 2;
 inline void bind_members(DDS_EntityNameQosPolicy& policy) {
   [[maybe_unused]] auto& [name, role_name] = policy;
 }
-template <>
-inline constexpr std::size_t member_count<DDS_Property_t> = 3;
 inline void bind_members(DDS_Property_t& property) {
   [[maybe_unused]] auto& [name, value, propagate] = property;
 }
-template <>
-inline constexpr std::size_t member_count<DDS_DiscoveryQosPolicy> = 2;
 inline void bind_members(DDS_DiscoveryQosPolicy& policy) {
   [[maybe_unused]] auto& [initial_peers, multicast_receive_addresses] = policy;
 }

@@ -2,6 +2,7 @@
 // the type's kind.
 #pragma once
 
+#include "tessivar/platform/detail/member_count.h"
 #include "tessivar/types/declare.h"
 #include "tessivar/types/family/plugin.h"
 #include "tessivar/types/family/typed_entity_impl.h"
@@ -230,7 +231,10 @@
   TESSIVAR_DEFINE_ENUMERATION_OF(T, K) \
   TESSIVAR_DEFINE_KEY_FUNCTIONS(T, K)
 #define TESSIVAR_DEFINE_UNION(T) TESSIVAR_DEFINE_NESTED_OF(T, tessivar::types::Union<T>)
-#define TESSIVAR_DEFINE_NESTED_TYPE(T) TESSIVAR_DEFINE_NESTED_OF(T, tessivar::types::Structure<T>)
+#define TESSIVAR_DEFINE_NESTED_TYPE(T)                                                          \
+  static_assert(tessivar::platform::member_count<T> == tessivar::types::Table<T>::member_count, \
+                "a member of " #T " has no row in its table");                                  \
+  TESSIVAR_DEFINE_NESTED_OF(T, tessivar::types::Structure<T>)
 #define TESSIVAR_DEFINE_KEYLESS_TOPIC_TYPE(T) \
   TESSIVAR_DEFINE_NESTED_TYPE(T)              \
   TESSIVAR_DEFINE_TOPIC_FUNCTIONS(T, tessivar::types::Structure<T>)

@@ -127,6 +127,7 @@ struct StructureTable {
   static constexpr bool is_mutable = Mutable;
   static constexpr DDS_UnsignedLong first_id = FirstId;
   static constexpr bool keyed = (Members::key || ...);
+  static constexpr std::size_t member_count = sizeof...(Members);
 };
 template <Name QualifiedName, class... Members>
 using Final = StructureTable<false, 0, QualifiedName, Members...>;

@@ -1,11 +1,14 @@
 // A C file: the engine's own headers do not compile as C++.
+#define _GNU_SOURCE  // RTLD_DEFAULT
+
 #include "tessivar/platform/cyclone/internals/internals.h"
 
 #include <dds/dds.h>
 #include <dds/version.h>
 
-#if DDS_VERSION_MAJOR == 0 && DDS_VERSION_MINOR == 10 && DDS_VERSION_PATCH == 2
+#if TESSIVAR_ENGINE_INTERNALS
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
@@ -33,8 +36,16 @@
 
 _Static_assert(CYCLONE_INTERFACES_MAX == MAX_XMIT_CONNS, "the engine has another limit");
 
+// Versions of 0.10 share a library name. Their structures are those of 0.10.2, or from 0.10.4 on those of 0.10.5, which
+// has this function. Tells whether the library at run time is of the same kind as the headers.
+static bool fits_headers(void) {
+  const bool has_writer_batching = dlsym(RTLD_DEFAULT, "dds_qset_writer_batching") != NULL;
+  return has_writer_batching == (DDS_VERSION_PATCH >= 4);
+}
+
 struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
                                            int64_t announcement_period) {
+  if (!fits_headers()) return NULL;
   struct ddsi_domaingv* gv = ddsrt_atomic_ldvoidp(&lookup_thread_state()->gv);
   if (gv == NULL || gv->config.domainId != internal_id || gv->config.extDomainId.value != domain_id) return NULL;
   // A library of another version than the headers would have these in other places.

@@ -3,7 +3,7 @@
 
 #include <dds/version.h>
 
-#if DDS_VERSION_MAJOR == 0 && DDS_VERSION_MINOR == 10 && DDS_VERSION_PATCH == 2
+#if TESSIVAR_ENGINE_INTERNALS
 
 #include <pthread.h>
 #include <stdlib.h>

@@ -1,0 +1,28 @@
+// The number of members of a structure, known to the compiler: a table of members can be checked for completeness.
+#pragma once
+
+#include <cstddef>
+
+namespace tessivar::platform {
+
+/// Stands for a member of any type in an initialiser that is never evaluated.
+struct AnyMember {
+  template <class T>
+  operator T() const;
+};
+
+template <class T, class... Members>
+consteval std::size_t count_members() {
+  if constexpr (requires { T{Members()..., AnyMember()}; }) {
+    return count_members<T, Members..., AnyMember>();
+  } else {
+    return sizeof...(Members);
+  }
+}
+
+/// Of an aggregate: how many initialisers it takes; an array counts as its elements. Specialise it for a structure with
+/// constructors.
+template <class T>
+inline constexpr std::size_t member_count = count_members<T>();
+
+}  // namespace tessivar::platform
