@@ -1,7 +1,7 @@
 // Participants: what their configuration means, and the making and deleting of what they contain.
 #include "support/bus.h"
 #include "tessivar/platform/cyclone/configuration.h"
-#include "tessivar/platform/cyclone/network.h"
+#include "tessivar/platform/cyclone/network/network.h"
 #include "tessivar/platform/participant/participant_config.h"
 
 namespace platform_test {

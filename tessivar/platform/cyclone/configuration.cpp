@@ -1,6 +1,6 @@
 #include "tessivar/platform/cyclone/configuration.h"
 
-#include "tessivar/platform/cyclone/network.h"
+#include "tessivar/platform/cyclone/network/network.h"
 #include "tessivar/platform/detail/log.h"
 
 #include <utility>

@@ -1,8 +1,8 @@
 #include "tessivar/platform/cyclone/engine_log.h"
 
 #include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/cyclone/network/unreachable.h"
 #include "tessivar/platform/cyclone/no_throw.h"
-#include "tessivar/platform/cyclone/unreachable.h"
 #include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/detail/log.h"
 

@@ -2,7 +2,7 @@
 
 #include "tessivar/platform/cyclone/configuration.h"
 #include "tessivar/platform/cyclone/engine_log.h"
-#include "tessivar/platform/cyclone/network.h"
+#include "tessivar/platform/cyclone/network/network.h"
 #include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/reader.h"

@@ -4,6 +4,8 @@
 // the same threshold for its own messages. Thread-safe, from before main() until after it; nothing throws.
 #pragma once
 
+#include "tessivar/platform/export.h"
+
 #include <initializer_list>
 #include <string_view>
 
@@ -32,8 +34,8 @@ bool is_logged(LogLevel level);
 typedef void (*LogSink)(LogLevel level, const char* line);
 void set_log_sink(LogSink sink);
 
-void log(LogLevel level, std::string_view context, std::string_view text);
+TESSIVAR_API void log(LogLevel level, std::string_view context, std::string_view text);
 /// The same for a text in parts: they are joined here, where a failure to allocate does no harm.
-void log_joined(LogLevel level, std::string_view context, std::initializer_list<std::string_view> parts);
+TESSIVAR_API void log_joined(LogLevel level, std::string_view context, std::initializer_list<std::string_view> parts);
 
 }  // namespace tessivar::platform

@@ -1,4 +1,4 @@
-#include "tessivar/platform/cyclone/network.h"
+#include "tessivar/platform/cyclone/network/network.h"
 
 #include <algorithm>
 #include <arpa/inet.h>

@@ -1,4 +1,4 @@
-#include "tessivar/platform/cyclone/unreachable.h"
+#include "tessivar/platform/cyclone/network/unreachable.h"
 
 #include "tessivar/platform/detail/immortal.h"
 #include "tessivar/platform/detail/mutex.h"
