@@ -21,6 +21,8 @@ cmake -S "$consumer" -B "$work/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" 
 }
 cmake --build "$work/consumer" -- --quiet
 "$work/consumer/consumer"
+# A topic type of the application's own, with nothing but what is installed.
+[ "$(DDS_ALLOWED_INTERFACES=lo "$work/consumer/weather" 213)" = "roof: -1.5 degrees" ]
 
 config=$(dirname "$(find "$prefix" -name tessivardds.pc)")
 export PKG_CONFIG_PATH=$config

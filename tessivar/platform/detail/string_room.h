@@ -4,6 +4,8 @@
 // string from malloc lies at an even address; all that is certain of its room is the text that it holds.
 #pragma once
 
+#include "tessivar/platform/export.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -28,6 +30,6 @@ inline std::size_t string_room(const char* text) {
 
 /// Gives `*text` room for exactly `octets` (at least 1), terminator included; its content is lost. False with `*text`
 /// unchanged when memory is short.
-bool renew_string(char** text, std::size_t octets);
+TESSIVAR_API bool renew_string(char** text, std::size_t octets);
 
 }  // namespace tessivar::platform

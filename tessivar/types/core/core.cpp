@@ -1,4 +1,4 @@
-#include "tessivar/types/core/internal/core_tables.h"
+#include "tessivar/types/core/detail/core_tables.h"
 #include "tessivar/types/family/define.h"
 
 namespace Tessivar {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tessivar/types/command/command.h"
-#include "tessivar/types/core/internal/core_tables.h"
+#include "tessivar/types/core/detail/core_tables.h"
 
 namespace tessivar::types {
 

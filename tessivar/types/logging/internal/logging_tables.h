@@ -1,7 +1,7 @@
 // What the logging types are made of.
 #pragma once
 
-#include "tessivar/types/core/internal/core_tables.h"
+#include "tessivar/types/core/detail/core_tables.h"
 #include "tessivar/types/logging/logging.h"
 
 namespace tessivar::types {
