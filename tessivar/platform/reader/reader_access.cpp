@@ -74,7 +74,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, D
   ReaderSelection selection = selection_of(request);
   const DDS_ReturnCode_t found = find_instance(request, selection);
   if (found != DDS_RETCODE_OK) return found;
-  const std::size_t again = select_left_over(selection, max);
+  const std::size_t again = slots.empty() ? 0 : select_left_over(selection, max);
   const std::size_t available = again > 0 ? again : cache->count(selection, max);
   if (available == 0) {
     update_conditions();  // samples may have expired
@@ -158,7 +158,11 @@ std::size_t DDSDataReader::Impl::select_left_over(const ReaderSelection& selecti
 
 /// Ends an access: these slots have been handed out, others are left over.
 void DDSDataReader::Impl::drop_slots(std::size_t first, std::size_t end) {
-  slots.erase(slots.begin() + static_cast<std::ptrdiff_t>(first), slots.begin() + static_cast<std::ptrdiff_t>(end));
+  if (end - first == slots.size()) {
+    slots.clear();
+  } else {
+    slots.erase(slots.begin() + static_cast<std::ptrdiff_t>(first), slots.begin() + static_cast<std::ptrdiff_t>(end));
+  }
   if (slots.empty() && slots.capacity() * sizeof(EngineSlot) > Loans::most_idle_octets)
     std::vector<EngineSlot>().swap(slots);
   StateSet states = 0;

@@ -69,7 +69,7 @@ bool ReaderSide::transfer(ReaderCache& cache) {
       result = drained ? DDS_RETCODE_NO_DATA : take(drained);
       continue;
     }
-    result = examine_slots();
+    if (slots_unexamined_) result = examine_slots();
     if (result != DDS_RETCODE_OK) break;
     const ReaderCache::Change inserted = cache.insert(source_, slots_);
     news = news || inserted.news;
@@ -103,7 +103,6 @@ DDS_ReturnCode_t ReaderSide::take(bool& drained) {
 
 /// Removes from the slots what the filter refuses, if there was no memory for that when it came.
 DDS_ReturnCode_t ReaderSide::examine_slots() {
-  if (!slots_unexamined_) return DDS_RETCODE_OK;
   const std::lock_guard lock(filter_mutex_);
   bool complete = true;
   std::erase_if(slots_, [&](const EngineSlot& slot) {
