@@ -1,6 +1,8 @@
 #pragma once
 
 #include "tessivar/platform/cyclone/engine_api.h"
+#include "tessivar/platform/cyclone/internals/internals.h"
+#include "tessivar/platform/cyclone/no_throw.h"
 
 #include <memory>
 
@@ -17,6 +19,19 @@ class Listener {
     void operator()(dds_listener_t* listener) const { dds_delete_listener(listener); }
   };
   std::unique_ptr<dds_listener_t, Deleter> listener_;
+};
+
+/// `call` is `callback` for a Listener. The application's code may call into another domain there; afterwards the
+/// engine's thread is at work for its own one again. Otherwise the engine frees what the thread still uses.
+template <auto callback>
+struct ListenerCall;
+template <class... Arguments, void (*callback)(Arguments...)>
+struct ListenerCall<callback> {
+  static void call(Arguments... arguments) {
+    ddsi_domaingv* const own = cyclone_thread_domain();
+    NoThrow<callback>::call(arguments...);
+    cyclone_set_thread_domain(own);
+  }
 };
 
 }  // namespace tessivar::platform::cyclone

@@ -92,14 +92,14 @@ DDS_ReturnCode_t Reader::start(const EngineReaderConfig& config, std::string& er
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
   // Liveliness and matches are also our own business, see there.
-  dds_lset_liveliness_changed(listener.get(), NoThrow<on_liveliness_changed>::call);
-  dds_lset_subscription_matched(listener.get(), NoThrow<on_subscription_matched>::call);
+  dds_lset_liveliness_changed(listener.get(), ListenerCall<on_liveliness_changed>::call);
+  dds_lset_subscription_matched(listener.get(), ListenerCall<on_subscription_matched>::call);
   if (events_) {
-    dds_lset_data_available(listener.get(), NoThrow<on_data_available>::call);
-    dds_lset_requested_deadline_missed(listener.get(), NoThrow<on_requested_deadline_missed>::call);
-    dds_lset_requested_incompatible_qos(listener.get(), NoThrow<on_requested_incompatible_qos>::call);
-    dds_lset_sample_lost(listener.get(), NoThrow<on_sample_lost>::call);
-    dds_lset_sample_rejected(listener.get(), NoThrow<on_sample_rejected>::call);
+    dds_lset_data_available(listener.get(), ListenerCall<on_data_available>::call);
+    dds_lset_requested_deadline_missed(listener.get(), ListenerCall<on_requested_deadline_missed>::call);
+    dds_lset_requested_incompatible_qos(listener.get(), ListenerCall<on_requested_incompatible_qos>::call);
+    dds_lset_sample_lost(listener.get(), ListenerCall<on_sample_lost>::call);
+    dds_lset_sample_rejected(listener.get(), ListenerCall<on_sample_rejected>::call);
   }
   const EngineLogCapture log;
   entity_ = dds_create_reader(participant_.entity(), topic_.entity(), qos.get(), listener.get());

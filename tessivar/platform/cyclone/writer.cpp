@@ -2,7 +2,6 @@
 
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/listener.h"
-#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/sample.h"
 #include "tessivar/platform/cyclone/translate.h"
@@ -34,11 +33,11 @@ DDS_ReturnCode_t Writer::start(Participant& participant, const EngineWriterConfi
   if (!topic_.create(participant.entity(), config.topic, plugin_, error)) return DDS_RETCODE_ERROR;
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
-  dds_lset_publication_matched(listener.get(), NoThrow<on_publication_matched>::call);  // also our own business
+  dds_lset_publication_matched(listener.get(), ListenerCall<on_publication_matched>::call);  // also our own business
   if (events_) {
-    dds_lset_liveliness_lost(listener.get(), NoThrow<on_liveliness_lost>::call);
-    dds_lset_offered_deadline_missed(listener.get(), NoThrow<on_offered_deadline_missed>::call);
-    dds_lset_offered_incompatible_qos(listener.get(), NoThrow<on_offered_incompatible_qos>::call);
+    dds_lset_liveliness_lost(listener.get(), ListenerCall<on_liveliness_lost>::call);
+    dds_lset_offered_deadline_missed(listener.get(), ListenerCall<on_offered_deadline_missed>::call);
+    dds_lset_offered_incompatible_qos(listener.get(), ListenerCall<on_offered_incompatible_qos>::call);
   }
   const bool batch = config.qos.batch.enable != 0;
   const EngineLogCapture log;

@@ -10,6 +10,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <stdatomic.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -39,8 +40,12 @@ _Static_assert(CYCLONE_INTERFACES_MAX == MAX_XMIT_CONNS, "the engine has another
 // Versions of 0.10 share a library name. Their structures are those of 0.10.2, or from 0.10.4 on those of 0.10.5, which
 // has this function. Tells whether the library at run time is of the same kind as the headers.
 static bool fits_headers(void) {
-  const bool has_writer_batching = dlsym(RTLD_DEFAULT, "dds_qset_writer_batching") != NULL;
-  return has_writer_batching == (DDS_VERSION_PATCH >= 4);
+  static atomic_int known;  // 0: not yet, 1: fits, 2: does not
+  if (known == 0) {
+    const bool has_writer_batching = dlsym(RTLD_DEFAULT, "dds_qset_writer_batching") != NULL;
+    known = has_writer_batching == (DDS_VERSION_PATCH >= 4) ? 1 : 2;
+  }
+  return known == 1;
 }
 
 struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
@@ -52,6 +57,16 @@ struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain
   if (lease_duration > 0 && gv->config.lease_duration != lease_duration) return NULL;
   if (announcement_period > 0 && gv->config.spdp_interval != announcement_period) return NULL;
   return gv;
+}
+
+struct ddsi_domaingv* cyclone_thread_domain(void) {
+  return fits_headers() ? ddsrt_atomic_ldvoidp(&lookup_thread_state()->gv) : NULL;
+}
+
+void cyclone_set_thread_domain(struct ddsi_domaingv* gv) {
+  if (gv == NULL) return;
+  ddsrt_atomic_stvoidp(&lookup_thread_state()->gv, gv);
+  ddsrt_atomic_fence();
 }
 
 static void close_on_exec(struct ddsi_tran_conn* connection) {
@@ -389,6 +404,12 @@ struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain
   return NULL;
 }
 
+struct ddsi_domaingv* cyclone_thread_domain(void) {
+  return NULL;
+}
+void cyclone_set_thread_domain(struct ddsi_domaingv* gv) {
+  (void)gv;
+}
 void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv) {
   (void)gv;
 }

@@ -20,6 +20,11 @@ struct dds_qos;
 struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
                                            int64_t announcement_period);
 
+/// The domain that this thread is at work for inside the engine; null when that is not known. The engine frees nothing
+/// that the thread may use in it. A call into another domain, as a callback may make, replaces it: put it back then.
+struct ddsi_domaingv* cyclone_thread_domain(void);
+void cyclone_set_thread_domain(struct ddsi_domaingv* gv);
+
 /// Has exec() close the domain's sockets, which the engine leaves open for the program that is executed.
 void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv);
 
