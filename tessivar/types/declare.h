@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Declares what every type has beside its members: the named functions, the sequence and, for a topic type, its type
 // support, reader and writer. One macro a type, in the type's namespace, after its structure.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The functions of a sequence type, `TSeq_set_maximum` and so on, over its methods.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // For topic types of an application's own: a structure, its table of members, and a line that makes everything else of
 // the table, as for the library's types. examples/weather.cpp is a whole program.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Typed readers, writers and type supports: what every topic type has, said once.
 //
 // They are thin: each operation hands its sample, untyped, to the platform's reader or writer, whose rules hold (see

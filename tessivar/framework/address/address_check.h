@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Tells the user of addresses that name no unit.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The address of a unit or port on the bus.
 #pragma once
 

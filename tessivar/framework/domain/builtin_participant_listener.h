@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Who may talk to a participant: remote participants are admitted or ignored by the type that they announce.
 #pragma once
 

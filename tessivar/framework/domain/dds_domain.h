@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // One participant of a DDS domain, configured the way all applications of a facility configure theirs.
 #pragma once
 

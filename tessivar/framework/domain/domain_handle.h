@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A domain that releases itself.
 #pragma once
 

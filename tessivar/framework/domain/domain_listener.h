@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a domain logs of the statuses of its topics, readers and writers.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Topic QoS that several services share.
 #pragma once
 

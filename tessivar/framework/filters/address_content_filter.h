@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Lets a reader receive only the samples of chosen units.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The logger that is installed when the application installs none.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/log/logger.h"
 
 #include "tessivar/framework/log/default_logger.h"

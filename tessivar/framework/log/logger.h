@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The library's messages: where they go, and how the library's own classes compose them.
 //
 // One logger serves the whole process and gets everything: messages of the library, and the reasons that the DDS

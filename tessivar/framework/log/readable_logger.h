@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Messages for people to read.
 #pragma once
 

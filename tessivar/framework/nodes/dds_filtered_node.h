@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A node that reads a filtered view of its topic.
 #pragma once
 

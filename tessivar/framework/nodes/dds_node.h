@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A topic with its writer and reader, for one type of sample.
 #pragma once
 

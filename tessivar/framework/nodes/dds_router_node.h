@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The node of a router's sources, destinations and associations.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // From a sample's type to what belongs to it.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Shared ownership of a sample or a ticket.
 #pragma once
 

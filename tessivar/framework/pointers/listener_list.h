@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The application's listeners of one service object.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/report/report.h"
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a service or domain has done and seen up to now.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A value on a topic, and requests to change it.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Requests that are answered, over two topics.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Why a request was not sent, or did not succeed.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What applications and services override to hear of requests, replies and values.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/requestreply/tessivar_request_reply_service.h"
 
 #include "tessivar/framework/nodes/internal/address_filtered_topic.h"

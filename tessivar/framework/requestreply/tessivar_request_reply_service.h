@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The commands of units: their values, and requests to change them.
 #pragma once
 

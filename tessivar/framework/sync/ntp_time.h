@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Milliseconds as the platform's time.
 #pragma once
 

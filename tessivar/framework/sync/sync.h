@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Locks and events on the platform's semaphores.
 //
 // Thread-safe. Times are milliseconds on a clock that does not jump; -1 waits without limit, any other negative time

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A worker thread of the library.
 #pragma once
 

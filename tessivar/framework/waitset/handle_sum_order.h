@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The order of maps that are keyed by an instance.
 #pragma once
 

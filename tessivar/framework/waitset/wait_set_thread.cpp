@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/waitset/wait_set_thread.h"
 
 #include "tessivar/framework/log/detail/guarded.h"

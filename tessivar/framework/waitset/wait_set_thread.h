@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The thread that serves a service's readers.
 #pragma once
 

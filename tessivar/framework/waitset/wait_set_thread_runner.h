@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a wait-set thread runs for one reader.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The command types of module Tessivar: devices and the numbered commands they offer.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The core types of module Tessivar, which the other modules are built from.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Bounds of an encoding, known before any sample is: where it ends at most and at least, from where it begins.
 //
 // Alignment never decreases what comes before it, so the longest form of each member yields the longest whole.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Positions in an encoding: one that only counts, one that writes, one that reads.
 //
 // Alignment is relative to the octet after the encapsulation header (DDSI-RTPS 2.3, 10.2). All three keep to their

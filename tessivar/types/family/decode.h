@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Decoding into a sample, and the same walk without storing anything.
 //
 // `decode` fills a sample and reuses its buffers; `pass` copies from an encoding to another cursor, in

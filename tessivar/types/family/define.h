@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Defines what declare.h declares: each named function over its kind. One macro a type, in the type's namespace; `K` is
 // the type's kind.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Type descriptions, made at compile time from the tables.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Encoding: one walk over a sample, with a cursor that counts or one that writes, so that size and octets agree.
 //
 // Fails on what must not get onto the bus: a too long string, a sequence over its bound, an unknown enumerator.

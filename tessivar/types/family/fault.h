@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Says why a sample cannot be encoded: which member is over its bound or no enumerator.
 //
 // Used after an encoding failed, so that encoding itself costs no more. Nothing is allocated.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The kinds of things that types are made of, and the tables that say what each type is.
 //
 // A kind is a tag: nothing is ever stored in it. Each operation on samples (memory.h, encode.h, decode.h …) is a set of

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Initialising, finalising, emptying, measuring and copying samples.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the plugin functions of a type do, over its kind: streams, sizes, keys, and the record of a top-level type.
 #pragma once
 

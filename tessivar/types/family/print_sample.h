@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The debug text of samples.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the named functions of a type do, over its kind: the operations on samples with their arguments checked.
 #pragma once
 

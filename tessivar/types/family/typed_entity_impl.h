@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The bodies of the typed entities; only the files that define types include this.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The logging types of module Tessivar_Logging: messages, alarms, masks and acknowledgements.
 //
 // Numbers behind strings and sequences are their bounds.

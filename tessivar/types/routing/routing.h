@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The routing types of module Tessivar_Routing: routers, their ports, associations and routes.
 //
 // Numbers behind strings and sequences are their bounds.

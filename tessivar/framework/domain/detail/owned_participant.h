@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A domain's participant, as its domain and the nodes on it share it.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Parts of the signatures that begin log messages: spellings that are too long to write out at each message.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Lists of texts: comma-separated, as environment variables and properties hold them, and the platform's.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the environment says of the network that a program uses.
 #pragma once
 

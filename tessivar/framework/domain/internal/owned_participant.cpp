@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/domain/detail/owned_participant.h"
 
 #include "tessivar/framework/domain/detail/text_list.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Definitions for dds_node.h; include that.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A node's view of the samples of chosen units.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // An owner whose pointer may be asked for while it changes.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The remote participants that a domain has discovered.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/report/internal/report_book.h"
 
 #include "tessivar/framework/domain/dds_domain.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The client listeners of a request/reply node.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How a request/reply node sends and serves requests; included by dds_request_reply_node_inl.h.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Lets a client receive only the replies to its own requests.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A listener that one thread calls and others exchange.
 #pragma once
 

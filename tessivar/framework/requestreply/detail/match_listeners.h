@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How many of the other side's readers and writers a node's endpoints are matched with.
 #pragma once
 

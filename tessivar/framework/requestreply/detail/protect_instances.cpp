@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/requestreply/detail/instances.h"
 
 namespace TessivarDDS {

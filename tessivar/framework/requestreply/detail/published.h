@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A value that one thread replaces while others read it.
 #pragma once
 

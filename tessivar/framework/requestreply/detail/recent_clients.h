@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The clients that a server has answered of late.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Which unit a ticket number was about, for messages.
 #pragma once
 

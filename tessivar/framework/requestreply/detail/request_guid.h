@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The identity of a request/reply node: 16 octets that travel with every request and come back with its replies.
 #pragma once
 

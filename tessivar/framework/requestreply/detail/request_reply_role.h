@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Which side of a request/reply exchange a node is.
 #pragma once
 

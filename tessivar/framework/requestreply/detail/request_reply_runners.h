@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a request/reply node's thread runs for each of its readers.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Keeps an object's calls and its building up and taking down apart.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The platform's thread factory, one for the process.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The library's own instances of the runner template, so that users need not compile them.
 #pragma once
 

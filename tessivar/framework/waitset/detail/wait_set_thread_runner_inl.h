@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Definitions for wait_set_thread_runner.h; include that.
 #pragma once
 
