@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Declares what every type has beside its members: the named functions, the sequence and, for a topic type, its type
-// support, reader and writer. One macro a type, in the type's namespace, after its structure.
+// Declares what every type has in addition to its members: the named functions and the sequence, and for a topic type
+// also its type support, reader and writer. Each type needs one macro, in the namespace of the type, after its
+// structure.
 //
-// Unless a comment says otherwise an `int` result is 1 for success and 0 for failure; null samples are failures (or
-// ignored where something is freed); nothing logs, throws or blocks. Distinct samples may be used by distinct threads.
+// Unless a comment says otherwise:
+// - an `int` result is 1 for success and 0 for failure;
+// - a null sample is a failure, but functions that free something ignore it;
+// - no function logs, throws or blocks.
+// Different threads may use different samples at the same time.
 #pragma once
 
 #include "tessivar/platform/cdr_stream.h"
@@ -16,13 +20,16 @@
 
 // --- samples: initialise, finalise, copy, describe, print ------------------------------------------------------------
 //
-// T_initialize: numbers 0, strings and sequences allocated to their bounds, optional members null. `…_ex(s, 1, 0)`
-// empties what is there without allocating. A sample that was only constructed (`Command c;`) has null strings, which
-// count as empty ones everywhere; it can be copied, written, put into sequences and filled like any other.
-// T_finalize: frees what the sample owns, not the sample.
-// T_copy: deep; fails on a string or sequence over the destination's bound.
-// TPluginSupport_create_data and the like: a sample of one's own, for TPluginSupport_destroy_data.
-// TPluginSupport_print_data: to standard output; `description` may be null; three blanks a level of `indent`.
+// T_initialize: sets numbers to 0, allocates strings and sequences to their bounds, sets optional members to null.
+// `…_ex(s, 1, 0)` empties the strings and sequences that exist and allocates nothing. A sample that was only
+// constructed (`Command c;`) has null strings. Every function treats a null string as an empty string. Such a sample
+// can be copied, written, put into sequences and filled like any other sample.
+// T_finalize: frees what the sample owns, not the sample itself.
+// T_copy: makes a deep copy. It fails if a string or a sequence is longer than the bound of the destination.
+// TPluginSupport_create_data and its variants: allocate a sample. The caller owns it and frees it with
+// TPluginSupport_destroy_data.
+// TPluginSupport_print_data: prints to standard output. `description` may be null. Each level of `indent` is three
+// blanks.
 #define TESSIVAR_DECLARE_SAMPLE_FUNCTIONS(T)                                                                  \
   TESSIVAR_API int T##_initialize(T* sample);                                                                 \
   TESSIVAR_API int T##_initialize_ex(T* sample, RTIBool allocate_pointers, RTIBool allocate_memory);          \
@@ -44,7 +51,8 @@
 
 // --- sequences -------------------------------------------------------------------------------------------------------
 //
-// See platform/sequence.h; the functions are its methods, a null `self` is a failure with a log line.
+// platform/sequence.h describes the methods of a sequence; the functions call these methods. If `self` is null, a
+// function logs one line and fails.
 #define TESSIVAR_DECLARE_SEQUENCE(T)                                                              \
   struct T##SeqOps {                                                                              \
     static constexpr const char* name = #T "Seq";                                                 \
@@ -65,7 +73,7 @@
 // --- encoding: what every type has -----------------------------------------------------------------------------------
 //
 // `endpoint` and `parameter` may always be null. Encapsulation identifiers are 0 to 3. TPlugin_serialize logs an
-// unknown enumerator. A failed deserialisation leaves the sample empty, as T_initialize_ex(s, 1, 0) does.
+// unknown enumerator. If a deserialisation fails, the sample is empty, as after T_initialize_ex(s, 1, 0).
 #define TESSIVAR_DECLARE_CODEC_FUNCTIONS(T)                                                                            \
   TESSIVAR_API int T##Plugin_serialize(PRESTypePluginEndpointData endpoint, const T* sample, RTICdrStream* stream,     \
                                        RTIBool serialize_encapsulation, RTIEncapsulationId encapsulation_id,           \
@@ -100,7 +108,7 @@
                                                       RTICdrStream* stream, RTIBool deserialize_encapsulation,         \
                                                       RTIBool deserialize_key, void* parameter);
 
-/// All types but enumerations.
+/// For all types except enumerations.
 #define TESSIVAR_DECLARE_KEY_FUNCTIONS(T)                                                                       \
   TESSIVAR_API int T##Plugin_copy_sample(PRESTypePluginEndpointData endpoint, T* destination, const T* source); \
   TESSIVAR_API PRESTypePluginKeyKind T##Plugin_get_key_kind();                                                  \
@@ -108,8 +116,9 @@
       PRESTypePluginEndpointData endpoint, RTIBool include_encapsulation, RTIEncapsulationId encapsulation_id,  \
       unsigned int current_alignment);
 
-/// Structures and unions. TPlugin_serialize_to_cdr_buffer writes in the host's order; a null buffer asks for the
-/// length. T_Plugin_data_to_string: `size` is the room and, out, what is needed with the terminator.
+/// For structures and unions. TPlugin_serialize_to_cdr_buffer writes in the byte order of the host. If its buffer is
+/// null, it returns the length only. TPlugin_data_to_string: `size` is the size of `text` in octets; on return it is
+/// the size that the text needs, terminator included.
 #define TESSIVAR_DECLARE_BUFFER_FUNCTIONS(T)                                                                     \
   TESSIVAR_API int T##Plugin_deserialize(PRESTypePluginEndpointData endpoint, T** sample, RTIBool* drop_sample,  \
                                          RTICdrStream* stream, RTIBool deserialize_encapsulation,                \
@@ -123,7 +132,7 @@
 
 // --- top-level types -------------------------------------------------------------------------------------------------
 
-/// Inside the structure: the classes that belong to it, for templates over topic types.
+/// Place it inside the structure. It names the classes that belong to the structure, for templates over topic types.
 #define TESSIVAR_TOPIC_CLASSES(T)           \
   typedef struct T##Seq Seq;                \
   typedef class T##TypeSupport TypeSupport; \
@@ -131,7 +140,7 @@
   typedef class T##DataWriter DataWriter;
 
 #define TESSIVAR_DECLARE_TOPIC_FUNCTIONS(T)                                                                          \
-  TESSIVAR_API PRESTypePlugin* T##Plugin_new(); /* null when memory is short */                                      \
+  TESSIVAR_API PRESTypePlugin* T##Plugin_new(); /* null if memory is short */                                        \
   TESSIVAR_API void T##Plugin_delete(PRESTypePlugin* plugin);                                                        \
   TESSIVAR_API PRESTypePluginParticipantData T##Plugin_on_participant_attached(                                      \
       void* registration_data, const void* participant_info, int top_level, void* container, const void* type_code); \
@@ -139,7 +148,7 @@
   TESSIVAR_API PRESTypePluginEndpointData T##Plugin_on_endpoint_attached(                                            \
       PRESTypePluginParticipantData participant, const void* endpoint_info, int top_level, void* container);         \
   TESSIVAR_API void T##Plugin_on_endpoint_detached(PRESTypePluginEndpointData endpoint);                             \
-  /* A sample goes back to its pool: frees what the next one may not need. */                                        \
+  /* Returns a sample to its pool: frees the optional members of the sample. */                                      \
   TESSIVAR_API void T##Plugin_return_sample(PRESTypePluginEndpointData endpoint, T* sample, void* handle);           \
   class TESSIVAR_API T##TypeSupport final : public tessivar::types::TypedTypeSupport<T> {};                          \
   class TESSIVAR_API T##DataReader final : public tessivar::types::TypedDataReader<T> {                              \
@@ -153,7 +162,7 @@
     ~T##DataWriter() override;                                                                                       \
   };
 
-/// The key holder is a whole sample, of which only the key members are meaningful.
+/// The key holder is a whole sample. Only its key members are meaningful.
 #define TESSIVAR_DECLARE_INSTANCE_FUNCTIONS(T)                                                                       \
   TESSIVAR_API T* T##PluginSupport_create_key();                                                                     \
   TESSIVAR_API T* T##PluginSupport_create_key_ex(RTIBool allocate_pointers);                                         \
@@ -178,17 +187,17 @@
   TESSIVAR_ENUMERATION(T)   \
   TESSIVAR_DECLARE_KEY_FUNCTIONS(T)
 
-/// A structure or union that is only a part of others.
+/// A structure or union that is used only as a member of other types.
 #define TESSIVAR_NESTED_TYPE(T) \
   TESSIVAR_TYPEDEF(T)           \
   TESSIVAR_DECLARE_BUFFER_FUNCTIONS(T)
 
-/// A structure that is published, without key.
+/// The structure of a topic without key.
 #define TESSIVAR_KEYLESS_TOPIC_TYPE(T) \
   TESSIVAR_NESTED_TYPE(T)              \
   TESSIVAR_DECLARE_TOPIC_FUNCTIONS(T)
 
-/// A structure that is published, with key.
+/// The structure of a topic with key.
 #define TESSIVAR_TOPIC_TYPE(T)   \
   TESSIVAR_KEYLESS_TOPIC_TYPE(T) \
   TESSIVAR_DECLARE_INSTANCE_FUNCTIONS(T)

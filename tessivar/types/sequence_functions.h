@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The functions of a sequence type, `TSeq_set_maximum` and so on, over its methods.
+// The functions of a sequence type, for example `TSeq_set_maximum`. They call the methods of the sequence.
 #pragma once
 
 #include "tessivar/platform/sequence.h"
 
 namespace tessivar::types {
 
-/// Calls `use(*self)`; for a null `self` logs the bad parameter and yields what the function yields for an error.
+/// Calls `use(*self)` and returns its result. If `self` is null, logs the bad parameter and returns `failure`.
 template <class Result, class Seq, class Use>
 Result with_sequence(Seq* self, const char* operation, Result failure, Use&& use) {
   if (self) return use(*self);
@@ -15,7 +15,7 @@ Result with_sequence(Seq* self, const char* operation, Result failure, Use&& use
   return failure;
 }
 
-/// Calls `use(*self, *argument)`; a null `argument` is a bad parameter, too.
+/// Calls `use(*self, *argument)`. A null `argument` is a bad parameter, too.
 template <class Result, class Seq, class Argument, class Use>
 Result with_argument(Seq* self, const char* operation, const char* name, const Argument* argument, Result failure,
                      Use&& use) {
@@ -32,8 +32,9 @@ Result with_argument(Seq* self, const char* operation, const char* name, const A
 #define TESSIVAR_DEFINED(...) \
   { __VA_ARGS__ }
 
-// Stated once, so that declarations and definitions cannot differ: `export` is put before each function, `body` is
-// TESSIVAR_DECLARED or TESSIVAR_DEFINED. The results are 1/0, counts, or null.
+// The list of functions is stated once, so that declarations and definitions cannot differ. `export` is put before each
+// function. `body` is TESSIVAR_DECLARED or TESSIVAR_DEFINED. The results are 1 or 0, a count, or a pointer that may be
+// null.
 #define TESSIVAR_SEQUENCE_FUNCTIONS(S, export, body)                                                                   \
   TESSIVAR_SEQUENCE_BOOL(S, export, body, initialize, (S * self), s.initialize())                                      \
   TESSIVAR_SEQUENCE_BOOL(S, export, body, finalize, (S * self), s.finalize())                                          \

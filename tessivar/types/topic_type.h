@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// For topic types of an application's own: a structure, its table of members, and a line that makes everything else of
-// the table, as for the library's types. examples/weather.cpp is a whole program.
+// Macros with which an application defines its own topic types. The application writes a structure and a table of its
+// members; one line generates everything else, as for the types of the library. examples/weather.cpp is a complete
+// program.
 //
 //     namespace weather {
 //     struct Report {                          // an aggregate; strings and optional members are null at first
@@ -20,24 +21,24 @@
 //
 //     TESSIVAR_IMPLEMENT_TOPIC_TYPE(weather, Report)      // in one .cpp file
 //
-// The kinds of members (Short … Float, Boolean, Octet, String, Sequence, Optional, Enumeration, Structure, Union, and
-// GuidKind for addresses of units) are in family/kinds.h and core/detail/core_tables.h. A member without a row does not
-// compile. Structures that are only members of others, enumerations and sequences: types/command/command.h and its
-// table show them.
+// family/kinds.h and core/detail/core_tables.h hold the kinds of members: Short … Float, Boolean, Octet, String,
+// Sequence, Optional, Enumeration, Structure, Union, and GuidKind for addresses of units. A member without a row in the
+// table is a compile error. types/command/command.h and its table show enumerations, sequences and structures that are
+// only members of others.
 #pragma once
 
 #include "tessivar/types/core/detail/core_tables.h"
 #include "tessivar/types/family/define.h"
 
-/// All functions and classes of the topic type T of NAMESPACE. Outside all namespaces, after the table, in one .cpp
-/// file.
+/// Defines all functions and classes of the topic type T of NAMESPACE. Place it outside all namespaces, after the
+/// table, in one .cpp file.
 #define TESSIVAR_IMPLEMENT_TOPIC_TYPE(NAMESPACE, T) \
   namespace NAMESPACE {                             \
   TESSIVAR_DEFINE_TOPIC_TYPE(T)                     \
   }                                                 \
   TESSIVAR_INSTANTIATE_TOPIC_TYPE(NAMESPACE::T)
 
-/// The same for a type without key.
+/// The same for a topic type without key.
 #define TESSIVAR_IMPLEMENT_KEYLESS_TOPIC_TYPE(NAMESPACE, T) \
   namespace NAMESPACE {                                     \
   TESSIVAR_DEFINE_KEYLESS_TOPIC_TYPE(T)                     \

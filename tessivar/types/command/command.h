@@ -1,27 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The command types of module Tessivar: devices and the numbered commands they offer.
+// The command types of module Tessivar: devices and the numbered commands that they offer. A number in the comment of a
+// string or a sequence is its bound.
 #pragma once
 
 #include "tessivar/types/core/core.h"
 
 namespace Tessivar {
 
-// Topic names, each with the type of its samples.
+// Topic names. The comment names the type of the samples.
 constexpr const char* COMMANDS_TOPIC = "Orvel.Tessivar.Commands";    // Command
 constexpr const char* METADATA_TOPIC = "Orvel.Tessivar.Metadata";    // CommandMetadata
 constexpr const char* INTERESTS_TOPIC = "Orvel.Tessivar.Interests";  // CommandInterest
 constexpr const char* UNITS_TOPIC = "Orvel.Tessivar.Units";          // Unit
 
-/// What kind of value a command has.
+/// The type of a command's value.
 enum CommandType : DDS_Enum { String = 0, Int = 1, Boolean = 2, Float = 3, Event = 4, Preset = 5, IPv4 = 6 };
 TESSIVAR_ENUMERATION(CommandType)
 
 enum CommandChangeReplyResult : DDS_Enum { PENDING = 0, COMPLETE = 1, IN_PROGRESS = 2, FAILED = 3 };
 TESSIVAR_ENUMERATION(CommandChangeReplyResult)
 
-/// The value of a command. All branches are there, side by side; `_d` says which one is meant (and travels). The string
-/// is owned whatever `_d` is. An IPv4 address travels as a number; events and presets carry nothing but an octet.
+/// The value of a command. In memory all branches exist side by side. `_d` selects the branch that is valid and that is
+/// sent. The union owns its string, whatever `_d` is. An IPv4 address is sent as a number. Events and presets are sent
+/// as one octet without meaning.
 struct TESSIVAR_API CommandValue {
   CommandType _d = String;
   struct Branches {
@@ -33,10 +35,10 @@ struct TESSIVAR_API CommandValue {
   } _u;
 };
 TESSIVAR_NESTED_TYPE(CommandValue)
-/// String
+/// Returns String.
 TESSIVAR_API CommandType CommandValue_getDefaultDiscriminator();
 
-/// Why a change was refused.
+/// The reason why a change was refused.
 struct TESSIVAR_API CommandChangeExceptionInfo {
   char* message = nullptr;  // at most 255 characters
 };
@@ -57,7 +59,7 @@ struct TESSIVAR_API Unit {
 };
 TESSIVAR_TOPIC_TYPE(Unit)
 
-/// The present value of one command of one unit.
+/// The current value of one command of one unit.
 struct TESSIVAR_API Command {
   Guid unitId = nullptr;               // key
   DDS_UnsignedLong commandNumber = 0;  // key
@@ -100,7 +102,7 @@ struct TESSIVAR_API CommandChangeRequest {
 };
 TESSIVAR_TOPIC_TYPE(CommandChangeRequest)
 
-/// The answer to one request.
+/// The reply to one request.
 struct TESSIVAR_API CommandChangeReply {
   ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;

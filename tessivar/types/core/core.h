@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The core types of module Tessivar, which the other modules are built from.
+// The core types of module Tessivar. The types of the other modules use them.
 #pragma once
 
 #include "tessivar/types/declare.h"
 
 namespace Tessivar {
 
-/// The bus address of a port of a device.
+/// The bus address of one port of a device.
 struct TESSIVAR_API Address {
   DDS_UnsignedShort net = 0;
   DDS_Octet unit = 0;
@@ -15,15 +15,15 @@ struct TESSIVAR_API Address {
 };
 TESSIVAR_NESTED_TYPE(Address)
 
-/// Names a device: the text of its address, at most 64 characters. Owned by the sample that holds it.
+/// The address of a device as text, at most 64 characters. The sample owns the string.
 typedef char* Guid;
 TESSIVAR_TYPEDEF(Guid)
 
-/// Names one request/reply node: at most 16 octets.
+/// Identifies one request/reply node: at most 16 octets.
 typedef DDS_OctetSeq ReqReplyGuid;
 TESSIVAR_TYPEDEF(ReqReplyGuid)
 
-/// An interval, closed where it says so.
+/// An interval of numbers. `minInclusive` and `maxInclusive` tell if the limits belong to it.
 struct TESSIVAR_API Range {
   DDS_Long min = 0;
   DDS_Long max = 0;
@@ -32,7 +32,7 @@ struct TESSIVAR_API Range {
 };
 TESSIVAR_NESTED_TYPE(Range)
 
-/// A closed interval of numbers from 0.
+/// An interval of numbers from 0. Both limits belong to it.
 struct TESSIVAR_API ULRange {
   DDS_UnsignedLong min = 0;
   DDS_UnsignedLong max = 0;

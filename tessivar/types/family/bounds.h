@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Bounds of an encoding, known before any sample is: where it ends at most and at least, from where it begins.
+// The largest and the smallest size of an encoding, without a sample. Each function takes the position where an
+// encoding begins and returns the position where it ends.
 //
-// Alignment never decreases what comes before it, so the longest form of each member yields the longest whole.
+// An encoding that begins later never ends earlier. Therefore the longest form of each member gives the longest
+// encoding.
 #pragma once
 
 #include "tessivar/types/family/cursor.h"
@@ -51,8 +53,9 @@ template <Bound B, Name N, class Content>
 constexpr std::size_t end_of(Typedef<N, Content>, std::size_t position) {
   return end_of<B>(Content(), position);
 }
-/// Whether a short header will do, and the cursors' way of aligning: a parameter's body begins at a multiple of 4 and
-/// counts its alignment from there, which is the same as from the sample's begin when nothing is aligned to 8.
+/// Returns true if a short parameter header is enough and if the cursors align the body correctly. The body of a
+/// parameter begins at a multiple of 4, and alignment counts from there. This equals the alignment from the start of
+/// the sample if no member is aligned to 8.
 template <class Content>
 constexpr bool fits_parameter() {
   const std::size_t size = end_of<Bound::most>(Content(), 0);
@@ -90,7 +93,7 @@ constexpr std::size_t end_of(Structure<T>, std::size_t position) {
   return Table<T>::is_mutable ? after_header(position) : position;
 }
 
-/// Of the key members alone; of the whole of a type without any.
+/// The end of the key members only. For a type without key: the end of the whole encoding.
 template <Bound B, class Kind>
 constexpr std::size_t end_of_key(Kind, std::size_t position) {
   if constexpr (IsKeyed<Kind>::value) {

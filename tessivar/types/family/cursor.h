@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Positions in an encoding: one that only counts, one that writes, one that reads.
+// Cursors, which are positions in an encoding: SizeCursor counts, WriteCursor writes, ReadCursor reads.
 //
-// Alignment is relative to the octet after the encapsulation header (DDSI-RTPS 2.3, 10.2). All three keep to their
-// limit; a failure is final, what was written or read until then is of no use.
+// Alignment is relative to the octet after the encapsulation header (DDSI-RTPS 2.3, 10.2). WriteCursor and ReadCursor
+// never pass their limit. A failure is final: the octets that were written or read before the failure must not be used.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -36,8 +36,8 @@ T swap_octets(T value) {
   }
 }
 
-/// Parameter headers (DDS-XTypes 1.3, 7.4.1.1.5.2): 14 bits of id and two flags, then a 16-bit length; the long form
-/// has 32 bits of each behind it.
+/// Parameter headers (DDS-XTypes 1.3, 7.4.1.1.5.2): 14 bits of id and two flags, then a length of 16 bits. The long
+/// form adds an id and a length of 32 bits each.
 namespace parameter {
 constexpr std::uint16_t id_mask = 0x3fff;
 constexpr std::uint16_t must_understand = 0x4000;
@@ -85,7 +85,7 @@ struct SizeCursor {
   }
 };
 
-/// Counts nothing and keeps nothing: what is copied to it is skipped.
+/// Ignores everything that is put into it. Used to check an encoding without storing it.
 struct NullCursor {
   static constexpr bool reports = false;
   template <class T>
@@ -98,14 +98,14 @@ struct NullCursor {
   }
 };
 
-/// Writes; padding is zero.
+/// Writes an encoding. Padding octets are 0.
 template <bool Swap>
 struct WriteCursor {
   std::uint8_t* origin;
   std::size_t position;
   std::size_t limit;
 
-  /// Tells in the log what cannot be encoded.
+  /// If true, `encode` logs an invalid enumerator.
   static constexpr bool reports = true;
 
   bool align(std::size_t alignment) {
@@ -137,7 +137,7 @@ struct WriteCursor {
     }
     return true;
   }
-  /// The position of the parameter's body, 0 when there is no room.
+  /// Returns the position of the parameter's body, or 0 if the buffer is too small.
   std::size_t open_parameter(DDS_UnsignedLong id) {
     if (!align(parameter::alignment)) return 0;
     return put(static_cast<std::uint16_t>(id)) && put(std::uint16_t{0}) ? position : 0;
@@ -154,7 +154,7 @@ struct WriteCursor {
   }
 };
 
-/// A parameter as read: its body ends at `end`.
+/// The header of a parameter that was read. The body ends at `end`.
 struct ParameterHeader {
   DDS_UnsignedLong id;
   bool must_understand;
@@ -164,15 +164,15 @@ struct ParameterHeader {
 
 struct LeanStorage;
 
-/// Reads what came from outside: every length is checked before it is used.
+/// Reads data from the network. Every length is checked before it is used.
 template <bool Swap>
 struct ReadCursor {
   const std::uint8_t* origin;
   std::size_t position;
   std::size_t limit;
-  LeanStorage* lean = nullptr;  // of the sample that is decoded, see memory.h
+  LeanStorage* lean = nullptr;  // of the sample that is decoded, see memory.h; null if there is none
 
-  /// The part from here to `end`.
+  /// Returns a cursor for the octets from here to `end`.
   ReadCursor until(std::size_t end) const { return {origin, position, end, lean}; }
 
   template <class T>
@@ -184,7 +184,8 @@ struct ReadCursor {
     position = aligned + sizeof(T);
     return true;
   }
-  /// `count` elements of `octets` each, as they stand; null when there are fewer.
+  /// Returns a pointer to `count` elements of `octets` octets each, without changing their byte order. Returns null if
+  /// the data has fewer elements.
   const std::uint8_t* get_block(std::size_t octets, std::size_t count) {
     if (count == 0) return origin + position;
     const std::size_t aligned = align_up(position, octets);
@@ -230,7 +231,7 @@ struct ReadCursor {
     return true;
   }
 
-  /// What is left of a parameter's body may only be padding.
+  /// Ends the body of a parameter. Only padding may remain in it.
   bool close_parameter(const ReadCursor& body) {
     if (body.remainder() >= parameter::alignment) return false;
     position = body.limit;

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Decoding into a sample, and the same walk without storing anything.
+// Decodes an encoding into a sample, or checks an encoding without storing it.
 //
-// `decode` fills a sample and reuses its buffers; `pass` copies from an encoding to another cursor, in
-// that one's byte order, and with a NullCursor only checks. Both refuse exactly the same input: a length over the bound
-// or the end of the data, a string without terminator, a boolean other than 0 or 1, an unknown enumerator, a parameter
-// that must be understood and is not.
+// `decode` fills a sample and reuses its buffers. `pass` copies from an encoding to another cursor, in the byte order
+// of that cursor. With a NullCursor, `pass` only checks. Both refuse exactly the same input: a length over the bound or
+// over the end of the data, a string without terminator, a boolean other than 0 or 1, an unknown enumerator, an unknown
+// parameter that must be understood.
 #pragma once
 
 #include "tessivar/types/family/cursor.h"
@@ -14,7 +14,7 @@
 
 namespace tessivar::types {
 
-// --- what both share -------------------------------------------------------------------------------------------------
+// --- shared functions ------------------------------------------------------------------------------------------------
 
 template <class R>
 bool read_boolean(R& in, DDS_Octet& value) {
@@ -29,7 +29,7 @@ bool read_enumerator(R& in, T& value) {
   return true;
 }
 
-/// The characters with their terminator: `size` octets.
+/// Returns the characters with their terminator, `size` octets. Returns null if the string is invalid.
 template <std::size_t Bound, class R>
 const char* read_string(R& in, DDS_UnsignedLong& size) {
   if (!in.get(size) || size == 0 || size > Bound + 1) return nullptr;
@@ -39,11 +39,11 @@ const char* read_string(R& in, DDS_UnsignedLong& size) {
 
 template <DDS_Long Bound, class R>
 bool read_count(R& in, DDS_UnsignedLong& count) {
-  // Every element takes an octet at least.
+  // Every element takes at least one octet.
   return in.get(count) && count <= static_cast<DDS_UnsignedLong>(Bound) && count <= in.remainder();
 }
 
-/// Reads one optional member's parameter; `read(body)` is called when it is there.
+/// Reads the parameter of one optional member. Calls `read(body)` if the member is present.
 template <class R, class Read>
 bool read_optional(R& in, DDS_UnsignedLong id, bool& present, Read&& read) {
   ParameterHeader header;
@@ -53,8 +53,8 @@ bool read_optional(R& in, DDS_UnsignedLong id, bool& present, Read&& read) {
   return (!present || read(body)) && in.close_parameter(body);
 }
 
-/// Reads a parameter list to its end; `read.operator()<Member>(body)` is called for each member that is in it. Others
-/// are skipped unless they must be understood.
+/// Reads a parameter list to its end. Calls `read.operator()<Member>(body)` for each member in the list. Unknown
+/// parameters are skipped, but an unknown parameter that must be understood is a failure.
 template <class T, class R, class Read>
 bool read_parameters(R& in, Read&& read) {
   for (;;) {
@@ -102,7 +102,7 @@ bool pass(String<Bound>, R& in, W& out) {
   const char* text = read_string<Bound>(in, size);
   if constexpr (std::is_same_v<W, NullCursor>) return text != nullptr;
   if (!text) return false;
-  size = static_cast<DDS_UnsignedLong>(std::strlen(text) + 1);  // what a sample would hold of it
+  size = static_cast<DDS_UnsignedLong>(std::strlen(text) + 1);  // the length that a sample stores
   return out.put(size) && out.put_array(text, size);
 }
 
@@ -229,7 +229,7 @@ bool decode(Structure<T>, R& in, T& sample) {
   }
 }
 
-/// The branches that are not selected are emptied.
+/// Empties the branches that are not selected.
 template <class R, class T>
 bool decode(Union<T>, R& in, T& value) {
   return clear(Union<T>(), value, in.lean) && read_enumerator(in, value._d) && for_each_branch<T>([&]<class B>() {
@@ -239,10 +239,10 @@ bool decode(Union<T>, R& in, T& value) {
 
 // --- keys ------------------------------------------------------------------------------------------------------------
 
-/// What a walk over the keys reads: a whole encoding, or one of the key members alone.
+/// The input of a walk over the key members: a whole encoding, or an encoding of the key members only.
 enum class Encoding { whole, key_only };
 
-/// Copies the key members to `out`, and checks the others of a whole encoding.
+/// Copies the key members to `out`. Checks the other members of a whole encoding.
 template <Encoding E, class R, class W, class Kind>
 bool pass_key(Kind, R& in, W& out) {
   if constexpr (IsKeyed<Kind>::value) {
@@ -266,7 +266,7 @@ bool pass_key(Kind, R& in, W& out) {
   }
 }
 
-/// Decodes the key members, and checks the others of a whole encoding.
+/// Decodes the key members. Checks the other members of a whole encoding.
 template <Encoding E, class R, class Kind, class T>
 bool decode_key(Kind, R& in, T& holder) {
   if constexpr (IsKeyed<Kind>::value) {

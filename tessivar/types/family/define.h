@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Defines what declare.h declares: each named function over its kind. One macro a type, in the type's namespace; `K` is
-// the type's kind.
+// Defines what declare.h declares: each named function calls the function for the kind of its type. Each type needs one
+// macro, in the namespace of the type. `K` is the kind of the type.
 #pragma once
 
 #include "tessivar/platform/detail/member_count.h"
@@ -244,7 +244,8 @@
   TESSIVAR_DEFINE_KEYLESS_TOPIC_TYPE(T) \
   TESSIVAR_DEFINE_INSTANCE_FUNCTIONS(T, tessivar::types::Structure<T>)
 
-/// Instantiates a topic type's entities; outside the type's namespace, with its qualified name.
+/// Instantiates the type support, reader and writer of a topic type. Place it outside the namespace of the type, with
+/// the qualified name of the type.
 #define TESSIVAR_INSTANTIATE_TOPIC_TYPE(T)             \
   template class tessivar::types::TypedTypeSupport<T>; \
   template class tessivar::types::TypedDataReader<T>;  \

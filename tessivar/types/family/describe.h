@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Type descriptions, made at compile time from the tables.
+// Type descriptions (type codes). The compiler computes them from the tables.
 #pragma once
 
 #include "tessivar/platform/type_code.h"

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Encoding: one walk over a sample, with a cursor that counts or one that writes, so that size and octets agree.
+// Encodes samples. A size and an encoding come from the same code, with a cursor that counts or a cursor that writes,
+// so that they always agree.
 //
-// Fails on what must not get onto the bus: a too long string, a sequence over its bound, an unknown enumerator.
+// Encoding fails for values that must not be sent: a string or a sequence over its bound, an unknown enumerator.
 #pragma once
 
 #include "tessivar/types/family/cursor.h"
@@ -10,7 +11,7 @@
 
 namespace tessivar::types {
 
-/// One log line: "CommandTypePlugin_serialize: …".
+/// Logs one line: "CommandTypePlugin_serialize: …".
 void report_invalid_enumerator(const char* type_name, DDS_Long value);
 
 template <class C, class T>
@@ -35,7 +36,8 @@ bool encode(Enumeration<T>, C& cursor, const T& value) {
   return cursor.put(static_cast<DDS_UnsignedLong>(value));
 }
 
-/// What a null string stands for. Kept out of line: it is rare, and a choice of two pointers would cost every string.
+/// Replaces a null string. It is not inline because null strings are rare; an inline choice of two pointers would slow
+/// down every string.
 TESSIVAR_COLD inline const char* empty_string() {
   return "";
 }
@@ -67,7 +69,7 @@ bool encode(Typedef<N, Content>, C& cursor, const typename Content::type& value)
   return encode(Content(), cursor, value);
 }
 
-/// An absent member is an empty parameter.
+/// An absent member is encoded as an empty parameter.
 template <class C, class Content>
 bool encode_optional(Content, C& cursor, DDS_UnsignedLong id, const typename Content::type* member) {
   const std::size_t body = cursor.open_parameter(id);
@@ -97,7 +99,7 @@ bool encode(Union<T>, C& cursor, const T& value) {
          });
 }
 
-/// The key members alone; the whole of a type without any.
+/// Encodes the key members only. A type without key is encoded as a whole.
 template <class C, class Kind, class T>
 bool encode_key(Kind, C& cursor, const T& value) {
   if constexpr (IsKeyed<Kind>::value) {

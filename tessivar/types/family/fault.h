@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Says why a sample cannot be encoded: which member is over its bound or no enumerator.
+// Explains why a sample cannot be encoded: names the member that is over its bound or that is no enumerator.
 //
-// Used after an encoding failed, so that encoding itself costs no more. Nothing is allocated.
+// Used only after an encoding failed, so that encoding itself stays fast. Nothing is allocated.
 #pragma once
 
 #include "tessivar/types/family/kinds.h"
@@ -12,11 +12,12 @@
 
 namespace tessivar::types {
 
-/// The path, the mistake and the value of one member, as text:
+/// The path, the fault and the value of one member, as text:
 /// Tessivar::Command.value.stringValue has more than 64 characters: "abc..."
 class Fault {
  public:
-  /// `key_only`: only members of the key are examined. `text` has room for `size` > 0 octets and is cut to them.
+  /// If `key_only` is true, only key members are examined. `text` has a size of `size` > 0 octets; a longer text is
+  /// cut.
   Fault(char* text, std::size_t size, bool key_only) : text_(text), size_(size), key_only_(key_only) {
     text_[0] = '\0';
   }
@@ -34,7 +35,8 @@ class Fault {
 #pragma GCC diagnostic pop
     return true;
   }
-  /// Appends a step to the path, and calls `find()`. Returns its result; false removes the step again.
+  /// Appends a step to the path and calls `find()`. Returns the result of `find()`; if it is false, the step is removed
+  /// again.
   template <class Value, class Find>
   bool within(const char* step, Value value, Find&& find) {
     const std::size_t outer = std::strlen(text_);

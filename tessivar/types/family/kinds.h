@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The kinds of things that types are made of, and the tables that say what each type is.
+// The kinds of members, and the tables that describe each type.
 //
-// A kind is a tag: nothing is ever stored in it. Each operation on samples (memory.h, encode.h, decode.h …) is a set of
-// overloads, one per kind; a structure's walks its table. A type's table is the one place that states its members.
+// A kind is a tag; it stores nothing. Each operation on samples (memory.h, encode.h, decode.h …) is a set of overloads,
+// one for each kind. The overload for a structure walks over the table of the structure. The members of a type are
+// stated only in its table.
 //
-// To add a type: its structure and a macro of declare.h in MODULE.h, its table in internal/MODULE_tables.h, macros of
-// define.h in a .cpp file of the module, its text in MODULE.idl, and its line in tests/types/any_type/, which puts it
+// Adding a type needs: a structure and a macro of declare.h in MODULE.h; a table in internal/MODULE_tables.h; macros of
+// define.h in a .cpp file of the module; the type in MODULE.idl; a line in tests/types/any_type/, with which every test
+// covers the type.
 // under every test.
 #pragma once
 
@@ -26,7 +28,7 @@ struct Table;
 
 // --- kinds -----------------------------------------------------------------------------------------------------------
 
-/// A number, in its own size on the wire.
+/// A number. It has the same size in an encoding as in memory.
 template <class T>
 struct Number {
   typedef T type;
@@ -42,7 +44,7 @@ struct Octet {
   typedef DDS_Octet type;
 };
 
-/// 0 or 1 on the wire; any other octet in memory counts as 1.
+/// Encoded as 0 or 1. Any other octet in memory counts as 1.
 struct Boolean {
   typedef DDS_Boolean type;
 };
@@ -55,7 +57,7 @@ struct String {
   static constexpr std::size_t size = Bound + 1;
 };
 
-/// At most `Bound` elements in a sequence class.
+/// At most `Bound` elements, in a sequence class.
 template <class ElementKind, DDS_Long Bound, class SequenceType>
 struct Sequence {
   typedef SequenceType type;
@@ -86,14 +88,14 @@ struct Union {
   typedef T type;
 };
 
-/// A member that may be absent: a pointer, owned by the sample, null when it is.
+/// A member that may be absent: a pointer that the sample owns. It is null if the member is absent.
 template <class ContentKind>
 struct Optional {
   typedef typename ContentKind::type* type;
   typedef ContentKind Content;
 };
 
-// --- what tables are made of -----------------------------------------------------------------------------------------
+// --- parts of tables -------------------------------------------------------------------------------------------------
 
 enum class Role { plain, key };
 
@@ -156,7 +158,7 @@ struct Branch {
   }
 };
 
-/// In memory: `_d`, and `_u` with all branches side by side.
+/// In memory a union is `_d`, and `_u` with all branches side by side.
 template <Name QualifiedName, class DiscriminatorKind, class... Branches>
 struct UnionTable {
   typedef DiscriminatorKind Discriminator;
@@ -164,9 +166,10 @@ struct UnionTable {
   static constexpr const char* name = QualifiedName.text;
 };
 
-// --- questions about kinds -------------------------------------------------------------------------------------------
+// --- queries about kinds ---------------------------------------------------------------------------------------------
 
-/// Members with their ids: calls `visit.template operator()<Member, id>()` for each until one returns false.
+/// Calls `visit.template operator()<Member>(id)` for each member, until a call returns false. Returns true if no call
+/// returned false.
 template <class T, class Visit, class... Members>
 constexpr bool for_each_member(List<Members...>, Visit&& visit) {
   DDS_UnsignedLong id = Table<T>::first_id;
@@ -196,7 +199,7 @@ struct IsMutable : std::false_type {};
 template <class T>
 struct IsMutable<Structure<T>> : std::bool_constant<Table<T>::is_mutable> {};
 
-/// The octets in memory are those on the wire, but for their order.
+/// True for kinds whose octets in memory equal the octets of the encoding, except for their order.
 template <class Kind>
 struct IsNumber : std::false_type {};
 template <class T>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Initialising, finalising, emptying, measuring and copying samples.
+// Functions that initialise, finalise, empty, measure and copy samples.
 #pragma once
 
 #include "tessivar/platform/detail/string_room.h"
@@ -117,7 +117,7 @@ void finalize(Union<T>, T& sample, const Deallocation& params) {
   });
 }
 
-/// Finalises and deletes what `create` made; null is ignored.
+/// Finalises and deletes a sample that `create` returned. Ignores null.
 template <class Content>
 void destroy(Content, typename Content::type* sample, const Deallocation& params) {
   if (sample) finalize(Content(), *sample, params);
@@ -131,7 +131,7 @@ void finalize(Optional<Content>, typename Content::type*& member, const Dealloca
   member = nullptr;
 }
 
-/// A sample of its own, initialised; null when memory is short.
+/// Allocates and initialises a sample. The caller owns it and frees it with `destroy`. Returns null if memory is short.
 template <class Content>
 typename Content::type* create(Content, const Allocation& params) {
   auto* sample = new (std::nothrow) typename Content::type();
@@ -142,7 +142,7 @@ typename Content::type* create(Content, const Allocation& params) {
   return sample;
 }
 
-/// Frees the optional members alone, at every depth.
+/// Frees only the optional members, at every depth.
 template <class Kind, class T>
 void finalize_optional(Kind, T&, const Deallocation&) {}
 
@@ -171,22 +171,25 @@ void finalize_optional(Optional<Content>, typename Content::type*& member, const
 
 // --- storage ---------------------------------------------------------------------------------------------------------
 
-/// Strings and sequences are given room for what they hold, as in samples on loan. Where a null pointer stands for it,
-/// they are given room for their whole bound, as in samples of the application.
+/// Lean storage: strings and sequences are allocated for their current content. Samples on loan use it. If a function
+/// gets a null `LeanStorage*`, it allocates for the whole bound, as in samples of the application. `grew` becomes true
+/// if something was allocated.
 struct LeanStorage {
   bool grew = false;
 };
 
 constexpr Allocation lean_allocation = {DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE};
 
-/// A lean string grows in steps, those of common allocators, so that it does not grow for each character.
+/// The allocation of a lean string grows in the steps of common allocators, so that it does not grow for each
+/// character.
 constexpr std::size_t lean_room(std::size_t octets) {
   constexpr std::size_t step = 16;
   const std::size_t block = std::max(platform::string_header + octets, step);
   return (block + step / 2 - 1) / step * step + step / 2 - platform::string_header;
 }
 
-/// Makes sure that `text` has room for `octets`, terminator included; its content is lost when it had not.
+/// Makes sure that `text` has room for `octets`, terminator included. If `text` has to be reallocated, its content is
+/// lost.
 template <std::size_t Bound>
 bool reserve(String<Bound>, char*& text, std::size_t octets, LeanStorage* lean) {
   if (platform::string_room(text) >= octets) return true;
@@ -194,7 +197,7 @@ bool reserve(String<Bound>, char*& text, std::size_t octets, LeanStorage* lean) 
   return platform::renew_string(&text, lean ? lean_room(octets) : String<Bound>::size);
 }
 
-/// Makes sure that `sequence` has room for `length` elements; its content is lost when it had not.
+/// Makes sure that `sequence` has room for `length` elements. If `sequence` has to be reallocated, its content is lost.
 template <class Element, DDS_Long Bound, class S>
 bool reserve(Sequence<Element, Bound, S>, S& sequence, DDS_Long length, LeanStorage* lean) {
   if (sequence.maximum() >= length) return true;
@@ -205,14 +208,15 @@ bool reserve(Sequence<Element, Bound, S>, S& sequence, DDS_Long length, LeanStor
   return sequence.set_maximum(length);
 }
 
-/// A sample without storage of its own, to be filled leanly; null when memory is short.
+/// Allocates a sample without strings and sequences, for lean storage. The caller owns it. Returns null if memory is
+/// short.
 template <class Content>
 typename Content::type* create_lean(Content) {
   return new (std::nothrow) typename Content::type();
 }
 
-/// Numbers 0, strings empty and not null, sequences of length 0, optional members gone. False when memory is short for
-/// a string that was null; the rest is emptied all the same.
+/// Sets numbers to 0, strings to empty (not null) and sequences to length 0; frees optional members. Returns false if
+/// memory is short for a string that was null; all other members are emptied in this case, too.
 template <class Kind, class T>
 bool clear(Kind, T& value, LeanStorage*) {
   value = T();
@@ -256,10 +260,10 @@ bool clear(Union<T>, T& value, LeanStorage* lean) {
   return good;
 }
 
-/// Octets that the allocator spends on a block, at most.
+/// The largest number of octets that the allocator needs for its own data of one block.
 constexpr std::size_t block_overhead = 16;
 
-/// Octets of memory that a value owns beside itself.
+/// The octets of memory that a value owns, without the value itself.
 template <class Kind, class T>
 std::size_t owned_octets(Kind, const T&) {
   return 0;
@@ -310,7 +314,7 @@ bool copy(Kind, T& destination, const T& source) {
   destination = source;
   return true;
 }
-/// A null string is an empty one.
+/// A null string is copied as an empty string.
 template <std::size_t Bound>
 bool copy(String<Bound>, char*& destination, char* const& source) {
   return DDS_String_copy_bounded(&destination, source ? source : "", String<Bound>::size);
@@ -344,7 +348,7 @@ bool copy(Optional<Content>, typename Content::type*& destination, typename Cont
   return destination && copy(Content(), *destination, *source);
 }
 
-/// The key members alone.
+/// Copies the key members only. A type without key is copied as a whole.
 template <class Kind, class T>
 bool copy_key(Kind, T& destination, const T& source) {
   if constexpr (IsKeyed<Kind>::value) {

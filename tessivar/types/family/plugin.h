@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the plugin functions of a type do, over its kind: streams, sizes, keys, and the record of a top-level type.
+// The bodies of the plugin functions of a type, by its kind: streams, sizes, keys, and the plugin record of a topic
+// type.
 #pragma once
 
 #include "tessivar/platform/cdr_stream.h"
@@ -25,7 +26,8 @@ constexpr std::size_t max_padding = 3;
 
 // --- streams ---------------------------------------------------------------------------------------------------------
 
-/// Calls `walk` with a cursor at the stream's position, and moves the stream on when it succeeds.
+/// Calls `walk` with a cursor at the position of the stream. If `walk` succeeds, moves the stream to the end of the
+/// walk.
 template <template <bool> class Cursor, class Walk>
 bool on_stream(RTICdrStream& stream, Walk&& walk) {
   if (!stream.buffer || RTICdrStream_getRemainder(&stream) < 0 || stream.alignment_origin > stream.current_position)
@@ -59,7 +61,8 @@ RTIBool read_stream(RTICdrStream* stream, RTIBool with_header, RTIBool with_samp
 
 // --- whole buffers ---------------------------------------------------------------------------------------------------
 
-/// Calls `walk` with a reader behind the header, in the order that it states. False for a header that is none.
+/// Calls `walk` with a cursor after the header, in the byte order that the header states. Returns false if the header
+/// is invalid.
 template <class Walk>
 bool read_buffer(const std::uint8_t* buffer, std::size_t size, Walk&& walk) {
   if (!buffer || size < encapsulation_size) return false;
@@ -86,12 +89,12 @@ inline void put_header(std::uint8_t* buffer, bool parameter_list) {
 
 // --- key hashes ------------------------------------------------------------------------------------------------------
 
-/// The key members, big-endian and without header, and what becomes of them (DDSI-RTPS 2.3, 9.6.3.8).
+/// Encodes the key members big-endian, without header, and computes the key hash (DDSI-RTPS 2.3, 9.6.3.8).
 template <class Kind>
 struct KeyScratch {
   std::uint8_t octets[max_key_size<Kind>];
 
-  /// `write(cursor)` puts the key members.
+  /// `write(cursor)` writes the key members.
   template <class Write>
   bool hash(DDS_KeyHash_t& hash, Write&& write) {
     BigEndianCursor out = {octets, 0, sizeof octets};
@@ -142,7 +145,7 @@ struct Plugin {
     });
   }
 
-  // Sizes. With the header, alignment restarts behind it; an identifier of 4 or more makes any size 1.
+  // Sizes. With a header, alignment restarts after the header. An identifier of 4 or more makes any size 1.
   template <class EndOf>
   static unsigned int size_from(RTIBool with_header, RTIEncapsulationId id, unsigned int current_alignment,
                                 EndOf&& end_of_sample) {
@@ -163,7 +166,7 @@ struct Plugin {
     return size_from(with_header, id, current_alignment,
                      [](std::size_t position) { return end_of<Bound::least>(Kind(), position); });
   }
-  /// 0 for a sample that cannot be encoded.
+  /// Returns 0 if the sample cannot be encoded.
   static unsigned int size(Endpoint, RTIBool with_header, RTIEncapsulationId id, unsigned int current_alignment,
                            const T* sample) {
     bool good = sample != nullptr;
@@ -230,7 +233,7 @@ struct Plugin {
     return read_stream(stream, with_header, RTI_TRUE, [&](auto& in) { return pass_to_hash(in, *hash); });
   }
 
-  /// One walk over a whole encoding that checks it and yields its key hash.
+  /// Checks a whole encoding and computes its key hash, in one walk.
   template <class R>
   static bool pass_to_hash(R& in, DDS_KeyHash_t& hash) {
     if constexpr (keyed) {
@@ -260,7 +263,7 @@ struct Plugin {
     return decode_sample(sample, reinterpret_cast<const std::uint8_t*>(buffer), length);
   }
 
-  // Whole buffers, untyped, as the plugin record has them.
+  // Functions for the plugin record: untyped, and for whole buffers.
 
   static std::size_t encoded_size(const void* sample) {
     SizeCursor cursor;
@@ -312,7 +315,7 @@ struct Plugin {
     return hash && read_buffer(buffer, size,
                                [&](auto& in) { return pass_to_hash(in, *hash) && in.remainder() <= max_padding; });
   }
-  /// `write(cursor)` puts the key members into the room behind the header; the key of a keyless type is the header.
+  /// `write(cursor)` writes the key members after the header. The encoded key of a keyless type is the header only.
   template <class Write>
   static std::size_t key_buffer(std::uint8_t* buffer, std::size_t capacity, Write&& write) {
     std::uint8_t octets[encapsulation_size + (keyed ? max_key_size<Kind> : 0)];
@@ -360,9 +363,9 @@ struct Plugin {
   }
 };
 
-// --- the record of a top-level type ----------------------------------------------------------------------------------
+// --- the plugin record of a topic type -------------------------------------------------------------------------------
 
-/// What an endpoint of a type is given when it is attached.
+/// The functions that an endpoint receives when the type is attached to it.
 struct EndpointData {
   void* (*create_sample)();
   void (*destroy_sample)(void*);
@@ -386,7 +389,7 @@ struct PluginRecord {
   static void* create_key() { return Support<Kind>::create_key_ex(RTI_TRUE); }
 
   static PRESTypePluginParticipantData on_participant_attached(void*, const void*, int, void*, const void*) {
-    return nullptr;  // participants need nothing of a type
+    return nullptr;  // a participant needs no data of a type
   }
   static void on_participant_detached(PRESTypePluginParticipantData) {}
   static Endpoint on_endpoint_attached(PRESTypePluginParticipantData, const void*, int, void*) {

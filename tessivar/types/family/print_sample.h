@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The debug text of samples.
+// Prints samples as text for debugging.
 #pragma once
 
 #include "tessivar/platform/print.h"
@@ -25,7 +25,7 @@ void print(String<Bound>, Printer& printer, char* const* text, const char* descr
   printer.string(*text, description, indent);
 }
 
-/// The types that have a name begin with a line of their own.
+/// Types with a name begin with a heading line.
 template <class T>
 bool begin(Printer& printer, const T* sample, const char* description, unsigned indent) {
   printer.heading(description, indent);
@@ -69,7 +69,7 @@ void print(Optional<Content>, Printer& printer, typename Content::type* const* m
   print(Content(), printer, *member, description, indent);
 }
 
-/// The discriminator and the branch that it selects.
+/// Prints the discriminator and the branch that it selects.
 template <class T>
 void print(Union<T>, Printer& printer, const T* value, const char* description, unsigned indent) {
   if (!begin(printer, value, description, indent)) return;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the named functions of a type do, over its kind: the operations on samples with their arguments checked.
+// The bodies of the named functions of a type, by its kind: they check their arguments and call the operations on
+// samples.
 #pragma once
 
 #include "tessivar/types/family/describe.h"
@@ -59,7 +60,7 @@ struct Support {
     if (params) destroy(Kind(), sample, *params);
   }
   static void destroy_ex(T* sample, RTIBool delete_pointers) { destroy(Kind(), sample, deallocation(delete_pointers)); }
-  /// A key holder is a whole sample, handed out even when a part of it could not be allocated.
+  /// A key holder is a whole sample. It is returned even if the memory for one of its members is short.
   static T* create_key_ex(RTIBool allocate_pointers) {
     auto* holder = new (std::nothrow) T();
     initialize_ex(holder, allocate_pointers, RTI_TRUE);
@@ -73,7 +74,8 @@ struct Support {
   } catch (const std::exception&) {  // memory is short: nothing is printed
   }
 
-  /// The text of print_data. A null `text` asks for the room it needs, terminator included.
+  /// Writes the text of print_data. `size` becomes the size that the text needs, terminator included. If `text` is
+  /// null, only `size` is set. Returns false if `text` is too small or memory is short.
   static RTIBool data_to_string(const T* sample, char* text, DDS_UnsignedLong* size) noexcept try {
     if (!sample || !size) return RTI_FALSE;
     Printer printer;

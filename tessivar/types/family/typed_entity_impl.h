@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The bodies of the typed entities; only the files that define types include this.
+// The bodies of the typed entities. Only files that define types include this file.
 #pragma once
 
 #include "tessivar/platform/detail/immortal.h"
@@ -31,7 +31,7 @@ DDS_ReturnCode_t TypedTypeSupport<T>::register_type(DDSDomainParticipant* partic
   if (!type_name) return refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
   PRESTypePlugin* record = PluginRecord<Structure<T>>::create();
   if (!record) return refuse(context, "creation failure: TPlugin", DDS_RETCODE_OUT_OF_RESOURCES);
-  static platform::Immortal<typename T::TypeSupport> support;  // stateless: every participant may have the same one
+  static platform::Immortal<typename T::TypeSupport> support;  // it has no state, so all participants share it
   record->type_support = &*support;
   const DDS_ReturnCode_t result = participant->register_type(type_name, *record);
   delete record;
@@ -160,7 +160,7 @@ DDS_InstanceHandle_t TypedDataWriter<T>::register_instance(const T& sample) {
 }
 template <class T>
 DDS_InstanceHandle_t TypedDataWriter<T>::register_instance_w_timestamp(const T& sample, const DDS_Time_t&) {
-  return register_untypedI(&sample);  // a registration sends nothing, there is nothing to date
+  return register_untypedI(&sample);  // a registration sends nothing, so it needs no timestamp
 }
 template <class T>
 DDS_InstanceHandle_t TypedDataWriter<T>::register_instance_w_params(const T& sample, DDS_WriteParams_t& params) {

@@ -2,14 +2,14 @@
 
 // The logging types of module Tessivar_Logging: messages, alarms, masks and acknowledgements.
 //
-// Numbers behind strings and sequences are their bounds.
+// A number in the comment of a string or a sequence is its bound.
 #pragma once
 
 #include "tessivar/types/core/core.h"
 
 namespace Tessivar_Logging {
 
-// Topic names, each with the type of its samples.
+// Topic names. The comment names the type of the samples.
 constexpr const char* LOGGING_TOPIC = "Orvel.Tessivar.Logging";                           // LogMessage
 constexpr const char* LOGGING2_TOPIC = "Orvel.Tessivar.Logging2";                         // LogMessage2
 constexpr const char* LOGGING_UNITS_TOPIC = "Orvel.Tessivar.Logging.Units";               // LogUnit
@@ -19,15 +19,16 @@ constexpr const char* LOGGING_EX_TOPIC = "Orvel.Tessivar.LoggingEx";            
 constexpr const char* LOGGING_EX2_TOPIC = "Vey.Tessivar.LoggingEx2";                      // LogMessageEx2
 constexpr const char* LOGGING_ACKS_TOPIC = "Orvel.Tessivar.Logging.Acks";                 // AlarmAck
 
-/// Until when a mask suppresses an alarm.
+/// How long a mask suppresses an alarm.
 enum MaskType : DDS_Enum { None = 0, UntilGreen = 1, Timed = 2, UntilChanged = 3, Fixed = 4 };
 TESSIVAR_ENUMERATION(MaskType)
 
-/// Not the result of the other modules: there is no progress to report, and failure is 2.
+/// The result of a mask request. It differs from the results of the other modules: it has no IN_PROGRESS, and FAILED is
+/// 2.
 enum MaskReplyResult : DDS_Enum { PENDING = 0, COMPLETE = 1, FAILED = 2 };
 TESSIVAR_ENUMERATION(MaskReplyResult)
 
-/// The present message of one header of one unit.
+/// The current message of one header of one unit.
 struct TESSIVAR_API LogMessage {
   Tessivar::Guid address = nullptr;  // key
   char* header = nullptr;            // key, 100
@@ -37,7 +38,7 @@ struct TESSIVAR_API LogMessage {
 };
 TESSIVAR_TOPIC_TYPE(LogMessage)
 
-/// The same without key: every sample is a message of its own.
+/// The same members as LogMessage, but without key: each sample is a separate message.
 struct TESSIVAR_API LogMessage2 {
   Tessivar::Guid address = nullptr;
   char* header = nullptr;  // 100
@@ -47,7 +48,7 @@ struct TESSIVAR_API LogMessage2 {
 };
 TESSIVAR_KEYLESS_TOPIC_TYPE(LogMessage2)
 
-/// Asks for the stored messages of units.
+/// Requests the stored messages of units.
 struct TESSIVAR_API LogMessage2Request {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -56,7 +57,7 @@ struct TESSIVAR_API LogMessage2Request {
 };
 TESSIVAR_TOPIC_TYPE(LogMessage2Request)
 
-/// Some of the messages asked for.
+/// A part of the requested messages.
 struct TESSIVAR_API LogMessage2Reply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -66,7 +67,7 @@ struct TESSIVAR_API LogMessage2Reply {
 };
 TESSIVAR_TOPIC_TYPE(LogMessage2Reply)
 
-/// An error that stays until it is acknowledged. Times are text.
+/// An error that remains until it is acknowledged. Times are text.
 struct TESSIVAR_API LatchedErrorInfo {
   char* timestamp = nullptr;  // 21
   DDS_Short state = 0;
@@ -78,7 +79,7 @@ struct TESSIVAR_API LatchedErrorInfo {
 };
 TESSIVAR_NESTED_TYPE(LatchedErrorInfo)
 
-/// Message and alarm state of one header.
+/// The message and the alarm state of one header.
 struct TESSIVAR_API LogMessageEx {
   Tessivar::Guid address = nullptr;  // key
   char* header = nullptr;            // key, 100
@@ -101,7 +102,8 @@ struct TESSIVAR_API MaskInfo {
 };
 TESSIVAR_NESTED_TYPE(MaskInfo)
 
-/// Message and alarm state with masks. The one mutable type: its members carry ids from 1 and travel as a list.
+/// The message and the alarm state of one header, with masks. This is the only mutable type: its members have ids from
+/// 1 and are sent as a parameter list.
 struct TESSIVAR_API LogMessageEx2 {
   Tessivar::Guid address = nullptr;
   char* header = nullptr;  // 100
@@ -117,7 +119,7 @@ struct TESSIVAR_API LogMessageEx2 {
 };
 TESSIVAR_KEYLESS_TOPIC_TYPE(LogMessageEx2)
 
-/// Asks for the stored messages.
+/// Requests the stored messages.
 struct TESSIVAR_API LogMessageEx2Request {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -125,7 +127,7 @@ struct TESSIVAR_API LogMessageEx2Request {
 };
 TESSIVAR_TOPIC_TYPE(LogMessageEx2Request)
 
-/// One of the messages asked for.
+/// One of the requested messages.
 struct TESSIVAR_API LogMessageEx2Reply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -136,7 +138,7 @@ struct TESSIVAR_API LogMessageEx2Reply {
 };
 TESSIVAR_TOPIC_TYPE(LogMessageEx2Reply)
 
-/// A unit that logs.
+/// A unit that sends log messages.
 struct TESSIVAR_API LogUnit {
   Tessivar::Guid address = nullptr;         // key
   Tessivar::Guid source_address = nullptr;  // key
@@ -159,7 +161,7 @@ struct TESSIVAR_API UnitMask {
 };
 TESSIVAR_TOPIC_TYPE(UnitMask)
 
-/// Asks for a mask on a unit.
+/// Requests a mask on a unit.
 struct TESSIVAR_API UnitMaskRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -181,7 +183,7 @@ struct TESSIVAR_API HeaderMask {
 };
 TESSIVAR_TOPIC_TYPE(HeaderMask)
 
-/// Asks for a mask on a header.
+/// Requests a mask on a header.
 struct TESSIVAR_API HeaderMaskRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -190,7 +192,7 @@ struct TESSIVAR_API HeaderMaskRequest {
 };
 TESSIVAR_TOPIC_TYPE(HeaderMaskRequest)
 
-/// The answer to a mask request of either kind.
+/// The reply to a UnitMaskRequest or a HeaderMaskRequest.
 struct TESSIVAR_API MaskReply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -199,7 +201,7 @@ struct TESSIVAR_API MaskReply {
 };
 TESSIVAR_TOPIC_TYPE(MaskReply)
 
-/// An acknowledgement of the alarm of one header.
+/// Acknowledges the alarm of one header.
 struct TESSIVAR_API AlarmAck {
   Tessivar::Guid address = nullptr;  // key
   char* header = nullptr;            // key, 100

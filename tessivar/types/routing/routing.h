@@ -2,14 +2,14 @@
 
 // The routing types of module Tessivar_Routing: routers, their ports, associations and routes.
 //
-// Numbers behind strings and sequences are their bounds.
+// A number in the comment of a string or a sequence is its bound.
 #pragma once
 
 #include "tessivar/types/core/core.h"
 
 namespace Tessivar_Routing {
 
-// Numbers of matrices, levels, ports and associations.
+// The index types of matrices, levels, ports and associations.
 typedef DDS_UnsignedShort MatrixIndex;
 TESSIVAR_TYPEDEF(MatrixIndex)
 typedef DDS_UnsignedShort LevelIndex;
@@ -83,8 +83,8 @@ struct TESSIVAR_API Association {
 };
 TESSIVAR_TOPIC_TYPE(Association)
 
-/// Which source association feeds a destination association. The source is no part of the key: a destination has one
-/// route, and a new source replaces the old one.
+/// The source association that feeds a destination association. The source is not a part of the key: a destination has
+/// one route, and a new source replaces the old one.
 struct TESSIVAR_API AssociationRoute {
   Tessivar::Guid unitId = nullptr;  // key
   MatrixIndex matrix_index = 0;     // key
@@ -94,7 +94,7 @@ struct TESSIVAR_API AssociationRoute {
 };
 TESSIVAR_TOPIC_TYPE(AssociationRoute)
 
-/// Asks a router to change a route.
+/// Requests that a router changes a route.
 struct TESSIVAR_API AssociationRouteChangeRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -103,13 +103,13 @@ struct TESSIVAR_API AssociationRouteChangeRequest {
 };
 TESSIVAR_TOPIC_TYPE(AssociationRouteChangeRequest)
 
-/// Why a route was refused.
+/// The reason why a route was refused.
 struct TESSIVAR_API AssociationRouteChangeExceptionInfo {
   char* message = nullptr;  // 255
 };
 TESSIVAR_NESTED_TYPE(AssociationRouteChangeExceptionInfo)
 
-/// The answer to one request.
+/// The reply to one request.
 struct TESSIVAR_API AssociationRouteChangeReply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -119,7 +119,7 @@ struct TESSIVAR_API AssociationRouteChangeReply {
 };
 TESSIVAR_TOPIC_TYPE(AssociationRouteChangeReply)
 
-/// Asks a router to change destinations on the levels of a mask.
+/// Requests that a router changes destinations on the levels that a mask selects.
 struct TESSIVAR_API DestinationChangeRequest {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;
@@ -129,7 +129,7 @@ struct TESSIVAR_API DestinationChangeRequest {
 };
 TESSIVAR_TOPIC_TYPE(DestinationChangeRequest)
 
-/// The answer to one request.
+/// The reply to one request.
 struct TESSIVAR_API DestinationChangeReply {
   Tessivar::ReqReplyGuid changeguid;  // key
   DDS_UnsignedShort ticketId = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the core types are made of.
+// The tables of the core types. Each table states the name, the members and the bounds of one type.
 #pragma once
 
 #include "tessivar/types/core/core.h"
