@@ -1,4 +1,5 @@
-// Finds the cameras of the examples device and slow_device, watches them and changes their commands.
+// SPDX-License-Identifier: Apache-2.0
+// Finds the units of the examples device and slow_device, prints their values and changes their commands.
 // Usage: controller [DOMAIN]
 #include "tessivar/tessivar.h"
 
@@ -9,7 +10,7 @@ using Helper = TessivarMessageHelper;
 
 const AddressEx camera(1, 2, 10), head(1, 2, 11);
 
-/// What the value's discriminator says it is.
+/// Returns the value as text.
 std::string text(const Tessivar::CommandValue& value) {
   if (value._d == Tessivar::Int) return std::to_string(value._u.intValue);
   if (value._d == Tessivar::Float) return std::to_string(value._u.floatValue);
@@ -42,18 +43,18 @@ int main(int argc, char** argv) {
   ReadableLogger::install();
   const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   Monitor monitor;
-  TessivarClient client;  // after the domain and the listener, so that it is destroyed before them
+  TessivarClient client;  // declared after the domain and the listener, so that it is destroyed before them
   client.attachDomain(domain.get());
   client.attachListener(&monitor, false);
   if (!client.create() || !client.registerInterest(camera) || !client.registerInterest(head)) return 1;
-  if (!client.waitForHistoricalData(10000)) return 1;  // which of these two alone is waited for; the log says why
+  if (!client.waitForHistoricalData(10000)) return 1;  // waits for a device; the log says why it fails
   for (DDSPtr wanted : {DDSPtr(Helper::createCommand(camera, 1, 12)), DDSPtr(Helper::createCommand(camera, 1, 99)),
                         DDSPtr(Helper::createCommand(camera, 1, "x")), DDSPtr(Helper::createCommand(camera, 2, true)),
                         DDSPtr(Helper::createCommand(head, 1, 30))}) {
-    const bool done = client.setCommand(wanted, 1000);  // moving takes longer, but the head says that it goes on
+    const bool done = client.setCommand(wanted, 1000);  // the head needs longer, but it reports IN_PROGRESS
     std::cout << "set " << wanted->commandNumber << " to " << text(wanted->value) << (done ? ": done" : ": not done")
               << std::endl;
   }
-  std::cin.get();  // watch on until Enter is pressed
+  std::cin.get();  // prints changes until Enter is pressed
   client.cleanUp();
 }

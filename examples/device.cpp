@@ -1,5 +1,5 @@
-// A camera on the bus: announces itself, describes and publishes its commands, and carries out change requests or says
-// why not. Usage: device [DOMAIN]
+// SPDX-License-Identifier: Apache-2.0
+// A camera: publishes its unit and commands, and carries out or refuses change requests. Usage: device [DOMAIN]
 #include "tessivar/tessivar.h"
 
 #include <iostream>
@@ -12,7 +12,7 @@ const AddressEx address(1, 2, 10);
 enum : unsigned { gain = 1, tally = 2 };
 constexpr Range gains = {0, 24, true, true};
 
-/// Why a change is not carried out; null: it is.
+/// Returns the reason to refuse a change, or null to carry it out.
 const char* refusal(unsigned number, const CommandValue& value) {
   if (number == tally) return "the mixer sets it";
   if (number != gain) return "there is no such command";
@@ -40,14 +40,14 @@ int main(int argc, char** argv) {
   ReadableLogger::install();
   const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   Camera camera;
-  TessivarNode node;  // after the domain and the listener, so that it is destroyed before them
+  TessivarNode node;  // declared after the domain and the listener, so that it is destroyed before them
   node.attachDomain(domain.get());
   node.attachListener(&camera, false);
   if (!node.create({address})) return 1;  // the log says why
   node.addUnit(DDSPtr(Helper::createUnit(address, "studio camera")));
   const auto offer = [&node](Command* initial, const char* name, bool enabled, const Range* range) {
     DDSPtr metadata(Helper::createMetadata(address, initial->commandNumber));
-    DDS_String_replace(&metadata->name, name);  // at most 32 characters: a longer one is not published
+    DDS_String_replace(&metadata->name, name);  // at most 32 characters: metadata with a longer name is not published
     metadata->type = metadata->defaultValue._d = initial->value._d;
     metadata->enabled = enabled;
     if (range) *(metadata->validRange = RangePluginSupport_create_data()) = *range;

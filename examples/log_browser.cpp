@@ -1,4 +1,5 @@
-// Asks a history for the messages of units and prints them, page by page. Usage: log_browser DOMAIN UNIT…
+// SPDX-License-Identifier: Apache-2.0
+// Requests the messages of units from a history and prints them, page by page. Usage: log_browser DOMAIN UNIT…
 #include "tessivar/tessivar.h"
 
 #include <iostream>
@@ -12,7 +13,7 @@ class Browser : public RequestReplyNodeClientListener {
  public:
   explicit Browser(HistoryNode& node) : node_(node) {}
 
-  /// Several replies come for the one ticket, each on the node's thread.
+  /// The ticket gets several replies. The calls come on the node's thread.
   void ticketChanged(unsigned short ticketId) override {
     HistoryNode::Ticket ticket = node_.findTicket(ticketId);
     if (!ticket) return;

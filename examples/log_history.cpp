@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keeps the last 50 messages that units log and sends them on request, 20 at a time. Usage: log_history [DOMAIN]
 #include "tessivar/tessivar.h"
 
@@ -10,7 +11,6 @@ using namespace Tessivar_Logging;
 
 constexpr int kept = 50, pageSize = 20;
 
-/// One thread hears the messages and serves the requests: no lock is needed.
 struct History : WaitSetThreadRunner<LogMessage2>, RequestReplyServerListener<LogMessage2Request, LogMessage2Reply> {
   using RequestReplyServerListener::processRequest;
   using WaitSetThreadRunner::processSample, WaitSetThreadRunner::WaitSetThreadRunner;
@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
   WaitSetThread thread("history");
   History history(stream ? stream->dataReader() : nullptr);
   history.node.setListener(&history);
-  history.node.setWaitSetThread(&thread);
+  history.node.setWaitSetThread(&thread);  // one thread handles messages and requests: no lock is needed
   if (!thread.create() || !thread.attachRunner(&history, false) || !history.node.create(LOGGING2_TOPIC, domain.get()))
     return 1;
   std::cin.get();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A unit that logs the lines "HEADER STATE TEXT" of its standard input. Usage: log_publisher [DOMAIN [ADDRESS]]
 #include "tessivar/tessivar.h"
 
@@ -8,12 +9,11 @@
 using namespace TessivarDDS;
 using namespace Tessivar_Logging;
 
-/// A message of one header, as each kind of log has it, cut to what the types allow.
 template <class Message>
 DDSPtr<Message> message(const AddressEx& unit, const std::string& header, const std::string& text) {
   DDSPtr made(Message::TypeSupport::create_data());
   unit.copyTo(made->address);
-  DDS_String_replace(&made->header, header.substr(0, 100).c_str());
+  DDS_String_replace(&made->header, header.substr(0, 100).c_str());  // the types limit the lengths
   DDS_String_replace(&made->value, text.substr(0, 1024).c_str());
   if constexpr (requires { made->source_timestamp; })
     made->source_timestamp.seconds = static_cast<DDS_UnsignedLongLong>(std::time(nullptr));
@@ -31,12 +31,12 @@ int main(int argc, char** argv) {
   ReadableLogger::install();
   const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   const AddressEx address = argc > 2 ? AddressEx(argv[2]) : AddressEx(1, 4, 1);
-  DDS_TopicQos qos;  // who comes late gets the last message of each header, …
+  DDS_TopicQos qos;  // a late joiner gets the last message of each header …
   createReliableDurableTopicQos(domain.get(), LOGGING_TOPIC, qos);
   DDSPtr units(DDSNode<LogUnit>::create(domain.get(), LOGGING_UNITS_TOPIC, qos, false));
   DDSPtr messages(DDSNode<LogMessage>::create(domain.get(), LOGGING_TOPIC, qos, false));
   DDSPtr acks(DDSNode<AlarmAck>::create(domain.get(), LOGGING_ACKS_TOPIC, qos, true));
-  qos.history.depth = 50;  // … and the last 50 of what has no key
+  qos.history.depth = 50;  // … and the last 50 messages of the topics without a key
   DDSPtr stream(DDSNode<LogMessage2>::create(domain.get(), LOGGING2_TOPIC, qos, false));
   DDSPtr alarms(DDSNode<LogMessageEx2>::create(domain.get(), LOGGING_EX2_TOPIC, qos, false));
   WaitSetThread thread("acks");

@@ -1,4 +1,5 @@
-// Shows what units log, until Enter is pressed, and acknowledges their alarms when it is told for whom.
+// SPDX-License-Identifier: Apache-2.0
+// Prints the log messages of units until Enter is pressed, and acknowledges their alarms if it has an operator's name.
 // Usage: log_viewer [DOMAIN [OPERATOR]]
 #include "tessivar/tessivar.h"
 
@@ -46,7 +47,7 @@ int main(int argc, char** argv) {
   DDSPtr units(DDSNode<LogUnit>::create(domain.get(), LOGGING_UNITS_TOPIC, qos, true));
   DDSPtr messages(DDSNode<LogMessage>::create(domain.get(), LOGGING_TOPIC, qos, true));
   DDSPtr acks(DDSNode<AlarmAck>::create(domain.get(), LOGGING_ACKS_TOPIC, qos, false));
-  qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;  // an alarm must not push out another
+  qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;  // an alarm must not replace another alarm
   DDSPtr alarms(DDSNode<LogMessageEx2>::create(domain.get(), LOGGING_EX2_TOPIC, qos, true));
   WaitSetThread thread("viewer");
   const bool made = units && messages && acks && alarms && thread.create() &&

@@ -1,5 +1,5 @@
-// A router of four destinations that controllers can protect: it then refuses to change what is routed there.
-// Usage: protected_router [DOMAIN [ADDRESS]]
+// SPDX-License-Identifier: Apache-2.0
+// A router that refuses routes to destinations that a controller protects. Usage: protected_router [DOMAIN [ADDRESS]]
 #include "tessivar/tessivar.h"
 
 #include <atomic>
@@ -15,7 +15,7 @@ struct Hub : RoutingServices,
              RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply> {
   using RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>::processRequest;
   using RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply>::processRequest;
-  /// A change that a controller asked for belongs on both topics.
+  /// A change that a controller requested is published on both topics.
   bool publish(unsigned index) {
     DDSPtr port(Helper::createDestination(unit, 0, 0, index, "out " + std::to_string(index), guarded[index]));
     return destinationsNode()->writeSample(port) && protectService()->valueNode().writeSample(port);
@@ -23,7 +23,7 @@ struct Hub : RoutingServices,
   DestinationChangeReply* processRequest(const DestinationChangeRequest* request) override {
     const Destination& wanted = request->newValue;
     if (AddressEx(wanted.unitId) != unit) return nullptr;  // another router answers
-    // The mask says on which levels: this router has level 0 alone.
+    // The mask selects levels. This router has only level 0.
     const bool known = wanted.matrix == 0 && wanted.index < ports && request->level_mask.length() == 1;
     if (!known || !request->level_mask[0]) return Helper::createReply(request, FAILED);
     guarded[wanted.index] = wanted.protect;
@@ -39,7 +39,7 @@ struct Hub : RoutingServices,
     return Helper::createReply(request, COMPLETE, nullptr);
   }
   AddressEx unit{1, 3, 9};
-  std::atomic<bool> guarded[ports] = {};  // requests of the two kinds come on two threads
+  std::atomic<bool> guarded[ports] = {};  // the two kinds of requests come on two threads
 };
 
 int main(int argc, char** argv) {
@@ -56,5 +56,5 @@ int main(int argc, char** argv) {
   hub.routingService()->setListener(&hub);
   hub.protectService()->setListener(&hub);
   std::cin.get();  // until Enter is pressed
-  hub.cleanUp();   // before its members go
+  hub.cleanUp();   // before its members are destroyed
 }

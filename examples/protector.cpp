@@ -1,5 +1,6 @@
-// Protects a destination of a router, or stops protecting it (0), and ends. Usage: protector DOMAIN ROUTER DESTINATION
-// 1
+// SPDX-License-Identifier: Apache-2.0
+// Protects a destination of a router (1), or ends the protection (0).
+// Usage: protector DOMAIN ROUTER DESTINATION 1|0
 #include "tessivar/tessivar.h"
 
 #include <iostream>
@@ -29,14 +30,14 @@ int main(int argc, char** argv) {
   const AddressEx router(argv[2]);
   const auto index = static_cast<unsigned>(std::atoi(argv[3]));
   Monitor monitor;
-  RoutingClient client;  // after the domain and the listener, so that it is destroyed before them
+  RoutingClient client;  // declared after the domain and the listener, so that it is destroyed before them
   client.attachDomain(domain.get());
   client.attachListener(&monitor, false);
   if (!client.create() || !client.subscribe({router})) return 1;  // the log says why
   if (!client.services()->protectService()->waitForMatch(10000)) return 1;
 
   DDSPtr wanted(RoutingMessageHelper::createDestination(router, 0, 0, index, "", *argv[4] == '1'));
-  DDSPtr ticket = client.beginProtect(wanted);  // on level 0, as the destination says
+  DDSPtr ticket = client.beginProtect(wanted);  // on level 0, which is the destination's level
   for (int i = 0; i < 500 && ticket && !ticket->received; ++i) TessivarThread::sleep(10);
   const bool done = ticket && ticket->received && ticket->reply->result == COMPLETE;
   client.completeProtect(ticket);

@@ -1,4 +1,5 @@
-// A router on the bus, 32 by 32 on two levels: publishes what it has, and changes routes on request or says why not.
+// SPDX-License-Identifier: Apache-2.0
+// A router, 32 by 32 on two levels: publishes its ports and routes, and carries out or refuses requests for routes.
 // Usage: router_device [DOMAIN [ADDRESS]]
 #include "tessivar/tessivar.h"
 
@@ -26,7 +27,7 @@ struct Hub : RoutingServices, RequestReplyServerListener<AssociationRouteChangeR
         sourcesNode()->writeSample(Helper::createSource(unit, 0, level, i, "in" + number), true);
         destinationsNode()->writeSample(Helper::createDestination(unit, 0, level, i, "out" + number, false), true);
       }
-      // Routes connect associations: the ports of all levels that go together.
+      // A route connects two associations. An association names one port of each level.
       sourceAssociations()->writeSample(Helper::createAssociation(unit, 0, i, {i, i}, "camera" + number), true);
       destinationAssociations()->writeSample(Helper::createAssociation(unit, 0, i, {i, i}, "monitor" + number), true);
       route(i, i);
@@ -55,5 +56,5 @@ int main(int argc, char** argv) {
   hub.publish();
   hub.routingService()->setListener(&hub);
   std::cin.get();  // until Enter is pressed
-  hub.cleanUp();   // before what the requests need goes
+  hub.cleanUp();   // before its members are destroyed
 }

@@ -1,4 +1,5 @@
-// Follows routers and changes their routes, as its standard input says: "subscribe ADDRESS", "route ADDRESS SOURCE
+// SPDX-License-Identifier: Apache-2.0
+// Subscribes to routers and changes their routes. Standard input: "subscribe ADDRESS", "route ADDRESS SOURCE
 // DESTINATION", "end". Usage: routing_controller [DOMAIN]
 #include "tessivar/tessivar.h"
 
@@ -29,7 +30,7 @@ struct Monitor : RoutingClientListener {
               << route->source_index << std::endl;
   }
   void ticketChanged(DDSPtr<RoutingClient::Ticket> ticket) override {
-    if (!ticket) return;  // completed meanwhile
+    if (!ticket) return;  // the ticket was completed meanwhile
     const DDSPtr<AssociationRouteChangeReply> reply = ticket->reply;
     std::cout << "route request: result " << reply->result << (reply->ex ? ", " : "")
               << (reply->ex ? reply->ex->message : "") << std::endl;
@@ -40,7 +41,7 @@ int main(int argc, char** argv) {
   ReadableLogger::install();
   const DomainHandle domain = DomainHandle::shared(argc > 1 ? std::atoi(argv[1]) : 0);
   Monitor monitor;
-  RoutingClient client;  // after the domain and the listener, so that it is destroyed before them
+  RoutingClient client;  // declared after the domain and the listener, so that it is destroyed before them
   client.attachDomain(domain.get());
   client.attachListener(&monitor, false);
   if (!client.create()) return 1;  // the log says why
@@ -52,7 +53,7 @@ int main(int argc, char** argv) {
       DDSPtr wanted(RoutingMessageHelper::createRoute(router, 0, source, destination));
       DDSPtr ticket = client.beginSetRoute(wanted);
       for (int i = 0; i < 500 && ticket && !ticket->received; ++i) TessivarThread::sleep(10);
-      client.completeSetRoute(ticket);  // the listener has been told
+      client.completeSetRoute(ticket);  // the listener prints the reply
     }
   }
 }

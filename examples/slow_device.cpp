@@ -1,5 +1,5 @@
-// A camera head whose movement takes two seconds: it tells the controller that the request is in progress, and at the
-// end that it is complete. Usage: slow_device [DOMAIN]
+// SPDX-License-Identifier: Apache-2.0
+// A camera head that moves for two seconds: it replies IN_PROGRESS, and then COMPLETE. Usage: slow_device [DOMAIN]
 #include "tessivar/tessivar.h"
 
 #include <condition_variable>
@@ -41,7 +41,7 @@ struct Head : TessivarNodeListener {
   }
   std::mutex mutex;
   std::condition_variable_any started;
-  DDSPtr<Command> target;  // while it moves, and what it answers then
+  DDSPtr<Command> target;  // set while the head moves
   DDSPtr<CommandChangeReply> moving, arrived;
 };
 

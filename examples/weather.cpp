@@ -1,4 +1,5 @@
-// A topic type of the application's own, published and read. Usage: weather [DOMAIN]
+// SPDX-License-Identifier: Apache-2.0
+// Defines a topic type of the application, publishes a sample and reads it. Usage: weather [DOMAIN]
 #include "tessivar/tessivar.h"
 #include "tessivar/types/topic_type.h"
 
@@ -27,9 +28,9 @@ using namespace TessivarDDS;
 int main(int argc, char** argv) {
   ReadableLogger::install();
   const int id = argc > 1 ? std::atoi(argv[1]) : 0;
-  // Nodes of one domain object do not hear each other: station and display join the bus each on their own.
+  // Nodes of one domain object do not receive each other's samples: station and display have a domain object each.
   const DomainHandle station = DomainHandle::exclusive(id), display = DomainHandle::exclusive(id);
-  DDS_TopicQos qos;  // a late reader gets the last report of each station
+  DDS_TopicQos qos;  // a late joiner gets the last report of each station
   createReliableDurableTopicQos(station.get(), "Weather", qos);
   DDSPtr publisher(DDSNode<weather::Report>::create(station.get(), "Weather", qos, false));
   DDSPtr subscriber(DDSNode<weather::Report>::create(display.get(), "Weather", qos, true));
