@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Language, warnings, sanitizers and the compiler cache of this project's targets. Each of them links tessivar_flags;
 # nothing here reaches the targets of a project that contains this one.
 

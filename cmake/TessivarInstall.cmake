@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Library, headers, CMake package and pkg-config file.
 
 include(GNUInstallDirs)

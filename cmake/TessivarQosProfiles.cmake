@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Makes the QoS profiles of qos/ a part of the library.
 set(profiles ${PROJECT_SOURCE_DIR}/qos/tessivar_qos_profiles.xml)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${profiles})

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # Reads the version from tessivar/version.h, the one place that states it. Sets TESSIVAR_VERSION (MAJOR.MINOR.PATCH) and
 # TESSIVAR_ABI_NUMBER.
 

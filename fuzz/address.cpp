@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any texts as addresses, and as what the address filter is compiled from and given.
 //
 // Lines: the filter expression, the address of a sample, the filter's parameters. Every line is read as an address too.

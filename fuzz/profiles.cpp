@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any text as a source of QoS profiles, and every profile in it. One that begins with "p", "t", "w" or "r" is what a
 // profile says of a participant, a topic, a writer or a reader.
 #include "tessivar/platform/qos/profiles.h"

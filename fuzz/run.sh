@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
 # Fuzzes one target, from its seeds and the inputs that once found something.
 #
 #   fuzz/run.sh BUILD TARGET SECONDS [CORPUS]    BUILD: where the target is built; CORPUS: the folder that inputs worth
 #                                                keeping are read from and added to, none by default
 set -euo pipefail
 [ $# -ge 3 ] || {
-  sed -n '2,5s/^# \?//p' "$0" >&2
+  sed -n '4,7s/^# \?//p' "$0" >&2
   exit 2
 }
 here=$(cd "$(dirname "$0")" && pwd)

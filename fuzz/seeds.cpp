@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes seeds for the target of the types: known encodings, and random samples and keys of every type.
 //
 //   fuzz_seeds WIRE_JSON FOLDER

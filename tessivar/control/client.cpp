@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/control/client.h"
 
 #include "tessivar/control/internal/addressed_sample.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The controlling side: finds units, watches commands, changes them.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Building the samples that devices and controllers exchange.
 #pragma once
 

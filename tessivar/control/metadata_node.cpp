@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/control/metadata_node.h"
 
 #include "tessivar/framework/domain/detail/signature.h"

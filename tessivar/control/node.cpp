@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/control/node.h"
 
 #include "tessivar/control/internal/announced_units.h"

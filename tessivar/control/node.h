@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The device side: announces units, publishes commands, answers change requests.
 #pragma once
 

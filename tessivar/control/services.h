@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The four endpoints through which devices and controllers meet.
 #pragma once
 

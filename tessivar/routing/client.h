@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The controlling side: follows routers, changes their routes and protects their destinations.
 #pragma once
 

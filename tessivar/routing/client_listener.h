@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a controller hears of the routers on the bus.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/routing/message_helper.h"
 
 #include "tessivar/framework/domain/detail/signature.h"

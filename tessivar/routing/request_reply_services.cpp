@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/routing/request_reply_services.h"
 
 #include "tessivar/framework/domain/detail/signature.h"

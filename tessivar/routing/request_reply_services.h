@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The exchanges through which routes and destinations are changed.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The endpoints through which routers and their controllers meet.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Every public call in every callback: it works, or it is refused, and never hangs.
 #include "tessivar/framework/domain/domain_manager.h"
 #include "tests/control/support/listeners.h"

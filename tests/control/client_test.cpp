@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/control/support/device_and_controller.h"
 
 #include <atomic>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Whatever the engine refuses while something is made: told, undone, and made at the next try.
 #include "tessivar/control/client.h"
 #include "tessivar/control/node.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Domains, nodes and clients that go in any order, at the end of the process and in forked processes.
 #include "tessivar/framework/domain/domain_manager.h"
 #include "tests/control/support/listeners.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/control/message_helper.h"
 
 #include "tessivar/framework/pointers/dds_ptr.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/control/services.h"
 
 #include "tests/support/log_recorder.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // CDR as Fast CDR reads and writes it.
 #pragma once
 

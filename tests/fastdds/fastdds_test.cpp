@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A device of ours and a participant of another make, which knows of the device only what its IDL and topics say.
 #include "peer.h"
 #include "samples.h"

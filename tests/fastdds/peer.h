@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A participant of Fast DDS on the loopback, with readers and writers of raw encodings.
 #pragma once
 

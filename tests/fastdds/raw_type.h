@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A topic type of Fast DDS whose samples are encodings, moved as they are.
 #pragma once
 

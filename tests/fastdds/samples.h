@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The samples that the peer exchanges with a device, as their IDL says.
 #pragma once
 

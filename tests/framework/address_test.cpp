@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/types/core/core.h"
 

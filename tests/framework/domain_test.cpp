@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/domain/domain_handle.h"
 #include "tessivar/framework/domain/domain_manager.h"

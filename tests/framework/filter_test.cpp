@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/domain/detail/text_list.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tests/framework/support/samples.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/nodes/detail/instances.h"
 #include "tests/framework/support/samples.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/pointers/dds_ptr.h"
 #include "tessivar/framework/pointers/listener_list.h"
 #include "tests/support/log_recorder.h"

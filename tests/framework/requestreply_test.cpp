@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/requestreply/detail/instances.h"
 #include "tessivar/framework/requestreply/detail/request_guid.h"
 #include "tests/framework/support/samples.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/sync/sync.h"
 
 #include "tessivar/framework/sync/thread.h"

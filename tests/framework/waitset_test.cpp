@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/framework/nodes/detail/instances.h"
 #include "tessivar/framework/waitset/detail/instances.h"
 #include "tessivar/framework/waitset/handle_sum_order.h"

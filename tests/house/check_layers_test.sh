@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
 # Builds a tree in which every rule of scripts/check-layers is broken once, and expects each break to be named and
 # nothing else.
 set -euo pipefail

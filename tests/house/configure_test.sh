@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
 # configure_test.sh SOURCE_DIR CXX: what the build's options and its surroundings may change, and what not.
 set -euo pipefail
 

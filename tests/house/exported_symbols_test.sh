@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
 # exported_symbols_test.sh SOURCE_DIR LIBRARY: the shared library exports what exported_symbols.txt lists, neither more
 # nor less. A difference is a change of the binary interface: if it is intended, write the list again, and add 1 to
 # TESSIVAR_ABI_NUMBER if something was removed or changed.

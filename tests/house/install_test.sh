@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
 # install_test.sh BUILD_DIR CXX: installs the library somewhere else and uses it as a stranger would: through its CMake
 # package and through pkg-config.
 set -euo pipefail

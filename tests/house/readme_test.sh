@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
 # readme_test.sh SOURCE_DIR CXX: pastes README.md, block by block, into a shell in a clean copy of the tree: sh blocks are
 # run, the cpp and cmake blocks become the files that the text names. scripts/demo and scripts/test are left to those who
 # type them: the one shows itself, the other runs this.

@@ -1,4 +1,6 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+#
 # scripts_test.sh SCRIPTS: what the scripts say while a command takes long, and to a user without rights.
 set -euo pipefail
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Devices that come, are there already, and go.
 #include "support/peer.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The examples, each in a process of its own, with peers that do not keep to what they announce.
 #include "support/peer.h"
 #include "tessivar/framework/domain/domain_handle.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the address filters let through, on either side, and how they change while data flows.
 #include "support/peer.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The examples of logging, each in a process of its own: stored messages are fetched page by page.
 #include "support/peer.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Devices and controllers on two hosts, on one network and on two.
 #include "support/hosts.h"
 #include "support/peer.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Participants: admitted by type, several in one process, shared and exclusive, made and taken down over and over.
 #include "support/peer.h"
 #include "tessivar/control/client.h"

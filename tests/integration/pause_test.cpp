@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Processes that are stopped for longer than every lease, and continue.
 #include "support/peer.h"
 

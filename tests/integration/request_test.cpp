@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Changing commands by request and reply.
 #include "support/peer.h"
 

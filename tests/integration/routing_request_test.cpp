@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Changing routes: what becomes of tickets, whoever answers, refuses, takes its time or is not there.
 #include "support/peer.h"
 

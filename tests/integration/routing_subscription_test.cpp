@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Controllers and the routers they subscribe to: what arrives, what does not, and who comes and goes.
 #include "support/peer.h"
 

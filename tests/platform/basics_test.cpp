@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the rest is built on: sequences, the log and threads.
 #include "support/bus.h"
 #include "tessivar/platform/osapi.h"

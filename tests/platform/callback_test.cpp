@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What cannot be done within a callback of the platform is refused there; nothing hangs.
 #include "support/bus.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Remote participants: what is told of them, how to keep one out, and what becomes of one that is killed or paused.
 #include "support/peer.h"
 #include "tessivar/platform/engine/engine.h"

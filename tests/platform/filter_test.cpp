@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Content filters, and what a change of their parameters brings while data flows.
 #include "support/bus.h"
 

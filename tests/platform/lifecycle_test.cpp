@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Coming and going of what the engine keeps for us: nothing is left behind, nothing is forgotten too early.
 #include "support/bus.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Participants: what their configuration means, and the making and deleting of what they contain.
 #include "support/bus.h"
 #include "tessivar/platform/cyclone/configuration.h"

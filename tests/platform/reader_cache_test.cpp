@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a reader's cache makes of the samples of one source and of two.
 #include "tessivar/platform/reader/reader_cache.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Reading, taking and what a reader knows of its instances.
 #include "support/bus.h"
 

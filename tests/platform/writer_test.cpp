@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Writing: instances, refusals, batches, when a writer blocks, and what it leaves for late joiners.
 #include "support/peer.h"
 

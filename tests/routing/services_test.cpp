@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/routing/services.h"
 
 #include "tessivar/framework/filters/address_content_filter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // An engine that refuses one thing.
 #pragma once
 

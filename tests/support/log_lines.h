@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The warnings and errors that are logged meanwhile.
 #pragma once
 

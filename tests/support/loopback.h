@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Domains on loopback, and waiting for what happens between them.
 #pragma once
 

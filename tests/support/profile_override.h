@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // QoS profiles that override the shipped ones while a test runs.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How the sanitizers run in every test program, whoever starts it. The environment (ASAN_OPTIONS, …) comes on top.
 
 extern "C" {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Encoding's own rules: what is refused, what is kept.
 #include "tests/types/support/encoding.h"
 

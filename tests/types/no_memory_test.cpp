@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Calls with each of their allocations failing in turn: each succeeds or says that memory is short, the next one works,
 // and nothing is lost.
 #include "tests/platform/support/bus.h"

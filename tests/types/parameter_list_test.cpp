@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Lists of parameters as other implementations write them: what each reads as, or that it is refused.
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/logging/logging.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What holds for every sample of every type, on random ones; and for whatever octets come in.
 #include "tests/types/support/any_octets.h"
 

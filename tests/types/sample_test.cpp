@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Initialising, copying and finalising samples.
 #include "tessivar/types/command/command.h"
 #include "tests/types/support/any_type.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The IDL beside each module is what the types are.
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/logging/logging.h"

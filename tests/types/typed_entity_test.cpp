@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Type supports, and readers and writers of one type over the real engine.
 #include "tessivar/types/command/command.h"
 #include "tests/platform/support/bus.h"

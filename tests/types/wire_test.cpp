@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Encodings that independent implementations agree on.
 #include "tests/types/support/any_octets.h"
 

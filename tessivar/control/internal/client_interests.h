@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a client follows: the interests it has registered, and the filters that they make.
 #pragma once
 

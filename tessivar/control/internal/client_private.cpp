@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/control/internal/client_private.h"
 
 #include "tessivar/control/internal/unit_announcers.h"

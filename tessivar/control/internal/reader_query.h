@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Questions of the application to a reader whose news go to listeners.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The units that a client's last refresh reported, and which of them have been removed since.
 #pragma once
 

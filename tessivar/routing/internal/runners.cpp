@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/routing/internal/runners.h"
 
 #include "tessivar/framework/log/logger.h"

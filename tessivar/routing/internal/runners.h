@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a routing client's thread does with the samples of each reader.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A device and a controller that talk to each other.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Listeners of a device and of a controller that note what they hear.
 #pragma once
 

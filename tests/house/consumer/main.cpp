@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a stranger's first program may look like: makes a sample, encodes it, and starts nothing.
 #include "tessivar/tessivar.h"
 

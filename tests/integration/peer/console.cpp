@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "peer/console.h"
 
 #include "tessivar/framework/log/logger.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How a peer talks to the test that started it: one line in is a command, one line out beginning with "@ " an event.
 #pragma once
 

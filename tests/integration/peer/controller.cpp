@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "peer/flood.h"
 #include "peer/roles.h"
 #include "tessivar/routing/client.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "peer/roles.h"
 #include "tessivar/control/message_helper.h"
 #include "tessivar/control/node.h"

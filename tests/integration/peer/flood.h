@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Many requests under way at once, each of whose replies must find its own ticket.
 #pragma once
 

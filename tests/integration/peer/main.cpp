@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // bus_peer device|client|router|controller DOMAIN [type=N] [allow=N,…]: one process on the bus that a test
 // commands line by line.
 #include "peer/console.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The parts a peer can play. Each does what the test tells it to and reports what it hears.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A process of our own that a test starts, talks to line by line, stops, continues and kills.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Two hosts on networks of their own, as network namespaces of this machine.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A process on the bus, seen from the test that commands it.
 #pragma once
 

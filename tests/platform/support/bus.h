@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Participants, commands and waiting for the tests of the platform. Everything stays on the loopback.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Another process of this test program, for what happens between processes.
 #pragma once
 

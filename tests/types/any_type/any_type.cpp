@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/types/any_type/make.h"
 
 #include <stdexcept>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/types/logging/internal/logging_tables.h"
 #include "tests/types/any_type/make.h"
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Makes the description of each type, as support/any_type.h has it, of its table.
 #pragma once
 

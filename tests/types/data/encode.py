@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Encodes the values of wire.json anew and compares: the second opinion on the wire format, which shares nothing with
 the library but the IDL files.
 

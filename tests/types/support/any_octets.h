@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What holds for whatever octets come in as a sample of a type, or as a key of it.
 #pragma once
 

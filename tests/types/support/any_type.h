@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Every type of the data model behind one face, to run a test on all of them.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Encodings as octets and hexadecimal text.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Counts the memory that operator new hands out in this test program, and lets it fail.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Values of samples as JSON, and random ones, for every kind.
 #pragma once
 
