@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/reader/compiled_filter.h"
 
 #include "tessivar/platform/participant/listener_slot.h"

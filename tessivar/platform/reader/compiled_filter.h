@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // An application's content filter, compiled for one expression and one set of parameters.
 #pragma once
 
@@ -9,10 +11,11 @@
 
 namespace tessivar::platform {
 
-/// Shared by a filtered topic and its readers; the compile data is finalised with the last of them.
+/// A filtered topic and its readers share it. When its last owner releases it, the compile data is finalised.
 class CompiledFilter {
  public:
-  /// Null, with the filter's own return code in `result`, when it refuses.
+  /// Returns null on failure. `result` is then the filter's own return code, ERROR if the filter threw an exception, or
+  /// OUT_OF_RESOURCES if memory is short.
   static std::shared_ptr<CompiledFilter> compile(DDSContentFilter& filter, const std::string& expression,
                                                  const DDS_StringSeq& parameters, const PRESTypePlugin& type,
                                                  DDS_ReturnCode_t& result);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/reader/loans.h"
 
 #include <algorithm>
@@ -43,7 +45,7 @@ Loan* Loans::lend(std::size_t count) noexcept {
   return out_.back().get();
 }
 
-/// With room for `count` samples.
+/// Returns a loan with capacity for `count` samples. Throws std::bad_alloc.
 std::unique_ptr<Loan> Loans::idle_loan(std::size_t count) {
   std::unique_ptr<Loan> loan;
   if (idle_.empty()) {
@@ -63,7 +65,7 @@ std::unique_ptr<Loan> Loans::idle_loan(std::size_t count) {
   return loan;
 }
 
-/// A new one when none is idle; null when memory is short.
+/// Returns an idle sample, or a new sample if none is idle. Its pointer is null if memory is short.
 Loans::Sample Loans::idle_sample() {
   Sample one = {nullptr, 0};
   if (idle_samples_.empty()) {
@@ -109,7 +111,8 @@ void Loans::retire(std::unique_ptr<Loan> loan) {
   keep_idle(idle_, loan, octets);
 }
 
-/// Moves `one` among the idle ones, unless they would take too much memory or the list of them cannot grow.
+/// Moves `one` to the list `idle` and clears `one`. Changes nothing if the idle memory would exceed its limit or the
+/// list cannot grow.
 template <class T>
 void Loans::keep_idle(std::vector<T>& idle, T& one, std::size_t octets) {
   if (idle_octets_ + octets > most_idle_octets) return;

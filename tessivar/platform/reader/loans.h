@@ -1,4 +1,6 @@
-// The samples that one reader lends out.
+// SPDX-License-Identifier: Apache-2.0
+
+// The samples that one data reader lends to the application.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -12,34 +14,35 @@
 
 namespace tessivar::platform {
 
-/// Decoded samples and their infos, in the application's hands until it returns them.
+/// Decoded samples and their infos. The application uses them until it returns the loan.
 struct Loan {
   std::vector<void*> samples;
-  std::vector<std::size_t> octets;  // the memory that each sample takes
+  std::vector<std::size_t> octets;  // the memory that each sample uses
   std::vector<DDS_SampleInfo> infos;
-  /// Room for as many pointers, in which the typed reader puts those that it lends.
+  /// Memory for one pointer to each sample. The typed reader fills it with the pointers that it lends.
   std::unique_ptr<std::byte[]> pointers;
   std::size_t pointers_room = 0;
 };
 
-/// Thread-safe; nothing throws. Samples and loans are used again: in steady state nothing is allocated. What is idle
-/// takes at most `most_idle_octets`; more is freed as it is returned.
+/// Thread-safe. Public functions do not throw. Returned samples and loans are reused, so that in steady state nothing
+/// is allocated. Idle samples and loans use at most `most_idle_octets` octets; what exceeds this limit is freed.
 class Loans {
  public:
   static constexpr std::size_t most_idle_octets = std::size_t{1} << 20;
 
   explicit Loans(const PRESTypePlugin& type) : type_(type) {}
-  /// Loans that are still out go with it.
+  /// Also destroys the samples of loans that were not returned.
   ~Loans();
   Loans(const Loans&) = delete;
   Loans& operator=(const Loans&) = delete;
 
-  /// A loan of `count` samples, whose content is left over from before; null when memory is short.
+  /// Returns a loan of `count` samples. They may still have the content of an earlier use. Returns null if memory is
+  /// short.
   Loan* lend(std::size_t count) noexcept;
-  /// Takes a loan out of the application's hands, by its samples or its pointers; null if it is not of this reader. To
-  /// be given to keep().
+  /// Ends a loan. `lent` is the address of its samples or of its pointers. Returns null if this reader did not lend it.
+  /// The caller passes the result to keep().
   std::unique_ptr<Loan> take_back(const void* lent) noexcept;
-  /// Keeps what there is room for, for later loans.
+  /// Keeps the samples and the memory of `loan` for later loans, up to `most_idle_octets`.
   void keep(std::unique_ptr<Loan> loan) noexcept;
   bool any_out() const;
 

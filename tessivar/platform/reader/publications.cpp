@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/reader/publications.h"
 
 #include <cstring>
@@ -13,7 +15,7 @@ Publications::Number Publications::hold(const DDS_InstanceHandle_t& guid, std::i
       last_ = known->second;
     } else {
       if (unused_.empty()) {
-        unused_.reserve(writers_.size() + 1);  // so that release() finds room
+        unused_.reserve(writers_.size() + 1);  // so that release() does not allocate
         writers_.push_back({DDS_HANDLE_NIL, never, 0});
         unused_.push_back(static_cast<Number>(writers_.size() - 1));
       }

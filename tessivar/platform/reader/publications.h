@@ -1,4 +1,6 @@
-// The writers that a reader's samples came from, by small numbers.
+// SPDX-License-Identifier: Apache-2.0
+
+// Gives small numbers to the writers of a reader's samples.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -10,14 +12,14 @@
 
 namespace tessivar::platform {
 
-/// Counts how often each writer is referred to and forgets it after the last time. Not locked.
+/// Counts the references to each writer and forgets a writer with its last reference. Not thread-safe.
 class Publications {
  public:
   typedef std::uint32_t Number;
   static constexpr Number none = 0;  // an unknown writer
 
-  /// Adds a reference; its GUID nil gives `none`. `lifespan` is how long samples of it are valid, in nanoseconds.
-  /// Throws std::bad_alloc.
+  /// Adds a reference to the writer `guid` and returns its number; returns `none` if `guid` is nil. `lifespan` says how
+  /// long the writer's samples are valid, in nanoseconds. Throws std::bad_alloc.
   Number hold(const DDS_InstanceHandle_t& guid, std::int64_t lifespan);
   void hold(Number number) noexcept {
     if (number != none) ++writers_[number].references;
@@ -37,7 +39,7 @@ class Publications {
   std::vector<Writer> writers_{Writer{DDS_HANDLE_NIL, never, 0}};
   std::vector<Number> unused_;
   std::unordered_map<KeyHash, Number, KeyHashHasher> numbers_;
-  Number last_ = none;  // the one held last
+  Number last_ = none;  // the writer of the last hold() by GUID
 };
 
 }  // namespace tessivar::platform

@@ -1,3 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The data reader: life cycle, statuses, conditions and the public class.
 #include "tessivar/platform/reader.h"
 
 #include "tessivar/platform/detail/log.h"
@@ -27,7 +30,7 @@ using tessivar::platform::states_of;
 
 namespace {
 
-/// How long `structure` is kept from others at a time, nanoseconds.
+/// The longest time that wait_for_history() holds `structure` without a break, in nanoseconds.
 constexpr std::int64_t longest_wait = 5000000;
 
 }  // namespace
@@ -58,7 +61,7 @@ void DDSDataReader::Impl::close() {
   }
   structure_changed.notify_all();
   if (catch_up_thread.joinable()) catch_up_thread.join();
-  std::unique_ptr<ReaderSide> closed;  // goes when no lock is held
+  std::unique_ptr<ReaderSide> closed;  // destroyed after the locks are released
   const std::scoped_lock locks(structure, access, status_mutex);
   closed.swap(side);
 }
@@ -67,7 +70,7 @@ std::unique_ptr<ReaderSide> DDSDataReader::Impl::make_side(std::shared_ptr<Compi
   return std::make_unique<ReaderSide>(*type, *this, std::move(filter), ++sources, counters);
 }
 
-/// A failure is logged.
+/// Logs a failure.
 DDS_ReturnCode_t DDSDataReader::Impl::open(ReaderSide& opened) {
   EngineParticipant* bus = participant.impl().engine;
   if (!bus) return DDS_RETCODE_PRECONDITION_NOT_MET;
@@ -111,7 +114,6 @@ bool DDSDataReader::Impl::transfer(ReaderSide& from) {
   return news;
 }
 
-/// To be called after every change of the cache.
 void DDSDataReader::Impl::update_conditions() {
   const std::lock_guard lock(conditions_mutex);
   std::size_t unread = 0;
@@ -209,7 +211,7 @@ DDS_ReturnCode_t DDSDataReader::wait_for_historical_data(const DDS_Duration_t& m
 }
 
 DDS_ReturnCode_t DDSDataReader::Impl::wait_for_history(std::int64_t timeout) {
-  // In slices, since the side may be replaced meanwhile.
+  // Waits in slices, because the side may be replaced in the meantime.
   for (std::int64_t left = timeout;;) {
     std::unique_lock lock(structure);
     if (!side || closing) return DDS_RETCODE_NOT_ENABLED;
@@ -221,7 +223,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::wait_for_history(std::int64_t timeout) {
     } else {
       result = side->engine().wait_for_historical_data(slice);
     }
-    if (result == DDS_RETCODE_OK && transfer(*side)) {  // if the engine has not told of its last samples yet
+    if (result == DDS_RETCODE_OK && transfer(*side)) {  // the engine may not have announced its last samples yet
       lock.unlock();
       report(DDS_DATA_AVAILABLE_STATUS);
     }

@@ -1,4 +1,6 @@
-// Reading and taking: from the cache's encoded samples to decoded ones in the application's hands.
+// SPDX-License-Identifier: Apache-2.0
+
+// Reading and taking: decodes samples of the cache for the application.
 #include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/condition_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"
@@ -46,7 +48,7 @@ KeyHash instance_of(const EngineSlot& slot) {
 
 }  // namespace
 
-/// The rules of OMG DDS 1.4, 2.2.2.5.3.8 for a pair of sequences.
+/// Checks a pair of sequences against the rules of OMG DDS 1.4, 2.2.2.5.3.8.
 DDS_ReturnCode_t DDSDataReader::Impl::check_buffers(const DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos,
                                                     const DDS_ReadSelectionI& selection) const {
   if (selection.max_samples < DDS_LENGTH_UNLIMITED || selection.max_samples == 0) return DDS_RETCODE_BAD_PARAMETER;
@@ -81,7 +83,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take(DDS_SampleBufferI& samples, D
     return DDS_RETCODE_NO_DATA;
   }
 
-  // Where the samples go. Nothing changes before there is memory for all of them, and nothing throws after it.
+  // Memory for all samples comes first: if it is short, nothing has changed. Nothing throws after this.
   const std::size_t first = again > 0 ? 0 : slots.size();
   Loan* loan = nullptr;
   if (lends && !(loan = loans->lend(available))) return out_of_memory();
@@ -140,14 +142,14 @@ DDS_ReturnCode_t DDSDataReader::Impl::read_or_take_next(void* sample, DDS_Sample
   return DDS_RETCODE_NO_DATA;
 }
 
-/// Moves to the cache what memory was too short for when it came.
+/// Moves samples to the cache that could not be moved when they arrived, because memory was short.
 void DDSDataReader::Impl::fetch_rest() {
   behind = false;
   if (!transfer(*side)) update_conditions();
 }
 
-/// What an earlier access could not hand out, because memory was short, comes first. Moves the selected samples to the
-/// front; returns how many of them are to be handed out.
+/// Slots that an earlier access could not hand out, because memory was short, come before samples of the cache. Moves
+/// the selected slots to the front and returns how many of them this access hands out.
 std::size_t DDSDataReader::Impl::select_left_over(const ReaderSelection& selection, DDS_Long max) {
   const auto end = std::stable_partition(slots.begin(), slots.end(), [&](const EngineSlot& slot) {
     return selects(selection, slot.info) && (!selection.instance || *selection.instance == instance_of(slot));
@@ -156,7 +158,7 @@ std::size_t DDSDataReader::Impl::select_left_over(const ReaderSelection& selecti
   return max < 0 ? selected : std::min(selected, static_cast<std::size_t>(max));
 }
 
-/// Ends an access: these slots have been handed out, others are left over.
+/// Ends an access. Removes the slots from `first` up to `end`, which have been handed out; the others are left over.
 void DDSDataReader::Impl::drop_slots(std::size_t first, std::size_t end) {
   if (end - first == slots.size()) {
     slots.clear();
@@ -177,7 +179,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::out_of_memory() const {
   return DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
-/// The instance that the request means, if it means one.
+/// Sets `selection.instance` if the request asks for one instance.
 DDS_ReturnCode_t DDSDataReader::Impl::find_instance(const DDS_ReadSelectionI& request, ReaderSelection& selection) {
   if (request.instances == DDS_ReadSelectionI::all) return DDS_RETCODE_OK;
   if (!is_keyed(*type)) {
@@ -203,7 +205,8 @@ DDS_ReturnCode_t DDSDataReader::Impl::find_instance(const DDS_ReadSelectionI& re
   return selection.instance ? DDS_RETCODE_OK : DDS_RETCODE_NO_DATA;
 }
 
-/// Logs a malformed sample. `lent_octets`: of a sample on loan, the memory that it takes. Does not throw.
+/// Decodes `slot` into `sample`. Logs a malformed sample. `lent_octets` is the memory that a sample on loan uses, and
+/// null for other samples. Does not throw.
 DDSDataReader::Impl::Decoded DDSDataReader::Impl::decode(const EngineSlot& slot, void* sample, std::size_t* lent_octets,
                                                          DDS_SampleInfo& info) {
   info = slot.info;

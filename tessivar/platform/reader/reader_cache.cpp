@@ -1,4 +1,6 @@
-// The table of instances, and what becomes of it as samples come.
+// SPDX-License-Identifier: Apache-2.0
+
+// The table of instances, and the insertion of samples.
 #include "tessivar/platform/reader/reader_cache.h"
 
 #include "tessivar/platform/values/encoded_key.h"
@@ -11,7 +13,7 @@ namespace tessivar::platform {
 
 namespace {
 
-/// Of one instance at most so many writers' last samples are remembered.
+/// The number of other writers whose last sample is remembered for one instance.
 constexpr std::size_t most_other_writers = 16;
 
 }  // namespace
@@ -108,7 +110,7 @@ void ReaderCache::update_list(Instance& instance) {
 
 void ReaderCache::count_samples(const Instance& instance, int sign) {
   if (instance.count == 0) return;
-  const std::size_t state = instance.state / 2u;  // 1, 2, 4 are 0, 1, 2
+  const std::size_t state = instance.state / 2u;  // 1, 2, 4 become 0, 1, 2
   const std::size_t place = (instance.viewed ? 3u : 0u) + state;
   const std::size_t unread = instance.unread_count;
   const std::size_t read = instance.count - instance.unread_count;
@@ -118,7 +120,7 @@ void ReaderCache::count_samples(const Instance& instance, int sign) {
 
 // --- samples of an instance ------------------------------------------------------------------------------------------
 
-/// Removes it from the chain, in which `previous` (null: nothing) is before it.
+/// Removes and destroys `sample`. `previous` is the sample before it in the chain; null if `sample` is the first.
 void ReaderCache::unlink(Instance& instance, Sample* previous, Sample& sample, bool unread) {
   Sample* const next = sample.next;
   (previous ? previous->next : instance.first) = next;
@@ -126,7 +128,7 @@ void ReaderCache::unlink(Instance& instance, Sample* previous, Sample& sample, b
   if (instance.unread == &sample) instance.unread = next;
   if (unread) --instance.unread_count;
   --instance.count;
-  // The samples that remain may hold no more than the hash of the key.
+  // The remaining samples may hold only the hash of the key.
   if (!instance.key && (!instance.first || !instance.first->valid)) keep_key(instance, sample);
   publications_.release(sample.writer);
   samples_.destroy(&sample);
@@ -149,7 +151,8 @@ void ReaderCache::drop_first(Instance& instance) {
   unlink(instance, nullptr, *instance.first, instance.first == instance.unread);
 }
 
-/// Returns false if memory is short: without its samples the instance has no key any more.
+/// Stores the key of `sample` in the instance. Returns false if memory is short: the instance then loses its key with
+/// its samples.
 bool ReaderCache::keep_key(Instance& instance, const Sample& sample) const {
   const EncodedSample& data = *sample.data.get();
   if (!data.bytes) return true;
@@ -167,7 +170,7 @@ bool ReaderCache::keep_key(Instance& instance, const Sample& sample) const {
   return true;
 }
 
-/// When the sample ceases to be valid, in nanoseconds since 1970.
+/// Returns the time at which the sample expires, in nanoseconds since 1970.
 std::int64_t ReaderCache::expiry(const Sample& sample) const {
   const std::int64_t lifespan = publications_.lifespan(sample.writer);
   const std::int64_t begin = sample.data->reception_time ? sample.data->reception_time : sample.source_timestamp;
@@ -190,7 +193,7 @@ void ReaderCache::drop_expired() {
       if (!sample->valid || expiry(*sample) > time) {
         previous = sample;
       } else if (instance->state != DDS_ALIVE_INSTANCE_STATE && unread && !next) {
-        sample->valid = false;  // it reports the end of the instance
+        sample->valid = false;  // kept without data, because it reports the end of the instance
       } else {
         unlink(*instance, previous, *sample, unread);
       }
@@ -221,19 +224,19 @@ ReaderCache::Change ReaderCache::insert(Source from, const std::vector<EngineSlo
     for (; change.count < slots.size(); ++change.count) {
       if (merge(slots[change.count], joining)) change.news = true;
     }
-  } catch (const std::bad_alloc&) {  // the count says how far it got
+  } catch (const std::bad_alloc&) {  // `change.count` says how many slots were processed
   }
   return change;
 }
 
-/// True when it brought something new.
+/// Returns true if a sample was added or the instance ended.
 bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
   const KeyHash hash = key_hash_of(slot.sample->key_hash);
   const std::int64_t timestamp = to_nanoseconds(slot.info.source_timestamp);
   Instance* instance = find(hash);
   const bool here = instance && instance->list != List::ended;
-  // Disposals reach every reader of the participant: those of instances that it never accepted are none of its
-  // business.
+  // Disposes reach every reader of the participant. This reader ignores disposes of instances that are not in its
+  // cache.
   if (!slot.info.valid_data && !here) return false;
   if (joining && !here) {
     const auto ended = ended_meanwhile_.find(hash);
@@ -257,7 +260,7 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
         } else if (!here) {
           revive(*instance);
         }
-        note_writer(*instance, writer.number, timestamp);  // of a new instance it allocates nothing
+        note_writer(*instance, writer.number, timestamp);  // does not allocate for a new instance
       } catch (...) {
         samples_.destroy(sample);
         throw;
@@ -281,8 +284,8 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
     instance->known_to_source = true;
   }
   if (slot.info.instance_state == DDS_ALIVE_INSTANCE_STATE) return news;
-  // The source knows better, as long as it is in place. Without writers is what the joining source knows of so far: the
-  // history of another writer may still come.
+  // The present source decides as long as it is in use. If the joining source reports an instance without writers, this
+  // is not final: the history of another writer may still arrive.
   const bool without_writers = slot.info.instance_state == DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
   if (joining && (instance->known_to_source || without_writers)) {
     instance->end_of_joining = static_cast<std::uint8_t>(slot.info.instance_state) & 7u;
@@ -294,7 +297,7 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
   return end(*instance, slot.info.instance_state, slot.sample, timestamp) || news;
 }
 
-/// Makes a new instance of one that has ended.
+/// Makes an ended instance a new, alive instance.
 void ReaderCache::revive(Instance& instance) {
   move_to(instance, List::none);
   publications_.release(std::exchange(instance.last_writer, Publications::none));
@@ -313,7 +316,7 @@ void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& s
   const auto missed = static_cast<std::uint16_t>(generation - instance.source_generation);
   const bool comparable = !joining && instance.knows_generation;
   const bool alive = instance.state == DDS_ALIVE_INSTANCE_STATE;
-  // Written before the end that has been heard of, and fetched after it.
+  // The sample was written before the end of the instance, which the cache already knows, and arrived after it.
   const bool late = comparable && missed == 0 && slot.info.instance_state != DDS_ALIVE_INSTANCE_STATE;
   count_samples(instance, -1);
   if (!alive && !late) {
@@ -338,13 +341,15 @@ void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& s
   if (!instance.unread) instance.unread = &sample;
   ++instance.count;
   ++instance.unread_count;
-  // Not before: the instance has data all the time, so that its key need not be kept apart.
+  // Old samples are dropped after the new one is in place. So the instance always has data, and its key need not be
+  // stored separately.
   while (instance.count > depth_) drop_first(instance);
   update_list(instance);
   count_samples(instance, 1);
 }
 
-/// The instance is no longer alive. When its data has been read, a sample without data tells so. True when that is new.
+/// Ends the instance. If it has no unread sample, adds a sample without data to report the end. Returns false if the
+/// instance was already not alive.
 bool ReaderCache::end(Instance& instance, DDS_InstanceStateKind state, const SampleRef& data, std::int64_t timestamp) {
   if (instance.state != DDS_ALIVE_INSTANCE_STATE) return false;
   Sample* const sample = instance.unread ? nullptr : samples_.make();
@@ -369,7 +374,8 @@ bool ReaderCache::end(Instance& instance, DDS_InstanceStateKind state, const Sam
   return true;
 }
 
-/// Of two sources, the second one's delivery of a sample, or history that has been superseded.
+/// Returns true if the other source has already delivered the sample, or if the sample is history that is older than
+/// the samples in the cache.
 bool ReaderCache::is_repetition(const Instance& instance, Publications::Number writer, std::int64_t timestamp,
                                 bool joining) const {
   if (writer == instance.last_writer) return timestamp <= instance.last_timestamp;

@@ -1,11 +1,14 @@
-// The samples that one data reader holds for its application.
+// SPDX-License-Identifier: Apache-2.0
+
+// The cache of one data reader: the samples that it holds for the application.
 //
-// A reader's sources (engine readers; usually one, two while the reader catches up with another filter) hand over what
-// they receive; reads and takes are served from here, with the states, counts and ranks of OMG DDS 1.4, 2.2.2.5.
+// The sources of the cache are engine readers: usually one, and two while the data reader catches up with a new filter.
+// They insert the samples that they receive. Reads and takes get samples from the cache, with the states, counts and
+// ranks of OMG DDS 1.4, 2.2.2.5.
 //
-// What is new is kept apart from what was read: samples that were not read, instances that are new and instances that
-// are no longer alive are found without a look at the others. An instance that is no longer alive leaves the cache when
-// its last unread sample, which reports its end, has been handed out; its key stays available until the loan is
+// Instances with unread samples have a list of their own. An access that selects only unread samples, new instances or
+// instances that are no longer alive visits only this list. An instance that is no longer alive leaves the cache when
+// an access has handed out its last unread sample, which reports its end. Its key stays available until the loan is
 // returned and the next access begins.
 #pragma once
 
@@ -24,79 +27,83 @@
 
 namespace tessivar::platform {
 
-/// One bit for each combination of a sample, a view and an instance state.
+/// One bit for each combination of a sample state, a view state and an instance state.
 typedef std::uint16_t StateSet;
 StateSet states_of(DDS_SampleStateMask samples, DDS_ViewStateMask views, DDS_InstanceStateMask instances);
 
-/// What a read or take selects.
+/// The samples that a read or take selects.
 struct ReaderSelection {
   bool take = false;
   DDS_SampleStateMask sample_states = DDS_ANY_SAMPLE_STATE;
   DDS_ViewStateMask view_states = DDS_ANY_VIEW_STATE;
   DDS_InstanceStateMask instance_states = DDS_ANY_INSTANCE_STATE;
-  std::optional<KeyHash> instance = {};  // without it: all instances
+  std::optional<KeyHash> instance = {};  // nullopt: all instances
 };
 
-/// Thread-safe; never calls the engine or the application. Operations that allocate throw std::bad_alloc, unless they
-/// say otherwise, and change nothing then.
+/// Thread-safe. Never calls the engine or the application. Unless its comment says otherwise, an operation that
+/// allocates throws std::bad_alloc if memory is short, and then changes nothing.
 class ReaderCache {
  public:
-  /// A number of the caller's for an engine reader; 0 is none.
+  /// The caller's number of an engine reader. 0 means no reader.
   typedef std::uint32_t Source;
 
-  /// `catches_up`: begin_catch_up() will be used.
+  /// `catches_up` must be true if begin_catch_up() will be used.
   ReaderCache(const PRESTypePlugin& type, const DDS_HistoryQosPolicy& history, bool catches_up);
   ~ReaderCache();
 
   // --- what the sources deliver
 
-  /// Whose samples are accepted.
+  /// Sets the source whose samples are accepted.
   void set_source(Source source);
   struct Change {
-    bool news = false;      // there is something that the application has not read
-    std::size_t count = 0;  // slots that are done with
+    bool news = false;      // new samples or instance states arrived
+    std::size_t count = 0;  // number of slots that were processed
   };
-  /// In the order in which the engine received them; samples of other sources are ignored. When memory is short, it
-  /// stops: the remaining slots can be inserted later. Does not throw.
+  /// Inserts the slots, which are in the order of reception. Ignores the slots if `from` is not a current source. If
+  /// memory is short, it stops: the remaining slots can be inserted later. Does not throw.
   Change insert(Source from, const std::vector<EngineSlot>& slots);
 
-  // --- another filter
+  // --- change of the filter
 
-  /// From now on `joining` delivers too. A sample that both deliver, and history that is older than what is here, is
-  /// inserted once.
+  /// From now on samples of `joining` are accepted, too. A sample that both sources deliver is inserted once. History
+  /// of `joining` that is older than the samples of the instance in the cache is not inserted.
   void begin_catch_up(Source joining);
-  /// It is over without a result.
+  /// Ends the catch-up without a result. Samples of the joining source are no longer accepted.
   void abandon_catch_up();
-  /// `joining` takes the source's place. `complete`: it has delivered the whole history, so that instances which it
-  /// does not know are no longer alive. True when there is news. After std::bad_alloc `joining` goes on delivering, and
-  /// the call can be repeated.
+  /// The joining source replaces the present source. `complete` says that it has delivered the whole history: then
+  /// instances that it does not know are no longer alive. Returns true if an instance ended. After std::bad_alloc
+  /// samples of the joining source are still accepted, and the call can be repeated.
   bool end_catch_up(bool complete);
   struct Latest {
     SampleRef data;
     std::int64_t source_timestamp;
   };
-  /// The latest sample of every instance that is alive and holds one, for an examination without the lock.
+  /// Returns the latest sample of every instance that is alive and has a sample. The caller can examine them without
+  /// the lock of the cache.
   std::vector<Latest> latest() const;
-  /// Removes its instance without a trace when it is still the latest one.
+  /// Removes the instance of `sample` if `sample` is still its latest sample. The application gets no report of this.
   void remove(const Latest& sample);
 
   // --- access
 
-  /// The states of all samples here, which conditions compare with theirs, and how many of them nobody has read.
+  /// Returns the states of all samples in the cache, which conditions compare with their own states. Sets `unread` to
+  /// the number of unread samples.
   StateSet states(std::size_t* unread = nullptr);
-  /// Whether get_key_value and lookup_instance find it: it is here, or its end is lent out.
+  /// Returns true if get_key_value and lookup_instance find the instance: it is in the cache, or the sample that
+  /// reports its end is on loan.
   bool knows(const KeyHash& instance) const;
   bool is_alive(const KeyHash& instance) const;
-  /// Decodes its key into a key holder. BAD_PARAMETER when it is not known, OUT_OF_RESOURCES when memory is short. Does
-  /// not throw.
+  /// Decodes the key of the instance into `key_holder`. Returns BAD_PARAMETER if the instance or its key is not known,
+  /// OUT_OF_RESOURCES if memory is short. Does not throw.
   DDS_ReturnCode_t copy_key(const KeyHash& instance, void* key_holder) const;
-  /// The instance that follows `after` (without it: the first) in the order of handles and holds a selected sample.
+  /// Returns the first instance with a selected sample that follows `after` in the order of handles. If `after` is
+  /// nullopt, returns the first instance with a selected sample.
   std::optional<KeyHash> next(const ReaderSelection& selection, const std::optional<KeyHash>& after);
-  /// Begins an access: how many samples are selected, at most `max` (negative: no limit).
+  /// Begins an access. Returns the number of selected samples, at most `max` (negative: no limit).
   std::size_t count(const ReaderSelection& selection, DDS_Long max);
-  /// Appends at most `max` selected samples to `slots`, grouped by instance, and marks them
-  /// as read or removes them. `loan` identifies what they are lent by; null: they are copied. Returns false if memory
-  /// is short: samples that are not among the slots stay as they are. Does not throw.
+  /// Appends at most `max` selected samples to `slots`, grouped by instance, and marks them as read or removes them.
+  /// `loan` identifies the loan of the samples; it is null if they are copied. Returns false if memory is short:
+  /// samples that are not in `slots` stay unchanged. Does not throw.
   bool access(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots, const void* loan);
   void loan_returned(const void* loan);
 
@@ -115,7 +122,7 @@ class ReaderCache {
     Link* next = this;
   };
   enum class List : std::uint8_t { none, unread, read, ended };
-  /// The samples that were read precede those that were not; only the last one can be invalid.
+  /// Read samples precede unread samples. Only the last sample can be invalid (without data).
   struct Instance : Link {
     explicit Instance(const KeyHash& its_hash) : hash(its_hash) {}
 
@@ -124,19 +131,19 @@ class ReaderCache {
     Sample* first = nullptr;
     Sample* last = nullptr;
     union {
-      Sample* unread = nullptr;  // the first that was not read
-      const void* loan;          // of an ended instance: what its end is lent by
+      Sample* unread = nullptr;  // the first unread sample
+      const void* loan;          // of an ended instance: the loan of the sample that reports its end
     };
-    std::unique_ptr<std::uint8_t[]> key;  // its size and octets, once there was no data to take it from
+    std::unique_ptr<std::uint8_t[]> key;  // its size and octets, if no sample provides it
     std::int64_t last_timestamp = INT64_MIN;
     Publications::Number last_writer = Publications::none;
     std::uint32_t count = 0;
     std::uint32_t unread_count = 0;
     DDS_Long disposed_generations = 0;
     DDS_Long no_writers_generations = 0;
-    std::uint16_t source_generation = 0;  // of the source's last sample, as far as it fits in here
+    std::uint16_t source_generation = 0;  // of the source's last sample, modulo 65536
     std::uint8_t state : 3 = DDS_ALIVE_INSTANCE_STATE;
-    std::uint8_t end_of_joining : 3 = 0;  // the state that the joining source ended it with
+    std::uint8_t end_of_joining : 3 = 0;  // the state in which the joining source ended it, or 0
     bool viewed : 1 = false;
     bool knows_generation : 1 = false;
     List list : 2 = List::none;
@@ -145,7 +152,7 @@ class ReaderCache {
     bool has_other_writers : 1 = false;
   };
 
-  /// The last sample that a writer wrote of an instance, where several writers write the same one.
+  /// The last sample of one writer, in an instance that several writers write.
   struct LastOfWriter {
     Publications::Number writer;
     std::int64_t timestamp;
@@ -153,7 +160,7 @@ class ReaderCache {
   struct Expiry {
     std::int64_t time;
     KeyHash instance;
-    bool operator<(const Expiry& other) const { return time > other.time; }  // for a heap with the earliest first
+    bool operator<(const Expiry& other) const { return time > other.time; }  // the earliest is the heap's first
   };
 
   /// Nanoseconds since 1970.
@@ -197,7 +204,7 @@ class ReaderCache {
   void forget_ended();
 
   const PRESTypePlugin& type_;
-  const std::uint32_t depth_;  // samples of an instance that are kept; the largest figure: all
+  const std::uint32_t depth_;  // samples that are kept of each instance; UINT32_MAX: all
   const bool catches_up_;
 
   mutable Mutex mutex_;
@@ -206,16 +213,16 @@ class ReaderCache {
   Slab<Instance> instances_;
   Slab<Sample> samples_;
   Publications publications_;
-  Link unread_;  // instances that hold unread samples, in the order in which the first of them came
-  Link read_;    // those that hold read samples only
-  Link ended_;   // those that are no longer here, but whose keys the application may still ask for
+  Link unread_;  // instances with unread samples, in the order in which their first unread sample arrived
+  Link read_;    // instances with read samples only
+  Link ended_;   // instances that ended and have no samples, but whose key the application may still ask for
   std::size_t counts_[12] = {};
-  std::vector<Expiry> expiries_;  // a heap; entries of samples that are gone mean nothing
+  std::vector<Expiry> expiries_;  // a heap; entries of removed samples have no effect
   std::unordered_map<KeyHash, std::vector<LastOfWriter>, KeyHashHasher> other_writers_;
-  /// Instances that ended during a catch-up, with the time of their last sample: the joining source may deliver it
-  /// still.
+  /// Instances that ended during a catch-up, with the time of their last sample: the joining source may still deliver
+  /// that sample.
   std::unordered_map<KeyHash, std::int64_t, KeyHashHasher> ended_meanwhile_;
-  std::vector<KeyHash> order_;  // all hashes in order, and perhaps some of erased ones; empty: to be made again
+  std::vector<KeyHash> order_;  // all hashes, sorted, perhaps also of erased instances; empty: must be rebuilt
   Source source_ = 0;
   Source joining_ = 0;
 };

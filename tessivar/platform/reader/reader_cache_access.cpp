@@ -1,4 +1,6 @@
-// Reads and takes of what a reader's cache holds.
+// SPDX-License-Identifier: Apache-2.0
+
+// Reads and takes from a reader's cache.
 #include "tessivar/platform/reader/reader_cache.h"
 #include "tessivar/platform/values/encoded_key.h"
 
@@ -56,7 +58,7 @@ bool ReaderCache::is_alive(const KeyHash& hash) const {
 
 DDS_ReturnCode_t ReaderCache::copy_key(const KeyHash& hash, void* key_holder) const {
   const auto decode = [&](const std::uint8_t* key, std::size_t size) {
-    // It was checked when it came: there is no other reason to fail.
+    // The key was checked when it arrived, so it can fail only if memory is short.
     return type_.decode_key(key_holder, key, size) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
   };
   const std::lock_guard lock(mutex_);
@@ -142,11 +144,12 @@ void ReaderCache::emit_all(const ReaderSelection& selection, std::size_t max, st
     if (Instance* const instance = find(*selection.instance)) emit(*instance, selection, max, slots, loan);
     return;
   }
-  // Only what is alive, was seen before and was read is not among the news.
+  // The instances in `read_` are alive and not new, and all their samples are read: other selections need only
+  // `unread_`.
   const bool news_only = !(selection.sample_states & DDS_READ_SAMPLE_STATE) ||
                          !(selection.view_states & DDS_NOT_NEW_VIEW_STATE) ||
                          !(selection.instance_states & DDS_ALIVE_INSTANCE_STATE);
-  // What was read came earlier.
+  // Read samples arrived earlier, so they come first.
   for (Link* link = read_.next; !news_only && max > 0 && link != &read_;) {
     auto& instance = static_cast<Instance&>(*link);
     link = link->next;
@@ -159,19 +162,19 @@ void ReaderCache::emit_all(const ReaderSelection& selection, std::size_t max, st
   }
 }
 
-/// How many samples were appended. Throws std::bad_alloc before it changes anything.
+/// Returns the number of appended samples. Throws std::bad_alloc before it changes anything.
 std::size_t ReaderCache::emit(Instance& instance, const ReaderSelection& selection, std::size_t max,
                               std::vector<EngineSlot>& slots, const void* loan) {
   const std::size_t count = std::min(matching(instance, selection), max);
   if (count == 0) return 0;
-  // Samples may go that are all that the key can be taken from.
+  // The samples that are removed may be the only ones with the key.
   const bool may_lose_key = selection.take || instance.state != DDS_ALIVE_INSTANCE_STATE;
   if (may_lose_key && !instance.key && !keep_key(instance, *instance.first)) throw std::bad_alloc();
   count_samples(instance, -1);
   Sample* previous = nullptr;
   Sample* sample = instance.first;
   if (!(selection.sample_states & DDS_READ_SAMPLE_STATE)) {
-    // Who is before it matters when it is taken.
+    // A take needs the sample before the first unread sample.
     for (; selection.take && sample != instance.unread; sample = sample->next) previous = sample;
     sample = instance.unread;
   }
@@ -224,7 +227,7 @@ void ReaderCache::fill(DDS_SampleInfo& info, const Instance& instance, const Sam
   info.view_state = instance.viewed ? DDS_NOT_NEW_VIEW_STATE : DDS_NEW_VIEW_STATE;
   info.instance_state = static_cast<DDS_InstanceStateKind>(instance.state);
   info.source_timestamp = to_time(sample.source_timestamp);
-  // A sample of this very participant was never received: it is here from the moment it was written.
+  // A sample of the same participant has no reception time. It is in the cache from the moment it was written.
   info.reception_timestamp =
       to_time(sample.data->reception_time ? sample.data->reception_time : sample.source_timestamp);
   info.instance_handle = handle_of(instance.hash);

@@ -1,4 +1,6 @@
-// What becomes of a reader's cache as its filter changes.
+// SPDX-License-Identifier: Apache-2.0
+
+// Changes a reader's cache when the filter of the reader changes.
 #include "tessivar/platform/reader/reader_cache.h"
 
 #include <algorithm>
@@ -8,7 +10,7 @@ namespace tessivar::platform {
 
 namespace {
 
-/// Stands for the key of an instance of which nothing else is here.
+/// A key with a hash only, for an instance that has no sample in the cache.
 struct KeyOnly : EncodedSample {
   explicit KeyOnly(const KeyHash& hash) : EncodedSample() {
     key_only = true;
@@ -46,11 +48,12 @@ bool ReaderCache::end_catch_up(bool complete) {
       }
     }
   };
-  // What allocates comes first. To do it twice does no harm.
+  // The steps that allocate come first. They can be repeated.
   for_each_instance([&](Instance& instance) {
     unsigned state = instance.end_of_joining;
     if (complete && !instance.known_to_joining && instance.state == DDS_ALIVE_INSTANCE_STATE) {
-      // Without data nobody knows whether the filter rejects it, which is no end.
+      // Without data it is not known whether the filter rejects the instance. A rejected instance is removed, not
+      // ended.
       if (instance.count == 0) return erase(instance);
       state = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
     }

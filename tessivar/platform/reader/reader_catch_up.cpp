@@ -1,9 +1,11 @@
-// How a reader of history catches up with another filter.
+// SPDX-License-Identifier: Apache-2.0
+
+// How a reader that delivers history again catches up with a new filter.
 //
-// What the new filter rejects is rejected at once. What it accepts in addition is received by a second engine reader,
-// with the writers' history, on a thread of its own, while the first one goes on; the cache inserts once what both
-// deliver.
-// When the history is complete, the second one takes the first one's place.
+// Samples that the new filter rejects are rejected at once. For samples that only the new filter accepts, a thread of
+// its own opens a second engine reader, which receives the writers' history. The first engine reader continues in the
+// meantime. A sample that both deliver is inserted once into the cache. When the history is complete, the second engine
+// reader replaces the first.
 #include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
@@ -45,18 +47,19 @@ bool DDSDataReader::Impl::redelivers_history() const {
 
 DDS_ReturnCode_t DDSDataReader::Impl::set_filter(const std::shared_ptr<CompiledFilter>& filter) {
   const std::lock_guard lock(structure);
-  if (!side || closing) return DDS_RETCODE_OK;  // it is enabled with the topic's filter
+  if (!side || closing) return DDS_RETCODE_OK;  // enable() uses the topic's filter
   if (!redelivers_history()) {
     side->set_filter(filter);
     return DDS_RETCODE_OK;
   }
-  // What the filter accepts in addition is left to a side that gets it with its history and so knows all writers of it:
-  // otherwise the first writer that leaves would look like the last one.
+  // The present side must not deliver instances that only the new filter accepts: it does not know all writers of them,
+  // and the first writer that leaves would look like the last one. A new side receives these instances with their
+  // history and so knows all their writers.
   side->narrow(filter);
   if (joining) joining->narrow(filter);
   next_filter = filter;
   if (catching_up) return DDS_RETCODE_OK;
-  if (catch_up_thread.joinable()) catch_up_thread.join();  // it has nothing left to do
+  if (catch_up_thread.joinable()) catch_up_thread.join();  // the thread is about to end
   try {
     const tessivar::platform::SignalsBlocked blocked;
     catching_up = true;
@@ -91,7 +94,7 @@ void DDSDataReader::Impl::catch_up() {
       log(LogLevel::error, "DDSDataReader", "no memory to catch up with the new filter: it is tried again");
     }
     if (result == DDS_RETCODE_OK) continue;
-    std::unique_ptr<ReaderSide> abandoned;  // goes when the lock is released
+    std::unique_ptr<ReaderSide> abandoned;  // destroyed after the lock is released
     std::unique_lock lock(structure);
     abandoned.swap(joining);
     cache->abandon_catch_up();
@@ -101,7 +104,7 @@ void DDSDataReader::Impl::catch_up() {
   }
 }
 
-/// Fails when the side cannot be opened, which is logged, or when the reader is about to close. Throws std::bad_alloc.
+/// Fails if the side cannot be opened, which is logged, or if the reader is about to close. Throws std::bad_alloc.
 DDS_ReturnCode_t DDSDataReader::Impl::catch_up_once(const CompiledFilter& filter) {
   remove_rejected(filter);
   const DDS_ReturnCode_t opened = open(*joining);
@@ -118,7 +121,7 @@ DDS_ReturnCode_t DDSDataReader::Impl::catch_up_once(const CompiledFilter& filter
   return DDS_RETCODE_OK;
 }
 
-/// What the new filter rejects leaves the cache without a word.
+/// Removes the instances that the new filter rejects from the cache. The application gets no report of this.
 void DDSDataReader::Impl::remove_rejected(const CompiledFilter& filter) {
   const std::unique_ptr<void, void (*)(void*)> sample(type->create_sample(), type->destroy_sample);
   if (!sample) throw std::bad_alloc();
@@ -134,7 +137,7 @@ void DDSDataReader::Impl::remove_rejected(const CompiledFilter& filter) {
   update_conditions();
 }
 
-/// Waits until the joining side knows the writers that the present one knows, and has their history.
+/// Waits until the joining side has matched as many writers as the present side and has received their history.
 DDSDataReader::Impl::History DDSDataReader::Impl::await_history() {
   const auto end = std::chrono::steady_clock::now() + longest_catch_up;
   for (auto pause = first_pause;; pause = std::min(2 * pause, longest_pause)) {
@@ -144,7 +147,7 @@ DDSDataReader::Impl::History DDSDataReader::Impl::await_history() {
                                joining->liveliness().alive_count >= side->liveliness().alive_count;
     lock.unlock();  // only this thread changes `joining`
     if (knows_writers && joining->engine().wait_for_historical_data(0) == DDS_RETCODE_OK) {
-      data_available(*joining);  // if the engine has not told of its last samples yet
+      data_available(*joining);  // the engine may not have announced its last samples yet
       if (!joining->is_behind()) return History::complete;
     }
     if (std::chrono::steady_clock::now() >= end) return History::incomplete;
@@ -165,21 +168,21 @@ void DDSDataReader::Impl::replace_side(bool complete) {
     }
     for (bool ended = false; !ended && !closing;) {
       try {
-        // After yet another change of the filter what the history lacks may just have been rejected.
+        // If the filter has changed again, the newer filter may have rejected instances that the history lacks.
         if (cache->end_catch_up(complete && !next_filter)) changed |= DDS_DATA_AVAILABLE_STATUS;
         ended = true;
       } catch (const std::bad_alloc&) {
-        changed |= DDS_DATA_AVAILABLE_STATUS;  // of what was ended before
+        changed |= DDS_DATA_AVAILABLE_STATUS;  // for instances that were ended before the exception
         structure_changed.wait_for(lock, pause_without_memory, [this] { return closing; });
       }
     }
   }
-  retired.reset();  // without a lock: its last callbacks may be waiting for one
+  retired.reset();  // without a lock, because its last callbacks may wait for one
   update_conditions();
   report(changed);
 }
 
-/// The figures go on from where they are: what the new side counts beyond the writers known already is new.
+/// Continues the counts with the new side: only matches beyond the writers that were already matched are new.
 DDS_StatusMask DDSDataReader::Impl::follow_new_side() {
   DDS_StatusMask changed = std::exchange(deferred, 0);
   DDS_SubscriptionMatchedStatus now = side->matched();

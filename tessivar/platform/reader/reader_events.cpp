@@ -1,4 +1,6 @@
-// What happens at a reader's engine side, and how listeners hear of it.
+// SPDX-License-Identifier: Apache-2.0
+
+// Handles the events of a reader's engine sides and notifies the listeners.
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/reader/reader_impl.h"
@@ -11,8 +13,8 @@ using tessivar::platform::ReaderSide;
 
 namespace {
 
-/// Merges a status of `from` into what the application sees and returns the statuses to be reported now. Those of a
-/// joining side are merged when it takes its place.
+/// Merges the status `now` of `from` into `seen`, the status that the application reads. Returns the statuses to report
+/// now. The statuses of a joining side are merged when that side replaces the present one.
 template <class Status>
 DDS_StatusMask changed(DDSDataReader::Impl& reader, const ReaderSide& from, Status& seen, Status now,
                        const DDS_Long& earlier, DDS_StatusMask status) {
@@ -26,7 +28,7 @@ DDS_StatusMask changed(DDSDataReader::Impl& reader, const ReaderSide& from, Stat
   return 0;
 }
 
-/// Calls the reader's listener, or else the participant's.
+/// Calls the reader's listener or, if the reader has none for this status, the participant's.
 template <class Call>
 void tell(DDSDataReader::Impl& reader, DDS_StatusMask status, const Call& call) {
   if (!reader.listener.call(status, "DDSDataReaderListener", call)) {
@@ -113,7 +115,7 @@ void DDSDataReader::Impl::requested_deadline_missed(ReaderSide& from, const DDS_
 }
 
 void DDSDataReader::Impl::requested_incompatible_qos(ReaderSide& from, const DDS_RequestedIncompatibleQosStatus& now) {
-  // A second side meets the same writers again: only what goes beyond the figure known is new.
+  // A second side finds the same incompatible writers again. Only a count above the known count is new.
   DDS_RequestedIncompatibleQosStatus status = now;
   {
     const std::lock_guard lock(status_mutex);

@@ -1,9 +1,11 @@
-// The data reader from the inside.
+// SPDX-License-Identifier: Apache-2.0
+
+// The implementation of the data reader.
 //
-// Samples come from the engine's side and are served from the cache. Locks, in the order in which they are taken:
-// `structure` (enabling, changing the filter, replacing the engine's side; only held for moments), `access` (one read
-// or take at a time), `status_mutex`; and on its own `conditions_mutex`. None is held while the application's code
-// runs.
+// The engine side (reader_side.h) moves received samples to the cache; reads and takes get them from the cache. A
+// thread takes the locks in this order: `structure` (enabling, changing the filter, replacing the engine side; held
+// only for a short time), `access` (one read or take at a time), `status_mutex`. `conditions_mutex` is taken last, also
+// without the others. No listener runs while one of these locks is held.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
@@ -22,19 +24,20 @@
 #include <vector>
 
 struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
-  /// Exactly one of `its_filtered_topic` and a plain topic: `its_topic` is the related one of a filtered topic.
+  /// `its_topic` is the topic of the reader, or the related topic of `its_filtered_topic`; it is null for a built-in
+  /// reader. `its_filtered_topic` is null without a content filter.
   Impl(DDSDomainParticipant& its_participant, DDSTopic* its_topic, DDSContentFilteredTopic* its_filtered_topic,
        DDSSubscriber* its_subscriber, const DDS_DataReaderQos& its_qos);
   virtual ~Impl();
 
   virtual DDS_ReturnCode_t enable();
-  /// Leaves the bus; no callback is running or to come when it returns. Not from a callback.
+  /// Leaves the bus. When it returns, no callback is running and none will follow. Must not be called from a callback.
   void close();
 
-  /// Another filter, for samples to come; then the reader catches up with it where it delivers history again
-  /// (reader_catch_up.cpp). Does not wait for that.
+  /// Replaces the filter for new samples. If the reader delivers history again, it then catches up with the new filter
+  /// on another thread (reader_catch_up.cpp); the call does not wait for that.
   DDS_ReturnCode_t set_filter(const std::shared_ptr<tessivar::platform::CompiledFilter>& filter);
-  /// After a change of the cache: triggers the conditions that its samples fit to, and no others.
+  /// Triggers exactly the conditions that select a sample in the cache. To be called after every change of the cache.
   void update_conditions();
   DDSReadCondition* create_condition(DDS_SampleStateMask, DDS_ViewStateMask, DDS_InstanceStateMask);
   DDS_ReturnCode_t wait_for_history(std::int64_t timeout);
@@ -47,7 +50,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_InstanceHandle_t lookup_instance(const void* key_holder);
   DDS_ReturnCode_t return_loan(const void* lent);
 
-  // What happens at a side (reader_events.cpp).
+  // Events of an engine side (reader_events.cpp).
   void data_available(tessivar::platform::ReaderSide&) override;
   void subscription_matched(tessivar::platform::ReaderSide&, const DDS_SubscriptionMatchedStatus&) override;
   void liveliness_changed(tessivar::platform::ReaderSide&, const DDS_LivelinessChangedStatus&) override;
@@ -55,7 +58,8 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   void requested_incompatible_qos(tessivar::platform::ReaderSide&, const DDS_RequestedIncompatibleQosStatus&) override;
   void sample_lost(tessivar::platform::ReaderSide&, const DDS_SampleLostStatus&) override;
   void sample_rejected(tessivar::platform::ReaderSide&, const DDS_SampleRejectedStatus&) override;
-  /// Calls the reader's listener, or else the participant's, for each of these statuses.
+  /// For each of these statuses calls the reader's listener or, if the reader has none for the status, the
+  /// participant's.
   void report(DDS_StatusMask statuses);
 
   DDSDataReader* self = nullptr;
@@ -73,26 +77,26 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   tessivar::platform::Mutex structure;
   tessivar::platform::Condition structure_changed;
   bool closing = false;
-  tessivar::platform::ReaderCache::Source sources = 0;  // so many sides were made
-  // Catching up, if there is a filter to catch up with.
+  tessivar::platform::ReaderCache::Source sources = 0;  // number of sides created so far
+  // The catch-up with a new filter.
   bool catching_up = false;
   std::thread catch_up_thread;
-  std::shared_ptr<tessivar::platform::CompiledFilter> next_filter;  // changed since catching up began, or null
-  std::unique_ptr<tessivar::platform::ReaderSide> joining;          // the side that is to come
+  std::shared_ptr<tessivar::platform::CompiledFilter> next_filter;  // the filter to catch up with next, or null
+  std::unique_ptr<tessivar::platform::ReaderSide> joining;          // the side that will replace `side`
 
   tessivar::platform::Mutex access;
-  std::unique_ptr<tessivar::platform::ReaderSide> side;  // null until it is enabled; changed with all three locks held
-  std::vector<tessivar::platform::EngineSlot> slots;     // of the access under way, or left over from an earlier one
+  std::unique_ptr<tessivar::platform::ReaderSide> side;  // null until enabled; changed with the first three locks held
+  std::vector<tessivar::platform::EngineSlot> slots;     // of the current access, or left over from an earlier access
   std::unique_ptr<tessivar::platform::Loans> loans;
 
   tessivar::platform::Mutex conditions_mutex;
   std::vector<DDSReadCondition*> conditions;
-  tessivar::platform::StateSet condition_states = 0;  // what the conditions were told last
-  // What waits for the next access, because memory was short, triggers conditions as if it was in the cache.
-  std::atomic<bool> behind = false;                         // at the side
-  std::atomic<tessivar::platform::StateSet> left_over = 0;  // the states of what is left over in `slots`
+  tessivar::platform::StateSet condition_states = 0;  // the states at the last update of the conditions
+  // Samples that wait for the next access because memory was short trigger conditions like samples in the cache.
+  std::atomic<bool> behind = false;                         // samples wait at the side
+  std::atomic<tessivar::platform::StateSet> left_over = 0;  // the states of the samples that wait in `slots`
 
-  /// What the statuses say, each with the changes since it was read last.
+  /// `status_mutex` guards the statuses. Each status has the changes since the application read it last.
   tessivar::platform::Mutex status_mutex;
   DDS_SubscriptionMatchedStatus matched = {};
   DDS_LivelinessChangedStatus liveliness = {};
@@ -100,21 +104,22 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   DDS_RequestedIncompatibleQosStatus incompatible = {};
   DDS_SampleLostStatus lost = {};
   DDS_SampleRejectedStatus rejected = {};
-  /// What earlier sides counted, beyond what the present one counts.
+  /// Counts of earlier sides, which are added to the counts of the present side.
   struct {
     DDS_Long matched = 0;
     DDS_Long deadline = 0;
     DDS_Long lost = 0;
     DDS_Long rejected = 0;
   } earlier;
-  /// Statuses that changed before a side was in place, and are still to be reported.
+  /// Statuses that changed before the reader was enabled and must still be reported.
   DDS_StatusMask deferred = 0;
 
  private:
   std::unique_ptr<tessivar::platform::ReaderSide> make_side(std::shared_ptr<tessivar::platform::CompiledFilter> filter);
   DDS_ReturnCode_t open(tessivar::platform::ReaderSide& opened);
   bool redelivers_history() const;
-  /// Moves what came at a side to the cache; true when it contained news.
+  /// Moves the samples that a side has received to the cache and updates the conditions. Returns true if new samples or
+  /// instance states arrived, or if memory is short.
   bool transfer(tessivar::platform::ReaderSide& from);
 
   void catch_up();

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/reader/reader_side.h"
 
 #include "tessivar/platform/detail/log.h"
@@ -9,11 +11,11 @@ namespace tessivar::platform {
 
 namespace {
 
-// Samples that are transferred at once.
+// The number of samples that are taken from the engine at once.
 constexpr std::size_t at_first = 16;
 constexpr std::size_t at_most = 1024;
 
-/// More at once, if there is memory for it.
+/// Increases the number of samples that are taken at once, if there is memory for it.
 void grow(std::vector<EngineSlot>& slots) {
   try {
     slots.reserve(std::min(at_most, 4 * slots.capacity()));
@@ -36,7 +38,7 @@ ReaderSide::ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std
 
 ReaderSide::~ReaderSide() {
   {
-    const std::lock_guard lock(transfer_mutex_);  // callbacks until its end find nothing to transfer
+    const std::lock_guard lock(transfer_mutex_);  // from now on callbacks transfer nothing
     open_ = false;
   }
   engine_.reset();
@@ -60,7 +62,7 @@ DDS_ReturnCode_t ReaderSide::open(EngineParticipant& participant, EngineReaderCo
 
 bool ReaderSide::transfer(ReaderCache& cache) {
   const std::lock_guard lock(transfer_mutex_);
-  if (!open_) return false;  // what has come until now is transferred when it is open
+  if (!open_) return false;  // the caller of open() transfers these samples later
   bool news = false;
   bool drained = false;
   DDS_ReturnCode_t result = DDS_RETCODE_OK;
@@ -90,18 +92,18 @@ bool ReaderSide::transfer(ReaderCache& cache) {
   return news || behind;
 }
 
-/// Fills the empty slots. `drained`: the engine has no more.
+/// Fills the empty slots. Sets `drained` if the engine has no more samples.
 DDS_ReturnCode_t ReaderSide::take(bool& drained) {
   unsigned unexamined = unexamined_;
   const DDS_ReturnCode_t result = engine_->take(slots_);
   if (result != DDS_RETCODE_OK) return result;
   drained = slots_.size() < slots_.capacity();
   slots_unexamined_ = unexamined_ > 0;
-  if (drained) unexamined_.compare_exchange_strong(unexamined, 0);  // all that were counted before are in the slots
+  if (drained) unexamined_.compare_exchange_strong(unexamined, 0);  // the samples counted until then are in the slots
   return result;
 }
 
-/// Removes from the slots what the filter refuses, if there was no memory for that when it came.
+/// Evaluates the filter for samples that passed without evaluation, and removes the refused samples from the slots.
 DDS_ReturnCode_t ReaderSide::examine_slots() {
   const std::lock_guard lock(filter_mutex_);
   bool complete = true;
@@ -140,11 +142,11 @@ bool ReaderSide::accepts(const EncodedSample& sample, EngineHandle, const DDS_Fi
   const std::lock_guard lock(filter_mutex_);
   const Verdict verdict = examine(sample, info);
   refused_by = verdict == Verdict::refused ? this : nullptr;
-  if (verdict == Verdict::no_memory) ++unexamined_;  // transfer() examines it again
+  if (verdict == Verdict::no_memory) ++unexamined_;  // transfer() evaluates it again
   return verdict == Verdict::accepted || verdict == Verdict::no_memory;
 }
 
-/// With the filter's lock held.
+/// The caller holds `filter_mutex_`.
 ReaderSide::Verdict ReaderSide::examine(const EncodedSample& sample, const DDS_FilterSampleInfo& info) {
   if (!type_.decode(scratch_, sample.bytes, sample.size)) {
     DDS_KeyHash_t hash;
@@ -187,7 +189,7 @@ void ReaderSide::requested_incompatible_qos(const DDS_RequestedIncompatibleQosSt
 }
 
 void ReaderSide::sample_lost(const DDS_SampleLostStatus& status) {
-  // With a filter the engine counts a refused sample of a known instance as lost, right after the filter's call.
+  // With a filter, the engine counts a refused sample of a known instance as lost, directly after the filter call.
   if (std::exchange(refused_by, nullptr) != this) counters_->lost(1);
   if (!scratch_) events_.sample_lost(*this, status);
 }

@@ -1,7 +1,9 @@
-// The engine's side of a data reader: one engine reader with its filter.
+// SPDX-License-Identifier: Apache-2.0
+
+// An engine side of a data reader: one engine reader with its filter.
 //
-// A data reader usually has one side all its life. To catch up with another filter it opens a second one, which takes
-// the first one's place when it has received the history.
+// A data reader usually has one side. To catch up with a new filter, it opens a second side. The second side replaces
+// the first side when it has received the history.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
@@ -20,7 +22,7 @@ namespace tessivar::platform {
 
 class ReaderSide;
 
-/// What a side calls, on the engine's threads.
+/// The callbacks of a side, on the engine's threads.
 class ReaderSideEvents {
  public:
   virtual void data_available(ReaderSide&) = 0;
@@ -37,28 +39,28 @@ class ReaderSideEvents {
 
 class ReaderSide final : public EngineFilter, public EngineReaderEvents {
  public:
-  /// `filter` null: every sample is accepted. `source` is what the cache knows this side by.
+  /// If `filter` is null, every sample is accepted. `source` is the number of this side in the cache.
   ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
              ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters);
   ~ReaderSide();
 
-  /// Callbacks may begin before it returns, also on this thread.
+  /// Callbacks may begin before it returns, also on the calling thread.
   DDS_ReturnCode_t open(EngineParticipant& participant, EngineReaderConfig config, std::string& error);
-  /// Once it is open.
+  /// Only after open() has succeeded.
   EngineReader& engine() { return *engine_; }
   ReaderCache::Source source() const { return source_; }
-  /// Moves what the engine has received to the cache, in the order of its reception. Returns true if it contained news,
-  /// or if memory is short: the rest is moved by the next call.
+  /// Moves the samples that the engine has received to the cache, in the order of reception. Returns true if new
+  /// samples or instance states arrived, or if memory is short: the next call moves the rest.
   bool transfer(ReaderCache& cache);
-  /// Returns true if the last transfer left something behind.
+  /// Returns true if the last transfer did not move all samples, because memory was short.
   bool is_behind() const { return behind_; }
-  /// Another filter for the samples to come; nobody evaluates with the old one any more when it returns.
+  /// Replaces the filter for new samples. When it returns, no thread uses the old filter for this side any more.
   void set_filter(std::shared_ptr<CompiledFilter> filter);
-  /// From now on samples have to pass this filter, too; it replaces the one of an earlier call. Whatever this side
-  /// delivers, it then knows all writers of it.
+  /// From now on samples must pass this filter, too; it replaces the filter of an earlier call. The first filter stays
+  /// in force, so that this side knows all writers of every instance that it delivers.
   void narrow(std::shared_ptr<CompiledFilter> filter);
 
-  // What the engine said last.
+  // The statuses that the engine reported last.
   DDS_SubscriptionMatchedStatus matched() const;
   DDS_LivelinessChangedStatus liveliness() const;
 
@@ -87,18 +89,18 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   DDS_SubscriptionMatchedStatus matched_ = {};
   DDS_LivelinessChangedStatus liveliness_ = {};
 
-  Mutex filter_mutex_;  // held while the filter evaluates
+  Mutex filter_mutex_;  // held while the filter evaluates a sample
   std::shared_ptr<CompiledFilter> filter_;
   std::shared_ptr<CompiledFilter> narrower_;  // null: none
-  void* scratch_ = nullptr;                   // what the filter evaluates
-  std::atomic<unsigned> unexamined_ = 0;      // samples that passed because there was no memory to evaluate them
+  void* scratch_ = nullptr;                   // the decoded sample for the filter
+  std::atomic<unsigned> unexamined_ = 0;      // samples that passed without evaluation, because memory was short
 
-  Mutex transfer_mutex_;           // so that samples reach the cache in the order in which the engine received them
-  std::vector<EngineSlot> slots_;  // of the transfer under way, or left behind
-  bool slots_unexamined_ = false;  // some of them may still have to be evaluated
+  Mutex transfer_mutex_;           // keeps the samples in the order in which the engine received them
+  std::vector<EngineSlot> slots_;  // of the current transfer, or left over from an earlier one
+  bool slots_unexamined_ = false;  // the filter may not have evaluated all of `slots_`
   std::atomic<bool> behind_ = false;
   bool open_ = false;
-  std::unique_ptr<EngineReader> engine_;  // goes first: its filter calls and callbacks end
+  std::unique_ptr<EngineReader> engine_;  // destroyed first, which ends its filter calls and callbacks
 };
 
 }  // namespace tessivar::platform

@@ -1,4 +1,6 @@
-// Objects of one type in blocks of memory.
+// SPDX-License-Identifier: Apache-2.0
+
+// Allocates objects of one type in blocks of memory.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +11,7 @@
 
 namespace tessivar::platform {
 
-/// Not locked. Objects that are still alive when the slab goes are not destroyed: destroy them before.
+/// Not thread-safe. The destructor does not destroy objects that are still alive: destroy them before.
 template <class T>
 class Slab {
  public:
@@ -27,7 +29,7 @@ class Slab {
     return new (cell->object) T(std::forward<Arguments>(arguments)...);
   }
 
-  /// The memory is used again. All blocks but one are given back with the last object.
+  /// Destroys the object; its memory is reused. When no object is left, all blocks but one are freed.
   void destroy(T* object) noexcept {
     object->~T();
     Cell* const cell = reinterpret_cast<Cell*>(object);
