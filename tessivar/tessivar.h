@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Everything public in one include. Including only the headers that are used compiles faster.
 #pragma once
 

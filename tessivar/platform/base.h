@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Primitive types, return codes, handles and times of the DDS platform.
 //
 // Plain values, safe to copy between threads. Nothing here blocks or allocates.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What discovery tells of a remote participant (DDSI-RTPS 2.3, 8.5.3.2).
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A stream of CDR octets over a caller's buffer.
 //
 // The types' plugin functions read and write it. It owns nothing and is not thread-safe.

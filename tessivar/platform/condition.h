@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Conditions and wait sets (OMG DDS 1.4, 2.2.2.1.6 to 2.2.2.1.9).
 //
 // All operations are thread-safe. A condition must be detached from every wait set, or the wait set be deleted, before

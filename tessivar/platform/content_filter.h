@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Filters that an application brings along.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Strings of samples and QoS sets: plain `char*`, owned by the structure that holds them.
 //
 // Every string inside a sample comes from these functions (or from malloc, as strdup uses it) and is released by

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What all entities have in common (OMG DDS 1.4, 2.2.2.1.1).
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What differs between compilers in the installed headers. Every public header includes this.
 //
 // TESSIVAR_API marks what the shared library exports; everything else stays hidden. TESSIVAR_INTERNAL hides a class

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Listeners: how the platform reports status changes.
 //
 // Every callback runs on a thread of the engine, or on the thread whose operation caused it, and must not block for

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The platform's operating-system layer: semaphores, threads, sleeping.
 #pragma once
 

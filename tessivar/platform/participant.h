@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The domain participant, its publisher and subscriber, and the factory that makes participants
 // (OMG DDS 1.4, 2.2.2.2).
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The debug printer of samples: one line a value, three blanks a level.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Quality-of-service policies and the sets of them that entities take (OMG DDS 1.4, 2.2.3).
 //
 // Plain values: copy, compare and change them freely before an entity is made. A default-constructed set holds the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The untyped data reader (OMG DDS 1.4, 2.2.2.5.3). Typed readers (types/) derive from it and only cast.
 //
 // Thread-safe. Samples are kept encoded, as the engine received them; a read or take decodes them into pooled samples

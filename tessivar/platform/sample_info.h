@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What accompanies a sample that a reader hands out (OMG DDS 1.4, 2.2.2.5.5).
 #pragma once
 

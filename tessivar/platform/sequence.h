@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Bounded, growable sequences, as samples, QoS sets and readers use them.
 //
 // A sequence owns a contiguous buffer of elements that are all initialised, up to its maximum; its first `length` ones

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Communication statuses and their masks (OMG DDS 1.4, 2.2.4.1).
 #pragma once
 

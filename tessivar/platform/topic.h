@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Topics and their filtered views (OMG DDS 1.4, 2.2.2.3). Made and deleted through the participant; thread-safe.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Type descriptions: what a type is made of, as constant data.
 //
 // Every description is a constant of the library: never allocated, never freed, readable from any thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the platform knows of a type: one record of functions, untyped.
 //
 // A type registers a record with a participant (DDSDomainParticipant::register_type). The record is read-only once

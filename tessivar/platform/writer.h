@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The untyped data writer (OMG DDS 1.4, 2.2.2.4.2). Typed writers (types/) derive from it and only cast.
 //
 // Thread-safe. Samples are encoded in the caller's thread straight into the engine's buffer; nothing of the caller's

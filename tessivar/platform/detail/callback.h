@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Knows which threads are inside application code that the platform calls.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What passes through readers and writers, counted.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Tells the objects of a process from those that it inherited by fork().
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // For what must outlive main().
 #pragma once
 

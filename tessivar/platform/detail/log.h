@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The log of the whole library: one scale, one threshold and one sink.
 //
 // The platform, the types and the engine report through log(). The framework installs its Logger as the sink and uses

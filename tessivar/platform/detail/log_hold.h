@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Keeps log lines while the thread that logs holds a lock of the library.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // MD5 (RFC 1321), which RTPS uses to shorten keys (DDSI-RTPS 2.3, 9.6.3.8). Not for anything that needs security.
 #pragma once
 

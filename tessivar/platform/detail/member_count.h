@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The number of members of a structure, known to the compiler: a table of members can be checked for completeness.
 #pragma once
 

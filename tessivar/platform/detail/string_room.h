@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How much room a sample's string has.
 //
 // A string from DDS_String_alloc or DDS_String_dup lies behind a header that states its room, at an odd address. A

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The seam between the DDS face and the engine that moves encoded samples.
 //
 // The face (typed samples, loans, handles, filters on decoded samples, batching limits, profiles) calls these

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The built-in participant reader's samples: what discovery has told of remote participants.
 #pragma once
 

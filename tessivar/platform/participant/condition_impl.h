@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Conditions and wait sets from the inside.
 //
 // A guard condition is the engine's; a read condition is triggered by its reader, and a wait set that has it is woken

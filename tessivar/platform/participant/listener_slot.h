@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The place of one listener: who is called, for which statuses, and when it may go.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/participant.h"
 
 #include "tessivar/platform/participant/participant_config.h"

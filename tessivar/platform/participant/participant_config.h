@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // From a participant's QoS to what the engine wants to know.
 #pragma once
 

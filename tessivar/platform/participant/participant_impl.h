@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The domain participant from the inside.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // How the statuses that an application sees follow what the engine counts.
 //
 // The engine reports totals; "changes" are counted here, since the application last read the status (OMG DDS 1.4,

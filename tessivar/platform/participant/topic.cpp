@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/topic.h"
 
 #include "tessivar/platform/participant/participant_impl.h"

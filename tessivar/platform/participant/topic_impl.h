@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Topics and filtered topics from the inside.
 #pragma once
 

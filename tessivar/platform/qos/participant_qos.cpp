@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A participant's own QoS and the defaults of what is made through it.
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/participant.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/qos/profile_store.h"
 
 #include "tessivar/platform/detail/immortal.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The process's QoS profiles, read when they are first asked for.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Which elements a QoS set in XML has, what they set, and the names that stand for values: one table per policy.
 //
 // A new member of a policy is readable once it has its row here; without one this file does not compile.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // QoS profiles: named QoS sets from XML in the form dds / qos_library / qos_profile (OMG DDS-XML 1.0, 7.3.2).
 #pragma once
 

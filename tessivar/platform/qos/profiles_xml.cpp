@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/qos/profiles_xml.h"
 
 #include "tessivar/platform/qos/profile_tables.h"

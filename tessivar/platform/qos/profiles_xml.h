@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // One XML text of QoS profiles, and how its elements become QoS sets.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Keeps exceptions inside the platform: its interface throws nothing, and C code that calls it must not be unwound.
 #pragma once
 

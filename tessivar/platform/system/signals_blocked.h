@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Keeps the application's signals from the library's threads.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/dds_string.h"
 
 #include "tessivar/platform/detail/string_room.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The encoded key of a sample, on the stack unless it is long.
 #pragma once
 

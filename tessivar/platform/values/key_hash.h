@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Key hashes as keys of hash tables, and as instance handles.
 #pragma once
 

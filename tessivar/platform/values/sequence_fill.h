@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Fills a sequence from a vector.
 #pragma once
 
