@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Everything public in one include. Including only the headers that are used compiles faster.
+// Includes all public headers. A program that includes only the headers it uses compiles faster.
 #pragma once
 
 #include "tessivar/version.h"
@@ -21,7 +21,7 @@
 #include "tessivar/routing/request_reply_services.h"
 #include "tessivar/routing/services.h"
 
-// What they are made of, for services of one's own
+// The parts of these services, for applications that define their own services
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/domain/domain_handle.h"

@@ -8,8 +8,8 @@
 #define TESSIVAR_VERSION_MAJOR 0
 #define TESSIVAR_VERSION_MINOR 1
 #define TESSIVAR_VERSION_PATCH 0
-/// Grows with each change of the binary interface; the number in the soname. Programs that were built with headers of
-/// another ABI number have to be built again.
+/// The number in the soname. It grows with each change of the binary interface. A program that was built with headers
+/// of another ABI number must be built again.
 #define TESSIVAR_ABI_NUMBER 1
 
 namespace TessivarDDS {
@@ -23,8 +23,8 @@ struct Version {
   const char* text;
 };
 
-/// Returns the version of the library that the program runs with. The macros above are of the headers that it was built
-/// with. Thread-safe; may be called at any time.
+/// Returns the version of the library that the program runs with. The macros above state the version of the headers
+/// that the program was built with. Thread-safe; may be called at any time.
 TESSIVAR_API Version version() noexcept;
 
 }  // namespace TessivarDDS

@@ -30,7 +30,7 @@ constexpr DDS_Boolean DDS_BOOLEAN_FALSE = 0;
 constexpr RTIBool RTI_TRUE = 1;
 constexpr RTIBool RTI_FALSE = 0;
 
-/// "As many as there are", wherever a count is asked for.
+/// Means "no limit" or "all" wherever a count is expected.
 constexpr DDS_Long DDS_LENGTH_UNLIMITED = -1;
 
 /// Results of the platform's operations (OMG DDS 1.4, 2.2.1.1).
@@ -52,23 +52,24 @@ enum DDS_ReturnCode_t {
 
 typedef DDS_Long DDS_DomainId_t;
 
-/// A 16-octet RTPS key hash (DDSI-RTPS 2.3, 9.6.3.8); `length` is 16 once it is set, 0 before.
+/// A 16-octet RTPS key hash (DDSI-RTPS 2.3, 9.6.3.8). `length` is 16 if the hash is set, otherwise 0.
 struct DDS_KeyHash_t {
   DDS_Octet value[16];
   DDS_UnsignedLong length;
 };
 
-/// Names an instance (by its key hash) or an entity (by its GUID).
+/// Identifies an instance by its key hash, or an entity by its GUID.
 struct DDS_InstanceHandle_t {
   DDS_KeyHash_t keyHash;
   DDS_Boolean isValid;
 };
 
-/// The handle of nothing.
+/// The nil handle: it identifies no instance and no entity.
 constexpr DDS_InstanceHandle_t DDS_HANDLE_NIL = {{{0}, 0}, DDS_BOOLEAN_FALSE};
 
-/// Two nil handles are equal; valid ones are when their octets are.
+/// Returns true if both handles are nil, or if both are valid and their octets are equal.
 TESSIVAR_API DDS_Boolean DDS_InstanceHandle_equals(const DDS_InstanceHandle_t* a, const DDS_InstanceHandle_t* b);
+/// Returns true if the handle is nil or `handle` is null.
 TESSIVAR_API DDS_Boolean DDS_InstanceHandle_is_nil(const DDS_InstanceHandle_t* handle);
 
 /// A span of time: whole seconds and nanoseconds (0 to 999,999,999).
@@ -77,7 +78,7 @@ struct DDS_Duration_t {
   DDS_UnsignedLong nanosec;
 };
 
-/// A point of time since 1970-01-01 UTC.
+/// A point in time: seconds and nanoseconds since 1970-01-01 UTC.
 struct DDS_Time_t {
   DDS_Long sec;
   DDS_UnsignedLong nanosec;
@@ -91,17 +92,19 @@ inline bool operator==(const DDS_Duration_t& a, const DDS_Duration_t& b) {
   return a.sec == b.sec && a.nanosec == b.nanosec;
 }
 
-/// `milliseconds` as a duration; -1 is without limit.
+/// Returns `milliseconds` as a duration: -1 gives DDS_DURATION_INFINITE, a smaller value DDS_DURATION_ZERO.
 TESSIVAR_API DDS_Duration_t DDS_Duration_from_millis(DDS_Long milliseconds);
 
 namespace tessivar::platform {
 
-/// Nanoseconds of a duration, at most `never`; infinite is `never`.
+/// The number of nanoseconds that stands for an infinite duration.
 constexpr std::int64_t never = INT64_MAX;
+/// Returns the duration in nanoseconds; `never` for an infinite duration.
 TESSIVAR_API std::int64_t to_nanoseconds(const DDS_Duration_t& duration);
 
-/// Wall-clock time; `DDS_TIME_INVALID` is -1.
+/// Returns nanoseconds since 1970-01-01 UTC; -1 for DDS_TIME_INVALID and for times before 1970.
 TESSIVAR_API std::int64_t to_nanoseconds(const DDS_Time_t& time);
+/// Returns DDS_TIME_INVALID for a negative time and for a time after the year 2038, which does not fit.
 TESSIVAR_API DDS_Time_t to_time(std::int64_t nanoseconds_since_epoch);
 
 }  // namespace tessivar::platform

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What discovery tells of a remote participant (DDSI-RTPS 2.3, 8.5.3.2).
+// The data that discovery reports about a remote participant (DDSI-RTPS 2.3, 8.5.3.2).
 #pragma once
 
 #include "tessivar/platform/base.h"

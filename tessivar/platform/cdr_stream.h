@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A stream of CDR octets over a caller's buffer.
+// A stream of CDR octets over a buffer of the caller.
 //
-// The types' plugin functions read and write it. It owns nothing and is not thread-safe.
+// The plugin functions of the types read and write the stream. The stream does not own the buffer and is not
+// thread-safe.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -27,24 +28,24 @@ struct RTICdrStream {
   char* buffer;
   int buffer_length;  // octets
   char* current_position;
-  char* alignment_origin;  // alignment counts from here
+  char* alignment_origin;  // alignment is relative to this position
   RTICdrEndian endian;
-  RTIBool need_byte_swap;  // the stream's order is not the host's
+  RTIBool need_byte_swap;  // true if the order of the stream is not that of the host
 };
 
-/// An empty stream in the host's order.
+/// Makes `stream` an empty stream in the order of the host.
 TESSIVAR_API void RTICdrStream_init(RTICdrStream* stream);
-/// Puts the stream at the start of `buffer`, which holds `length` octets. The order stays as it is. A negative length
-/// or a null buffer leaves no room: every read and write fails.
+/// Sets the stream to the start of `buffer`, which has `length` octets. The order stays unchanged. With a negative
+/// length or a null buffer the stream has no space: every read and write fails.
 TESSIVAR_API void RTICdrStream_set(RTICdrStream* stream, char* buffer, int length);
 TESSIVAR_API void RTICdrStream_setEndian(RTICdrStream* stream, RTICdrEndian endian);
-/// Octets from the start of the buffer.
+/// Returns the number of octets from the start of the buffer to the current position.
 TESSIVAR_API int RTICdrStream_getCurrentPositionOffset(const RTICdrStream* stream);
-/// Octets from the current position to the end of the buffer.
+/// Returns the number of octets from the current position to the end of the buffer.
 TESSIVAR_API int RTICdrStream_getRemainder(const RTICdrStream* stream);
 
-/// Writes the 4-octet header, sets the stream's order from it and moves the alignment origin behind it. 0 for an
-/// identifier above 3 or too little room.
+/// Writes the 4-octet encapsulation header, sets the order of the stream from `id` and moves the alignment origin
+/// behind the header. Returns 0 if `id` is above 3 or the stream has too little space.
 TESSIVAR_API RTIBool RTICdrStream_serializeAndSetCdrEncapsulation(RTICdrStream* stream, RTIEncapsulationId id);
-/// Reads the header; as above.
+/// Reads the header, otherwise as above.
 TESSIVAR_API RTIBool RTICdrStream_deserializeAndSetCdrEncapsulation(RTICdrStream* stream);

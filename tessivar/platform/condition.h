@@ -2,8 +2,8 @@
 
 // Conditions and wait sets (OMG DDS 1.4, 2.2.2.1.6 to 2.2.2.1.9).
 //
-// All operations are thread-safe. A condition must be detached from every wait set, or the wait set be deleted, before
-// the condition is deleted; deleting an attached condition detaches it.
+// All operations are thread-safe. Deleting an attached condition detaches it from its wait sets. Deleting a wait set
+// detaches its conditions.
 #pragma once
 
 #include "tessivar/platform/sample_info.h"
@@ -27,7 +27,7 @@ class TESSIVAR_API DDSCondition {
   std::unique_ptr<Impl> impl_;
 };
 
-/// Triggered by the application. Created and deleted by it.
+/// The application creates, triggers and deletes it.
 class TESSIVAR_API DDSGuardCondition : public DDSCondition {
  public:
   DDSGuardCondition();
@@ -36,7 +36,7 @@ class TESSIVAR_API DDSGuardCondition : public DDSCondition {
   DDS_ReturnCode_t set_trigger_value(DDS_Boolean value);
 };
 
-/// Triggered while its reader holds samples of the given states. Made and deleted through the reader.
+/// Triggered while its reader has samples in the given states. Created and deleted through the reader.
 class TESSIVAR_API DDSReadCondition : public DDSCondition {
  public:
   DDS_Boolean get_trigger_value() override;
@@ -62,12 +62,13 @@ class TESSIVAR_API DDSWaitSet {
   DDSWaitSet(const DDSWaitSet&) = delete;
   DDSWaitSet& operator=(const DDSWaitSet&) = delete;
 
-  /// Attaching a condition that is attached already succeeds and changes nothing. Allowed while another thread waits.
+  /// Returns OK and changes nothing if the condition is attached already. Allowed while another thread waits.
   DDS_ReturnCode_t attach_condition(DDSCondition* condition);
-  /// PRECONDITION_NOT_MET when it is not attached.
+  /// Returns PRECONDITION_NOT_MET if the condition is not attached.
   DDS_ReturnCode_t detach_condition(DDSCondition* condition);
-  /// Blocks until a condition triggers; the triggered ones are in `active`, in the order of their attachment. TIMEOUT
-  /// when none triggers in time. One thread at a time: a second one gets PRECONDITION_NOT_MET.
+  /// Blocks until a condition is triggered. `active` then contains the triggered conditions in the order of their
+  /// attachment. Returns TIMEOUT if no condition is triggered within `timeout`. Only one thread may wait at a time: in
+  /// a second thread the call returns PRECONDITION_NOT_MET.
   DDS_ReturnCode_t wait(DDSConditionSeq& active, const DDS_Duration_t& timeout);
   DDS_ReturnCode_t get_conditions(DDSConditionSeq& attached);
 

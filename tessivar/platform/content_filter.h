@@ -1,23 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Filters that an application brings along.
+// The interface of content filters that an application defines.
 #pragma once
 
 #include "tessivar/platform/sample_info.h"
 
 struct DDS_TypeCode;
 
-/// Decides which samples a content-filtered topic lets through. Registered with a participant by name; not owned.
+/// Decides which samples a content-filtered topic accepts. The application registers the filter with a participant
+/// under a name, and keeps the ownership of the filter.
 ///
-/// `compile` runs on the thread that makes or re-parameterises a filtered topic, `evaluate` on the engine's receive
-/// threads, for one reader never two at a time; `finalize` once nobody evaluates with that data any more. An exception
-/// that leaves `evaluate` is logged and refuses the sample. The engine or the platform holds a lock meanwhile: reading,
-/// taking, writing, waiting, and making or deleting entities are refused there, each with one log line.
+/// `compile` runs on the thread that creates a filtered topic or changes its parameters. `evaluate` runs on the
+/// engine's receive threads, on a thread that writes to a reader of its own participant, and on the thread that fetches
+/// history after a change of the parameters. Several threads may call `evaluate` with the same compile data at the same
+/// time. `finalize` is called when no thread uses the compile data any more.
+///
+/// An exception that leaves `evaluate` is logged, and the sample is rejected. During these calls the engine or the
+/// platform may hold a lock. Therefore read, take, write, wait, and creating or deleting entities fail in them, each
+/// with one log line.
 class TESSIVAR_API DDSContentFilter {
  public:
   virtual ~DDSContentFilter() = default;
-  /// Makes the data that `evaluate` gets. The platform passes null as `old_compile_data` and finalises the old data
-  /// itself when the new one is in place, so that a failing compile leaves the old filter working.
+  /// Creates the compile data for `evaluate`. The platform always passes null as `old_compile_data`, and finalises the
+  /// old data itself when the new data is in use. So the old filter stays in force if `compile` fails.
   virtual DDS_ReturnCode_t compile(void** new_compile_data, const char* expression, const DDS_StringSeq& parameters,
                                    const DDS_TypeCode* type_code, const char* type_class_name,
                                    void* old_compile_data) = 0;

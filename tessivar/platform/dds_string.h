@@ -1,27 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Strings of samples and QoS sets: plain `char*`, owned by the structure that holds them.
+// Functions for the strings of samples and QoS sets. Such a string is a plain `char*`, which the structure that
+// contains it owns.
 //
-// Every string inside a sample comes from these functions (or from malloc, as strdup uses it) and is released by
-// DDS_String_free alone: free() does not take what DDS_String_alloc and DDS_String_dup return. Thread-safe; a null
-// result means that memory is short. Nothing throws.
+// A string inside a sample must come from these functions or from malloc (for example from strdup). Only
+// DDS_String_free may release it: free() cannot release a string from DDS_String_alloc or DDS_String_dup. The functions
+// are thread-safe and throw nothing. They return null if memory is short.
 #pragma once
 
 #include "tessivar/platform/base.h"
 
 #include <cstddef>
 
-/// An empty string with room for `length` characters and the terminator.
+/// Returns an empty string with space for `length` characters and the terminator.
 TESSIVAR_API char* DDS_String_alloc(std::size_t length);
-/// A copy of `text`; null for null.
+/// Returns a copy of `text`; null if `text` is null.
 TESSIVAR_API char* DDS_String_dup(const char* text);
 /// Releases `text`; null is ignored.
 TESSIVAR_API void DDS_String_free(char* text);
-/// Makes `*destination` a copy of `text` (null for null), in place when the room of `*destination` suffices; the result
-/// is `*destination`. Null with `*destination` unchanged when memory is short.
+/// Makes `*destination` a copy of `text`, or null if `text` is null. Uses the memory of `*destination` again if it is
+/// large enough. Returns `*destination`. If memory is short, returns null and leaves `*destination` unchanged.
 TESSIVAR_API char* DDS_String_replace(char** destination, const char* text);
 
-/// Copies `text` into `*destination`, whose room is reused when it suffices and replaced by room for the whole bound
-/// when not. `size` counts the terminator (65 for a string of at most 64 characters). 0 with `*destination` unchanged
-/// for a null argument, a longer text or short memory.
+/// Copies `text` into `*destination`. Uses the memory of `*destination` again if it is large enough; otherwise replaces
+/// it by `size` octets. `size` includes the terminator (65 for a string of at most 64 characters). Returns 0 and leaves
+/// `*destination` unchanged if an argument is null, the text is longer, or memory is short.
 TESSIVAR_API RTIBool DDS_String_copy_bounded(char** destination, const char* text, std::size_t size);

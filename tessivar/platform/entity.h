@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What all entities have in common (OMG DDS 1.4, 2.2.2.1.1).
+// The base class of all entities (OMG DDS 1.4, 2.2.2.1.1).
 #pragma once
 
 #include "tessivar/platform/status.h"
@@ -8,9 +8,10 @@
 class TESSIVAR_API DDSEntity {
  public:
   virtual ~DDSEntity() = default;
-  /// Brings the entity to the bus. OK when it is enabled already; PRECONDITION_NOT_MET while what made it is not.
+  /// Connects the entity to the bus. Returns OK if the entity is enabled already, and PRECONDITION_NOT_MET if the
+  /// participant that contains it is not enabled.
   virtual DDS_ReturnCode_t enable() = 0;
-  /// The entity's GUID; nil until it is enabled.
+  /// Returns the GUID of the entity; nil if the entity is not enabled.
   virtual DDS_InstanceHandle_t get_instance_handle() const = 0;
 
  protected:

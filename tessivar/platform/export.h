@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What differs between compilers in the installed headers. Every public header includes this.
+// Macros for what differs between compilers in the installed headers. Every public header includes this file.
 //
-// TESSIVAR_API marks what the shared library exports; everything else stays hidden. TESSIVAR_INTERNAL hides a class
-// that is nested in an exported one. TESSIVAR_COLD keeps a function that rarely runs out of line. TESSIVAR_PRINTF says
-// which parameters, from 1, are a printf format and its first argument.
+// TESSIVAR_API marks the classes and functions that the shared library exports; all others are hidden.
+// TESSIVAR_INTERNAL hides a class or function that is nested in an exported class. TESSIVAR_COLD marks a function that
+// rarely runs, so that it is not inlined. TESSIVAR_PRINTF names the parameters, counted from 1, that are a printf
+// format and its first argument.
 #pragma once
 
 #if defined(_WIN32)
@@ -27,9 +28,10 @@
 #define TESSIVAR_PRINTF(text, values)
 #endif
 
-// Eclipse Cyclone's <dds/dds.h> gives names as DDS_RETCODE_TIMEOUT to macros of other values, so that a file that
-// includes both would go wrong in silence. It does not compile: with <dds/dds.h> first it stops here, otherwise at the
-// declaration below, which contradicts that of <dds/dds.h>.
+// The header <dds/dds.h> of Eclipse Cyclone defines macros with the same names, for example DDS_RETCODE_TIMEOUT, but
+// with other values. A file that includes both headers would use wrong values without any message. The lines below make
+// the compiler reject such a file. If <dds/dds.h> comes first, the #error is reported. If it comes later, the
+// declaration of dds_notify_readers in <dds/dds.h> contradicts the declaration below.
 #ifdef DDS_RETCODE_OK
 #error "<dds/dds.h> and TessivarDDS define the same names: a file includes the one or the other, not both"
 #include <stop: see the error above>

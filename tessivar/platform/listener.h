@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Listeners: how the platform reports status changes.
+// Listeners: the interfaces through which the platform reports status changes.
 //
-// Every callback runs on a thread of the engine, or on the thread whose operation caused it, and must not block for
-// long. Within one, every operation of the platform works, except those below: they log one line and return
-// ILLEGAL_OPERATION (or null), because the engine waits for the callback.
+// A callback runs on a thread of the engine, on the thread whose operation caused it, or on the thread that fetches
+// history after a change of a filter. It must not block for long. A callback may call every operation of the platform
+// except the operations below. These log one line and return ILLEGAL_OPERATION (or null), because the engine waits
+// until the callback has returned.
 //
 // - deleting a reader, writer or participant, also by delete_contained_entities();
 // - enabling a participant; enabling a reader or writer of a participant that does not ignore itself;
 // - wait_for_historical_data(), wait_for_acknowledgments(), DDSWaitSet::wait();
-// - writing with the writer whose write caused the callback, and writing a sample that the reader of the callback
-//   itself would get.
+// - writing with the writer whose write caused the callback;
+// - writing a sample that would be delivered to the reader of the callback.
 //
-// No lock that another operation needs is held during a call. An exception that leaves a callback is logged and
-// dropped. A listener is not owned: it must outlive the entity that it is installed on, or be removed
-// (set_listener(nullptr, 0)) before.
+// During a callback the platform holds no lock that another operation needs. An exception that leaves a callback is
+// logged and dropped. The application owns the listener. The listener must live longer than the entity that uses it, or
+// must be removed from the entity first with set_listener(nullptr, 0).
 #pragma once
 
 #include "tessivar/platform/status.h"
@@ -50,7 +51,8 @@ class TESSIVAR_API DDSDataReaderListener {
   virtual void on_sample_lost(DDSDataReader*, const DDS_SampleLostStatus&) {}
 };
 
-/// Hears what no listener of the topic, writer or reader concerned asked for with its mask.
+/// Receives a status change if the listener of the topic, writer or reader concerned has not asked for it with its
+/// mask.
 class TESSIVAR_API DDSDomainParticipantListener : public DDSTopicListener,
                                                   public DDSDataWriterListener,
                                                   public DDSDataReaderListener {};

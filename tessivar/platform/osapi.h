@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The platform's operating-system layer: semaphores, threads, sleeping.
+// The operating-system layer of the platform: semaphores, threads, sleeping.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -10,28 +10,29 @@ constexpr int RTI_OSAPI_SEMAPHORE_STATUS_OK = 0x020200F8;
 constexpr int RTI_OSAPI_SEMAPHORE_STATUS_TIMEOUT = 0x020200F9;
 constexpr int RTI_OSAPI_SEMAPHORE_STATUS_ERROR = 0x020200FF;
 
-/// Kind of a binary semaphore (given at most once ahead of a take).
+/// Kind of a binary semaphore: several gives before a take count as one.
 constexpr int RTI_OSAPI_SEMAPHORE_KIND_BINARY = 0x02020008;
 
-/// `word0` is reserved (0); `count` is 1 for a semaphore that is created given, 0 for one created taken.
+/// `word0` is reserved; set it to 0. `count` is 1 if the semaphore is created given, 0 if it is created taken.
 struct RTIOsapiSemaphoreProperty {
   int word0;
   int count;
 };
 
-/// A span of time: seconds and a binary fraction of a second (2^32 to the second).
+/// A span of time: seconds, and a fraction of a second in units of 2^-32 s.
 struct RTINtpTime {
   DDS_Long sec;
   DDS_UnsignedLong frac;
 };
 
-/// In a process that inherited one by fork(), it begins anew with its initial count.
+/// A semaphore. In a process that inherited it by fork() it starts again with its initial count.
 struct RTIOsapiSemaphore;
 
-/// Null when memory is short.
+/// Returns null if `kind` is not binary (with one log line) or memory is short.
 TESSIVAR_API RTIOsapiSemaphore* RTIOsapiSemaphore_new(int kind, const RTIOsapiSemaphoreProperty* property);
 TESSIVAR_API void RTIOsapiSemaphore_delete(RTIOsapiSemaphore* semaphore);
-/// Waits at most `timeout` (null: without limit), by a clock that does not jump. A status of above.
+/// Waits until the semaphore is given, at most for `timeout` (null: without limit). The wait uses a steady clock, so a
+/// change of the system time has no effect. Returns one of the statuses above.
 TESSIVAR_API int RTIOsapiSemaphore_take(RTIOsapiSemaphore* semaphore, const RTINtpTime* timeout);
 TESSIVAR_API int RTIOsapiSemaphore_give(RTIOsapiSemaphore* semaphore);
 
@@ -41,14 +42,15 @@ typedef void* (*RTIOsapiThreadFunction)(void* argument);
 
 TESSIVAR_API RTIOsapiThreadFactory* RTIOsapiThreadFactory_newDefault();
 TESSIVAR_API void RTIOsapiThreadFactory_delete(RTIOsapiThreadFactory* factory);
-/// Starts a thread; its name is cut to the operating system's limit of 15 characters. `stack_size` -1: the default.
-/// Null when none can be had.
+/// Starts a thread. `name` is cut to 15 characters, the limit of the operating system. `priority` and `options` must be
+/// 0, `processor_mask` null. `stack_size` is in octets; -1 means the default. Returns null if the thread cannot be
+/// started.
 TESSIVAR_API RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFactory* factory, const char* name,
                                                                 int priority, int options, int stack_size,
                                                                 const void* processor_mask,
                                                                 RTIOsapiThreadFunction entry, void* argument);
-/// Waits for the thread's end and frees it. Called by the thread itself, or by a process that inherited the thread's
-/// record by fork(), it frees it without waiting.
+/// Waits until the thread has ended, then frees `thread`. Frees `thread` without waiting if the thread itself calls
+/// this function, or if the process inherited `thread` by fork().
 TESSIVAR_API void RTIOsapiThreadFactory_destroyThread(RTIOsapiThreadFactory* factory, RTIOsapiThread* thread);
 
 TESSIVAR_API void RTIOsapiThread_sleep(const RTINtpTime* time);

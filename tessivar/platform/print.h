@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The debug printer of samples: one line a value, three blanks a level.
+// The debug printer of samples. It writes one line for each value and indents each level by three blanks.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -9,13 +9,13 @@
 
 namespace tessivar::platform {
 
-/// Collects text. Any description may be null; a value line is "description: value", or the value alone when the
-/// description is empty or null.
+/// Collects the text of a sample. Every description may be null. The line of a value is "description: value", or only
+/// the value if the description is empty or null.
 class TESSIVAR_API Printer {
  public:
-  /// "description:" on a line of its own, or an empty line without one.
+  /// Adds a line with "description:", or an empty line if the description is null.
   void heading(const char* description, unsigned indent);
-  /// What stands for a sample or optional member that is not there.
+  /// Adds the line for a missing sample or a missing optional member.
   void null() { text_ += "NULL\n"; }
 
   void value(DDS_Short number, const char* description, unsigned indent);
@@ -28,11 +28,11 @@ class TESSIVAR_API Printer {
   void octet(DDS_Octet value, const char* description, unsigned indent);
   void boolean(DDS_Boolean value, const char* description, unsigned indent);
   void string(const char* value, const char* description, unsigned indent);
-  /// "description: 1 (Int)"; without a name for the value the number alone.
+  /// Adds "description: 1 (Int)", or only the number if `name` is null.
   void enumerator(DDS_Long value, const char* name, const char* description, unsigned indent);
 
   const std::string& text() const { return text_; }
-  /// To standard output.
+  /// Writes the collected text to standard output and clears it.
   void flush();
 
  private:

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Quality-of-service policies and the sets of them that entities take (OMG DDS 1.4, 2.2.3).
+// Quality-of-service policies, and the QoS sets of the entities (OMG DDS 1.4, 2.2.3).
 //
-// Plain values: copy, compare and change them freely before an entity is made. A default-constructed set holds the
-// platform's defaults, which are the standard's except where a comment says otherwise.
+// QoS sets are plain values: an entity copies the set that it is created with. A default-constructed set has the
+// platform's defaults. These are the defaults of the standard except where a comment says otherwise.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -32,15 +32,15 @@ struct DDS_DurabilityQosPolicy {
   DDS_DurabilityQosPolicyKind kind = DDS_VOLATILE_DURABILITY_QOS;
 };
 
-/// What a transient-local writer keeps for readers that come later.
+/// The history that a transient-local writer keeps for late joiners.
 struct DDS_DurabilityServiceQosPolicy {
-  /// Samples of each instance; 0: as its history policy says.
+  /// Samples kept per instance; 0: as many as the history policy says.
   DDS_Long history_depth = 0;
 };
 
 struct DDS_ReliabilityQosPolicy {
   DDS_ReliabilityQosPolicyKind kind = DDS_BEST_EFFORT_RELIABILITY_QOS;
-  /// How long a write may wait for room before it reports a timeout.
+  /// How long a write may wait for free space before it returns TIMEOUT.
   DDS_Duration_t max_blocking_time = {0, 100000000};
 };
 
@@ -48,7 +48,8 @@ struct DDS_HistoryQosPolicy {
   DDS_HistoryQosPolicyKind kind = DDS_KEEP_LAST_HISTORY_QOS;
   /// Samples kept per instance with KEEP_LAST; 1 or more.
   DDS_Long depth = 1;
-  /// Which history a late joiner's filter is applied to; carried, the engine filters at the reader.
+  /// Selects the history to which the filter of a late joiner is applied. The value is stored but has no effect,
+  /// because the engine filters at the reader.
   DDS_RefilterQosPolicyKind refilter = DDS_NONE_REFILTER_QOS;
 };
 
@@ -73,14 +74,14 @@ struct DDS_DestinationOrderQosPolicy {
   DDS_DestinationOrderQosPolicyKind kind = DDS_BY_RECEPTION_TIMESTAMP_DESTINATIONORDER_QOS;
 };
 
-/// How long a sample is of use. A writer does not send an older sample, and a reader drops it from its cache when it
-/// has lain there for so long.
+/// How long a sample is valid. A writer does not send an older sample. A reader removes a sample from its cache when
+/// the sample has been there for this time.
 struct DDS_LifespanQosPolicy {
   DDS_Duration_t duration = DDS_DURATION_INFINITE;
 };
 
-/// Limits on what a writer or reader keeps; DDS_LENGTH_UNLIMITED is none. A reader's limits are carried but not handed
-/// to the engine: one reader that is not read must never stall its whole participant.
+/// Limits of what a writer or reader keeps; DDS_LENGTH_UNLIMITED means no limit. The limits of a reader are stored but
+/// not passed to the engine: a reader whose samples nobody reads must never block its whole participant.
 struct DDS_ResourceLimitsQosPolicy {
   DDS_Long max_samples = DDS_LENGTH_UNLIMITED;
   DDS_Long max_instances = DDS_LENGTH_UNLIMITED;
@@ -92,7 +93,7 @@ struct DDS_WriterDataLifecycleQosPolicy {
 };
 
 struct DDS_EntityFactoryQosPolicy {
-  /// True: entities are enabled as they are made; false: by enable().
+  /// True: an entity is enabled when it is created. False: the application calls enable().
   DDS_Boolean autoenable_created_entities = DDS_BOOLEAN_TRUE;
 };
 
@@ -113,9 +114,10 @@ struct DDS_BatchQosPolicy {
   /// Encoded octets of one batch; DDS_LENGTH_UNLIMITED is no limit.
   DDS_Long max_data_bytes = 1024;
   DDS_Long max_samples = DDS_LENGTH_UNLIMITED;
-  /// How long a sample may wait to be sent; infinite: until flush() or another limit.
+  /// How long a sample may wait until it is sent; infinite: until flush() or until another limit is reached.
   DDS_Duration_t max_flush_delay = DDS_DURATION_INFINITE;
-  /// Smallest difference of two source timestamps within a batch; carried, timestamps here are always exact.
+  /// Smallest difference of two source timestamps within a batch. The value is stored but has no effect, because
+  /// timestamps are always exact.
   DDS_Duration_t source_timestamp_resolution = DDS_DURATION_INFINITE;
 };
 
@@ -123,7 +125,7 @@ struct DDS_Property_t {
   /// Owned.
   char* name = nullptr;
   char* value = nullptr;
-  /// True: remote participants see it in discovery.
+  /// True: discovery sends the property to remote participants.
   DDS_Boolean propagate = DDS_BOOLEAN_FALSE;
 
   DDS_Property_t() = default;
@@ -140,47 +142,50 @@ struct DDS_PropertyQosPolicy {
   DDS_PropertySeq value;
 };
 
-/// Operations on the properties of a QoS set. Not thread-safe for one and the same policy.
+/// Operations on the properties of a QoS set. Two threads must not use the same policy at the same time.
 class TESSIVAR_API DDSPropertyQosPolicyHelper {
  public:
-  /// The property of that name; null when there is none. Owned by the policy.
+  /// Returns the property of that name; null if there is none. The policy owns the property.
   static DDS_Property_t* lookup_property(DDS_PropertyQosPolicy& policy, const char* name);
   static const DDS_Property_t* lookup_property(const DDS_PropertyQosPolicy& policy, const char* name);
-  /// Adds a property; PRECONDITION_NOT_MET when the name exists, BAD_PARAMETER for a null argument.
+  /// Adds a property. Returns PRECONDITION_NOT_MET if the name exists, BAD_PARAMETER if an argument is null.
   static DDS_ReturnCode_t add_property(DDS_PropertyQosPolicy& policy, const char* name, const char* value,
                                        DDS_Boolean propagate);
-  /// Adds a property or replaces its value.
+  /// Adds a property, or replaces value and `propagate` of the property of that name.
   static DDS_ReturnCode_t assert_property(DDS_PropertyQosPolicy& policy, const char* name, const char* value,
                                           DDS_Boolean propagate);
-  /// PRECONDITION_NOT_MET when there is none.
+  /// Returns PRECONDITION_NOT_MET if there is no property of that name.
   static DDS_ReturnCode_t remove_property(DDS_PropertyQosPolicy& policy, const char* name);
 };
 
-/// How participants find each other. Peers are "[N@]builtin.udpv4://ADDRESS", "builtin.shmem://" (accepted; local
-/// processes are always reached through 127.0.0.1) or a bare host name or address.
+/// How participants find each other. A peer is "[N@]builtin.udpv4://ADDRESS", "builtin.shmem://", or only a host name
+/// or address. "builtin.shmem://" has no effect, because local processes are always reached through 127.0.0.1.
 struct DDS_DiscoveryQosPolicy {
   DDS_StringSeq initial_peers;
-  /// Empty: no multicast discovery.
+  /// If this is empty, discovery does not use multicast.
   DDS_StringSeq multicast_receive_addresses;
 
   TESSIVAR_API DDS_DiscoveryQosPolicy();  // 239.255.0.1 and the two local peers
 };
 
-/// Figures of discovery. The lease is the time after which a silent participant is gone; it is kept below the shortest
-/// liveliness lease that the library uses (3 s), so that a paused peer is found again as a whole.
+/// Times and limits of discovery. The lease is the time after which a silent participant counts as gone. Its default is
+/// shorter than the shortest liveliness lease that the library uses (3 s). So a peer that pauses is lost and discovered
+/// again as a whole, with all its endpoints.
 struct DDS_DiscoveryConfigQosPolicy {
   DDS_Duration_t participant_liveliness_lease_duration = {2, 800000000};
   DDS_Duration_t participant_liveliness_assert_period = {0, 700000000};
-  /// Highest participant index looked for on every peer address: participants of one domain and host, less one.
+  /// The highest participant index that discovery looks for on every peer address. It is the number of participants of
+  /// one domain on one host, minus 1.
   DDS_Long max_participant_index = 31;
 };
 
 struct DDS_DomainParticipantResourceLimitsQosPolicy {
-  /// Octets; a longer user data makes creation fail.
+  /// In octets. A participant with longer user data cannot be created.
   DDS_Long participant_user_data_max_length = 256;
 };
 
-/// Which participant of this host and process; read back from a participant that is enabled. 0: chosen by the engine.
+/// The index of the participant on its host and the prefix of its GUID. The engine chooses them; get_qos() of an
+/// enabled participant returns them.
 struct DDS_WireProtocolQosPolicy {
   DDS_Long participant_id = -1;
   DDS_UnsignedLong rtps_host_id = 0;
@@ -188,11 +193,11 @@ struct DDS_WireProtocolQosPolicy {
   DDS_UnsignedLong rtps_instance_id = 0;
 };
 
-/// Where the factory reads QoS profiles from, beside the embedded ones; later ones override.
+/// The sources of QoS profiles in addition to the embedded profiles. A later source overrides an earlier one.
 struct DDS_ProfileQosPolicy {
   /// File names, with or without "file://".
   DDS_StringSeq url_profile;
-  /// XML texts beginning with "<dds>".
+  /// XML texts that begin with "<dds>".
   DDS_StringSeq string_profile;
   DDS_Boolean ignore_user_profile = DDS_BOOLEAN_FALSE;
   DDS_Boolean ignore_environment_profile = DDS_BOOLEAN_FALSE;
@@ -257,20 +262,20 @@ struct DDS_DataReaderQos {
   DDS_ResourceLimitsQosPolicy resource_limits;
   DDS_OwnershipQosPolicy ownership;
   DDS_UserDataQosPolicy user_data;
-  /// "dds.data_reader.state.filter_redundant_samples" = "0": history is delivered again when a filter's parameters
-  /// change (see DDSContentFilteredTopic::set_expression_parameters).
+  /// "dds.data_reader.state.filter_redundant_samples" = "0": a transient-local reader fetches history when the
+  /// parameters of its filter change (see DDSContentFilteredTopic::set_expression_parameters).
   DDS_PropertyQosPolicy property;
 };
 
-/// Lays the policies that a topic states over a writer's or reader's ("use topic QoS").
+/// Replaces the policies that a topic also has by the policies of `topic` ("use topic QoS").
 TESSIVAR_API void DDS_DataWriterQos_copy_from_topic_qos(DDS_DataWriterQos& writer, const DDS_TopicQos& topic);
 TESSIVAR_API void DDS_DataReaderQos_copy_from_topic_qos(DDS_DataReaderQos& reader, const DDS_TopicQos& topic);
 
-/// Arguments that stand for "the default of the entity that makes it".
+/// As arguments these stand for the default QoS of the entity that creates the new entity.
 extern TESSIVAR_API const DDS_DomainParticipantQos DDS_PARTICIPANT_QOS_DEFAULT;
 extern TESSIVAR_API const DDS_TopicQos DDS_TOPIC_QOS_DEFAULT;
 extern TESSIVAR_API const DDS_DataWriterQos DDS_DATAWRITER_QOS_DEFAULT;
 extern TESSIVAR_API const DDS_DataReaderQos DDS_DATAREADER_QOS_DEFAULT;
-/// The default with the topic's policies laid over it.
+/// The default QoS, in which the policies that a topic also has are replaced by the topic's policies.
 extern TESSIVAR_API const DDS_DataWriterQos DDS_DATAWRITER_QOS_USE_TOPIC_QOS;
 extern TESSIVAR_API const DDS_DataReaderQos DDS_DATAREADER_QOS_USE_TOPIC_QOS;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What accompanies a sample that a reader hands out (OMG DDS 1.4, 2.2.2.5.5).
+// The information that a reader returns with each sample (OMG DDS 1.4, 2.2.2.5.5).
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -30,14 +30,15 @@ struct DDS_SampleInfo {
   DDS_Time_t source_timestamp;
   DDS_Time_t reception_timestamp;
   DDS_InstanceHandle_t instance_handle;
-  /// The writer's GUID while it is known here; nil for one that is gone.
+  /// The GUID of the writer; nil if the writer is gone.
   DDS_InstanceHandle_t publication_handle;
   DDS_Long disposed_generation_count;
   DDS_Long no_writers_generation_count;
   DDS_Long sample_rank;
   DDS_Long generation_rank;
   DDS_Long absolute_generation_rank;
-  /// False: the sample only tells that its instance was disposed of or has no writers; only its key is meaningful.
+  /// False: the sample has no data. It only reports that its instance was disposed of or has no writers. Only its key
+  /// members are valid.
   DDS_Boolean valid_data;
 };
 
@@ -45,7 +46,7 @@ struct DDS_SampleInfoSeq : DDSPlainSequence<DDS_SampleInfo> {
   using DDSPlainSequence<DDS_SampleInfo>::DDSPlainSequence;
 };
 
-/// What a content filter may know of a sample beside its content.
+/// What a content filter gets in addition to the content of a sample.
 struct DDS_FilterSampleInfo {
   DDS_Time_t source_timestamp;
 };

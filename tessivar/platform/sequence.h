@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Bounded, growable sequences, as samples, QoS sets and readers use them.
+// Bounded, growable sequences for samples, QoS sets and readers.
 //
-// A sequence owns a contiguous buffer of elements that are all initialised, up to its maximum; its first `length` ones
-// are valid. Or it holds a buffer that somebody lent it, contiguous or as an array of pointers, which it neither grows
-// nor frees. Not thread-safe; distinct sequences are independent. Nothing blocks or throws; every failure returns false
-// (or null) with one line in the platform's log, and leaves the sequence as it was.
+// A sequence owns a contiguous buffer of elements, or has a buffer on loan. All elements up to the maximum are
+// initialised; the first `length` elements are valid. A lent buffer is contiguous or an array of pointers; the sequence
+// neither grows nor frees it. A sequence is not thread-safe; different sequences are independent. Nothing blocks or
+// throws. An operation that fails returns false (or null), logs one line and leaves the sequence unchanged.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -33,13 +33,13 @@ struct DDS_TypeDeallocationParams_t {
 constexpr DDS_TypeAllocationParams_t DDS_TYPE_ALLOCATION_PARAMS_DEFAULT = {};
 constexpr DDS_TypeDeallocationParams_t DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT = {};
 
-/// Marks a sequence that is initialised. One with another marker (zeroed memory, say) counts as empty.
+/// Marks an initialised sequence. A sequence with another marker (for example zeroed memory) counts as empty.
 constexpr DDS_Long DDS_SEQUENCE_MAGIC_NUMBER = 0x7344;
 constexpr DDS_Long DDS_SEQUENCE_ABSOLUTE_MAXIMUM = 0x7fffffff;
 
 namespace tessivar::platform {
 
-/// One error line of a sequence, "TypeSeq_operation: …"; always false.
+/// Logs one error line, "TypeSeq_operation: …". Always returns false.
 TESSIVAR_API bool sequence_error(const char* type, const char* operation, const char* format, ...)
     TESSIVAR_PRINTF(3, 4);
 TESSIVAR_API void sequence_debug(const char* type, const char* operation, const char* format, ...)
@@ -56,13 +56,13 @@ struct Name {
 
 }  // namespace tessivar::platform
 
-/// `Ops` says how elements come and go:
-///   static constexpr const char* name;       the sequence type's name in messages
-///   static constexpr bool plain;             elements are octets: zeroed, copied by memcpy, nothing to free
+/// A sequence of `T`. `Ops` defines how elements are initialised, finalised and copied:
+///   static constexpr const char* name;       the name of the sequence type in messages
+///   static constexpr bool plain;             elements are zeroed, copied by memcpy and not finalised
 ///   static bool initialize(T&, const DDS_TypeAllocationParams_t&);
 ///   static void finalize(T&, const DDS_TypeDeallocationParams_t&);
 ///   static bool copy(T& destination, const T& source);
-/// The last three are not asked for with `plain`.
+/// The three functions are not used if `plain` is true.
 template <class T, class Ops>
 class DDSSequence {
  public:
@@ -84,7 +84,7 @@ class DDSSequence {
   }
   ~DDSSequence() { finalize(); }
 
-  /// Makes an empty sequence of whatever memory was there; nothing is freed.
+  /// Makes the sequence empty, whatever the memory contained before. Frees nothing.
   bool initialize() {
     marker_ = DDS_SEQUENCE_MAGIC_NUMBER;
     set_empty();
@@ -96,7 +96,7 @@ class DDSSequence {
     return true;
   }
 
-  /// Releases an owned buffer, forgets a lent one. The sequence is empty and usable afterwards.
+  /// Frees an owned buffer; does not touch a lent buffer. The sequence is empty and usable afterwards.
   bool finalize() {
     if (is_initialised() && owned_) release(contiguous_, maximum_);
     set_empty();
@@ -112,10 +112,10 @@ class DDSSequence {
   bool length(DDS_Long new_length) { return set_length(new_length); }
   bool absolute_maximum(DDS_Long new_max) { return set_absolute_maximum(new_max); }
 
-  /// Reallocates to exactly `new_max` elements, keeping as many as fit; 0 frees the buffer.
+  /// Reallocates the buffer to exactly `new_max` elements and keeps as many valid elements as fit. 0 frees the buffer.
   bool set_maximum(DDS_Long new_max);
 
-  /// Within the maximum.
+  /// Sets the length. Fails if `new_length` is above the maximum.
   bool set_length(DDS_Long new_length) {
     make_initialised();
     if (new_length < 0 || new_length > maximum_)
@@ -124,7 +124,7 @@ class DDSSequence {
     return true;
   }
 
-  /// Sets the length, growing the buffer to `max` (the whole bound at once) when it is too small.
+  /// Sets the length. If the buffer is too small, grows it to `max` elements at once.
   bool ensure_length(DDS_Long new_length, DDS_Long max) {
     make_initialised();
     if (new_length > max) return error("ensure_length", "insufficient space (%d, %d)", new_length, max);
@@ -144,11 +144,12 @@ class DDSSequence {
     return true;
   }
 
-  /// The element, by pointer; null with a log line outside 0 … length-1.
+  /// Returns a pointer to element `i`. Returns null and logs one line if `i` is outside 0 … length-1.
   T* get_reference(DDS_Long i) { return find(i, "get_reference"); }
   const T* get_reference(DDS_Long i) const { return const_cast<DDSSequence*>(this)->get_reference(i); }
 
-  /// The element; outside 0 … length-1 one that belongs to no sequence, with a log line.
+  /// Returns element `i`. If `i` is outside 0 … length-1, logs one line and returns an element that belongs to no
+  /// sequence.
   T& operator[](DDS_Long i) {
     T* element = find(i, "get");
     return element ? *element : nothing();
@@ -160,13 +161,13 @@ class DDSSequence {
     return element && copy_element(*element, value);
   }
 
-  /// Copies `source`; grows to its maximum when it does not fit.
+  /// Copies `source`. If its elements do not fit, grows the buffer to the maximum of `source`.
   bool copy(const DDSSequence& source) {
     if (maximum() < source.length() && !set_maximum(source.maximum())) return false;
     return copy_no_alloc(source);
   }
 
-  /// Copies `source` into the room that is there.
+  /// Copies `source` into the present buffer. Fails if its elements do not fit.
   bool copy_no_alloc(const DDSSequence& source) {
     if (this == &source) return true;
     make_initialised();
@@ -194,7 +195,7 @@ class DDSSequence {
     return copied;
   }
 
-  /// `array` holds `count` initialised elements.
+  /// Copies the elements into `array`, which must have `count` initialised elements.
   bool to_array(T* array, DDS_Long count) const {
     DDSSequence view;
     if (!view.loan_contiguous(array, 0, count)) return error("to_array", "loan contiguous array");
@@ -204,7 +205,8 @@ class DDSSequence {
     return copied;
   }
 
-  /// Lends `new_max` elements, of which `new_length` are valid, to a sequence that has none.
+  /// Lends a buffer of `new_max` elements to the sequence; the first `new_length` elements are valid. Fails if the
+  /// maximum of the sequence is not 0.
   bool loan_contiguous(T* buffer, DDS_Long new_length, DDS_Long new_max) {
     if (!may_loan("loan_contiguous", buffer, new_length, new_max)) return false;
     set_loan(buffer, nullptr, new_length, new_max);
@@ -216,7 +218,7 @@ class DDSSequence {
     return true;
   }
 
-  /// Gives a lent buffer back: the sequence is empty and owns what it allocates next.
+  /// Ends the loan. The sequence is empty afterwards, and owns the buffer that it allocates next.
   bool unloan() {
     make_initialised();
     if (owned_) return error("unloan", "buffer must be loaned");
@@ -230,7 +232,7 @@ class DDSSequence {
   T* get_contiguous_bufferI() const { return get_contiguous_buffer(); }
   T** get_discontiguous_bufferI() const { return get_discontiguous_buffer(); }
 
-  /// Two words that a reader keeps here while its loan is out.
+  /// Two pointers that a reader can store in the sequence during a loan.
   bool get_read_tokenI(void** token1, void** token2) const {
     if (!token1 || !token2) return error("get_read_tokenI", "bad parameter: token (NULL)");
     *token1 = is_initialised() ? read_token1_ : nullptr;
@@ -251,7 +253,7 @@ class DDSSequence {
   }
   DDS_Boolean element_pointers_allocation() const { return element_allocation_params().allocate_pointers; }
 
-  /// How elements are initialised from now on; only while the maximum is 0.
+  /// Sets how elements are initialised from now on. Fails if the maximum is not 0.
   bool element_allocation_params(const DDS_TypeAllocationParams_t& params) {
     make_initialised();
     if (maximum_ != 0)
@@ -260,7 +262,7 @@ class DDSSequence {
     allocation_ = params;
     return true;
   }
-  /// How elements are finalised from now on.
+  /// Sets how elements are finalised from now on.
   bool element_deallocation_params(const DDS_TypeDeallocationParams_t& params) {
     make_initialised();
     deallocation_ = params;
@@ -403,7 +405,7 @@ bool DDSSequence<T, Ops>::set_maximum(DDS_Long new_max) {
   return true;
 }
 
-/// Elements that C++ itself makes, copies by `=` and destroys.
+/// The `Ops` of elements that C++ itself initialises, copies by `=` and destroys.
 template <class T, tessivar::platform::Name TypeName>
 struct DDSPlainOps {
   static constexpr const char* name = TypeName.text;
@@ -416,7 +418,7 @@ struct DDSPlainOps {
   }
 };
 
-/// A sequence of such elements. `TypeName` is how messages call it.
+/// A sequence of elements with DDSPlainOps. `TypeName` is the name of the sequence type in messages.
 template <class T, tessivar::platform::Name TypeName = "DDSPlainSequence">
 class DDSPlainSequence : public DDSSequence<T, DDSPlainOps<T, TypeName>> {
   using DDSSequence<T, DDSPlainOps<T, TypeName>>::DDSSequence;
@@ -438,7 +440,7 @@ struct DDS_InstanceHandleSeq : DDSPlainSequence<DDS_InstanceHandle_t, "DDS_Insta
   using DDSPlainSequence<DDS_InstanceHandle_t, "DDS_InstanceHandleSeq">::DDSPlainSequence;
 };
 
-/// Strings of any length, each owned by the sequence; a null element is allowed.
+/// The `Ops` of strings of any length. The sequence owns its strings; an element may be null.
 struct DDS_StringOps {
   static constexpr const char* name = "DDS_StringSeq";
   static constexpr bool plain = false;

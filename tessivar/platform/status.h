@@ -55,7 +55,7 @@ typedef DDS_DeadlineMissedStatus DDS_RequestedDeadlineMissedStatus;
 struct DDS_IncompatibleQosStatus {
   DDS_Long total_count;
   DDS_Long total_count_change;
-  /// Policy id (OMG DDS 1.4, 2.2.3) of the policy that did not fit last.
+  /// Policy id (OMG DDS 1.4, 2.2.3) of the policy that was incompatible last.
   DDS_Long last_policy_id;
 };
 typedef DDS_IncompatibleQosStatus DDS_OfferedIncompatibleQosStatus;

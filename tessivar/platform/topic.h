@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Topics and their filtered views (OMG DDS 1.4, 2.2.2.3). Made and deleted through the participant; thread-safe.
+// Topics and content-filtered topics (OMG DDS 1.4, 2.2.2.3). They are created and deleted through the participant, and
+// thread-safe.
 #pragma once
 
 #include "tessivar/platform/content_filter.h"
@@ -27,7 +28,7 @@ class TESSIVAR_API DDSTopic : public DDSTopicDescription, public DDSEntity {
   const char* get_type_name() const override;
   DDSDomainParticipant* get_participant() const override;
   DDS_ReturnCode_t enable() override;
-  /// Nil: on the wire a topic is a name, it has no GUID.
+  /// Returns nil: a topic has no GUID, on the bus it is only a name.
   DDS_InstanceHandle_t get_instance_handle() const override;
   DDS_ReturnCode_t get_qos(DDS_TopicQos& qos) const;
   DDS_ReturnCode_t get_inconsistent_topic_status(DDS_InconsistentTopicStatus& status);
@@ -53,10 +54,10 @@ class TESSIVAR_API DDSContentFilteredTopic : public DDSTopicDescription {
   DDSTopic* get_related_topic() const;
   const char* get_filter_expression() const;
   DDS_ReturnCode_t get_expression_parameters(DDS_StringSeq& parameters) const;
-  /// Compiles the filter again, while data flows; on failure the old filter stays in force. A transient-local reader
-  /// whose property "dds.data_reader.state.filter_redundant_samples" is "0" then receives the matching history again,
-  /// through the new filter, and has another GUID from then on; for every other reader the new filter applies from now
-  /// on. Not from inside a callback of a reader of this topic.
+  /// Compiles the filter again; samples may arrive meanwhile. If that fails, the old filter stays in force. For a
+  /// transient-local reader whose property "dds.data_reader.state.filter_redundant_samples" is "0", the reader's cache
+  /// then catches up with the new filter (see reader.h), and the reader gets another GUID. For every other reader the
+  /// new filter applies to the samples that arrive from now on. Not possible in a content filter.
   DDS_ReturnCode_t set_expression_parameters(const DDS_StringSeq& parameters);
 
   struct TESSIVAR_INTERNAL Impl;

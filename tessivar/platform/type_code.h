@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Type descriptions: what a type is made of, as constant data.
+// Type descriptions: the structure of a type as constant data.
 //
-// Every description is a constant of the library: never allocated, never freed, readable from any thread.
+// Every description is a constant. It is never allocated or freed, and any thread may read it.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -27,7 +27,7 @@ enum DDS_TCKind {
   DDS_TK_UNION
 };
 
-/// How a structure may evolve, which decides its encoding (DDS-XTypes 1.3, 7.2.2.4).
+/// How a structure may change in later versions; this decides its encoding (DDS-XTypes 1.3, 7.2.2.4).
 enum DDS_ExtensibilityKind { DDS_FINAL_EXTENSIBILITY, DDS_MUTABLE_EXTENSIBILITY };
 
 enum DDS_TypeCodeMemberKind {
@@ -43,9 +43,9 @@ struct DDS_TypeCodeMember {
   const char* name;
   const DDS_TypeCode* type;  // null for an enumerator
   DDS_TypeCodeMemberKind kind;
-  /// Member id of a structure, value of an enumerator.
+  /// The id of a member of a structure, or the value of an enumerator.
   DDS_Long id;
-  /// Case labels of a branch.
+  /// The case labels of a branch.
   const DDS_Long* labels;
   DDS_UnsignedLong label_count;
 };
@@ -54,9 +54,9 @@ struct TESSIVAR_API DDS_TypeCode {
   DDS_TCKind tc_kind;
   /// "Tessivar::Command"; empty for primitives, strings and sequences.
   const char* qualified_name;
-  /// Bound of a string (characters) or sequence (elements).
+  /// The bound of a string in characters, or of a sequence in elements.
   DDS_UnsignedLong bound;
-  /// Element of a sequence, target of an alias, discriminator of a union.
+  /// The element type of a sequence, the target of an alias, or the discriminator type of a union.
   const DDS_TypeCode* content;
   const DDS_TypeCodeMember* members;
   DDS_UnsignedLong members_length;
@@ -69,7 +69,7 @@ struct TESSIVAR_API DDS_TypeCode {
   const DDS_TypeCode* discriminator_type() const { return content; }
   DDS_ExtensibilityKind extensibility_kind() const { return extensibility; }
   DDS_UnsignedLong member_count() const { return members_length; }
-  /// Null beyond the last one.
+  /// Returns null if there is no member of that index.
   const DDS_TypeCodeMember* member(DDS_UnsignedLong index) const {
     return index < members_length ? &members[index] : nullptr;
   }
@@ -88,8 +88,8 @@ extern TESSIVAR_API const DDS_TypeCode DDS_g_tc_octet;
 
 namespace tessivar::platform {
 
-/// The type as IDL (OMG IDL 4.2 with the annotations of DDS-XTypes 1.3), as it stands inside its module, each line
-/// indented by two blanks. Types of other modules are written with theirs.
+/// Returns the type as IDL (OMG IDL 4.2 with the annotations of DDS-XTypes 1.3), as it is written inside its module.
+/// Each line is indented by two blanks. The names of types of other modules include their module.
 TESSIVAR_API std::string to_idl(const DDS_TypeCode& type);
 
 }  // namespace tessivar::platform

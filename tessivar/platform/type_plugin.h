@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the platform knows of a type: one record of functions, untyped.
+// What the platform knows about a type: a record of untyped functions.
 //
-// A type registers a record with a participant (DDSDomainParticipant::register_type). The record is read-only once
-// registered; its functions are called from any thread and never throw. The `encoded_…` group works on whole buffers
-// that begin with the 4-octet RTPS encapsulation header (DDSI-RTPS 2.3, 10.2) and is what the hot paths use.
+// A type registers its record with a participant (DDSDomainParticipant::register_type). After that the record does not
+// change. Any thread may call its functions; they never throw. The functions for whole buffers, which begin with the
+// 4-octet RTPS encapsulation header (DDSI-RTPS 2.3, 10.2), are used wherever speed matters.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -23,7 +23,7 @@ typedef void* PRESTypePluginParticipantData;
 
 enum PRESTypePluginKeyKind { PRES_TYPEPLUGIN_NO_KEY = 0, PRES_TYPEPLUGIN_GUID_KEY = 1, PRES_TYPEPLUGIN_USER_KEY = 2 };
 
-/// Types made of C++ structures with sequences as classes.
+/// Types that are C++ structures, with sequences as classes.
 constexpr int PRES_TYPEPLUGIN_CPP_LANG = 2;
 
 struct PRESTypePlugin {
@@ -34,8 +34,8 @@ struct PRESTypePlugin {
 
   void* (*create_sample)();  // initialised, null when memory is short
   void (*destroy_sample)(void* sample);
-  /// A sample for loans, released by destroy_sample: it owns no more memory than what was decoded into it needs.
-  /// `octets`: the memory that it takes. Null when memory is short.
+  /// Creates a sample for loans; destroy_sample releases it. Such a sample owns only the memory that the decoded data
+  /// needs. `octets` gets the size of that memory. Returns null if memory is short.
   void* (*create_lean)(std::size_t* octets);
   void* (*create_key)();  // a key holder: a whole sample
   void (*destroy_key)(void* key);
@@ -64,39 +64,40 @@ struct PRESTypePlugin {
   const DDS_TypeCode* type_code;
   int language_kind;
   const char* type_name;         // the type's own name, "Tessivar::Command"
-  const char* registered_name;   // the name that it is registered and announced under; null before that
-  DDSTypeSupport* type_support;  // makes the typed readers and writers; set by register_type
+  const char* registered_name;   // the name in registration and discovery; null before registration
+  DDSTypeSupport* type_support;  // creates the typed readers and writers
 
   // --- whole buffers, header included -------------------------------------------------------------------------------
 
-  /// Octets of this sample's encoding, without padding at the end; 0 when it cannot be encoded (a string over its
-  /// bound, an unknown enumerator …).
+  /// Returns the size of this sample's encoding in octets, without padding at the end. Returns 0 if the sample cannot
+  /// be encoded (a string is longer than its bound, an enumerator is unknown …).
   std::size_t (*encoded_size)(const void* sample);
-  /// Writes why a sample, or its key alone, cannot be encoded: the path and the value of the first wrong member. The
-  /// text is cut to `size`.
+  /// Writes to `text` why a sample, or its key alone, cannot be encoded: the path and the value of the first wrong
+  /// member. The text is cut to `size` octets.
   void (*explain)(const void* sample, bool key_only, char* text, std::size_t size);
-  /// Encodes in the host's order into exactly encoded_size() octets.
+  /// Encodes the sample in the order of the host into exactly encoded_size() octets.
   bool (*encode)(const void* sample, std::uint8_t* buffer, std::size_t size);
-  /// Decodes any of the four encapsulations, 0 to 3 octets of padding allowed at the end. When it fails, for malformed
-  /// octets or for want of memory, the sample is left empty.
+  /// Decodes any of the four encapsulations. The encoding may end with 0 to 3 octets of padding. If the octets are
+  /// malformed or memory is short, returns false and leaves the sample empty.
   bool (*decode)(void* sample, const std::uint8_t* buffer, std::size_t size);
-  /// Decodes into a sample of create_lean; `octets` is updated when the sample grew.
+  /// Decodes into a sample of create_lean. Updates `octets` if the sample has grown.
   bool (*decode_lean)(void* sample, const std::uint8_t* buffer, std::size_t size, std::size_t* octets);
-  /// Empties a sample of create_lean. No string is null afterwards unless the result is false: memory is short.
+  /// Empties a sample of create_lean. Returns false if memory is short; strings of the sample may be null only then.
   bool (*clear_lean)(void* sample, std::size_t* octets);
-  /// Checks a whole encoding without storing it and yields its key hash (all zero for a type without key).
+  /// Checks a whole encoding without storing it, and computes its key hash (all zero for a type without key).
   bool (*check)(const std::uint8_t* buffer, std::size_t size, DDS_KeyHash_t* hash);
-  /// The key members alone, in the host's order with header, from a sample: the size, or 0 when it cannot be encoded.
-  /// Writes only when `capacity` suffices; a null buffer asks for the size.
+  /// Encodes only the key members of a sample, with header, in the order of the host. Returns the size, or 0 if the key
+  /// cannot be encoded. Writes nothing if `capacity` is too small or the buffer is null.
   std::size_t (*encode_key)(const void* sample, std::uint8_t* buffer, std::size_t capacity);
-  /// The same from a whole encoding.
+  /// The same for a sample that is given as a whole encoding.
   std::size_t (*encoded_to_key)(const std::uint8_t* encoded, std::size_t size, std::uint8_t* buffer,
                                 std::size_t capacity);
   /// Decodes key members into a key holder.
   bool (*decode_key)(void* key, const std::uint8_t* buffer, std::size_t size);
-  /// Checks a key encoding (as peers send it with a dispose; any padding of zeros at the end) and yields its hash.
+  /// Checks a key encoding and computes its hash. Peers send such an encoding with a dispose; it may end with any
+  /// number of zeros as padding.
   bool (*check_key)(const std::uint8_t* buffer, std::size_t size, DDS_KeyHash_t* hash);
 
-  /// Received samples that check() or check_key() refused; made by register_type, null before.
+  /// Counts received samples that check() or check_key() rejected. Created by register_type; null before.
   std::shared_ptr<tessivar::platform::Count> malformed = nullptr;
 };

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The untyped data writer (OMG DDS 1.4, 2.2.2.4.2). Typed writers (types/) derive from it and only cast.
+// The untyped data writer (OMG DDS 1.4, 2.2.2.4.2). Typed writers (types/) derive from it and only cast their
+// arguments.
 //
-// Thread-safe. Samples are encoded in the caller's thread straight into the engine's buffer; nothing of the caller's
-// sample is kept. Only write, flush, wait_for_acknowledgments and the deletion may block. When memory is short, an
-// operation says so (OUT_OF_RESOURCES or nil, and one log line), has no effect, and can be repeated.
+// All operations are thread-safe. A sample is encoded in the caller's thread, directly into a buffer of the engine; the
+// writer keeps no reference to it. Only write, flush, wait_for_acknowledgments and the deletion may block. If memory is
+// short, an operation returns OUT_OF_RESOURCES or nil, logs one line and has no effect; it can be repeated.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
@@ -17,9 +18,9 @@
 class DDSTopic;
 class DDSPublisher;
 
-/// What the …_w_params operations take beside the sample.
+/// The arguments of the …_w_params operations in addition to the sample.
 struct DDS_WriteParams_t {
-  /// In: the instance, or nil. Out: the instance that was written.
+  /// In: the handle of the instance, or nil. Out: the handle of the instance that was written.
   DDS_InstanceHandle_t handle = DDS_HANDLE_NIL;
   /// DDS_TIME_INVALID: now.
   DDS_Time_t source_timestamp = DDS_TIME_INVALID;
@@ -28,7 +29,7 @@ struct DDS_WriteParams_t {
 class TESSIVAR_API DDSDataWriter : public DDSEntity {
  public:
   struct TESSIVAR_INTERNAL Impl;
-  /// Lets a typed class hand the implementation on without knowing it.
+  /// Lets a typed class pass the implementation on without knowing its type.
   struct ImplDelete {
     TESSIVAR_API void operator()(Impl* impl) const;
   };
@@ -47,32 +48,38 @@ class TESSIVAR_API DDSDataWriter : public DDSEntity {
   DDS_ReturnCode_t get_offered_incompatible_qos_status(DDS_OfferedIncompatibleQosStatus& status);
   DDS_ReturnCode_t get_matched_subscriptions(DDS_InstanceHandleSeq& handles);
   DDS_ReturnCode_t assert_liveliness();
-  /// Waits until every matched reliable reader has acknowledged everything; TIMEOUT otherwise. Flushes first.
+  /// Flushes, then waits until every matched reliable reader has acknowledged all samples. Returns TIMEOUT if that
+  /// takes longer than `max_wait`.
   DDS_ReturnCode_t wait_for_acknowledgments(const DDS_Duration_t& max_wait);
-  /// Sends what is batched. OUT_OF_RESOURCES and TIMEOUT as the engine reports them; OK without batching.
+  /// Sends the batched samples. Returns OUT_OF_RESOURCES or TIMEOUT if the engine reports it, and OK if batching is
+  /// off.
   DDS_ReturnCode_t flush();
-  /// The name under which the type that this writer was made for is registered.
+  /// Returns the name under which the type of this writer is registered.
   const char* get_type_name() const;
-  /// What it has counted; may be kept for longer than the writer lives.
+  /// Returns the counters of this writer. The caller may keep them longer than the writer exists.
   std::shared_ptr<const tessivar::platform::EndpointCounters> counters() const;
 
-  // Untyped forms of what the typed writers offer. `sample` points at a sample of the writer's type. A null sample is a
-  // BAD_PARAMETER; a sample that cannot be encoded (a string over its bound, an unknown enumerator) too, with one log
-  // line that names type, member and value; a valid handle that is not the sample's own is a BAD_PARAMETER, a source
-  // timestamp that is no time as well. Disposing of an instance keeps it registered. Unregistering one that this writer
-  // does not know is PRECONDITION_NOT_MET; one that was registered and never written is forgotten without a word on the
-  // bus.
+  // Untyped forms of the operations of typed writers. `sample` points to a sample of the writer's type. An operation
+  // returns BAD_PARAMETER:
+  // - if `sample` is null;
+  // - if the sample cannot be encoded (a string is longer than its bound, an enumerator is unknown); one log line names
+  //   type, member and value;
+  // - if the handle is valid, but not the handle of the sample's instance;
+  // - if the source timestamp is not a valid time.
+  //
+  // Disposing of an instance keeps it registered. Unregistering an instance that this writer does not know returns
+  // PRECONDITION_NOT_MET. Unregistering an instance that was registered but never written sends nothing.
   DDS_ReturnCode_t write_untypedI(const void* sample, const DDS_InstanceHandle_t& handle, const DDS_Time_t& timestamp);
   DDS_ReturnCode_t dispose_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,
                                     const DDS_Time_t& timestamp);
   DDS_ReturnCode_t unregister_untypedI(const void* sample, const DDS_InstanceHandle_t& handle,
                                        const DDS_Time_t& timestamp);
-  /// The sample's handle; the writer knows the instance from now on. Nil when the key cannot be encoded or the type has
-  /// no key.
+  /// Registers the instance of the sample and returns its handle. Returns nil if the key cannot be encoded or the type
+  /// has no key.
   DDS_InstanceHandle_t register_untypedI(const void* sample);
-  /// The handle of an instance this writer has registered or written and not unregistered; else nil.
+  /// Returns the handle of an instance that this writer has registered or written and not unregistered; otherwise nil.
   DDS_InstanceHandle_t lookup_instance_untypedI(const void* key_holder);
-  /// BAD_PARAMETER for a handle this writer does not know.
+  /// Returns BAD_PARAMETER if this writer does not know the handle.
   DDS_ReturnCode_t get_key_value_untypedI(void* key_holder, const DDS_InstanceHandle_t& handle);
 
   Impl& impl() const { return *impl_; }
