@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The logger that is installed when the application installs none.
+// The logger that the library uses if the application installs none.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
@@ -8,8 +8,8 @@
 
 namespace TessivarDDS {
 
-/// Writes each message as one line, at once: debug and information to standard output, warnings and errors to standard
-/// error. Any other level is dropped. Thread-safe: lines of several threads never mix.
+/// Writes each message immediately as one line: debug and information to standard output, warnings and errors to
+/// standard error. Drops messages with any other level. Thread-safe: lines of different threads never mix.
 class TESSIVAR_API DefaultLogger : public Logger {
  public:
   void log(int level, const std::string& message) override;

@@ -18,9 +18,9 @@ namespace TessivarDDS {
 
 namespace {
 
-/// The logger in use. Each delivery shares it, so that a logger that is replaced meanwhile is deleted after its last
-/// delivery. Made at the first use, at the latest when the library is loaded; never deleted, as threads and destructors
-/// of static objects may still log while the process ends.
+/// The installed logger. Each delivery shares its ownership, so that a logger that is replaced during a delivery is
+/// deleted after its last delivery. The object is created at the first use, at the latest when the library is loaded.
+/// It is never deleted, because threads and destructors of static objects may still log while the process ends.
 class Installed {
  public:
   std::shared_ptr<Logger> get() {
@@ -45,19 +45,19 @@ Installed& installed() {
 }
 
 void deliver(int level, const std::string& text) noexcept {
-  thread_local constinit bool delivering = false;  // a logger must not be entered by what it causes itself
+  thread_local constinit bool delivering = false;  // a logger must not receive messages that it causes itself
   if (delivering || tessivar::platform::keep_line(level, text, deliver)) return;
   try {
     tessivar::platform::report_wrong_environment();
     delivering = true;
     installed().get()->log(level, text);
   } catch (...) {
-    // A logger that fails has nowhere to report to; the operation that logs must not fail with it.
+    // A logger that throws cannot report its failure. The operation that logs must not fail because of it.
   }
   delivering = false;
 }
 
-/// From the time the library is loaded, what the platform and the engine report goes to the logger as well.
+/// When the library is loaded, the logger is connected to the messages of the platform and the engine.
 [[maybe_unused]] const bool connected = [] {
   installed();
   tessivar::platform::set_log_sink(
@@ -72,7 +72,8 @@ Logger::~Logger() = default;
 void setLogger(Logger* logger) {
   const bool readable = dynamic_cast<ReadableLogger*>(logger) != nullptr;
   tessivar::platform::set_default_log_threshold(readable ? LogWarning : 15);
-  // Deleted here, after it was replaced: what its destructor causes to be logged does not come back to it.
+  // The old logger is deleted at the end of this function, after it was replaced. Therefore messages from its
+  // destructor go to the new logger.
   const std::shared_ptr<Logger> before = installed().replace(logger ? logger : new DefaultLogger);
   tessivar::platform::report_wrong_environment();
 }
@@ -89,10 +90,10 @@ LogRecord::LogRecord(int level) noexcept : level_(level) {
   if (!tessivar::platform::passes(level, logThreshold())) return;
   try {
     stream_ = std::make_unique<std::ostringstream>();
-    // Decimals are plain whatever locale the application has set.
+    // Decimal numbers look the same in every locale.
     stream_->imbue(std::locale::classic());
   } catch (...) {
-    stream_.reset();  // no memory: the message is lost, the program goes on
+    stream_.reset();  // no memory: the message is lost, the program continues
   }
 }
 
@@ -101,7 +102,7 @@ LogRecord::~LogRecord() {
   try {
     deliver(level_, stream_->str());
   } catch (...) {
-    // No memory for the text: the message is lost, the program goes on.
+    // No memory for the text: the message is lost, the program continues.
   }
 }
 

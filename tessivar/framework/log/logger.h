@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The library's messages: where they go, and how the library's own classes compose them.
+// The messages of the library: the logger that receives them, and the class that composes them.
 //
-// One logger serves the whole process and gets everything: messages of the library, and the reasons that the DDS
-// platform and the engine give (a mistake in a QoS file with its line, interfaces that do not exist, an unknown peer).
-// A message of the library is the full signature of the function that reports, immediately followed by the text:
+// One logger serves the whole process. It receives the messages of the library and also those of the DDS platform and
+// the engine (for example an error in a QoS file with its line, a network interface that does not exist, an unknown
+// peer). A message of the library is the full signature of the reporting function, directly followed by the text:
 // `logError() << "void __cdecl TessivarDDS::X::y(void)" << " Failed. Error code: " << code;`. A message of the platform
-// is "DDSDataWriter::enable: text", a message of the engine "engine: text".
+// is "DDSDataWriter::enable: text"; a message of the engine is "engine: text".
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -18,7 +18,7 @@
 
 namespace TessivarDDS {
 
-/// How grave a message is. Each is a bit of its own, used one at a time.
+/// The severity of a message. Each level is one bit. A message has exactly one level.
 enum LogLevel : int {
   LogDebug = 1,    ///< progress
   LogInfo = 2,     ///< information
@@ -26,34 +26,37 @@ enum LogLevel : int {
   LogError = 8,    ///< a failure
 };
 
-/// Where messages go. Derive from it and install it with setLogger() to have them in a file, a window, a system log.
+/// Receives the messages. To write messages to a file, a window or a system log, derive a class from it and install it
+/// with setLogger().
 ///
-/// log() is called by any thread, by several at once, also from callbacks of the bus: it must be thread-safe and should
-/// be quick. It may call the library: messages that arise while the library holds a lock are delivered, in order, by
-/// the same thread as soon as the lock is unlocked. A message that arises within a callback may be delivered before the
-/// callback's end: then log() may do what the callback may do. An exception that it throws is dropped together with its
-/// message; so is a message that it causes itself by calling the library.
+/// Any thread calls log(), also several threads at the same time, also from callbacks of the bus. log() must be
+/// thread-safe and should return quickly. It may call the library: messages that the library logs while it holds a lock
+/// are delivered in order by the same thread, as soon as the lock is unlocked. A message that is logged within a
+/// callback may be delivered before the callback ends; then log() may do what the callback may do. If log() throws an
+/// exception, the exception and its message are dropped. If log() calls the library and this call logs a message, that
+/// message is dropped, too.
 class TESSIVAR_API Logger {
  public:
   virtual ~Logger();
-  /// One whole message, without end of line; `level` is one of LogLevel.
+  /// Receives one whole message without end of line. `level` is one of LogLevel.
   virtual void log(int level, const std::string& message) = 0;
 };
 
-/// Installs `logger`, made with `new`, and deletes the one installed before; null installs a new DefaultLogger. The
-/// library owns it from now on (the last one lives until the process ends, so that every late message is seen). Any
-/// thread; one that is delivering a message right now ends that with the old logger, which is deleted then.
+/// Installs `logger` and deletes the previous logger. The caller creates `logger` with `new`; the library owns it from
+/// now on. Null installs a new DefaultLogger. The last logger lives until the process ends, so that late messages are
+/// not lost. Any thread may call this. A thread that delivers a message at this moment finishes the delivery with the
+/// old logger; the old logger is deleted after that.
 TESSIVAR_API void setLogger(Logger* logger);
 
-/// Which messages are composed at all: 0 none, 15 all, otherwise those of at least this level. Until this is called,
-/// the environment variable "TESSIVAR_LOG" (error, warning, info or debug) decides. Without it these are composed: of
-/// the platform and the engine those of at least LogWarning, of the library all (with a ReadableLogger, LogWarning
-/// too). Any thread.
+/// Selects the messages that are composed: 0 none, 15 all, any other value those of at least this level. Until this is
+/// called, the environment variable "TESSIVAR_LOG" (error, warning, info or debug) selects them. Without the variable,
+/// all messages of the library are composed (with a ReadableLogger: those of at least LogWarning), and messages of the
+/// platform and the engine of at least LogWarning. Any thread may call this.
 TESSIVAR_API void setLogThreshold(int threshold);
 TESSIVAR_API int logThreshold();
 
-/// A message being composed: stream pieces into it; it is delivered when it is destroyed, at the end of the full
-/// expression. A message that the threshold suppresses allocates nothing. Belongs to one thread.
+/// Composes one message: stream the parts into it. It is delivered when the LogRecord is destroyed, at the end of the
+/// full expression. A message below the threshold allocates nothing. A LogRecord belongs to one thread.
 class TESSIVAR_API LogRecord {
  public:
   explicit LogRecord(int level) noexcept;
@@ -63,7 +66,7 @@ class TESSIVAR_API LogRecord {
   LogRecord& operator=(const LogRecord&) = delete;
   LogRecord& operator=(LogRecord&&) = delete;
 
-  /// Numbers, enumerations and octets come as decimals, a null text as nothing.
+  /// Writes numbers, enumerations and octets as decimals. A null text writes nothing.
   template <class Piece>
   LogRecord& operator<<(const Piece& piece) {
     if (stream_) append(*stream_, piece);
@@ -84,7 +87,7 @@ class TESSIVAR_API LogRecord {
     }
   }
 
-  std::unique_ptr<std::ostringstream> stream_;  // null: suppressed
+  std::unique_ptr<std::ostringstream> stream_;  // null if the message is below the threshold
   int level_;
 };
 

@@ -33,7 +33,7 @@ struct RoomOf {
   const char* room;
 };
 
-// Classes by the beginning of their names; the other classes are the framework's.
+// Rooms by the beginning of a class name. All other classes belong to the framework.
 constexpr RoomOf rooms_of_classes[] = {
     {"TessivarClient", "control"},
     {"TessivarMessageHelper", "control"},
@@ -50,7 +50,7 @@ constexpr RoomOf rooms_of_classes[] = {
     {"Associations", "routing"},
 };
 
-// What begins the lines that have no signature, by a part of it; the others are the application's.
+// Rooms by a part of the context that begins a line without signature. All other lines belong to the application.
 constexpr RoomOf rooms_of_contexts[] = {
     {"Seq_", "types"},         {"Plugin_", "types"}, {"TDataWriter", "types"}, {"TDataReader", "types"},
     {"TTypeSupport", "types"}, {"DDS", "platform"},  {"RTI", "platform"},      {"TESSIVAR_", "platform"},
@@ -61,7 +61,7 @@ struct Parts {
   std::string_view text;
 };
 
-/// Returns the text behind the parameter list that begins in `call`, a function's name with all that follows.
+/// Returns the text after the parameter list in `call`. `call` is the name of a function and everything after it.
 std::string_view behindParameters(std::string_view call) {
   int angles = 0, parentheses = 0;
   for (std::size_t i = 0; i < call.size(); ++i) {
@@ -72,7 +72,7 @@ std::string_view behindParameters(std::string_view call) {
     if (c != ')' || --parentheses > 0) continue;
     std::string_view rest = call.substr(i + 1);
     constexpr std::string_view constant = " const";
-    // The text may follow at once.
+    // The text may follow directly, without a blank.
     if (rest.starts_with(constant) &&
         !(rest.size() > constant.size() && std::islower(static_cast<unsigned char>(rest[constant.size()])))) {
       rest.remove_prefix(constant.size());
@@ -125,7 +125,8 @@ void ReadableLogger::log(int level, const std::string& message) {
   std::string line;
   appendTime(line);
   line.append(format(level, message)).push_back('\n');
-  std::fwrite(line.data(), 1, line.size(), stderr);  // one write: what other processes print does not mix with it
+  std::fwrite(line.data(), 1, line.size(),
+              stderr);  // a single write, so that output of other processes does not mix with it
 }
 
 std::string ReadableLogger::format(int level, const std::string& message) {
@@ -134,7 +135,7 @@ std::string ReadableLogger::format(int level, const std::string& message) {
   std::string line(name ? name : "unknown");
   line.append(" ").append(parts.room).append(": ");
   line.append(parts.text.substr(std::min(parts.text.find_first_not_of(' '), parts.text.size())));
-  // One line, whatever a peer has put into a text.
+  // The message stays on one line, even if a text from a peer contains line breaks.
   std::replace_if(
       line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
   return line;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Where the library calls the application's code.
+// Calls of application code from the library.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
@@ -10,8 +10,9 @@
 
 namespace tessivar::framework {
 
-/// Runs `call`; an exception that leaves it is logged and goes no further. `signature`, of the function that calls,
-/// begins the message: a text, or a function that makes it. Whether it ended without an exception.
+/// Calls `call`. Logs an exception that `call` throws and does not pass it on. The message begins with `signature`, the
+/// signature of the calling function: a text, or a function that returns a text. Returns true if `call` threw no
+/// exception.
 template <class Signature, class Call>
 bool guarded(const Signature& signature, Call&& call) noexcept {
   const auto begin = [&]() -> decltype(auto) {
