@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Shared ownership of a sample or a ticket.
+// A smart pointer with shared ownership of a sample or a ticket.
 #pragma once
 
 #include <atomic>
@@ -11,8 +11,8 @@
 
 namespace tessivar::framework {
 
-/// How the last holder of a T lets go of it: a sample through its type support, which frees its strings, sequences and
-/// optional members as well; anything else by `delete`. Specialise it for a T that goes otherwise.
+/// Releases a T when its last owner ends: a sample through its type support, which also frees its strings, sequences
+/// and optional members; any other T with `delete`. Specialise it for a T that needs another way.
 template <class T>
 struct Release {
   void operator()(T* pointee) const {
@@ -28,24 +28,25 @@ struct Release {
 
 namespace TessivarDDS {
 
-/// Points to a T together with other copies of itself; the last one to go releases it: a sample through its type
-/// support, anything else by `delete`.
+/// A pointer with shared ownership of a T. The last copy releases the T: a sample through its type support, any other T
+/// with `delete`.
 ///
-/// Copies may be made and dropped by several threads at once; one and the same DDSPtr, and the pointee, belong to one
-/// thread at a time.
+/// Different threads may copy and destroy different DDSPtr objects at the same time. One DDSPtr object, and the T,
+/// belong to one thread at a time.
 template <class T>
 class DDSPtr {
  public:
   DDSPtr() noexcept = default;
   DDSPtr(std::nullptr_t) noexcept {}
-  /// Takes over `pointee`, made by its type support or by `new`. Empty, and the pointee released, when memory is short.
+  /// Takes ownership of `pointee`, which its type support or `new` created. If memory is short, releases `pointee` and
+  /// is null.
   explicit DDSPtr(T* pointee) noexcept : pointee_(pointee) {
     if (!pointee) return;
     count_ = new (std::nothrow) std::atomic<std::uint32_t>(1);
     if (!count_) release(std::exchange(pointee_, nullptr));
   }
   DDSPtr(const DDSPtr& other) noexcept : pointee_(other.pointee_), count_(other.count_) {
-    // A new holder needs no order: it got the pointer from one that still holds.
+    // Relaxed order is enough for a new owner: it copies the pointer from another owner.
     if (count_) count_->fetch_add(1, std::memory_order_relaxed);
   }
   DDSPtr(DDSPtr&& other) noexcept
@@ -56,7 +57,7 @@ class DDSPtr {
     return *this;
   }
   ~DDSPtr() {
-    // What any holder did with the pointee has happened before the last one releases it.
+    // All accesses of other owners to the pointee happen before the last owner releases it.
     if (count_ && count_->fetch_sub(1, std::memory_order_acq_rel) == 1) {
       delete count_;
       release(pointee_);
@@ -67,10 +68,10 @@ class DDSPtr {
   T& operator*() const noexcept { return *pointee_; }
   T* operator->() const noexcept { return pointee_; }
   explicit operator bool() const noexcept { return pointee_ != nullptr; }
-  /// Lets go, and takes over `pointee` instead.
+  /// Gives up the ownership of the old pointee and takes ownership of `pointee`.
   void reset(T* pointee = nullptr) noexcept { *this = DDSPtr(pointee); }
 
-  /// Same pointee.
+  /// Returns true if both point to the same object.
   friend bool operator==(const DDSPtr& a, const DDSPtr& b) noexcept { return a.pointee_ == b.pointee_; }
   friend bool operator==(const DDSPtr& a, std::nullptr_t) noexcept { return a.pointee_ == nullptr; }
 

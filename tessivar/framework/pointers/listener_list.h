@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The application's listeners of one service object.
+// The listeners that an application attached to one service object.
 #pragma once
 
 #include "tessivar/framework/log/detail/guarded.h"
@@ -16,23 +16,23 @@
 
 namespace TessivarDDS {
 
-/// Listeners of class L in the order in which they were attached.
+/// Listeners of class L, in the order in which they were attached.
 ///
-/// Thread-safe: every operation waits up to 1000 ms for the list's lock; without it, it logs "Error locking list" and
-/// does nothing. The lock is held while listeners are notified: a listener that is being notified cannot attach or
-/// detach listeners of the same list, which is refused in the same way, at once.
+/// Thread-safe. Every operation waits up to 1000 ms for the lock of the list. If it does not get the lock, it logs
+/// "Error locking list" and does nothing. The lock is held while listeners are called. Therefore a listener that is
+/// being called cannot attach or detach listeners of the same list: this is refused immediately with the same message.
 template <class L>
 class ListenerList {
  public:
-  /// `listenerClass` is the name of L in messages ("TessivarDDS::RoutingClientListener"), a literal.
+  /// `listenerClass` is the name of L in messages ("TessivarDDS::RoutingClientListener"). It must be a string literal.
   explicit ListenerList(const char* listenerClass = "listener") : listenerClass_(listenerClass) {}
-  /// As clear().
+  /// Does the same as clear().
   ~ListenerList() { clear(); }
   ListenerList(const ListenerList&) = delete;
   ListenerList& operator=(const ListenerList&) = delete;
 
-  /// Appends `listener`; when it is in the list already, only `owned` is set anew. An owned listener is deleted by
-  /// clear(), any other must outlive its time in the list.
+  /// Appends `listener`. If it is in the list already, only `owned` is changed. clear() deletes an owned listener. Any
+  /// other listener must live until it is removed from the list.
   void attachListener(L* listener, bool owned) {
     Lock lock(*this);
     if (!lock) return reportLocking("attachListener(class ", " *,bool)");
@@ -44,9 +44,9 @@ class ListenerList {
     }
   }
 
-  /// Takes `listener` out. It is not deleted, even when it is owned: it is the caller's again. Returns true if it is
-  /// not in the list any more and is not being notified. Returns false if the lock could not be had: then the listener
-  /// stays in the list and may still be called.
+  /// Removes `listener` from the list. It is not deleted, even if it is owned: the caller owns it again. Returns true
+  /// if the listener is no longer in the list and is not being called. Returns false if the list could not be locked;
+  /// then the listener stays in the list and may still be called.
   bool detachListener(L* listener) {
     Lock lock(*this);
     if (!lock) {
@@ -58,9 +58,9 @@ class ListenerList {
     return true;
   }
 
-  /// Takes all listeners out and deletes the owned ones, each once.
+  /// Removes all listeners and deletes each owned listener once.
   void clear() {
-    const tessivar::platform::LogHold hold;  // for what the listeners' destructors cause to be logged
+    const tessivar::platform::LogHold hold;  // delays messages that destructors of listeners log
     std::vector<Entry> entries;
     {
       Lock lock(*this);
@@ -72,9 +72,9 @@ class ListenerList {
     }
   }
 
-  /// Calls `call(listener)` for each listener, in order. `call` may return bool: false asks no further listener. An
-  /// exception is logged, and the next listener is called. `signature`, of the notifying function, begins the messages.
-  /// False when the lock could not be had.
+  /// Calls `call(listener)` for each listener, in order. `call` may return bool; false ends the calls. An exception is
+  /// logged, and the next listener is called. The messages begin with `signature`, the signature of the calling
+  /// function. Returns false if the list could not be locked.
   template <class F>
   bool notify(const char* signature, F&& call) {
     Lock lock(*this);
@@ -90,7 +90,7 @@ class ListenerList {
     return true;
   }
 
-  /// True within a listener's call, on the thread of that call.
+  /// Returns true if the calling thread is inside a call of a listener of this list.
   bool isNotifying() const { return notifier_ == std::this_thread::get_id(); }
 
  private:
@@ -132,7 +132,8 @@ class ListenerList {
     return more;
   }
 
-  /// `operation` up to the name of L among its parameters, and `rest` from there, if it has one.
+  /// `operation` is the text up to the name of L in the parameters. `rest` is the text after that name, or null if the
+  /// parameters do not contain it.
   void reportLocking(const char* operation, const char* rest = nullptr) const {
     LogRecord record = logError();
     record << "void __cdecl TessivarDDS::ListenerList<class " << listenerClass_ << ">::" << operation;

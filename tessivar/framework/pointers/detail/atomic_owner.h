@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// An owner whose pointer may be asked for while it changes.
+// An owning pointer that other threads may read while it changes.
 #pragma once
 
 #include <atomic>
@@ -8,8 +8,8 @@
 
 namespace TessivarDDS {
 
-/// Owns an object of class T, or none. One thread at a time calls reset(); any thread may call get() meanwhile, but
-/// whoever uses the object sees to it that it is not deleted.
+/// Owns an object of class T, or none. One thread at a time calls reset(). Any thread may call get() at the same time.
+/// The code that uses the object must make sure that the object is not deleted during the use.
 template <class T>
 class AtomicOwner {
  public:
@@ -23,7 +23,7 @@ class AtomicOwner {
   T& operator*() const { return *pointer_; }
   explicit operator bool() const { return pointer_ != nullptr; }
 
-  /// The object before is deleted once get() gives `next`.
+  /// Deletes the old object after get() returns `next`.
   void reset(std::unique_ptr<T> next = nullptr) { const std::unique_ptr<T> before(pointer_.exchange(next.release())); }
 
  private:
