@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A value on a topic, and requests to change it.
+// A request/reply node with values: clients read values on a topic and request changes of them.
 #pragma once
 
 #include "tessivar/framework/requestreply/dds_request_reply_node.h"
 
 namespace TessivarDDS {
 
-/// A request/reply node with a third topic, NAME itself, that carries the current values: servers write them, clients
-/// read them and hear of their changes. Req has a member `newValue` of type Value besides what the node asks for.
+/// A request/reply node with a third topic, NAME itself, that carries the current values. Servers write the values;
+/// clients read them and are notified of changes. Req has a member `newValue` of type Value, in addition to the members
+/// that the node needs.
 ///
-/// Threads, order of calls and failures as for DDSRequestReplyNode. Client listeners that are
-/// RequestReplyClientListener<Value> hear of values too.
+/// Threads, order of calls and failures are as for DDSRequestReplyNode. A client listener that is a
+/// RequestReplyClientListener<Value> is notified of values, too.
 template <class Value, class Req, class Rep>
 class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
  public:
@@ -19,13 +20,13 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
   ~DDSRequestReply() override;
 
   void cleanUp() override;
-  /// Reckons with the servers' value writers, too.
+  /// Also counts the value writers of the servers.
   int calculateMatchCount() override;
 
   using DDSRequestReplyNode<Req, Rep>::createRequest;
-  /// A new request to change to a copy of `value`; null when it cannot be copied.
+  /// Returns a new request to change a value to a copy of `value`. Returns null if the value cannot be copied.
   DDSPtr<Req> createRequest(Value* value);
-  /// The same; `failure` says why the result is null, and is None otherwise.
+  /// The same. `failure` gives the reason if the result is null; otherwise it is None.
   DDSPtr<Req> createRequest(Value* value, RequestFailure& failure);
 
   DDSFilteredNode<Value>& valueNode() { return valueNode_; }
@@ -35,14 +36,14 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
   bool createWriters() override;
   bool createReaders() override;
   bool createWaitSet() override;
-  /// Makes the value topic, and whatever filtered view of it the value reader is to read.
+  /// Creates the value topic and, if a derived class needs it, a filtered topic for the value reader.
   virtual bool creatValueTopic(const std::string& name, DDSDomain* domain);
 
  private:
   friend class RequestReplyWaitsetThreadRunner<Value, Value, Req, Rep>;
 
   static std::string signature(const char* result, const std::string& function);
-  /// Calls `call(listener)` for each listener that hears of values.
+  /// Calls `call(listener)` for each RequestReplyClientListener<Value>.
   template <class F>
   TESSIVAR_INTERNAL void forValueListeners(F&& call);
   void dispatchValue(const Value& value, const DDS_SampleInfo& info);

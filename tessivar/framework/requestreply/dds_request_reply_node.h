@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Requests that are answered, over two topics.
+// Requests and replies over two topics.
 #pragma once
 
 #include "tessivar/framework/nodes/dds_filtered_node.h"
@@ -29,33 +29,33 @@ namespace TessivarDDS {
 
 namespace detail {
 
-/// Clients whose last replies a server's writer keeps.
+/// The number of clients whose last replies the writer of a server keeps.
 constexpr std::size_t remembered_clients = 128;
 
 }  // namespace detail
 
-/// A client, which sends requests on the topic NAME.Requests and gets the replies to them from NAME.Reply, or a server,
-/// which answers, or both.
+/// A client, a server, or both. A client sends requests on the topic NAME.Requests and receives replies on the topic
+/// NAME.Reply. A server receives requests and sends replies.
 ///
-/// Each node has an identity of 16 octets. A request carries it with a ticket number, the reply brings both back, and a
-/// content filter keeps replies to others away. Req has the members `changeguid` (octets, key) and `ticketId`; Rep has
-/// them too.
+/// Each node has an identity of 16 octets. A request carries the identity and a ticket number. The reply returns both.
+/// A content filter drops replies to other clients. Req and Rep have the members `changeguid` (octets, key) and
+/// `ticketId`.
 ///
-/// Settings and listeners first, then create(), then requests, then cleanUp(), which the destructor does as well; after
-/// it create() may begin anew, with listeners attached again. Settings, create() and cleanUp() belong to one thread.
-/// cleanUp() is refused within a callback of the node or of the bus. Everything else may be called by any thread, also
-/// from callbacks, and also while another thread is in create() or cleanUp(): makeRequest() then returns null,
-/// sendReply() and waitForMatch() return false. Only waitForMatch(),
-/// makeRequest() (while the bus does not keep up, see there), setListener() (while the old listener is being called)
-/// and cleanUp() block. A failure logs one line and gives false or null.
+/// Order of calls: settings and listeners, create(), requests, cleanUp(). The destructor also calls cleanUp(). After
+/// cleanUp(), create() may be called again; listeners must be attached again. Settings, create() and cleanUp() belong
+/// to one thread. cleanUp() is refused within a callback of the node or of the bus. Any thread may call all other
+/// functions, also from callbacks. While another thread is in create() or cleanUp(), makeRequest() returns null, and
+/// sendReply() and waitForMatch() return false. Only these functions block: waitForMatch(); makeRequest(), if servers
+/// do not acknowledge requests (see there); setListener(), while the old listener is being called; cleanUp(). A failure
+/// logs one line and returns false or null.
 ///
-/// A request whose replies do not come in time is not withdrawn: after an interruption of the network the server may
-/// still get it and carry it out. The LIFESPAN of the profile "requestNodeQos" limits the age of requests: an older
-/// request is not sent any more, and a server whose own profile has it does not pass it to its listener. The age counts
-/// from the source timestamp, so that the clocks of the hosts must agree.
+/// A request is not withdrawn if no reply arrives in time. After a network interruption, the server may still receive
+/// the request and execute it. The LIFESPAN of the profile "requestNodeQos" limits the age of requests. An older
+/// request is not sent any more. A server with a LIFESPAN in its own profile does not pass older requests to its
+/// listener. The age counts from the source timestamp, so the clocks of the hosts must agree.
 ///
-/// A derived class that overrides anything calls cleanUp() in its own destructor: the node's threads call the
-/// overrides.
+/// A derived class that overrides a function must call cleanUp() in its own destructor, because the threads of the node
+/// call the overrides.
 template <class Req, class Rep>
 class TESSIVAR_API DDSRequestReplyNode {
  public:
@@ -66,73 +66,79 @@ class TESSIVAR_API DDSRequestReplyNode {
   DDSRequestReplyNode(const DDSRequestReplyNode&) = delete;
   DDSRequestReplyNode& operator=(const DDSRequestReplyNode&) = delete;
 
-  /// Makes topics, readers, writers and the thread on `domain`, which must outlive them. Once called it gives true
-  /// without doing anything, also after a failure, until cleanUp().
+  /// Creates topics, readers, writers and the thread on `domain`. `domain` must outlive them. A second call returns
+  /// true and does nothing until cleanUp(), also if the first call failed.
   virtual bool create(const std::string& name, DDSDomain* domain);
-  /// Pending tickets stay; they get no more replies. The client listeners are forgotten.
+  /// Deletes everything that create() made and detaches all listeners. Pending tickets remain, but receive no more
+  /// replies.
   virtual void cleanUp();
 
   // --- settings, before create()
 
   void setRole(RequestReplyRole role);
-  /// After how many milliseconds of silence a server counts as gone; -1 (initially): never.
+  /// The silence in milliseconds after which a server counts as lost. -1, the default, means never.
   void setLiveliness(int milliseconds);
-  /// QoS from the library "requestReplyLib" ("requestNodeQos", "replyNodeQos", "valueNodeQos"); initially built-in.
+  /// Takes QoS from the profiles "requestNodeQos", "replyNodeQos" and "valueNodeQos" of the library "requestReplyLib".
+  /// The default is the built-in QoS.
   void setUseQosProfiles(bool use);
-  /// Whether create() starts the thread; initially true.
+  /// If true, create() starts the thread. The default is true.
   void setAutoStartThread(bool start);
-  /// Serves this node on `thread`, which has a wait set, is not owned and lives until cleanUp(), which forgets it;
-  /// null: one of its own.
+  /// Serves this node on `thread`; WaitSetThread::create() must have been called on it. `thread` is not owned and must
+  /// live until cleanUp(), after which the node does not use it. Null: the node creates its own thread.
   void setWaitSetThread(WaitSetThread* thread);
 
   // --- settings, at any time
 
-  /// The oldest pending ticket is forgotten when there would be more than so many; -1 (initially): no limit.
+  /// Limits the number of pending tickets. If there are more, the oldest ticket is dropped. -1, the default, means no
+  /// limit.
   void setMaxPendingTickets(int most) { maxPendingTickets_ = most; }
-  /// Whether a node that is both does not serve its own requests; initially true.
+  /// If true, a node that is both client and server does not serve its own requests. The default is true.
   void setIgnoreOwnRequests(bool ignore) { ignoreOwnRequests_ = ignore; }
-  /// Client side. Not owned; must outlive cleanUp(). Nothing when it is attached already.
+  /// For the client side. The listener is not owned and must live until cleanUp(). Does nothing if it is attached
+  /// already.
   void attachListener(RequestReplyNodeClientListener* listener);
-  /// Server side. Not owned; null detaches. The listener before is not called any more once this returns.
+  /// For the server side. The listener is not owned. Null detaches the listener. When this returns, the old listener is
+  /// not called any more.
   void setListener(RequestReplyServerListener<Req, Rep>* listener);
 
   // --- the client side
 
-  /// A new request with this node's identity and the next ticket number: 1 to 65534, then from 0 again. Numbers of
-  /// pending tickets are skipped. Null when all are pending or memory is short.
+  /// Returns a new request with the identity of this node and the next ticket number. Numbers are 1 to 65534, then
+  /// continue from 0. Numbers of pending tickets are skipped. Returns null if all numbers are pending or memory is
+  /// short.
   DDSPtr<Req> createRequest();
-  /// The same; `failure` says why the result is null, and is None otherwise.
+  /// The same. `failure` gives the reason if the result is null; otherwise it is None.
   DDSPtr<Req> createRequest(RequestFailure& failure);
-  /// Sends a request; the ticket gets the replies. Give it to removeTicket() when no more replies are wanted: until
-  /// then it keeps its number and its memory. Null when no server is connected or the write fails.
+  /// Sends a request. The returned ticket receives the replies. Pass the ticket to removeTicket() if you want no more
+  /// replies; until then it keeps its number and its memory. Returns null if no server is connected or the write fails.
   ///
-  /// Blocks while requests of some megabytes are not acknowledged by the servers, at most for the max_blocking_time of
-  /// the request writer: 5 seconds, unless the profile says otherwise.
+  /// Blocks while servers have not acknowledged requests of several megabytes. Blocks no longer than the
+  /// max_blocking_time of the request writer: 5 seconds, unless the profile has another value.
   Ticket makeRequest(DDSPtr<Req>& request);
-  /// The same; `failure` says why the result is null, and is None otherwise.
+  /// The same. `failure` gives the reason if the result is null; otherwise it is None.
   Ticket makeRequest(DDSPtr<Req>& request, RequestFailure& failure);
-  /// Polls until a server is connected; at most so many milliseconds, in whole steps of 50; -1: without limit. Ends
-  /// with false when the node is cleaned up. Within a callback of the bus, as matchCountChanged() is one, it does not
-  /// wait.
+  /// Waits until a server is connected, by polling every 50 ms. `timeoutMs` limits the wait, in whole steps of 50 ms;
+  /// -1 means no limit. Returns false if the time is over or if the node is cleaned up. In a callback of the bus, for
+  /// example in matchCountChanged(), it does not wait.
   bool waitForMatch(int timeoutMs);
-  /// Before cleanUp(), which does it as well: ends waitForMatch() on other threads, and sends no more requests and
-  /// replies. Does not block.
+  /// Ends waitForMatch() on other threads and refuses new requests and replies. Call it before cleanUp(); cleanUp()
+  /// does the same. Does not block.
   void endCalls() { gate_.shut(); }
-  /// Servers that can be reached; -1 on a server.
+  /// Returns the number of connected servers, or -1 on a server.
   virtual int calculateMatchCount();
-  /// The oldest pending ticket of that number; null when there is none.
+  /// Returns the oldest pending ticket with this number, or null if there is none.
   Ticket findTicket(unsigned short ticketId) const { return pendingTickets_.find(ticketId); }
-  /// Done with a ticket: no more replies are wanted. False when it is not pending.
+  /// Ends a ticket: it receives no more replies. Returns false if it is not pending.
   bool removeTicket(const Ticket& ticket) { return pendingTickets_.remove(ticket); }
   std::size_t pendingTickets() const { return pendingTickets_.size(); }
 
   // --- the server side
 
-  /// One more reply to a request, before or after the one that the listener returns: pages, or news of its progress.
-  /// `reply`, made by its type support, is the node's from now on, which fills in identity and ticket number. False
-  /// when it cannot be written.
+  /// Sends an additional reply to a request, before or after the reply that the listener returns: a page, or a progress
+  /// report. The type support of Rep creates `reply`; the node owns it from now on and sets its identity and ticket
+  /// number. Returns false if it cannot be written.
   bool sendReply(Rep* reply, const Req& request);
-  /// The same for a reply in which they are filled in already, and which stays the caller's.
+  /// The same for a reply whose identity and ticket number are set. The caller keeps `reply`.
   bool sendReply(const DDSPtr<Rep>& reply);
 
   // --- state
@@ -143,7 +149,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   const DDS_OctetSeq& guid() const { return guid_; }
   DDSFilteredNode<Req>& requestNode() { return requestNode_; }
   DDSFilteredNode<Rep>& replyNode() { return replyNode_; }
-  /// The thread that serves this node; null until created.
+  /// The thread that serves this node. Null until create().
   WaitSetThread* waitSetThread() const { return waitSetThread_; }
 
  protected:
@@ -157,16 +163,16 @@ class TESSIVAR_API DDSRequestReplyNode {
   bool clientSide() const { return isClientSide(role_); }
   bool serverSide() const { return isServerSide(role_); }
   bool usesQosProfiles() const { return useQosProfiles_; }
-  /// The library of the QoS profiles; empty without them.
+  /// The library of the QoS profiles. Empty if no profiles are used.
   std::string profileLibrary() const { return useQosProfiles_ ? qosLibrary_ : std::string(); }
   /// Returns true on a thread that is inside a callback of the bus or of this node.
   bool inCallback() const;
   ClientListeners& clientListeners() { return clientListeners_; }
-  /// The participant's default topic QoS.
+  /// Reads the default topic QoS of the participant.
   static bool defaultTopicQos(DDSDomain* domain, DDS_TopicQos& qos);
 
   const std::string qosLibrary_ = "requestReplyLib";
-  /// What an application calls when it is done with a ticket, for messages. A literal.
+  /// For messages: the name of the function that an application calls to end a ticket. A string literal.
   const char* ticketCompletion_ = "removeTicket";
   bool autoStartThread_ = true;
   bool ownsThread_ = true;
@@ -194,7 +200,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   DDS_OctetSeq guid_;
   ListenerSlot<RequestReplyServerListener<Req, Rep>> serverListener_;
   int livelinessMs_ = -1;
-  std::int64_t requestLifespan_ = tessivar::platform::never;  // nanoseconds; of a server's own topic
+  std::int64_t requestLifespan_ = tessivar::platform::never;  // nanoseconds; only a server uses it
   bool useQosProfiles_ = false;
   std::atomic<int> maxPendingTickets_{-1};
   std::atomic<bool> ignoreOwnRequests_{true};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Why a request was not sent, or did not succeed.
+// The reasons why a request was not sent or did not succeed.
 #pragma once
 
 namespace TessivarDDS {
@@ -11,25 +11,26 @@ enum class RequestFailure {
   InvalidArgument,
   /// The client or node is not created.
   NotCreated,
-  /// No server is connected: it is not started, not discovered yet, or gone.
+  /// No server is connected: it has not started, it is not discovered yet, or it has left.
   NobodyThere,
-  /// All 65535 ticket numbers are pending: tickets are not completed.
+  /// All 65535 ticket numbers are pending: the application does not end its tickets.
   TooManyPending,
-  /// The value cannot be copied or encoded: a string or sequence exceeds its bound, an enumeration has no such value.
+  /// The value cannot be copied or encoded: a string or sequence exceeds its bound, or an enumeration has no such
+  /// value.
   NotEncodable,
-  /// The servers did not acknowledge earlier requests for the writer's max_blocking_time, so that there is no room.
+  /// The servers did not acknowledge earlier requests within the max_blocking_time of the writer, so there is no space.
   Congested,
-  /// The bus refused for another reason, as a rule for want of memory. The log has the return code.
+  /// The bus refused the request for another reason, usually because memory is short. The log has the return code.
   Refused,
-  /// The request was sent, but no reply came in time. It may still be carried out.
+  /// The request was sent, but no reply arrived in time. The device may still execute the request.
   TimedOut,
-  /// The device replied that it does not carry out the request.
+  /// The device replied that it does not execute the request.
   Denied,
-  /// A call that waits for a reply was made from a callback on the thread that replies come on.
+  /// A callback on the thread that receives replies called a function that waits for a reply.
   InCallback
 };
 
-/// A short text such as "nobody there". Never null; static.
+/// Returns a short text such as "nobody there". Never returns null. The text is static.
 constexpr const char* requestFailureText(RequestFailure failure) {
   switch (failure) {
     case RequestFailure::None:

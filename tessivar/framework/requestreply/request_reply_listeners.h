@@ -1,24 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What applications and services override to hear of requests, replies and values.
+// The listeners for requests, replies and values. Applications and services override them.
 #pragma once
 
 #include "tessivar/platform/sample_info.h"
 
 namespace TessivarDDS {
 
-/// Hears of the client side of a node. Samples are lent for the time of the call.
+/// The listener of the client side of a node. The node lends samples for the time of the call.
 class TESSIVAR_API RequestReplyNodeClientListener {
  public:
   virtual ~RequestReplyNodeClientListener() = default;
-  /// `count` servers can be reached. Called on a thread of the engine, which waits for it: must not block for long.
-  /// Every public operation works there, except that cleaning up and waiting are refused with one log line.
+  /// `count` servers are connected. A thread of the engine calls this and waits for it, so it must not block for long.
+  /// Every public operation works here, except cleaning up and waiting: these are refused with one log line.
   virtual void matchCountChanged(int /*count*/) {}
-  /// A reply has come for a pending ticket of that number. On the node's wait-set thread.
+  /// A reply arrived for a pending ticket with this number. Called on the wait-set thread of the node.
   virtual void ticketChanged(unsigned short /*ticketId*/) {}
 };
 
-/// Hears of values as well, on the node's wait-set thread.
+/// A client listener that is notified of values, too. Called on the wait-set thread of the node.
 template <class Value>
 class TESSIVAR_API RequestReplyClientListener : public RequestReplyNodeClientListener {
  public:
@@ -29,15 +29,15 @@ class TESSIVAR_API RequestReplyClientListener : public RequestReplyNodeClientLis
   virtual void valueRemoved(const Value* value, const DDS_SampleInfo& /*info*/) { valueRemoved(value); }
 };
 
-/// Serves requests, on the node's wait-set thread.
+/// The listener of the server side. Called on the wait-set thread of the node.
 template <class Req, class Rep>
 class TESSIVAR_API RequestReplyServerListener {
  public:
   virtual ~RequestReplyServerListener() = default;
-  /// A new reply, made by its type support, which the node then owns; its identity and ticket number are filled in by
-  /// the node. Null: no reply.
+  /// Returns a reply that the type support of Rep created, or null for no reply. The node owns the reply and sets its
+  /// identity and ticket number.
   virtual Rep* processRequest(const Req* /*request*/) { return nullptr; }
-  /// This form is the one that is called.
+  /// The node calls this overload.
   virtual Rep* processRequest(const Req* request, const DDS_SampleInfo& /*info*/) { return processRequest(request); }
 };
 

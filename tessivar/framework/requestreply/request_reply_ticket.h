@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// One outstanding request.
+// The ticket of one pending request.
 #pragma once
 
 #include "tessivar/framework/nodes/type_of.h"
@@ -13,24 +13,25 @@
 
 namespace TessivarDDS {
 
-/// What has become of a request. Made by DDSRequestReplyNode::makeRequest(), filled in by the node's thread with each
-/// reply, of which several may come ("in progress", then "complete"). Thread-safe.
+/// The state of a request. DDSRequestReplyNode::makeRequest() creates it. The thread of the node updates it with each
+/// reply; several replies may arrive ("in progress", then "complete"). Thread-safe.
 ///
-/// To wait for a reply: poll `received`; when it is true, clear it first and read `reply` then, so that a reply that
-/// comes meanwhile is not missed.
+/// To wait for a reply, poll `received`. When it is true, clear it first and then read `reply`. In this order, no reply
+/// is missed.
 template <class Rep>
 struct RequestReplyTicket {
   explicit RequestReplyTicket(unsigned short id)
       : reply(DDSPtr<Rep>(TypeOf<Rep>::TypeSupport::create_data())), ticketId(id) {}
 
-  /// The last reply; before the first one an initialised sample. Replaced, never changed.
+  /// The last reply. Before the first reply it is an initialised sample. A new reply replaces it; the sample itself
+  /// never changes.
   Published<DDSPtr<Rep>> reply;
-  /// What came with it.
+  /// The sample info of the last reply.
   Published<DDS_SampleInfo> sampleInfo;
   const unsigned short ticketId;
-  /// A reply has come since the flag was cleared. Set after reply and sampleInfo.
+  /// True if a reply has arrived since the flag was cleared. Set after `reply` and `sampleInfo`.
   std::atomic<bool> received{false};
-  /// Why the request was not sent; None for one that was.
+  /// The reason why the request was not sent. None if it was sent.
   std::atomic<RequestFailure> failure{RequestFailure::None};
 
   void complete(DDSPtr<Rep> answer, const DDS_SampleInfo& info) {

@@ -29,7 +29,8 @@ bool TessivarRequestReplyService::creatValueTopic(const std::string& name, DDSDo
 }
 
 bool TessivarRequestReplyService::setFilterAddresses(const std::vector<std::string>& addresses) {
-  // The requests last: a server reads no values, so that none of the addresses is in force when its requests' fail.
+  // The filter of the requests is changed last. A server does not read values. Therefore, if its request filter cannot
+  // be changed, the new addresses have no effect on the server.
   if (valueNode().contentFilteredTopic() && !valueNode().setFilterParameters(addresses)) return false;
   if (requestNode().contentFilteredTopic() && !requestNode().setFilterParameters(addresses)) return false;
   addresses_ = addresses;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The commands of units: their values, and requests to change them.
+// The request/reply service for commands of units: their values, and requests to change them.
 #pragma once
 
 #include "tessivar/framework/requestreply/detail/instances.h"
@@ -10,9 +10,9 @@
 
 namespace TessivarDDS {
 
-/// A request/reply service for commands, filtered by the addresses of units: a client receives the values, a server the
-/// requests, of the units with these addresses only; without addresses those of all units. The filter
-/// AddressContentFilter must be registered with the domain.
+/// A request/reply service for commands, filtered by addresses of units. A client receives only the values of the units
+/// with these addresses. A server receives only the requests for these units. Without addresses, all units pass. The
+/// filter AddressContentFilter must be registered with the domain.
 class TESSIVAR_API TessivarRequestReplyService
     : public DDSRequestReply<Tessivar::Command, Tessivar::CommandChangeRequest, Tessivar::CommandChangeReply> {
  public:
@@ -21,8 +21,9 @@ class TESSIVAR_API TessivarRequestReplyService
   }
   ~TessivarRequestReplyService() override;
 
-  /// The texts of the wanted addresses: before create() for later, afterwards at once. A client then gets the current
-  /// values of what is new among them. When it fails the old ones stay in force.
+  /// Sets the addresses of the wanted units as texts. Before create() they are stored for create(). After create() they
+  /// take effect immediately, and a client receives the current values of the added units. Returns false on failure;
+  /// then the old addresses remain in use.
   bool setFilterAddresses(const std::vector<std::string>& addresses);
 
  protected:

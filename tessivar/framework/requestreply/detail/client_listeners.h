@@ -14,12 +14,13 @@
 
 namespace TessivarDDS {
 
-/// Listeners that are called without a lock: a call goes through those that were attached when it began. Thread-safe.
+/// Listeners that are called without a lock. notify() calls the listeners that are attached when it begins.
+/// Thread-safe.
 class ClientListeners {
  public:
   typedef std::vector<RequestReplyNodeClientListener*> List;
 
-  /// Nothing when it is attached already.
+  /// Does nothing if `listener` is attached already.
   void attach(RequestReplyNodeClientListener* listener) {
     const std::lock_guard lock(mutex_);
     if (!listener || std::find(list_->begin(), list_->end(), listener) != list_->end()) return;
@@ -35,11 +36,11 @@ class ClientListeners {
 
   bool empty() const { return current()->empty(); }
 
-  /// Calls `call(listener)` for each, in order. An exception is logged and the next one is called. `signature` as in
-  /// log/guarded.h.
+  /// Calls `call(listener)` for each listener, in order. An exception is logged, and the next listener is called.
+  /// `signature` is as in log/detail/guarded.h.
   template <class Signature, class Call>
   void notify(const Signature& signature, Call&& call) const {
-    const std::shared_ptr<const List> listeners = current();  // stays when one is attached meanwhile
+    const std::shared_ptr<const List> listeners = current();  // attach() does not change this list
     for (RequestReplyNodeClientListener* listener : *listeners) {
       tessivar::framework::guarded(signature, [&] { call(*listener); });
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// How a request/reply node sends and serves requests; included by dds_request_reply_node_inl.h.
+// Sending and serving of requests by a request/reply node. dds_request_reply_node_inl.h includes this file.
 #pragma once
 
 #include "tessivar/framework/requestreply/dds_request_reply_node.h"
@@ -15,10 +15,10 @@ namespace TessivarDDS {
 namespace detail {
 
 constexpr int match_poll_milliseconds = 50;
-/// So many pending tickets are taken for a sign that they are not completed.
+/// With so many pending tickets, the application probably does not end its tickets; the node logs a warning.
 constexpr std::size_t many_pending_tickets = 1000;
 
-/// The unit whose value a request is to change; null when its type has none.
+/// Returns the unit that a request changes, or null if the type of the request has no unit.
 template <class Req>
 const char* unitOf(const Req& request) {
   if constexpr (requires { static_cast<const char*>(request.newValue.unitId); }) {
@@ -112,7 +112,7 @@ typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::se
     return fail(RequestFailure::NobodyThere, " No current connection to send the request.");
   }
   Ticket ticket(new (std::nothrow) RequestReplyTicket<Rep>(request->ticketId));
-  // Pending before it is sent: the reply may come before the write returns.
+  // The ticket is pending before the request is sent, because the reply may arrive before the write returns.
   if (!ticket || !ticket->reply.get() || !keepTicket(ticket, *request)) {
     return fail(RequestFailure::Refused, " Failed to create the ticket");
   }
@@ -125,7 +125,7 @@ typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::se
   return ticket;
 }
 
-/// Makes `ticket` pending; false when memory is short.
+/// Makes `ticket` pending. Returns false if memory is short.
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::keepTicket(const Ticket& ticket, const Req& request) {
   const auto where = [] {
@@ -233,7 +233,7 @@ void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_Sampl
   if (reply) sendReply(reply, request);
 }
 
-/// True when the request is older than the lifespan of its topic.
+/// Returns true if the request is older than the lifespan of its topic.
 template <class Req, class Rep>
 bool DDSRequestReplyNode<Req, Rep>::expired(const Req& request, const DDS_SampleInfo& info) {
   if (requestLifespan_ == tessivar::platform::never) return false;
@@ -279,7 +279,8 @@ bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
     return false;
   }
   ++counters_.repliesSent;
-  // Each client that ever asked is an instance of the reply writer, which would keep its replies for good.
+  // Each client that received a reply is an instance of the reply writer. The writer keeps the replies of an instance
+  // until the instance is unregistered.
   const std::string forgotten = recentClients_.answered(requestGuidToText(reply->changeguid));
   if (forgotten.empty()) return true;
   ++counters_.clientsForgotten;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Definitions for dds_request_reply.h; include that.
+// Definitions for dds_request_reply.h. Include that file instead.
 #pragma once
 
 #include "tessivar/framework/requestreply/dds_request_reply.h"
@@ -20,7 +20,7 @@ DDSRequestReply<Value, Req, Rep>::~DDSRequestReply() {
 
 template <class Value, class Req, class Rep>
 bool DDSRequestReply<Value, Req, Rep>::createTopics(const std::string& name, DDSDomain* domain) {
-  // Without a participant the base says so, once.
+  // If there is no participant, the base class logs the error, so that it is logged only once.
   if (domain && domain->participant() && !creatValueTopic(name, domain)) {
     logError() << signature("bool ", "createTopics" TESSIVAR_SIGNATURE_NAME_DOMAIN) << "Failed to create value topic";
     return false;
@@ -68,7 +68,7 @@ bool DDSRequestReply<Value, Req, Rep>::createReaders() {
 template <class Value, class Req, class Rep>
 bool DDSRequestReply<Value, Req, Rep>::createWaitSet() {
   const bool autoStart = this->autoStartThread_;
-  this->autoStartThread_ = false;  // not before the last runner is attached
+  this->autoStartThread_ = false;  // start only after the last runner is attached
   bool made = DDSRequestReplyNode<Req, Rep>::createWaitSet();
   this->autoStartThread_ = autoStart;
   if (made && this->clientSide()) {
@@ -81,9 +81,9 @@ bool DDSRequestReply<Value, Req, Rep>::createWaitSet() {
 
 template <class Value, class Req, class Rep>
 void DDSRequestReply<Value, Req, Rep>::cleanUp() {
-  // A thread that is lent lives as long as this is created, no longer.
+  // A lent thread is valid only while this node is created.
   WaitSetThread* const thread = this->created() ? this->waitSetThread() : nullptr;
-  const bool inCallback = this->inCallback();  // which the base reports
+  const bool inCallback = this->inCallback();  // the base class logs it
   if (thread && !this->ownsThread_ && !inCallback && valueNode_.dataReader()) {
     thread->detachRunner(valueNode_.dataReader());
   }

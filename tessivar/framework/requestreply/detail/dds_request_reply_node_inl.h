@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Definitions for dds_request_reply_node.h; include that.
+// Definitions for dds_request_reply_node.h. Include that file instead.
 #pragma once
 
 #include "tessivar/framework/requestreply/dds_request_reply_node.h"
@@ -11,12 +11,13 @@ namespace detail {
 
 #define TESSIVAR_SIGNATURE_NAME_DOMAIN "(const " TESSIVAR_SIGNATURE_STRING " &,class TessivarDDS::DDSDomain *)"
 
-/// All replies to one client are one instance, and a burst must not overwrite itself: neither in the reader, where
-/// every ticket number may wait to be taken, …
+/// All replies to one client belong to one instance. A burst of replies must not overwrite replies that were not read.
+/// This is the history depth of the reader: one reply for each ticket number may be unread.
 constexpr DDS_Long unread_replies = 65536;
-/// … nor on its way there. The engine makes room for so many with the first reply to a client.
+/// The history depth of the writer: so many replies to a client may be unacknowledged. The engine allocates memory for
+/// this number with the first reply to a client.
 constexpr DDS_Long unacknowledged_replies = 16384;
-/// How long a request may wait for room. A server that is gone is noticed before.
+/// The longest time that a request waits for space in the writer. A server that has left is detected earlier.
 constexpr int request_blocking_milliseconds = 5000;
 }  // namespace detail
 
@@ -110,7 +111,7 @@ bool DDSRequestReplyNode<Req, Rep>::create(const std::string& name, DDSDomain* d
   if (created_) return true;
   created_ = true;
   if (!createTopics(name, domain) || !createReaders() || !createWriters()) return false;
-  gate_.open();  // before the first callback, which may make requests
+  gate_.open();  // before the first callback, because callbacks may make requests
   return createWaitSet();
 }
 
@@ -213,8 +214,9 @@ bool DDSRequestReplyNode<Req, Rep>::createWriters() {
     DDS_DataWriterQos qos;
     if (!replyNode_.dataWriterQos(qos)) return false;
     if (!useQosProfiles_) {
-      // Reply readers ask for transient-local, and a volatile writer would never match them. What is kept for them is
-      // as good as nothing, and a client that does not keep up makes no other one wait.
+      // Reply readers request transient-local durability; a volatile writer would not match them. The writer keeps only
+      // one reply of each instance for late joiners. With keep-last history, a slow client does not delay replies to
+      // other clients.
       qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
       qos.durability_service.history_depth = 1;
       qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;

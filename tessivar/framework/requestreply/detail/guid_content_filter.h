@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Lets a client receive only the replies to its own requests.
+// The content filter with which a client receives only the replies to its own requests.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
@@ -14,12 +14,12 @@
 
 namespace TessivarDDS {
 
-/// Passes the samples of Rep whose `changeguid` is the identity that the filter expression spells out. Holds no state:
+/// Passes the samples of Rep whose `changeguid` equals the identity in the filter expression. The filter has no state:
 /// one instance serves the process, on any thread.
 template <class Rep>
 class TESSIVAR_API GuidContentFilter : public DDSContentFilter {
  public:
-  /// Lives until the process ends.
+  /// The instance lives until the process ends.
   static GuidContentFilter& instance();
 
   DDS_ReturnCode_t compile(void** newCompileData, const char* expression, const DDS_StringSeq& parameters,

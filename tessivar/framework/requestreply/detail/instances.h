@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The library's own instances of the request/reply templates, so that users need not compile them.
+// The explicit instances of the request/reply templates that the library contains, so that applications do not compile
+// them.
 #pragma once
 
 #include "tessivar/framework/nodes/detail/instances.h"
 #include "tessivar/framework/requestreply/dds_request_reply.h"
 #include "tessivar/framework/waitset/detail/instances.h"
 
-/// Everything that one kind of value, request and reply needs. `prefix` is `extern template` or `template`.
+/// All templates for one combination of value, request and reply. `prefix` is `extern template` or `template`.
 #define TESSIVAR_REQUEST_REPLY_INSTANCE(prefix, Value, Req, Rep)        \
   prefix class GuidContentFilter<Rep>;                                  \
   prefix class DataWriterCoreListener<Req, Rep>;                        \

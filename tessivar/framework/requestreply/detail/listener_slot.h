@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A listener that one thread calls and others exchange.
+// A listener that one thread calls and other threads may replace.
 #pragma once
 
 #include "tessivar/platform/detail/fork.h"
@@ -10,21 +10,21 @@
 
 namespace TessivarDDS {
 
-/// Holds a listener, or none. call() belongs to one thread at a time; set() to any. Once set() has returned, the
-/// listener that was there before is not called any more, except when set() is called from within that very call.
+/// Holds one listener or none. One thread at a time calls call(). Any thread may call set(). When set() returns, the
+/// old listener is not called any more. Exception: if the old listener itself calls set(), its current call continues.
 template <class L>
 class ListenerSlot {
  public:
   L* get() const { return listener_; }
 
-  /// Waits for a call that is going on.
+  /// Waits until a running call ends.
   void set(L* listener) {
     listener_ = listener;
     const unsigned call = calls_;
     if (call % 2 == 1 && !madeHere_.inherited() && caller_.load() != std::this_thread::get_id()) calls_.wait(call);
   }
 
-  /// `function(listener)`, when there is one.
+  /// Calls `function(listener)` if there is a listener.
   template <class F>
   void call(F&& function) {
     const Call call(*this);
@@ -47,7 +47,7 @@ class ListenerSlot {
   };
 
   std::atomic<L*> listener_{nullptr};
-  std::atomic<unsigned> calls_{0};  // odd while one is going on
+  std::atomic<unsigned> calls_{0};  // odd while a call is running
   std::atomic<std::thread::id> caller_{};
   const tessivar::platform::MadeHere madeHere_{};
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// How many of the other side's readers and writers a node's endpoints are matched with.
+// Listeners that count the remote readers and writers that match the endpoints of a node.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
@@ -17,7 +17,7 @@ namespace TessivarDDS {
 template <class Req, class Rep>
 class TESSIVAR_API DDSRequestReplyNode;
 
-/// Counts the readers that a writer is matched with and tells the node. Called on threads of the engine.
+/// Counts the readers that match a writer and notifies the node. Called on threads of the engine.
 template <class Req, class Rep>
 class TESSIVAR_API DataWriterCoreListener : public DDSDataWriterListener {
  public:
@@ -31,8 +31,8 @@ class TESSIVAR_API DataWriterCoreListener : public DDSDataWriterListener {
   tessivar::platform::Mutex counting_;
 };
 
-/// Counts the writers that a reader is matched with, or those that are alive, whichever was reported last, and tells
-/// the node. Called on threads of the engine.
+/// Counts the writers that match a reader, or the writers that are alive: the status that was reported last decides.
+/// Notifies the node. Called on threads of the engine.
 template <class Req, class Rep>
 class TESSIVAR_API DataReaderCoreListener : public DDSDataReaderListener {
  public:
@@ -55,8 +55,8 @@ std::string listenerSignature(const char* listener, const char* function) {
          TypeOf<Rep>::name() + ">::" + function;
 }
 
-/// Stores what is reported in `count`. Reports come on several threads and may overtake each other, which must not
-/// leave an old figure behind: while `counting` is held the endpoint is asked for the present one, with `get`.
+/// Stores the reported number in `count`. Several threads report, and reports may arrive in the wrong order. Therefore
+/// this function holds `counting`, reads the current status from the endpoint with `get`, and stores that number.
 template <class Endpoint, class Status>
 void store(std::atomic<int>& count, tessivar::platform::Mutex& counting, Endpoint& endpoint, Status status,
            DDS_ReturnCode_t (Endpoint::*get)(Status&), DDS_Long Status::*figure) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The requests of a node that may still get replies.
+// The tickets of a node that may still receive replies.
 #pragma once
 
 #include "tessivar/framework/requestreply/request_reply_ticket.h"
@@ -17,18 +17,19 @@
 
 namespace TessivarDDS {
 
-/// Tickets in the order of their creation, found by number in logarithmic time, and the numbers for new ones.
-/// Thread-safe; the lock is held for the operation only.
+/// Tickets in the order of their creation, and the numbers for new tickets. A ticket is found by its number in
+/// logarithmic time. Thread-safe. The lock is held only during the operation.
 template <class Rep>
 class PendingTickets {
  public:
   typedef DDSPtr<RequestReplyTicket<Rep>> Ticket;
 
-  /// How many numbers there are: 0 to 65534.
+  /// The number of ticket numbers: 0 to 65534.
   static constexpr unsigned numbers = 65535;
 
-  /// Adds `ticket` as the newest; when there are `most` already (negative: no limit), the oldest is dropped and
-  /// returned in `dropped`. Returns false, and changes nothing, when memory is short.
+  /// Adds `ticket` as the newest ticket. If there are then more than `most` tickets (negative: no limit), removes the
+  /// oldest and returns it in `dropped`. The new ticket itself is never dropped. Returns false and changes nothing if
+  /// memory is short.
   bool append(const Ticket& ticket, int most, Ticket& dropped) {
     const ScopedLock lock(lock_);
     if (!add(ticket)) return false;
@@ -39,14 +40,14 @@ class PendingTickets {
     return true;
   }
 
-  /// The oldest pending ticket of that number; null when there is none.
+  /// Returns the oldest pending ticket with this number, or null if there is none.
   Ticket find(unsigned short number) const {
     const ScopedLock lock(lock_);
     const auto entry = byNumber_.lower_bound({number, 0});
     return entry != byNumber_.end() && entry->first == number ? byAge_.at(entry->second) : Ticket();
   }
 
-  /// Removes this very ticket, not another one of its number. False when it is not pending.
+  /// Removes exactly this ticket, not another ticket with the same number. Returns false if it is not pending.
   bool remove(const Ticket& ticket) {
     if (!ticket) return false;
     const ScopedLock lock(lock_);
@@ -66,11 +67,13 @@ class PendingTickets {
     return byAge_.size();
   }
 
-  /// The number after the last one that was given, 0 after 65534, without those that are pending. None when all are.
+  /// Returns the next free number after the last returned number; 0 follows 65534. Numbers of pending tickets are
+  /// skipped. Returns nothing if all numbers are pending.
   std::optional<unsigned short> nextNumber() {
     const ScopedLock lock(lock_);
     unsigned candidate = (last_ + 1) % numbers;
-    // The words of the map from the candidate's on, and at the end the first part of the candidate's own again.
+    // Searches the words of the map from the word of the candidate on. At the end it searches the first part of that
+    // word again.
     for (unsigned step = 0; step <= words; ++step) {
       const unsigned word = (candidate / word_bits + step) % words;
       std::uint64_t free = ~used_[word];
@@ -119,7 +122,7 @@ class PendingTickets {
 
   static std::vector<std::uint64_t> allFree() {
     std::vector<std::uint64_t> map(words, 0);
-    map.back() = std::uint64_t{1} << (word_bits - 1);  // 65535 is never given
+    map.back() = std::uint64_t{1} << (word_bits - 1);  // 65535 is never used
     return map;
   }
 
@@ -127,7 +130,7 @@ class PendingTickets {
   unsigned last_ = 0;
   ByAge byAge_;
   std::set<std::pair<unsigned short, std::uint64_t>> byNumber_;
-  std::vector<std::uint64_t> used_ = allFree();  // one bit a number
+  std::vector<std::uint64_t> used_ = allFree();  // one bit for each number
   mutable TessivarMutex lock_;
 };
 

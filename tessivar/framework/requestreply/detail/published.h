@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A value that one thread replaces while others read it.
+// A value that one thread replaces while other threads read it.
 #pragma once
 
 #include <mutex>
@@ -8,8 +8,8 @@
 
 namespace TessivarDDS {
 
-/// Readers get a copy of the value as it is at that moment; what they hold is never changed underneath them.
-/// Thread-safe. For a DDSPtr a copy shares the pointee: publish a new one rather than changing it.
+/// Readers get a copy of the current value. A copy that a reader holds never changes. Thread-safe. A copy of a DDSPtr
+/// shares the pointee: publish a new DDSPtr instead of changing the pointee.
 template <class V>
 class Published {
  public:
@@ -21,7 +21,8 @@ class Published {
     return value_;
   }
   operator V() const { return get(); }
-  /// A copy that lives until the end of the full expression: `ticket->reply->result`, `ticket->sampleInfo->valid_data`.
+  /// Returns a copy that lives until the end of the full expression: `ticket->reply->result`,
+  /// `ticket->sampleInfo->valid_data`.
   auto operator->() const {
     if constexpr (requires(V value) { value.operator->(); }) {
       return get();
@@ -32,7 +33,7 @@ class Published {
 
   void set(V value) {
     const std::lock_guard lock(mutex_);
-    std::swap(value_, value);  // the old value goes after the lock
+    std::swap(value_, value);  // the old value is destroyed after the lock is released
   }
 
  private:

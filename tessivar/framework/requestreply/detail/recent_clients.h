@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The clients that a server has answered of late.
+// The clients that a server has answered recently.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -13,12 +13,13 @@
 
 namespace TessivarDDS {
 
-/// A bounded list of identities, the one answered last in front. Thread-safe.
+/// A bounded list of identities. The identity that was answered last is at the front. Thread-safe.
 class RecentClients {
  public:
   explicit RecentClients(std::size_t most) : most_(most) {}
 
-  /// `guid` has been answered. The identity that is no longer one of the recent; empty when there is room.
+  /// Records an answer to `guid`. Returns the identity that is removed from the list, or an empty text if none is
+  /// removed.
   std::string answered(const std::string& guid) {
     const std::lock_guard lock(mutex_);
     const auto known = places_.find(guid);

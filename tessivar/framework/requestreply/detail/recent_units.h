@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Which unit a ticket number was about, for messages.
+// The unit of each recent ticket number, for messages.
 #pragma once
 
 #include "tessivar/platform/sequence.h"
@@ -13,8 +13,8 @@
 
 namespace TessivarDDS {
 
-/// The units of the last requests, by the client's identity and the ticket number: a reply carries no unit. An entry is
-/// overwritten after about a thousand further requests. Thread-safe.
+/// The units of the last requests, by identity of the client and ticket number. Messages need them because a reply
+/// contains no unit. An entry is overwritten after about a thousand further requests. Thread-safe.
 class RecentUnits {
  public:
   void remember(const DDS_OctetSeq& client, unsigned short ticketId, const char* unit) {
@@ -25,7 +25,7 @@ class RecentUnits {
     entry.unit = unit ? unit : "";
   }
 
-  /// "unknown" for a ticket that is not remembered.
+  /// Returns "unknown" if there is no entry for the ticket.
   std::string find(const DDS_OctetSeq& client, unsigned short ticketId) const {
     const std::uint64_t key = keyOf(client, ticketId);
     const std::lock_guard lock(mutex_);

@@ -20,8 +20,9 @@ unsigned timeStampCounter() {
 #endif
 }
 
-/// What the time-stamp counter alone does not give: processes that are forked share the generator's state, and an
-/// application that seeds it again with the time of day shares it with others.
+/// Returns random bits to combine with std::rand(). Forked processes share the state of std::rand(). Applications that
+/// seed std::rand() with the time of day may have the same state, too. The time-stamp counter alone does not prevent
+/// that.
 unsigned entropy() {
   try {
     return std::random_device()();

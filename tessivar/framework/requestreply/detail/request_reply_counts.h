@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a request/reply node counts.
+// The counters of a request/reply node.
 #pragma once
 
 #include <atomic>
@@ -8,35 +8,35 @@
 
 namespace TessivarDDS {
 
-/// Numbers of one node since its construction; cleanUp() does not reset them. Each is exact, but they are read one
-/// after another while the node goes on.
+/// The counts of one node since its construction. cleanUp() does not reset them. Each count is exact, but the counts
+/// are read one after another while the node works.
 struct RequestReplyCounts {
   // --- client side
   std::uint64_t requestsSent = 0;
-  /// makeRequest() calls that gave no ticket.
+  /// makeRequest() calls that returned no ticket.
   std::uint64_t requestsNotSent = 0;
   /// Replies to this client, with and without a ticket.
   std::uint64_t repliesReceived = 0;
-  /// Of these the replies whose ticket is completed, evicted or was never issued. They are dropped.
+  /// Replies of repliesReceived whose ticket is completed, evicted or was never issued. They are dropped.
   std::uint64_t repliesWithoutTicket = 0;
   /// Tickets that were dropped before their completion because of setMaxPendingTickets().
   std::uint64_t ticketsEvicted = 0;
-  /// Tickets that are pending at this moment.
+  /// Tickets that are pending now.
   std::uint64_t ticketsPending = 0;
 
   // --- server side
-  /// Requests for this server, also those without a reply.
+  /// Requests for this server, including requests without a reply.
   std::uint64_t requestsReceived = 0;
-  /// Of these the requests that exceeded their lifespan. They are dropped.
+  /// Requests of requestsReceived that exceeded their lifespan. They are dropped.
   std::uint64_t requestsExpired = 0;
   std::uint64_t repliesSent = 0;
   /// Replies that could not be written.
   std::uint64_t repliesNotSent = 0;
-  /// Clients whose replies are no longer kept, because 128 others got one since.
+  /// Clients whose replies are no longer kept, because 128 other clients received a reply after them.
   std::uint64_t clientsForgotten = 0;
 };
 
-/// A number that any thread increments.
+/// A counter that any thread increments.
 class RelaxedCount {
  public:
   void operator++() { value_.fetch_add(1, std::memory_order_relaxed); }
@@ -46,7 +46,7 @@ class RelaxedCount {
   std::atomic<std::uint64_t> value_{0};
 };
 
-/// The same numbers while they are counted.
+/// The counters behind RequestReplyCounts.
 struct RequestReplyCounters {
   RelaxedCount requestsSent, requestsNotSent, repliesReceived, repliesWithoutTicket, ticketsEvicted;
   RelaxedCount requestsReceived, requestsExpired, repliesSent, repliesNotSent, clientsForgotten;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a request/reply node's thread runs for each of its readers.
+// The runners that the thread of a request/reply node executes for each of its readers.
 #pragma once
 
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"
@@ -12,7 +12,7 @@ class TESSIVAR_API DDSRequestReplyNode;
 template <class Value, class Req, class Rep>
 class TESSIVAR_API DDSRequestReply;
 
-/// Takes requests, or replies, and hands them to the node.
+/// Takes requests or replies and passes them to the node.
 template <class Sample, class Req, class Rep>
 class TESSIVAR_API RequestReplyCoreWaitsetThreadRunner : public WaitSetThreadRunner<Sample> {
  public:
@@ -28,7 +28,7 @@ class TESSIVAR_API RequestReplyCoreWaitsetThreadRunner : public WaitSetThreadRun
   DDSRequestReplyNode<Req, Rep>& node_;
 };
 
-/// Reads values, which stay in the reader for queries, and hands them to the node.
+/// Reads values and passes them to the node. The values stay in the reader for queries.
 template <class Sample, class Value, class Req, class Rep>
 class TESSIVAR_API RequestReplyWaitsetThreadRunner : public WaitSetThreadRunner<Sample> {
  public:
