@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A topic with its writer and reader, for one type of sample.
+// A topic with its writer and reader, for one sample type.
 #pragma once
 
 #include "tessivar/framework/domain/dds_domain.h"
@@ -15,17 +15,19 @@
 
 namespace TessivarDDS {
 
-/// Publishes and subscribes to one topic of type T: registers the type, makes the topic, if wanted a content-filtered
-/// view of it, and at most one writer and one reader, and deletes them in the right order.
+/// Publishes and subscribes to one topic of type T. The node registers the type and creates the topic, optionally a
+/// content-filtered topic for the reader, and at most one writer and one reader. It deletes them in the right order.
 ///
-/// Nodes of one name and type on a domain share the topic, each with its own filtered view, writer and reader; the
-/// topic's QoS are those of the first node, those of writer and reader follow what this node asked for.
+/// Nodes on one domain with the same topic name and type share the topic. Each node has its own filtered topic, writer
+/// and reader. The QoS of the topic come from the first node. The QoS of a writer or a reader come from the QoS that
+/// its own node requested.
 ///
-/// T is a top-level type of the data model, or any type that TypeOf knows (nodes/type_of.h). attachDomain() first, then
-/// createTopic(), then the rest. Not locked: create, clean up and change a node from one thread at a time;
-/// writeSample() and the entities themselves may be used by any thread meanwhile. Everything made belongs to the node;
-/// clean it up before the domain. It keeps the domain's participant as long as it has a topic. A failure logs one line
-/// and gives false; what was made before it stays until cleanUp().
+/// T is a top-level type of the data model, or any type that TypeOf knows (nodes/type_of.h). Call attachDomain() first,
+/// then createTopic(), then the other functions. The node has no lock: create, clean up and change a node from one
+/// thread at a time. Any thread may call writeSample() and use the entities at the same time. The node owns everything
+/// that it creates; clean it up before the domain. While the node has a topic, the participant of the domain stays
+/// alive. A failure logs one line and returns false; entities that were created before the failure remain until
+/// cleanUp().
 template <class T>
 class TESSIVAR_API DDSNode {
  public:
@@ -33,90 +35,93 @@ class TESSIVAR_API DDSNode {
   typedef typename TypeOf<T>::DataWriter TDataWriter;
   typedef typename TypeOf<T>::DataReader TDataReader;
 
-  /// How long cleanUp() waits for readers to acknowledge, unless told otherwise, in milliseconds.
+  /// The default time, in milliseconds, that cleanUp() waits for acknowledgements from readers.
   static constexpr int defaultFlushTimeout = 1000;
 
   DDSNode() = default;
-  /// As cleanUp().
+  /// Does the same as cleanUp().
   virtual ~DDSNode();
   DDSNode(const DDSNode&) = delete;
   DDSNode& operator=(const DDSNode&) = delete;
 
-  /// A node on `domain` with the topic and, for a client, a reader, else a writer, whose QoS follow the topic's. Null
-  /// on failure. The caller owns it.
+  /// Creates a node on `domain` with the topic and with a reader (client) or a writer (server), whose QoS follow the
+  /// topic QoS. The caller owns the node. Returns null on failure.
   static DDSNode* create(DDSDomain* domain, const std::string& topicName, const DDS_TopicQos& topicQos, bool isClient);
-  /// The same with the QoS of a profile.
+  /// The same, with the QoS of a profile.
   static DDSNode* create(DDSDomain* domain, const std::string& topicName, const std::string& library,
                          const std::string& profile, bool isClient);
 
-  /// Not owned; must outlive the node, or be detached by attaching null.
+  /// The domain is not owned. It must outlive the node, or be detached by attaching null.
   void attachDomain(DDSDomain* domain) { domain_ = domain; }
   DDSDomain* domain() const { return domain_; }
-  /// Null, with a line in the log, when no domain is attached; null before the domain is created.
+  /// Returns null and logs one line if no domain is attached. Returns null if the domain is not created.
   DDSDomainParticipant* participant() const;
 
-  /// Warns, after `signature`, when the participant has discovered no other one up to now; says how it looks for them.
+  /// Logs a warning, after `signature`, if the participant has not yet discovered another participant. The warning
+  /// describes its discovery settings.
   void warnIfAlone(const char* signature) const {
     if (owned_) owned_->warnIfAlone(signature);
   }
 
-  /// Entities made from now on have the QoS of this profile wherever the node chooses them: dataWriterQos(),
-  /// dataReaderQos() and stateReaderQos() return the profile's. An empty library, as at first: the node's built-in QoS.
+  /// Selects the QoS profile for entities that are created from now on: dataWriterQos(), dataReaderQos() and
+  /// stateReaderQos() return the QoS of the profile. With an empty library, the default, the node uses its built-in
+  /// QoS.
   void setQosProfile(const std::string& library, const std::string& profile) {
     qosLibrary_ = library;
     qosProfile_ = profile;
   }
   bool usesQosProfile() const { return !qosLibrary_.empty(); }
-  /// The topic QoS of the profile. False, with a line in the log, when it cannot be had.
+  /// Reads the topic QoS of the profile. Returns false and logs one line on failure.
   bool profileTopicQos(DDS_TopicQos& qos) const { return domain_->topicQosProfile(qosLibrary_, qosProfile_, qos); }
 
-  /// Under the type's own name. createTopic() does it when it has not been done.
+  /// Registers the type under its own name. createTopic() calls this if necessary.
   bool registerTypeSupport();
-  /// Fails when the domain has a topic of that name with another type.
+  /// Fails if the domain has a topic with this name and another type.
   bool createTopic(const std::string& name, const DDS_TopicQos& qos = DDS_TOPIC_QOS_DEFAULT);
-  /// The topic's filtered view, named after it with ".Filtered" appended, and a number when another node on the domain
-  /// has such a view: what a reader made from now on reads.
-  /// `filterName` is what `filter` is registered as; `expression` and `parameters` go to it.
+  /// Creates the content-filtered topic. A reader that is created from now on reads it. Its name is the topic name with
+  /// ".Filtered" appended, and a number if another node on the domain uses this name. `filter` must be registered as
+  /// `filterName`; it receives `expression` and `parameters`.
   virtual bool createContentFilteredTopic(const DDSContentFilter* filter, const std::string& filterName,
                                           const std::string& expression,
                                           const std::vector<std::string>& parameters = {});
-  /// `listener` (may be null) is not owned and hears the statuses of `mask`.
+  /// `listener` may be null and is not owned. It is notified of the statuses in `mask`.
   bool createDataWriter(DDSDataWriterListener* listener = nullptr, unsigned int mask = DDS_STATUS_MASK_NONE,
                         const DDS_DataWriterQos& qos = DDS_DATAWRITER_QOS_USE_TOPIC_QOS);
-  /// Of the filtered topic when there is one, else of the topic.
+  /// Creates the reader on the filtered topic if there is one, otherwise on the topic.
   bool createDataReader(DDSDataReaderListener* listener = nullptr, unsigned int mask = DDS_STATUS_MASK_NONE,
                         const DDS_DataReaderQos& qos = DDS_DATAREADER_QOS_USE_TOPIC_QOS);
 
-  /// May block for the writer's max_blocking_time when its readers do not keep up.
+  /// Blocks for at most the max_blocking_time of the writer, if its readers are too slow.
   bool writeSample(const DDSPtr<T>& sample) { return writeSample(sample.get(), false); }
-  /// With `release` the sample, made by its type support, is the node's: it is deleted after the write, even a failing
-  /// one.
+  /// If `release` is true, the node owns the sample, which its type support created. The node deletes it after the
+  /// write, also if the write fails.
   virtual bool writeSample(T* sample, bool release);
 
-  /// Writes as writeSample() does, and returns the platform's code: BAD_PARAMETER for a null sample and one that cannot
-  /// be encoded, TIMEOUT when readers did not make room in time, PRECONDITION_NOT_MET without a writer. `sample` stays
-  /// the caller's.
+  /// Writes like writeSample() and returns the code of the platform: BAD_PARAMETER if the sample is null or cannot be
+  /// encoded, TIMEOUT if readers did not make space in time, PRECONDITION_NOT_MET if there is no writer. The caller
+  /// keeps `sample`.
   DDS_ReturnCode_t tryWriteSample(T* sample);
 
-  /// Deletes everything that was made, the writer after sending what is batched and waiting at most `flushTimeout`
-  /// milliseconds for its readers; -1 neither sends nor waits. A reader must have no runner attached any more. In a
-  /// process that inherited the node by fork() everything is abandoned. Refused within a callback of the bus; within
-  /// one the destructor leaves the reader and the writer to the participant.
+  /// Deletes everything that the node created. Before it deletes the writer, it sends batched samples and waits at most
+  /// `flushTimeout` milliseconds for acknowledgements; with -1 it neither sends nor waits. Runners of the reader must
+  /// be detached before. In a process that inherited the node by fork(), everything is abandoned. Refused within a
+  /// callback of the bus. If the destructor runs within such a callback, the participant keeps the reader and the
+  /// writer.
   virtual void cleanUp(int flushTimeout = defaultFlushTimeout);
   /// Refused while the reader exists.
   void cleanUpContentFilteredTopic();
-  /// True when there is no reader any more.
+  /// Returns true if there is no reader any more.
   bool cleanUpDataReader();
 
-  /// The participant's default QoS with the topic's laid over it, or the profile's. False, with a line in the log, when
-  /// it cannot be had.
+  /// Returns the default QoS of the participant, overridden by the topic QoS, or the QoS of the profile. Returns false
+  /// and logs one line on failure.
   bool dataWriterQos(DDS_DataWriterQos& qos) const;
   bool dataReaderQos(DDS_DataReaderQos& qos) const;
-  /// The same for a reader of state: without a profile transient-local, reliable, keep-last, and when its filter's
-  /// parameters change it gets the history that the new ones let through.
+  /// The same for a reader of state. Without a profile, the reader is transient-local, reliable and keep-last. If its
+  /// filter parameters change, it receives the history that passes the new parameters.
   bool stateReaderQos(DDS_DataReaderQos& qos) const;
 
-  // Null until made; owned by the node.
+  // Null until created. The node owns them.
   DDSTopic* topic() const { return topic_; }
   DDSContentFilteredTopic* contentFilteredTopic() const { return filtered_; }
   TDataWriter* dataWriter() const { return writer_; }
@@ -125,11 +130,11 @@ class TESSIVAR_API DDSNode {
   const char* typeName() const { return TypeOf<T>::name(); }
 
  protected:
-  /// Returns true, after one log line, on a thread that is inside a callback of the bus.
+  /// Returns true and logs one line if the calling thread is inside a callback of the bus.
   bool refusedInCallback() const;
-  /// The signature of a function of `nodeClass` ("DDSNode"), as messages begin.
+  /// Returns the signature of a function of `nodeClass` ("DDSNode"), for the beginning of a message.
   static std::string signature(const char* result, const char* nodeClass, const char* function);
-  /// Deletes all that can be deleted; `failure` is what a failure of the reader's deletion is reported as.
+  /// Deletes everything that can be deleted. If the reader cannot be deleted, `failure` begins the message.
   void cleanUpAll(int flushTimeout, const std::string& failure);
   bool deleteDataReader(const std::string& failure);
   void cleanUpDataWriter(int flushTimeout);
@@ -138,14 +143,14 @@ class TESSIVAR_API DDSNode {
  private:
   std::string signature(const char* result, const char* function) const;
   std::string readerFailure() const;
-  /// Lets go of everything in a process that inherited it by fork().
+  /// Abandons all entities, in a process that inherited the node by fork().
   void abandon();
 
   DDSDomain* domain_ = nullptr;
-  std::shared_ptr<OwnedParticipant> owned_;  // while there is a topic
+  std::shared_ptr<OwnedParticipant> owned_;  // not null while there is a topic
   bool typeRegistered_ = false;
   DDSTopic* topic_ = nullptr;
-  DDS_TopicQos topicQos_;  // as asked for
+  DDS_TopicQos topicQos_;  // as requested
   DDSContentFilteredTopic* filtered_ = nullptr;
   TDataWriter* writer_ = nullptr;
   TDataReader* reader_ = nullptr;

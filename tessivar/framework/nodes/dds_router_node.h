@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The node of a router's sources, destinations and associations.
+// The node for the sources, destinations and associations of routers.
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
@@ -10,26 +10,27 @@
 
 namespace TessivarDDS {
 
-/// A node for state that comes in large numbers: its reader is filtered by the addresses of routers, its writer sends
-/// many samples together.
+/// A node for large numbers of state samples. Its reader is filtered by addresses of routers. Its writer sends many
+/// samples in one batch.
 template <class T>
 class TESSIVAR_API DDSRouterNode : public DDSFilteredNode<T> {
  public:
-  /// A node on `domain` with a durable topic; a client reads the samples of the routers at `addresses` (none: of all
-  /// routers), a server writes. The address filter must be registered with the domain. With a `library` the QoS, also
-  /// of batching, is that of its `profile`. Null on failure. The caller owns it.
+  /// Creates a node on `domain` with a durable topic. A client reads the samples of the routers at `addresses`; without
+  /// addresses, of all routers. A server writes. The address filter must be registered with the domain. With a
+  /// `library`, all QoS, also those of batching, come from its `profile`. The caller owns the node. Returns null on
+  /// failure.
   static DDSRouterNode* create(DDSDomain* domain, const std::vector<AddressEx>& addresses, const std::string& topicName,
                                bool isClient, const std::string& library = {}, const std::string& profile = {});
 
-  /// Samples are sent when 4096 octets or 1000 of them have come together, or after 50 ms, unless a profile says
-  /// otherwise.
+  /// Creates a writer that sends a batch when it contains 4096 octets or 1000 samples, or after 50 ms. A profile may
+  /// have other values.
   bool createBatchedDataWriter();
-  /// The batching switch, on at first. Off, every sample is sent at once. Thread-safe.
+  /// Switches batching on or off. It is on by default. If it is off, every sample is sent immediately. Thread-safe.
   void enableBatching(bool enable);
   bool writeSample(T* sample, bool release) override;
   using DDSNode<T>::writeSample;
 
-  /// The routers to read of from now on.
+  /// Replaces the addresses of the routers whose samples the reader receives. Returns false on failure.
   bool updateAddresses(const std::vector<AddressEx>& addresses);
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Addresses as filter parameters.
+// Converts addresses to filter parameters.
 #pragma once
 
 #include "tessivar/framework/address/address_check.h"
@@ -12,7 +12,7 @@
 
 namespace TessivarDDS {
 
-/// Returns the addresses' texts, in order.
+/// Returns the texts of the addresses, in order.
 inline std::vector<std::string> addressTexts(const std::vector<AddressEx>& addresses) {
   std::vector<std::string> texts;
   texts.reserve(addresses.size());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Definitions for dds_filtered_node.h; include that.
+// Definitions for dds_filtered_node.h. Include that file instead.
 #pragma once
 
 #include "tessivar/framework/nodes/dds_filtered_node.h"

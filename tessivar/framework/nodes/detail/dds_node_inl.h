@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Definitions for dds_node.h; include that.
+// Definitions for dds_node.h. Include that file instead.
 #pragma once
 
 #include "tessivar/framework/domain/detail/signature.h"
@@ -149,7 +149,7 @@ bool DDSNode<T>::createDataWriter(DDSDataWriterListener* listener, unsigned int 
     return false;
   }
   logDebug() << where() << "Creating data writer for topic: " << topicName_;
-  DDS_DataWriterQos own;  // the topic's may be another node's
+  DDS_DataWriterQos own;  // the QoS of the topic may come from another node
   const bool follows = topic_ && &qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS && dataWriterQos(own);
   DDSDataWriter* const writer = topic_ ? on->create_datawriter(topic_, follows ? own : qos, listener, mask) : nullptr;
   writer_ = writer ? TDataWriter::narrow(writer) : nullptr;
@@ -182,7 +182,7 @@ bool DDSNode<T>::createDataReader(DDSDataReaderListener* listener, unsigned int 
   } else {
     logDebug() << where() << "Creating data reader for topic: " << topicName_;
   }
-  DDS_DataReaderQos own;  // the topic's may be another node's
+  DDS_DataReaderQos own;  // the QoS of the topic may come from another node
   const bool follows = topic_ && &qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS && dataReaderQos(own);
   DDSDataReader* const reader = source ? on->create_datareader(source, follows ? own : qos, listener, mask) : nullptr;
   reader_ = reader ? TDataReader::narrow(reader) : nullptr;
@@ -313,7 +313,7 @@ bool DDSNode<T>::deleteDataReader(const std::string& failure) {
   const DDS_ReturnCode_t code = participant()->delete_datareader(reader_);
   if (code != DDS_RETCODE_OK) {
     logError() << signature("void ", "cleanUp(int)") << failure << ". Return code: " << code;
-    reader_->set_listener(nullptr, DDS_STATUS_MASK_NONE);  // which may go before the reader does
+    reader_->set_listener(nullptr, DDS_STATUS_MASK_NONE);  // the listener may be destroyed before the reader
     return false;
   }
   reader_ = nullptr;
@@ -377,7 +377,7 @@ void DDSNode<T>::cleanUpTopic() {
     return;
   }
   topic_ = nullptr;
-  owned_.reset();  // the participant goes with its last user when its domain has gone
+  owned_.reset();  // if the domain has released the participant, its last user deletes it
   topicName_.clear();
   typeRegistered_ = false;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Definitions for dds_router_node.h; include that.
+// Definitions for dds_router_node.h. Include that file instead.
 #pragma once
 
 #include "tessivar/framework/domain/topic_qos.h"

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The library's own instances of the node templates, so that users need not compile them.
+// The explicit instances of the node templates that the library contains, so that applications do not compile them.
 #pragma once
 
 #include "tessivar/framework/nodes/dds_router_node.h"
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/routing/routing.h"
 
-/// Nodes of the type T. `prefix` is `extern template` or `template`.
+/// The nodes of type T. `prefix` is `extern template` or `template`.
 #define TESSIVAR_NODE_INSTANCE(prefix, T) \
   prefix class DDSNode<T>;                \
   prefix class DDSFilteredNode<T>;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A node's view of the samples of chosen units.
+// Creates a topic that is filtered by addresses of units.
 #pragma once
 
 #include "tessivar/framework/filters/address_content_filter.h"
@@ -8,9 +8,9 @@
 
 namespace TessivarDDS {
 
-/// Makes the node's filtered topic, which passes the samples of the units with these addresses; without addresses those
-/// of all units. The domain must have the address filter registered. What fails is logged after `signature`, a failing
-/// creation as `failure`.
+/// Creates the filtered topic of the node. It passes the samples of the units with these addresses; without addresses,
+/// of all units. The address filter must be registered with the domain. A failure is logged: the message begins with
+/// `signature`. If the topic cannot be created, the message is `failure`.
 template <class T>
 bool createAddressFilteredTopic(DDSFilteredNode<T>& node, const std::vector<std::string>& addresses,
                                 const std::string& signature, const char* failure) {
