@@ -23,7 +23,7 @@ std::string iso(Time time) {
   return text;
 }
 
-// The figures of each part by name, once for both forms.
+// The members of each part with their names, for both output formats.
 
 template <class Visit>
 void visit(const PeerReport& peer, Visit&& member) {

@@ -14,18 +14,18 @@
 
 namespace TessivarDDS {
 
-/// Thread-safe.
+/// A list of remote participants. It keeps at most 64 participants that were not admitted. Thread-safe.
 class PeerList {
  public:
-  /// `peer.guid` identifies it; one that is known keeps its time of discovery.
+  /// Adds or updates a peer. `peer.guid` identifies it. A known peer keeps its time of discovery.
   void seen(PeerReport peer);
-  /// Forgets an admitted one.
+  /// Removes an admitted peer.
   void gone(const std::string& guid);
   void clear();
 
-  /// In the order of their discovery.
+  /// Returns the peers in the order of their discovery.
   std::vector<PeerReport> read() const;
-  /// When one came, changed or went last, nanoseconds since 1970; 0: never.
+  /// Returns the time when a peer was last added, changed or removed, in nanoseconds since 1970; 0 means never.
   std::int64_t lastChange() const;
 
   static std::string guidText(const DDS_InstanceHandle_t& handle);

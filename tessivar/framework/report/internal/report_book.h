@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a service's report is made of.
+// The sources of the report of a service or a domain.
 #pragma once
 
 #include "tessivar/framework/report/internal/peer_list.h"
@@ -18,23 +18,23 @@ namespace TessivarDDS {
 
 class DDSDomain;
 
-/// Knows the counters of a service's endpoints and exchanges. The service opens and closes it and says what there is;
-/// it outlives all of them, so that a report can be made at any time.
+/// Collects the counters of the endpoints and exchanges of a service. The service opens and closes the book and adds
+/// its nodes. The book outlives all of them, so that a report can be made at any time.
 ///
-/// Thread-safe. Its lock is held only while figures are copied, never while the application or the engine is called.
+/// Thread-safe. The lock is held only while counters are copied, never while the application or the engine is called.
 class ReportBook {
  public:
-  /// `service`: the class's name in reports, a literal.
+  /// `service` is the class name in reports, a string literal.
   explicit ReportBook(const char* service) : service_(service) {}
   ReportBook(const ReportBook&) = delete;
   ReportBook& operator=(const ReportBook&) = delete;
 
-  /// Once for all that follows; nothing when it is open.
+  /// Opens the book. Call it before add(). Does nothing if the book is open.
   void open(const DDSDomain& domain);
-  /// For a domain's own book, which reports on all endpoints of its participant.
+  /// Opens the book of a domain, which reports on all endpoints of the participant.
   void open(int domainId, std::shared_ptr<const PeerList> peers,
             std::shared_ptr<tessivar::platform::EndpointList> endpoints);
-  /// The node's reader and writer; may be null.
+  /// Adds the reader and the writer of the node. The node, its reader and its writer may be null.
   template <class Node>
   void add(const Node* node) {
     if (!node) return;
@@ -42,7 +42,7 @@ class ReportBook {
     if (node->dataReader()) endpoints_->add(node->dataReader()->counters());
     if (node->dataWriter()) endpoints_->add(node->dataWriter()->counters());
   }
-  /// A request/reply service with its topics and endpoints, which must be closed before it goes.
+  /// Adds a request/reply service with its topics and endpoints. Call close() before the service is destroyed.
   template <class Service>
   void addService(const DDSDomain& domain, Service& service) {
     open(domain);
@@ -54,7 +54,7 @@ class ReportBook {
       return ExchangeReport{topic, service.counts()};
     });
   }
-  /// Forgets everything.
+  /// Removes everything.
   void close();
 
   Report report() const;
