@@ -27,7 +27,7 @@ const char* unitOf(const void* sample) {
   return static_cast<const T*>(sample)->unitId;
 }
 
-/// A change request is addressed by the unit that it changes.
+/// The address of a change request is the unit that it changes.
 template <class T>
 const char* unitOfNewValue(const void* sample) {
   return static_cast<const T*>(sample)->newValue.unitId;
@@ -91,8 +91,8 @@ DDS_ReturnCode_t AddressContentFilter::compile(void** newCompileData, const char
     logError() << signature << "Expected expression in the form typeName=Type";
     return DDS_RETCODE_ERROR;
   }
-  // The blank's place in the whole expression is the length that is taken: text after the name is not cut off as one
-  // might expect, and peers count on the same reading.
+  // The length of the name is the position of the first blank in the whole expression. Therefore text after the name is
+  // not always cut off. Peers read the expression in the same way, so this must not change.
   const std::string typeName(text.substr(key + type_key.size(), text.find(' ', key)));
 
   const TypeEnum type = convertType(typeName);
@@ -114,7 +114,7 @@ DDS_Boolean AddressContentFilter::evaluate(void* compileData, const void* sample
   const auto& data = *static_cast<const CompileData*>(compileData);
   if (data.addresses.empty()) return DDS_BOOLEAN_TRUE;
   const char* const address = data.address(sample);
-  // A sample without address is nobody's.
+  // A sample without address belongs to no unit.
   return address && data.addresses.contains(address) ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 

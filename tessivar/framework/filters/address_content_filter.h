@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Lets a reader receive only the samples of chosen units.
+// The content filter with which a reader receives only the samples of selected units.
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
@@ -11,21 +11,22 @@
 
 namespace TessivarDDS {
 
-/// The content filter behind every address-filtered topic.
+/// The content filter of all address-filtered topics.
 ///
-/// The filter expression is "typeName=" and a registered type name, the parameters are the texts of the wanted
-/// addresses, compared as texts; without parameters every sample passes. The filter holds no state: one instance serves
-/// the process, on any thread. Evaluating allocates nothing and takes the time of one search among the addresses.
+/// The filter expression is "typeName=" and the registered name of a type. The parameters are the texts of the wanted
+/// addresses. Addresses are compared as texts. Without parameters, every sample passes. The filter has no state: one
+/// instance serves the process, on any thread. An evaluation allocates nothing and needs one search in the set of
+/// addresses.
 class TESSIVAR_API AddressContentFilter : public DDSContentFilter {
  public:
-  /// What it is registered with domains as.
+  /// The name under which the filter is registered with domains.
   static constexpr const char* name = "Orvel.Filters.Address";
-  /// Lives until the process ends.
+  /// The instance lives until the process ends.
   static AddressContentFilter& instance();
-  /// The filter expression for the samples of a type.
+  /// Returns the filter expression for the samples of a type.
   static std::string expression(const char* typeName);
 
-  /// The types that carry an address.
+  /// The types with an address.
   enum TypeEnum {
     Unknown = 0,
     RoutingSource = 1,
@@ -39,7 +40,8 @@ class TESSIVAR_API AddressContentFilter : public DDSContentFilter {
     CommandMetadata = 9,
   };
 
-  /// Compares addresses with each other and with bare texts, which saves making an address of each sample's text.
+  /// Compares addresses with addresses and with plain texts. Therefore an evaluation does not create an AddressEx for
+  /// each sample.
   struct AddressOrder {
     using is_transparent = void;
     bool operator()(const AddressEx& a, const AddressEx& b) const { return a < b; }
@@ -47,7 +49,7 @@ class TESSIVAR_API AddressContentFilter : public DDSContentFilter {
     bool operator()(const char* a, const AddressEx& b) const;
   };
 
-  /// What one filtered topic is filtered by; read-only once it is compiled.
+  /// The compiled filter of one filtered topic. It does not change after the compilation.
   struct CompileData {
     std::set<AddressEx, AddressOrder> addresses;
     TypeEnum type;
