@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Locks and events on the platform's semaphores.
+// Locks and events, based on the semaphores of the platform.
 //
-// Thread-safe. Times are milliseconds on a clock that does not jump; -1 waits without limit, any other negative time
-// not at all. A failing semaphore is logged as an error; a time that runs out is not.
+// Thread-safe. Times are in milliseconds on a clock that does not jump. -1 waits without limit. Any other negative time
+// does not wait. A failing semaphore is logged as an error; a timeout is not logged.
 #pragma once
 
 #include "tessivar/platform/detail/log_hold.h"
@@ -11,8 +11,8 @@
 
 namespace TessivarDDS {
 
-/// Mutual exclusion with a time limit. Not recursive: a second lock() by the holder waits like anybody else's. May be
-/// unlocked by another thread than the one that locked it.
+/// A mutex with a time limit. It is not recursive: if the owner calls lock() again, the call waits. A thread may unlock
+/// a mutex that another thread locked.
 class TESSIVAR_API TessivarMutex {
  public:
   TessivarMutex();
@@ -20,7 +20,7 @@ class TESSIVAR_API TessivarMutex {
   TessivarMutex(const TessivarMutex&) = delete;
   TessivarMutex& operator=(const TessivarMutex&) = delete;
 
-  /// Blocks at most `timeoutMs`. True exactly when it is held now.
+  /// Blocks at most `timeoutMs`. Returns true if the caller holds the mutex now.
   bool lock(int timeoutMs);
   void unlock();
 
@@ -28,8 +28,8 @@ class TESSIVAR_API TessivarMutex {
   RTIOsapiSemaphore* semaphore_;
 };
 
-/// Holds a mutex, without time limit, as long as it lives. Messages that the thread logs meanwhile are delivered after
-/// the mutex is unlocked, so that no Logger runs under it.
+/// Locks a mutex, without time limit, for the lifetime of this object. Messages that the thread logs in this time are
+/// delivered after the mutex is unlocked. Therefore no Logger runs while the mutex is locked.
 class TESSIVAR_API ScopedLock {
  public:
   explicit ScopedLock(TessivarMutex& mutex);
@@ -38,12 +38,12 @@ class TESSIVAR_API ScopedLock {
   ScopedLock& operator=(const ScopedLock&) = delete;
 
  private:
-  const tessivar::platform::LogHold hold_;  // ends after the destructor has unlocked
+  const tessivar::platform::LogHold hold_;  // ends after the destructor has unlocked the mutex
   TessivarMutex& mutex_;
 };
 
-/// Lets one thread wait for what another one signals. One signal lets one wait through; signals ahead of a wait count
-/// as one.
+/// One thread waits for a signal of another thread. One signal ends one wait. Several signals before a wait count as
+/// one signal.
 class TESSIVAR_API TessivarEvent {
  public:
   TessivarEvent();
@@ -51,7 +51,7 @@ class TESSIVAR_API TessivarEvent {
   TessivarEvent(const TessivarEvent&) = delete;
   TessivarEvent& operator=(const TessivarEvent&) = delete;
 
-  /// Blocks at most `timeoutMs`. True when it was signalled.
+  /// Blocks at most `timeoutMs`. Returns true if the event was signalled.
   bool wait(int timeoutMs);
   void signal();
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A worker thread of the library.
+// The base class of the library's worker threads.
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -10,32 +10,32 @@
 
 namespace TessivarDDS {
 
-/// Derive from it and put the thread's work into run(). start() and the destructor belong to one controlling thread.
+/// Derive a class from it and override run(). start() and the destructor belong to one controlling thread.
 class TESSIVAR_API TessivarThread {
  public:
   TessivarThread();
-  /// As join().
+  /// Does the same as join().
   virtual ~TessivarThread();
   TessivarThread(const TessivarThread&) = delete;
   TessivarThread& operator=(const TessivarThread&) = delete;
 
-  /// Starts the thread and returns once it has begun; nothing when it was started before. When no thread can be had it
-  /// logs an error, and may be called again.
+  /// Starts the thread and returns when the thread runs. Does nothing if it was started before. If no thread can be
+  /// created, logs an error; start() may then be called again.
   virtual void start();
-  /// The thread's work. An exception that leaves it is logged and ends the thread.
+  /// The work of the thread. An exception that leaves it is logged and ends the thread.
   virtual void run() = 0;
 
-  /// Blocks the calling thread, whichever it is; a negative time does not.
+  /// Blocks the calling thread. A negative time does not block.
   static void sleep(int milliseconds);
 
  protected:
-  /// `name` is what the operating system shows, cut to 15 characters.
+  /// The operating system shows `name`, cut to 15 characters.
   explicit TessivarThread(const std::string& name);
-  /// There is a thread: start() made one and join() has not given it back.
+  /// Returns true after start() created a thread, until join() releases it.
   bool started() const;
-  /// Waits for run() to return and gives the thread back; nothing when none was started, no waiting on the thread
-  /// itself. A derived class makes run() return and calls this in its own destructor: by the time of this one's its
-  /// members, and its run(), are gone.
+  /// Waits until run() returns, and releases the thread. Does nothing if no thread was started. Does not wait if the
+  /// thread calls this itself. The destructor of a derived class must make run() return and call join(), because the
+  /// members of the derived class and its run() no longer exist in this class's destructor.
   void join();
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Keeps an object's calls and its building up and taking down apart.
+// A gate that separates the calls of an object from its creation and clean-up.
 #pragma once
 
 #include "tessivar/framework/sync/thread.h"
@@ -15,11 +15,13 @@
 
 namespace TessivarDDS {
 
-/// Counts the calls that are inside an object which one thread opens and closes while others call it. Thread-safe,
-/// except that open(), close() and reset() belong to one thread, as a Turn makes sure. A new gate is not open.
+/// Counts the calls inside an object. One thread opens and closes the gate while other threads call the object.
+/// Thread-safe, except that open(), close() and reset() belong to one thread at a time; a Turn ensures this. A new gate
+/// is not open.
 class UseGate {
  public:
-  /// One call. Messages that it logs are delivered after it has left the gate, so that a Logger may close it.
+  /// One call of the object. Messages that the call logs are delivered after it has left the gate, so that a Logger may
+  /// close the gate.
   class Use {
    public:
     explicit Use(const UseGate& gate) : gate_(gate), entered_(gate.enter()) {}
@@ -28,9 +30,9 @@ class UseGate {
     }
     Use(const Use&) = delete;
     Use& operator=(const Use&) = delete;
-    /// Returns true if the object is complete, and stays so during this call.
+    /// Returns true if the object is complete. It then stays complete during this call.
     bool open() const { return entered_ && (gate_.word_ & open_flag) != 0; }
-    /// Returns true if the object is being changed, or is about to be and waits for this call.
+    /// Returns true if another thread changes the object, or waits for the end of this call to change it.
     bool closing() const { return !entered_ || (gate_.word_ & closing_flag) != 0; }
 
    private:
@@ -39,8 +41,8 @@ class UseGate {
     const bool entered_;
   };
 
-  /// A thread's turn to change the object; other threads wait for theirs. Messages are delivered after it. Not within
-  /// one's own turn, nor in a callback that a turn waits for.
+  /// Gives one thread the right to change the object; other threads wait. Messages are delivered after the turn. Do not
+  /// create a Turn within another Turn of the same thread, nor in a callback for which a Turn waits.
   class Turn {
    public:
     explicit Turn(UseGate& gate) : lock_(gate.turns_), gate_(gate) { gate_.inTurn_ = std::this_thread::get_id(); }
@@ -53,30 +55,30 @@ class UseGate {
     UseGate& gate_;
   };
 
-  /// What to say of a call that did not get in.
+  /// The message for a call that the gate refused.
   static constexpr const char* busy = " Not possible while another thread is in create() or cleanUp().";
 
   bool isMyTurn() const { return inTurn_ == std::this_thread::get_id(); }
   bool isOpen() const { return (word_ & open_flag) != 0; }
   void open() { set(open_flag); }
-  /// Lets no call in any more; an open gate only.
+  /// Refuses new calls. Does nothing if the gate is not open.
   void shut() {
     if (isOpen()) set(closing_flag);
   }
-  /// Lets no call in any more and waits for those inside. Not within a Use.
+  /// Refuses new calls and waits until all calls have left. Do not call it within a Use.
   void close() {
     set(closing_flag);
     if (madeHere_.inherited()) return;
-    // Polls, as the last call is not to touch the gate once it has left.
+    // Polls, because the last call must not access the gate after it has left.
     while ((word_ & ~flags) != 0) TessivarThread::sleep(1);
   }
-  /// As new, unless it is open: after close().
+  /// Makes a closed gate like a new gate. Does nothing if the gate is open.
   void reset() {
     if (!isOpen()) set(0);
   }
 
  private:
-  // The number of calls inside, and these.
+  // The word contains the number of calls inside and these flags.
   static constexpr std::uint32_t open_flag = 1u << 31;
   static constexpr std::uint32_t closing_flag = 1u << 30;
   static constexpr std::uint32_t flags = open_flag | closing_flag;

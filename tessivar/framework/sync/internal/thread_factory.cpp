@@ -35,7 +35,7 @@ void destroyThread(RTIOsapiThread* thread) {
     const std::lock_guard lock(process.mutex);
     factory = process.factory;
   }
-  RTIOsapiThreadFactory_destroyThread(factory, thread);  // waits: not under the lock
+  RTIOsapiThreadFactory_destroyThread(factory, thread);  // this waits, so the lock is not held
   const std::lock_guard lock(process.mutex);
   if (process.created != 1) return;
   RTIOsapiThreadFactory_delete(process.factory);

@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The platform's thread factory, one for the process.
+// The thread factory of the platform. The process has one factory.
 #pragma once
 
 #include "tessivar/platform/osapi.h"
 
 namespace tessivar::framework {
 
-/// Makes a thread with the process's factory, which the first one creates. Null when none can be had.
+/// Creates a thread with the factory of the process. The first call creates the factory. Returns null on failure.
 RTIOsapiThread* createThread(const char* name, RTIOsapiThreadFunction entry, void* argument);
 
-/// Waits for the thread's end. The factory goes with the only thread ever made; once there have been two it stays.
+/// Waits until the thread ends. If only one thread was ever created, this also destroys the factory. After a second
+/// thread, the factory is never destroyed.
 void destroyThread(RTIOsapiThread* thread);
 
-/// Threads made since the factory was created; 0 when there is no factory.
+/// Returns the number of threads that were created since the factory was created, or 0 if there is no factory.
 unsigned threadsCreated();
 
 }  // namespace tessivar::framework
