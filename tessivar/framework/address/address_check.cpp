@@ -23,7 +23,7 @@ bool isCanonical(std::string_view text) {
 }
 
 bool isFirst(const char* text) {
-  static std::mutex& mutex = *new std::mutex;  // never destroyed: static objects may call after main()
+  static std::mutex& mutex = *new std::mutex;  // never destroyed: static objects may call this after main()
   static std::set<std::string>& reported = *new std::set<std::string>;
   const std::lock_guard lock(mutex);
   if (reported.size() >= most_remembered) reported.clear();
@@ -44,7 +44,7 @@ void checkAddress(const char* signature, const AddressEx& address) noexcept {
     else
       record << ", which is written as \"0001:02:0A\".";
   } catch (...) {
-    // No memory: the address stays without its warning.
+    // No memory: no warning for this address.
   }
 }
 

@@ -16,7 +16,7 @@ constexpr std::uint32_t pack(std::uint32_t net, std::uint32_t unit, std::uint32_
   return (net << 16) | (unit << 8) | port;
 }
 
-/// "NNNN:UU:PP" of the fields, cut to their widths.
+/// Returns "NNNN:UU:PP". The fields are cut to their widths.
 char* canonicalText(std::uint32_t net, std::uint32_t unit, std::uint32_t port) {
   char text[sizeof "NNNN:UU:PP"];
   std::snprintf(text, sizeof text, "%04X:%02X:%02X", net & 0xFFFFu, unit & 0xFFu, port & 0xFFu);

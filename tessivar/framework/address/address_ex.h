@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The address of a unit or port on the bus.
+// The address of a unit or a port on the bus.
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -14,25 +14,28 @@ struct Address;
 
 namespace TessivarDDS {
 
-/// Names a unit, and a port of it, by a text ("0001:02:0A": net, unit and port in hexadecimal) and by the same three
-/// numbers packed into 32 bits (net in bits 16 to 31, unit in 8 to 15, port in 0 to 7).
+/// Identifies a unit and one of its ports. The address has two forms: a text ("0001:02:0A": net, unit and port in
+/// hexadecimal) and the same three numbers packed into 32 bits (net in bits 16 to 31, unit in 8 to 15, port in 0 to 7).
 ///
-/// The text is the identity: it is kept as given and it alone is compared, byte by byte, when both sides have one;
-/// "1:2:3" and "0001:02:03" are different keys with the same numbers. Two values without text compare by number. A
-/// value with and one without text are unequal and neither is less, so an ordered container must not mix them.
+/// The text is the identity and is kept as given. If both addresses have a text, only the texts are compared, byte by
+/// byte: "1:2:3" and "0001:02:03" are different keys with the same numbers. Two addresses without text are compared by
+/// their numbers. An address with text and an address without text are unequal, and neither is less. Therefore an
+/// ordered container must not contain both.
 ///
-/// A value: copies are independent; const access from several threads is safe. When memory is short a value is left
+/// A value type: copies are independent, and several threads may read one address at the same time. If memory is short,
+/// an address has no text. Only toString() throws, if memory is short.
 /// without text. Nothing throws but toString(), when memory is short.
 class TESSIVAR_API AddressEx {
  public:
-  /// No text, all numbers 0.
+  /// No text; all numbers are 0.
   AddressEx() = default;
-  /// `net` is cut to 16 bits, `unit` and `port` to 8.
+  /// `net` is cut to 16 bits, `unit` and `port` to 8 bits.
   AddressEx(int net, int unit, int port);
   explicit AddressEx(unsigned int packed);
-  /// Keeps `text` as it is; null is none. The numbers are 0 when it is not three hexadecimal ones parted by colons.
+  /// Keeps `text` unchanged. Null means no text. The numbers are 0 unless the text begins with three hexadecimal
+  /// numbers that are separated by colons.
   AddressEx(const char* text);
-  /// The packed value is made without cutting the members to their widths; the text is made with.
+  /// The text has the form "0001:02:0A".
   AddressEx(const Tessivar::Address& address);
   AddressEx(const AddressEx& other);
   AddressEx(AddressEx&& other) noexcept;
@@ -46,7 +49,7 @@ class TESSIVAR_API AddressEx {
   bool operator>(const AddressEx& other) const;
 
   Tessivar::Address convert() const;
-  /// The text, "" when there is none. Owned by this value; not to be changed.
+  /// Returns the text, or "" if there is none. The address owns the text; do not change it.
   char* guid() const;
   int net() const { return static_cast<int>(packed_ >> 16); }
   int unit() const { return static_cast<int>((packed_ >> 8) & 0xFFu); }
@@ -54,10 +57,11 @@ class TESSIVAR_API AddressEx {
   unsigned int packed() const { return packed_; }
   std::string toString() const;
 
-  /// Copies the text into the caller's buffer, which must be long enough; nothing when there is no text or no buffer.
+  /// Copies the text into the buffer of the caller, which must be long enough. Does nothing if there is no text or no
+  /// buffer.
   void copyTo(char*& destination) const;
-  /// The text, or "": into the buffer `*destination`, which must be long enough, or as a new platform string, which the
-  /// caller frees, when `*destination` is null.
+  /// Copies the text, or "". If `*destination` is a buffer, it must be long enough. If `*destination` is null, it is
+  /// set to a new platform string that the caller frees.
   void copyTo(char** destination) const;
 
  private:
