@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The order of maps that are keyed by an instance.
+// The order of maps with instance handles as keys.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -12,10 +12,10 @@
 
 namespace TessivarDDS {
 
-/// Instance handles ordered by the sum of their key hash's octets, the smaller sum first.
+/// Orders instance handles by the sum of the octets of their key hash. The smaller sum comes first.
 ///
-/// Different handles with equal sums are one and the same key: what is stored later replaces what was there. Facilities
-/// rely on this order, so it stays as it is.
+/// Different handles with equal sums are the same key: a value that is stored later replaces the earlier value.
+/// Facilities rely on this order, so it must not change.
 struct HandleSumOrder {
   bool operator()(const DDS_InstanceHandle_t& a, const DDS_InstanceHandle_t& b) const { return sum(a) < sum(b); }
 

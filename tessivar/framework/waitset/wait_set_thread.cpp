@@ -73,7 +73,7 @@ bool WaitSetThread::attachRunner(WaitSetThreadRunnerBase* runner, bool owned) {
     logError() << attach_signature << "Failed to create read condition";
     return false;
   }
-  // The lock is held before the condition can trigger, so that the thread never finds one without its runner.
+  // The lock is held before the condition can trigger, so that the thread always finds the runner of a condition.
   const ScopedLock lock(runnersLock_);
   const DDS_ReturnCode_t code = waitSet_->attach_condition(condition);
   if (code != DDS_RETCODE_OK) {
@@ -158,7 +158,7 @@ void WaitSetThread::run() {
     if (code == DDS_RETCODE_TIMEOUT) continue;
     if (code != DDS_RETCODE_OK) {
       logWarning() << run_signature << "Wait set returned an error code:  " << code;
-      // A wait that fails at once must not keep a processor busy.
+      // If a wait fails immediately, the loop must not use all processor time.
       TessivarThread::sleep(stop_poll_milliseconds);
       continue;
     }
@@ -180,7 +180,7 @@ void WaitSetThread::serve(const DDSConditionSeq& active) {
       served = true;
     }
   }
-  // One runner for each wait otherwise: the other conditions are still triggered at the next one.
+  // Otherwise one runner is served after each wait. The other conditions are still triggered at the next wait.
   while (!served && !waiting_.empty()) {
     served = serve(waiting_.front());
     waiting_.erase(waiting_.begin());
@@ -211,7 +211,7 @@ bool WaitSetThread::serve(DDSCondition* condition) {
     return true;
   }
   {
-    // Not a ScopedLock, which would keep back what the runner logs.
+    // Not a ScopedLock, because a ScopedLock delays the messages of the runner.
     struct Serving {
       explicit Serving(WaitSetThread& its_thread) : thread(its_thread) {
         thread.runnersLock_.lock(-1);
@@ -256,7 +256,7 @@ void WaitSetThread::stop() {
 }
 
 void WaitSetThread::abandon() {
-  join();  // which does not wait either
+  join();  // join() does not wait in this process
   runners_.clear();
   static_cast<void>(waitSet_.release());
   static_cast<void>(quit_.release());

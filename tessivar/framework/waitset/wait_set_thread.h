@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The thread that serves a service's readers.
+// The thread that serves the readers of a service.
 #pragma once
 
 #include "tessivar/framework/sync/sync.h"
@@ -20,52 +20,57 @@
 
 namespace TessivarDDS {
 
-/// Waits for samples of any number of readers and calls the runner of the reader that has some, one runner at a time,
-/// so that all sample handling of a service is on one thread.
+/// Waits for samples of any number of readers. When a reader has samples, the thread calls the runner of this reader.
+/// It calls one runner at a time, so that one thread processes all samples of a service.
 ///
-/// create(), attach runners, start(), …, stop(); afterwards create() may begin anew. create(), start() and stop()
-/// belong to one controlling thread. Any thread may call attachRunner() and detachRunner(), also while this one runs;
-/// they wait for a runner that is at work, and are refused within one. A failure logs one line and returns false.
+/// Order of calls: create(), attach runners, start(), …, stop(); after that create() may be called again. create(),
+/// start() and stop() belong to one controlling thread. Any thread may call attachRunner() and detachRunner(), also
+/// while this thread runs. They wait for a runner that is being called, and are refused within a runner. A failure logs
+/// one line and returns false.
 ///
-/// A runner that is ready when a wait ends is served then or when the next wait ends, however busy others are: each
-/// time the runners that were ready before and had to wait, or else one, are served, with one read each.
+/// After each wait, the thread serves all runners that were ready at the previous wait but were not served. If there
+/// are none, it serves one runner. Each served runner reads once. Therefore a ready runner is served after this wait or
+/// after the next wait, even if other runners are always ready.
 ///
-/// A derived class that overrides run() returns from it soon after stopRequested() and calls stop() in its own
-/// destructor. In a process that inherited the object by fork(), stop() and the destructor only abandon it.
+/// A derived class that overrides run() must return from run() soon after stopRequested() returns true, and must call
+/// stop() in its own destructor. In a process that inherited the object by fork(), stop() and the destructor only
+/// abandon it.
 class TESSIVAR_API WaitSetThread : public TessivarThread {
  public:
-  /// `name` is what the operating system shows, cut to 15 characters.
+  /// The operating system shows `name`, cut to 15 characters.
   explicit WaitSetThread(const std::string& name = "TessivarThread");
-  /// As stop().
+  /// Does the same as stop().
   ~WaitSetThread() override;
 
-  /// Makes the wait set and the condition that ends the thread; nothing when they exist.
+  /// Creates the wait set and the condition that ends the thread. Does nothing if they exist.
   bool create();
-  /// Serves the runner from now on. Owned runners are deleted when they are detached, by detachRunner() or stop(); not
-  /// when attaching fails. The reader must outlive the time that its runner is attached.
+  /// Serves the runner from now on. detachRunner() or stop() deletes an owned runner when it is detached. If attaching
+  /// fails, the runner is not deleted. The reader must live until its runner is detached.
   bool attachRunner(WaitSetThreadRunnerBase* runner, bool owned);
-  /// The same for an owned runner, which is deleted also when attaching fails.
+  /// The same for an owned runner. The runner is also deleted if attaching fails.
   bool attachRunner(std::unique_ptr<WaitSetThreadRunnerBase> runner);
-  /// Detaches the first runner of that reader, which may then be deleted. False when there is none.
+  /// Detaches the first runner of this reader. After that the reader may be deleted. Returns false if there is no
+  /// runner.
   bool detachRunner(DDSDataReader* reader);
-  /// Runs `task` on the thread, between two runners, in the order of posting. Never blocks; any thread, also a runner.
-  /// An exception is logged. Tasks that have not begun when the thread is stopped are dropped. False, and nothing runs,
-  /// without create().
+  /// Runs `task` on the thread, between two runners, in the order of the calls. Never blocks. Any thread may call this,
+  /// also a runner. An exception is logged. When the thread is stopped, tasks that have not begun are dropped. Without
+  /// create(), it returns false and `task` does not run.
   bool post(std::function<void()> task);
   void start() override;
   void run() override;
-  /// Ends the thread, waits until run() has returned or thrown, and detaches all runners. Fine in any state. Called
-  /// from within a runner it only asks the thread to end: stop() by another thread, or the destructor, does the rest.
+  /// Ends the thread, waits until run() has ended, and detaches all runners. May be called in any state. Within a
+  /// runner it only asks the thread to end: stop() on another thread, or the destructor, does the rest.
   void stop();
 
-  /// True on the thread itself: within a runner.
+  /// Returns true if the calling thread is this thread, for example within a runner.
   bool isCurrent() const;
-  /// The one whose run() the calling thread executes, to be compared only; null if there is none.
+  /// Returns the object whose run() the calling thread executes, or null if there is none. Use the pointer only for
+  /// comparisons.
   static const WaitSetThread* current();
   const std::string& name() const { return name_; }
 
  protected:
-  /// Returns true once stop() was called, until the next create().
+  /// Returns true before the first create(), and after stop() until the next create().
   bool stopRequested() const;
 
  private:
@@ -75,7 +80,7 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
   };
 
   void serve(const DDSConditionSeq& active);
-  /// Calls the runner of a triggered condition. Returns false if it has none.
+  /// Calls the runner of a triggered condition. Returns false if it has no runner.
   bool serve(DDSCondition* condition);
   void runPosted();
   void release(const Entry& entry);
@@ -87,12 +92,12 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
   std::unique_ptr<DDSGuardCondition> quit_;
   std::unique_ptr<DDSGuardCondition> posted_;
   std::vector<std::function<void()>> tasks_;
-  tessivar::platform::Mutex tasksLock_;  // of posted_ and tasks_; not held while a task runs
+  tessivar::platform::Mutex tasksLock_;  // guards posted_ and tasks_; not held while a task runs
   std::vector<Entry> runners_;
   TessivarMutex runnersLock_;
-  std::vector<DDSCondition*> passedOver_;  // triggered at the last wait and not served; only compared
+  std::vector<DDSCondition*> passedOver_;  // triggered at the last wait but not served; only compared
   std::vector<DDSCondition*> waiting_;
-  std::atomic<bool> running_{false};  // run() is being executed, by whatever thread
+  std::atomic<bool> running_{false};  // a thread executes run()
   std::atomic<std::thread::id> thread_{};
   std::atomic<std::thread::id> serving_{};  // the thread that holds runnersLock_ for a runner
   tessivar::platform::MadeHere madeHere_;

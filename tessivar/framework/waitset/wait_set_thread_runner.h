@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a wait-set thread runs for one reader.
+// The runners of a wait-set thread. A runner processes the samples of one reader.
 #pragma once
 
 #include "tessivar/framework/nodes/type_of.h"
@@ -8,38 +8,41 @@
 
 namespace TessivarDDS {
 
-/// For RunnerSettings::maxSamples: so few lent at a time that a burst does not grow the reader's pool.
+/// A value for RunnerSettings::maxSamples. It limits the samples on loan, so that a burst does not grow the pool of the
+/// reader.
 constexpr DDS_Long samplesPerCycle = 1024;
 
-/// How a runner gets at its reader's samples. Masks are DDS_..._STATE bits.
+/// The way in which a runner reads samples. Masks are DDS_..._STATE bits.
 struct RunnerSettings {
-  /// Samples of one call of processData(); more are served in the next cycles. DDS_LENGTH_UNLIMITED: all there are.
+  /// The largest number of samples in one call of processData(). Later calls process the other samples.
+  /// DDS_LENGTH_UNLIMITED means all available samples.
   DDS_Long maxSamples = DDS_LENGTH_UNLIMITED;
   DDS_SampleStateMask sampleStateMask = DDS_NOT_READ_SAMPLE_STATE;
   DDS_ViewStateMask viewStateMask = DDS_ANY_VIEW_STATE;
   DDS_InstanceStateMask instanceStateMask = DDS_ANY_INSTANCE_STATE;
-  /// True: samples are taken; false: they are read and stay in the reader, for queries.
+  /// True: samples are taken. False: samples are read and stay in the reader for queries.
   bool take = true;
-  /// Prints every sample and logs when there are none.
+  /// Prints every sample, and logs when there are none.
   bool verbose = false;
 };
 
-/// What a WaitSetThread runs when a read condition triggers. Its operations are called by that thread only, with the
-/// thread's list lock held: they must not attach or detach runners of the same thread.
+/// The work that a WaitSetThread does when a read condition triggers. The thread calls processData() while it holds the
+/// lock of its runner list. Therefore processData() must not attach or detach runners of the same thread. The thread
+/// that attaches or detaches the runner calls reader() and cleanUpReader().
 class TESSIVAR_API WaitSetThreadRunnerBase {
  public:
   virtual ~WaitSetThreadRunnerBase();
   WaitSetThreadRunnerBase(const WaitSetThreadRunnerBase&) = delete;
   WaitSetThreadRunnerBase& operator=(const WaitSetThreadRunnerBase&) = delete;
 
-  /// The reader whose samples this runner handles; null: the runner is not usable.
+  /// Returns the reader whose samples this runner processes. If it returns null, the runner cannot be attached.
   virtual DDSDataReader* reader() = 0;
   /// Called while the read condition is triggered.
   virtual void processData() = 0;
-  /// Releases what was made on the reader for this runner; after that the reader may be deleted.
+  /// Deletes everything that was created on the reader for this runner. After that the reader may be deleted.
   virtual void cleanUpReader() = 0;
 
-  /// Made by WaitSetThread::attachRunner(); the reader owns it.
+  /// WaitSetThread::attachRunner() creates the condition; the reader owns it.
   DDSReadCondition* readCondition() const { return readCondition_; }
   DDS_Long maxSamples() const { return settings_.maxSamples; }
   DDS_SampleStateMask sampleStateMask() const { return settings_.sampleStateMask; }
@@ -49,7 +52,7 @@ class TESSIVAR_API WaitSetThreadRunnerBase {
  protected:
   explicit WaitSetThreadRunnerBase(const RunnerSettings& settings) : settings_(settings) {}
   const RunnerSettings& settings() const { return settings_; }
-  /// Deletes the read conditions of `reader`; a failure is logged with `signature`.
+  /// Deletes the read conditions of `reader`. The message of a failure begins with `signature`.
   void deleteConditions(DDSDataReader* reader, const std::string& signature);
 
  private:
@@ -58,16 +61,16 @@ class TESSIVAR_API WaitSetThreadRunnerBase {
   const RunnerSettings settings_;
 };
 
-/// Hands each sample of one typed reader to handlers. Derive from it and override a form of processSample() or
-/// processInvalidSample(). Samples are lent for the time of the call. An exception that leaves a handler is logged; the
-/// samples after it are still handled.
+/// Passes each sample of one typed reader to handlers. Derive a class from it and override one form of processSample(),
+/// or processInvalidSample(). Samples are on loan during the call. An exception that leaves a handler is logged; the
+/// next samples are still processed.
 template <class T>
 class TESSIVAR_API WaitSetThreadRunner : public WaitSetThreadRunnerBase {
  public:
   typedef typename TypeOf<T>::DataReader TDataReader;
   typedef typename TypeOf<T>::Seq TSeq;
 
-  /// `reader` is not owned and must live until the runner is detached; null makes a runner that cannot be attached.
+  /// `reader` is not owned and must live until the runner is detached. A runner with a null reader cannot be attached.
   explicit WaitSetThreadRunner(TDataReader* reader, const RunnerSettings& settings = {})
       : WaitSetThreadRunnerBase(settings), reader_(reader) {}
 
@@ -79,8 +82,8 @@ class TESSIVAR_API WaitSetThreadRunner : public WaitSetThreadRunnerBase {
   virtual void processSamples(TSeq& samples, DDS_SampleInfoSeq& infos);
   virtual void processSample(const T& sample);
   virtual void processSample(const T& sample, const DDS_SampleInfo& info);
-  /// The instance is no longer alive: disposed of, or without writers. Called once for each death, also for that of an
-  /// instance whose last sample was still unread, after that sample.
+  /// The instance is no longer alive: it was disposed, or it has no writers. Called once for each end of an instance.
+  /// If the last sample of the instance was still unread, this is called after that sample.
   virtual void processInvalidSample(const DDS_SampleInfo& info);
 
   TDataReader* typedReader() const { return reader_; }

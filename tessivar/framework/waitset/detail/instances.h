@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The library's own instances of the runner template, so that users need not compile them.
+// The explicit instances of the runner template that the library contains, so that applications do not compile them.
 #pragma once
 
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Definitions for wait_set_thread_runner.h; include that.
+// Definitions for wait_set_thread_runner.h. Include that file instead.
 #pragma once
 
 #include "tessivar/framework/log/detail/guarded.h"
@@ -65,7 +65,8 @@ void WaitSetThreadRunner<T>::process(const T& sample, const DDS_SampleInfo& info
   }
   if (settings().verbose) TypeOf<T>::TypeSupport::print_data(&sample);
   processSample(sample, info);
-  // An instance that goes while its last sample is unread has no invalid sample to tell of it: that last sample does.
+  // If an instance ends while its last sample is unread, the reader provides no invalid sample. The instance state of
+  // the last sample reports the end instead.
   if (info.instance_state != DDS_ALIVE_INSTANCE_STATE && info.sample_rank == 0) {
     DDS_SampleInfo gone = info;
     gone.valid_data = DDS_BOOLEAN_FALSE;
