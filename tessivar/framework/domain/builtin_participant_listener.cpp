@@ -18,7 +18,7 @@ constexpr const char* signature =
 constexpr const char* install_signature =
     "bool __cdecl TessivarDDS::DDSDomain::installBuiltInParticipantListener(void)";
 
-/// Octets of the shortest user data that can hold a type: "type=" and a digit.
+/// The length in octets of the shortest user data with a type: "type=" and a digit.
 constexpr DDS_Long shortest_type = 6;
 
 unsigned short announcedType(const DDS_ParticipantBuiltinTopicData& data) {
@@ -28,7 +28,7 @@ unsigned short announcedType(const DDS_ParticipantBuiltinTopicData& data) {
   return BuiltinParticipantListener::parseType(octets.data(), text.length());
 }
 
-/// The IPv4 addresses with their ports, "1.2.3.4@7410,…" with '@' as `at`.
+/// Returns the IPv4 addresses with their ports: "1.2.3.4@7410,…" if `at` is '@'.
 std::string addresses(const DDS_ParticipantBuiltinTopicData& data, char at) {
   std::string text;
   for (DDS_Long i = 0; i < data.default_unicast_locators.length(); ++i) {
@@ -96,7 +96,7 @@ void BuiltinParticipantListener::setAllowedTypes(const std::string& list) {
 }
 
 unsigned short BuiltinParticipantListener::parseType(const DDS_Octet* text, DDS_Long length) {
-  // Received octets need not end with a zero.
+  // Received octets may have no terminating zero.
   const std::string bounded(reinterpret_cast<const char*>(text), static_cast<std::size_t>(std::max(length, 0)));
   unsigned long type = 0;
   if (length < shortest_type || std::sscanf(bounded.c_str(), "type=%lu", &type) != 1) return unknownParticipantType;

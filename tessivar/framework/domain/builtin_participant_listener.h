@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Who may talk to a participant: remote participants are admitted or ignored by the type that they announce.
+// The listener that admits or ignores remote participants by the type that they announce.
 #pragma once
 
 #include "tessivar/platform/builtin.h"
@@ -15,37 +15,38 @@ namespace TessivarDDS {
 
 class PeerList;
 
-/// The type of a remote participant that announces none that can be read.
+/// The type of a remote participant that announces no readable type.
 constexpr unsigned short unknownParticipantType = 0xFFFF;
 
-/// Listens to a participant's built-in participant reader and ignores every remote participant whose announced type is
-/// not an allowed one, before anything of it is matched.
+/// Listens to the built-in participant reader of a participant. It ignores every remote participant whose announced
+/// type is not allowed, before any of its endpoints match.
 ///
-/// The allowed types are set before the listener is installed. The callback runs on the engine's discovery thread; the
-/// counts may be read by any thread.
+/// Set the allowed types before the listener is installed. The callback runs on the discovery thread of the engine. Any
+/// thread may read the counts.
 class TESSIVAR_API BuiltinParticipantListener : public DDSDataReaderListener {
  public:
-  /// The participant that ignores. Not owned.
+  /// The participant that ignores remote participants. Not owned.
   void setParticipant(DDSDomainParticipant* participant) {
     participant_ = participant;
     seen_ = 0;
   }
-  /// Where remote participants are noted; before it is installed.
+  /// The list that records remote participants. Set it before the listener is installed.
   void setPeerList(std::shared_ptr<PeerList> peers) { peers_ = std::move(peers); }
-  /// Admits the types of a comma-separated list of numbers. An empty list admits every participant; a list in which no
-  /// number can be read admits none, with an error line that names the list.
+  /// Allows the types in a comma-separated list of numbers. An empty list admits every participant. A list without any
+  /// readable number admits none, and an error line names the list.
   void setAllowedTypes(const std::string& list);
   const std::vector<unsigned short>& allowedTypes() const { return allowed_; }
-  /// Announcements that were admitted since the listener was made.
+  /// Returns the number of announcements that were admitted since the construction of the listener.
   unsigned admitted() const { return admitted_.load(std::memory_order_relaxed); }
-  /// Remote participants discovered since setParticipant(), admitted or not, gone or not.
+  /// Returns the number of remote participants that were discovered since setParticipant(), including those that were
+  /// ignored or have left.
   unsigned seen() const { return seen_.load(std::memory_order_relaxed); }
 
   void on_data_available(DDSDataReader* reader) override;
 
-  /// The numbers of a comma-separated list, each 0 to 65535; one that is no such number is logged and left out.
+  /// Returns the numbers of a comma-separated list. Each must be 0 to 65535; any other entry is logged and omitted.
   static std::vector<unsigned short> parseTypes(const std::string& list);
-  /// The number in "type=NUMBER"; unknownParticipantType when there is none. `text` need not end with a zero.
+  /// Returns the number in "type=NUMBER", or unknownParticipantType if there is none. `text` needs no terminating zero.
   static unsigned short parseType(const DDS_Octet* text, DDS_Long length);
 
  private:

@@ -15,7 +15,7 @@
 namespace TessivarDDS {
 namespace {
 
-constexpr int highest_domain_id = 232;  // DDSI-RTPS 2.3, 9.6.1.1: a higher one has no ports
+constexpr int highest_domain_id = 232;  // DDSI-RTPS 2.3, 9.6.1.1: a higher domain id has no ports
 constexpr const char* multicast_property = "dds.transport.UDPv4.builtin.multicast_enabled";
 constexpr const char* interfaces_property = "dds.transport.UDPv4.builtin.parent.allow_interfaces";
 constexpr const char* allowed_types_property = "tessivarddscore.allowed_participant_types";
@@ -104,7 +104,7 @@ bool DDSDomain::createDomainParticipant(int domainId, std::vector<std::string> q
   if (code != DDS_RETCODE_OK) {
     logError() << signature << " Failed to load participant Qos profile: " << library << "::" << profile
                << " return code: " << code;
-    factory().set_qos(factoryQosBefore);  // so that later domains do not fail for these files
+    factory().set_qos(factoryQosBefore);  // so that these files do not make later domains fail
     return false;
   }
   return createDomainParticipant(domainId, qos, true);
@@ -127,7 +127,7 @@ bool DDSDomain::createDomainParticipant(int domainId, const DDS_DomainParticipan
   }
   owned_->adopt(participant_);
   if (!installBuiltInParticipantListener()) {
-    deleteParticipant();  // nobody would be refused
+    deleteParticipant();  // without the listener every participant would be admitted
     return false;
   }
   if (enable) {
@@ -180,7 +180,7 @@ bool DDSDomain::configureQos(DDS_DomainParticipantQos& qos) {
 
   qos.resource_limits.participant_user_data_max_length = max_user_data;
   const std::string text = "type=" + std::to_string(type_);
-  const auto length = static_cast<DDS_Long>(text.size() + 1);  // the terminating zero belongs to it
+  const auto length = static_cast<DDS_Long>(text.size() + 1);  // including the terminating zero
   qos.user_data.value.from_array(reinterpret_cast<const DDS_Octet*>(text.c_str()), length);
 
   const std::vector<std::string>& interfaces = allowedInterfaces_.empty() ? environment.interfaces : allowedInterfaces_;
@@ -275,7 +275,8 @@ bool DDSDomain::registerContentFilter(const std::string& name, const DDSContentF
 
 namespace {
 
-/// Unregisters what `chosen` picks; true when there was something, and all of it went.
+/// Unregisters the filters that `chosen` selects. Returns true if it selected at least one and all selected are
+/// unregistered.
 template <class Filters, class Choice>
 bool unregister(const char* signature, DDSDomainParticipant* participant, Filters& filters, Choice chosen) {
   bool found = false;
@@ -362,7 +363,7 @@ bool DDSDomain::dataReaderQosProfile(const std::string& library, const std::stri
 }
 
 bool DDSDomain::dataWriterQosProfile(const std::string& library, const std::string& profile, DDS_DataWriterQos& qos) {
-  // The reader's words stand for the writer too: monitoring in the field matches on them.
+  // The text says "data reader" also for the writer, because monitoring systems in facilities search for this text.
   return reportProfile(TESSIVAR_SIGNATURE_PROFILE("dataWriterQosProfile", "DDS_DataWriterQos"),
                        "Failed to load data reader QoS profile for ", library, profile,
                        factory().get_datawriter_qos_from_profile(qos, library.c_str(), profile.c_str()));
@@ -456,7 +457,7 @@ void DDSDomain::deleteParticipant() {
   owned_ = std::make_shared<OwnedParticipant>();
   participant_ = nullptr;
   book_->close();
-  peers_ = std::make_shared<PeerList>();  // the participant may stay for a while
+  peers_ = std::make_shared<PeerList>();  // nodes may keep the old participant for a while
   const ScopedLock lock(filtersLock_);
   filters_.clear();
 }

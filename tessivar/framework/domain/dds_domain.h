@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// One participant of a DDS domain, configured the way all applications of a facility configure theirs.
+// One participant of a DDS domain, configured as all applications of a facility configure it.
 #pragma once
 
 #include "tessivar/framework/domain/detail/owned_participant.h"
@@ -19,96 +19,100 @@ namespace TessivarDDS {
 class PeerList;
 class ReportBook;
 
-/// Owns a participant and what configures it: interfaces, peers, the announced type, content filters, and who is
-/// admitted. Applications mostly get one from the DomainManager.
+/// Owns a participant and its configuration: interfaces, peers, announced type, content filters, and the admission of
+/// remote participants. Most applications get a domain from the DomainManager.
 ///
-/// Settings (setType(), enableMulticast(), setAllowedInterfaces()) and addPeerAddress() come first, then
-/// createDomainParticipant(); cleanUp() leads back to the start with the settings kept. Create, clean up and change
-/// settings from one thread; peers, filters, profiles and the getters may be used from any. Creation takes some
-/// milliseconds; nothing else blocks. A failure logs one line and gives false.
+/// Order of calls: settings (setType(), enableMulticast(), setAllowedInterfaces()) and addPeerAddress(), then
+/// createDomainParticipant(). cleanUp() returns to the state before creation and keeps the settings. One thread
+/// creates, cleans up and changes settings. Any thread may use peers, filters, profiles and getters. Creation takes
+/// some milliseconds; no other function blocks. A failure logs one line and returns false.
 ///
-/// The environment fills in what the application leaves open, however it creates the participant:
-/// "DDS_ALLOWED_INTERFACES" (as setAllowedInterfaces(), separated by commas) unless setAllowedInterfaces() was called,
-/// "TESSIVAR_MULTICAST" (0 or 1) unless enableMulticast() was called, and "TESSIVAR_PEERS" (as addPeerAddress(),
-/// separated by commas or blanks) after the application's own peers. A value that cannot be used is left out with a
-/// line in the log.
+/// Environment variables set the values that the application did not set, for every way of creating the participant:
+/// "DDS_ALLOWED_INTERFACES" (as setAllowedInterfaces(), separated by commas) if setAllowedInterfaces() was not called;
+/// "TESSIVAR_MULTICAST" (0 or 1) if enableMulticast() was not called. The peers in "TESSIVAR_PEERS" (as
+/// addPeerAddress(), separated by commas or blanks) are added after the peers of the application. An invalid value is
+/// logged and ignored.
 ///
-/// A domain carries several clients, nodes, services and topic nodes, also of the same kind: they share their topics.
-/// As its participant ignores itself, those on one domain do not communicate with each other: a client and the node
-/// that it controls need a domain each.
+/// Several clients, nodes, services and topic nodes can use one domain, also several of the same kind. They share their
+/// topics. The participant ignores itself, so the users of one domain do not communicate with each other: a client and
+/// the node that it controls need two domains.
 ///
-/// Clean up what uses the domain, then the domain. In the other order, and also by destructors, cleanUp() logs a
-/// warning and the participant lives on until the last user is cleaned up. What is made directly on participant() does
-/// not count as a user: it is deleted with the participant.
+/// Clean up the users of the domain first, then the domain. In the other order, cleanUp() and the destructor log a
+/// warning, and the participant lives until the last user is cleaned up. Entities that the application creates directly
+/// on participant() are not users: they are deleted with the participant.
 ///
-/// A process forked from one that has domains may destroy inherited objects of this library, clean them up, and call
-/// exec() or _exit(). Destroying and cleaning up only abandon them: the parent's participant and threads are not
-/// affected. Every other use of inherited objects, and any new domain in the child if the parent had one, is undefined,
-/// as the engine's threads and locks are not inherited. The library's sockets are closed by exec().
+/// A forked child process may destroy or clean up inherited objects of this library, and call exec() or _exit().
+/// Destroying and cleaning up only abandon the objects: the participant and the threads of the parent are not affected.
+/// Every other use of inherited objects is undefined, because the threads and locks of the engine are not inherited. If
+/// the parent had a domain, a new domain in the child is undefined, too. exec() closes the sockets of the library.
 class TESSIVAR_API DDSDomain {
  public:
   DDSDomain();
-  /// As cleanUp().
+  /// Does the same as cleanUp().
   ~DDSDomain();
   DDSDomain(const DDSDomain&) = delete;
   DDSDomain& operator=(const DDSDomain&) = delete;
 
   // --- before creation
 
-  /// Discovery by multicast; false when neither this call nor the environment says otherwise. Refused with a line in
-  /// the log once the participant exists.
+  /// Switches discovery by multicast on or off. It is off, unless this call or the environment switches it on. After
+  /// the participant is created, the call is refused with one log line.
   void enableMulticast(bool enable);
-  /// The type that remote participants see and admit or ignore this one by. Refused once the participant exists.
+  /// Sets the type that this participant announces; remote participants admit or ignore it by this type. Refused after
+  /// the participant is created.
   void setType(unsigned short type);
-  /// Interfaces to use, each a name, an address or a pattern such as "10.1.*"; none: the engine's choice of one. With
-  /// more than one, up to four, everything is sent through all of them, so that each of them is enough. When none of
-  /// the machine's fits, creation fails. Refused once the participant exists.
+  /// Sets the network interfaces: names, addresses or patterns such as "10.1.*". If the list is empty, the engine
+  /// selects one interface. With two to four interfaces, everything is sent on all of them, so that one working
+  /// interface is enough. If no interface of the machine fits, creation fails. Refused after the participant is
+  /// created.
   void setAllowedInterfaces(std::vector<std::string> interfaces);
 
   // --- creation
 
-  /// With the default participant QoS. `domainId`: 0 to 232.
+  /// Creates the participant with the default QoS. `domainId` is 0 to 232.
   bool createDomainParticipant(int domainId);
-  /// With `qos`, completed by configureQos(). Without `enable` the participant is quiet until
-  /// participant()->enable(), and would then match itself unless applyIgnoreSelf() follows.
+  /// Creates the participant with `qos`, completed by configureQos(). If `enable` is false, the participant does not
+  /// communicate until participant()->enable(); call applyIgnoreSelf() after that, otherwise it matches itself.
   ///
-  /// From the first call on, the process's participant factory makes participants disabled.
+  /// After the first call, the participant factory of the process creates participants disabled.
   bool createDomainParticipant(int domainId, const DDS_DomainParticipantQos& qos, bool enable);
-  /// With a profile of these QoS files, which every profile of the process is looked up in from now on. When the
-  /// profile cannot be read from them, the process keeps the files it had.
+  /// Creates the participant with a profile of these QoS files. From now on, the process looks up all profiles in these
+  /// files. If the profile cannot be read from them, the process keeps its previous files.
   bool createDomainParticipant(int domainId, std::vector<std::string> qosFiles, const std::string& library,
                                const std::string& profile);
-  /// Lays this domain's settings and those of the environment over `qos`: transports, peers, the announced type,
-  /// interfaces. Without multicast the `initial_peers` of `qos` have no effect, with a warning.
+  /// Writes the settings of this domain and of the environment into `qos`: transports, peers, announced type,
+  /// interfaces. Without multicast the `initial_peers` of `qos` have no effect; this is logged as a warning.
   bool configureQos(DDS_DomainParticipantQos& qos);
   bool setParticipantQosAllowedInterfaces(DDS_DomainParticipantQos& qos, const std::vector<std::string>& interfaces);
   void applyIgnoreSelf();
   void disableAutoCreateParticipantEntities();
-  /// Admits remote participants by the property "tessivarddscore.allowed_participant_types": type numbers separated by
-  /// commas. Absent or empty admits all; a list in which no number can be read admits none.
+  /// Admits remote participants by the property "tessivarddscore.allowed_participant_types": type numbers, separated by
+  /// commas. If the property is absent or empty, all are admitted. If no number in the list can be read, none is
+  /// admitted.
   bool installBuiltInParticipantListener();
-  /// Deletes the participant with everything on it, or leaves it to those that still use it. Nothing when there is
-  /// none. Refused within a callback of the bus.
+  /// Deletes the participant and everything on it. If users of the domain remain, their last clean-up deletes the
+  /// participant. Does nothing if there is no participant. Refused within a callback of the bus.
   void cleanUp();
 
   // --- peers
 
-  /// Where to look for other participants: a host name, an address or "[N@]builtin.udpv4://ADDRESS". Also while
-  /// running.
+  /// Adds a peer, where discovery looks for other participants: a host name, an address or
+  /// "[N@]builtin.udpv4://ADDRESS". May be called before and after creation.
   bool addPeerAddress(const std::string& address);
-  /// Who is known already stays known.
+  /// Participants that were already discovered through this peer stay known.
   bool removePeerAddress(const std::string& address);
   std::vector<std::string> initialPeerList() const;
 
   // --- content filters
 
-  /// Makes `filter` available to filtered topics under `name`. Not owned: it must outlive the participant or be
-  /// unregistered. True also when this very filter has that name already; false for a name in use.
+  /// Registers `filter` under `name` for filtered topics. The filter is not owned: it must outlive the participant or
+  /// be unregistered. Returns true also if the same filter is already registered under `name`. Returns false if another
+  /// filter uses `name`.
   bool registerContentFilter(const std::string& name, const DDSContentFilter* filter);
-  /// Under all its names. False for a filter that is not registered, or that filtered topics use.
+  /// Unregisters the filter under all its names. Returns false if it is not registered or if filtered topics use it.
   bool unregisterContentFilter(const DDSContentFilter* filter);
   bool unregisterContentFilters();
-  /// The filter registered under `name`; null when there is none.
+  /// Returns the filter that is registered under `name`, or null if there is none.
   const DDSContentFilter* contentFilter(const std::string& name) const;
 
   // --- QoS profiles
@@ -120,19 +124,18 @@ class TESSIVAR_API DDSDomain {
 
   // --- state
 
-  /// Null until created. Owned by the domain.
+  /// Null until created. The domain owns it.
   DDSDomainParticipant* participant() const { return participant_; }
   bool created() const { return created_; }
-  /// The participant as a node holds it while it has entities on it. Not for applications.
+  /// The participant, for nodes: a node holds this pointer while it has entities. Not for applications.
   std::shared_ptr<OwnedParticipant> ownedParticipant() const { return owned_; }
   const BuiltinParticipantListener& participantListener() const { return owned_->admission; }
-  /// What has passed through the participant's readers and writers, and which participants were discovered. Empty
-  /// before creation and after cleanUp(). Any thread and callback; never blocks.
+  /// Returns the counters of all readers and writers of the participant, and the discovered participants. Empty before
+  /// creation and after cleanUp(). Any thread and any callback may call this. Never blocks.
   Report report() const;
-  /// The remote participants, for the reports of services; may be kept for longer than the domain lives.
+  /// The remote participants, for reports of services. The pointer may outlive the domain.
   std::shared_ptr<const PeerList> peers() const { return peers_; }
-  /// How this participant looks for others and how many it has found, in one line: domain, interfaces, peers,
-  /// multicast, participants.
+  /// Returns the discovery settings and results in one line: domain, interfaces, peers, multicast, participants.
   std::string describeDiscovery() const { return owned_->describeDiscovery(); }
 
  private:
@@ -149,8 +152,8 @@ class TESSIVAR_API DDSDomain {
   mutable TessivarMutex filtersLock_;
   std::shared_ptr<PeerList> peers_;
   const std::shared_ptr<ReportBook> book_;
-  std::shared_ptr<OwnedParticipant> owned_ = std::make_shared<OwnedParticipant>();  // also held by each node
-  std::vector<std::string> peersBeforeCreation_;                                    // what cleanUp() goes back to
+  std::shared_ptr<OwnedParticipant> owned_ = std::make_shared<OwnedParticipant>();  // each node holds it, too
+  std::vector<std::string> peersBeforeCreation_;                                    // cleanUp() restores it
 };
 
 }  // namespace TessivarDDS

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a domain logs of the statuses of its topics, readers and writers.
+// The listener that logs statuses of the topics, readers and writers of a domain.
 #pragma once
 
 #include "tessivar/platform/listener.h"
 
 namespace TessivarDDS {
 
-/// The statuses that a domain's listener is installed for: inconsistent topic, liveliness lost and changed, publication
+/// The statuses for which a domain installs its listener: inconsistent topic, liveliness lost and changed, publication
 /// and subscription matched.
 constexpr DDS_StatusMask domainListenerMask = DDS_INCONSISTENT_TOPIC_STATUS | DDS_LIVELINESS_LOST_STATUS |
                                               DDS_LIVELINESS_CHANGED_STATUS | DDS_PUBLICATION_MATCHED_STATUS |
                                               DDS_SUBSCRIPTION_MATCHED_STATUS;
 
-/// Logs what no listener of the entity itself asked for. Holds no state: any thread.
+/// Logs the statuses that no listener of the entity handles. It has no state; any thread may call it.
 class TESSIVAR_API DDSDomainListener : public DDSDomainParticipantListener {
  public:
   void on_inconsistent_topic(DDSTopic* topic, const DDS_InconsistentTopicStatus& status) override;

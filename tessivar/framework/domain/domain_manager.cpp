@@ -28,7 +28,7 @@ DomainManager& DomainManager::instance() {
   return *manager;
 }
 
-/// Made when the library is loaded, so that the static objects of the program are destroyed before it.
+/// Constructed when the library is loaded, so that static objects of the program are destroyed before it.
 struct DomainManagerReport {
   ~DomainManagerReport() {
     DomainManager::instance().reportDomains();
@@ -43,7 +43,7 @@ const DomainManagerReport reportAtExit;
 }  // namespace
 
 void DomainManager::reportDomains() {
-  if (madeHere_.inherited()) return;  // the parent's domains
+  if (madeHere_.inherited()) return;  // the domains belong to the parent
   const std::lock_guard lock(mutex_);
   for (const Record& record : records_) {
     logWarning() << "__cdecl TessivarDDS::DomainManager::~DomainManager(void)"
@@ -65,7 +65,8 @@ DDSDomain* DomainManager::sharedDomain(int domainId, const std::string& library,
       ++record->references;
       return record->domain;
     }
-    // A hook on this thread must not wait for a domain whose hook may wait for this one's.
+    // This thread may be inside the hook of another domain that is being created. It must not wait: the hook of the
+    // wanted domain may wait for that other domain.
     if (std::any_of(records_.begin(), records_.end(), [](const Record& making) {
           return !making.domain && making.creator == std::this_thread::get_id();
         })) {
@@ -86,7 +87,8 @@ DDSDomain* DomainManager::exclusiveDomain(int domainId, const std::string& libra
 
 DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock<tessivar::platform::Mutex>& lock,
                                          Record record, const std::string& library, const std::string& profile) {
-  // The record keeps the id's place while the lock is free: the hook is application code, and others need not wait.
+  // The record reserves the domain id while the lock is released. The hook is application code, and callers for other
+  // ids do not have to wait.
   const int domainId = record.domainId;
   const auto place = records_.insert(records_.end(), std::move(record));
   lock.unlock();

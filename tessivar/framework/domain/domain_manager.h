@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// How applications get a domain.
+// The manager from which applications get domains.
 #pragma once
 
 #include "tessivar/framework/domain/dds_domain.h"
@@ -17,50 +17,54 @@
 
 namespace TessivarDDS {
 
-/// Whoever holds a shared domain. Called without any lock of the DomainManager.
+/// A holder of a shared domain. The DomainManager calls it without holding a lock.
 class TESSIVAR_API DomainManagerClient {
  public:
   virtual ~DomainManagerClient() = default;
-  /// The machine's network settings changed (DomainManager::notifyNetworkSettingsChanged()).
+  /// The network settings of the machine changed (DomainManager::notifyNetworkSettingsChanged()).
   virtual void networkSettingsChanged() = 0;
-  /// The participant of `domain` is about to be deleted: the last holder releases it, and is the one that is told. What
-  /// is still left on the domain has to go now.
+  /// The participant of `domain` is about to be deleted, because the last holder releases it. Only the last holder is
+  /// notified. It must now clean up everything that still uses the domain.
   virtual void domainAboutToBeDeleted(DDSDomain* domain) = 0;
 };
 
-/// Completes a participant's QoS before it is made: domain id, library and profile asked for, QoS.
+/// Changes the QoS of a participant before the participant is created. Receives the domain id, the requested library
+/// and profile, and the QoS.
 typedef std::function<void(int domainId, const std::string& library, const std::string& profile,
                            DDS_DomainParticipantQos& qos)>
     DomainQosHook;
 
-/// Configures a domain before its participant is made: its type, multicast, peers.
+/// Configures a domain before its participant is created: its type, multicast, peers.
 typedef std::function<void(int domainId, DDSDomain& domain)> DomainHook;
 
-/// The process's domains: one shared per domain id, counted by its holders, and any number of exclusive ones.
+/// Manages the domains of the process: one shared domain for each domain id, with a count of its holders, and any
+/// number of exclusive domains.
 ///
-/// Thread-safe. Creating and deleting takes some milliseconds, during which only callers for the same domain id wait.
+/// Thread-safe. Creating and deleting a domain take some milliseconds. During this time only callers for the same
+/// domain id wait.
 class TESSIVAR_API DomainManager {
  public:
   static DomainManager& instance();
 
-  /// The shared domain of that id, made with the first call; later calls get the same one, whatever profile they name.
-  /// Without library or profile the default participant QoS is used, also (after an error in the log) when the profile
-  /// cannot be loaded. The environment decides as DDSDomain says. `client` may be null; each call is paid back with one
-  /// releaseSharedDomain(). Null on failure.
+  /// Returns the shared domain with this id. The first call creates it; later calls return the same domain, whatever
+  /// profile they name. Without library or profile, the default participant QoS is used. If the profile cannot be
+  /// loaded, an error is logged and the default QoS is used. Environment variables have the effect that DDSDomain
+  /// describes. `client` may be null. For each success, call releaseSharedDomain() once. Returns null on failure.
   DDSDomain* sharedDomain(int domainId, const std::string& library, const std::string& profile,
                           DomainManagerClient* client);
-  /// A new domain for the caller alone. Given back with releaseSharedDomain(domain, nullptr).
+  /// Creates a new domain for this caller only. Release it with releaseSharedDomain(domain, nullptr).
   DDSDomain* exclusiveDomain(int domainId, const std::string& library, const std::string& profile);
-  /// Gives back what sharedDomain() or exclusiveDomain() gave, with the same client; with the last holder's release the
-  /// participant and the domain are deleted. A domain or client that is not recorded changes nothing but the log.
+  /// Releases a domain of sharedDomain() or exclusiveDomain(), with the same client. The last release deletes the
+  /// participant and the domain. If the domain or the client is not recorded, only an error is logged.
   void releaseSharedDomain(DDSDomain* domain, DomainManagerClient* client);
 
-  /// Called on every participant's QoS before creation, without lock, on the thread that asks for the domain; an empty
-  /// hook takes it away.
+  /// Installs a function that is called with the QoS of every participant before its creation. It is called without a
+  /// lock, on the thread that requests the domain. An empty hook removes the installed hook.
   void installQosHook(DomainQosHook hook);
-  /// The same for the domains themselves, before the QoS hook.
+  /// The same for the domains themselves. This hook is called before the QoS hook.
   void installDomainHook(DomainHook hook);
-  /// Tells every client of every domain, once for each time it holds one. A client must not go while this runs.
+  /// Notifies every client of every domain, once for each time that the client holds a domain. Do not destroy a client
+  /// during this call.
   void notifyNetworkSettingsChanged();
 
   DomainManager(const DomainManager&) = delete;
@@ -69,7 +73,7 @@ class TESSIVAR_API DomainManager {
  private:
   struct Record {
     int domainId;
-    DDSDomain* domain;  // null while `creator` makes it
+    DDSDomain* domain;  // null while the thread `creator` creates it
     bool shared;
     int references;
     std::vector<DomainManagerClient*> clients;
@@ -78,10 +82,10 @@ class TESSIVAR_API DomainManager {
 
   friend class tessivar::platform::Immortal<DomainManager>;
   DomainManager() = default;
-  /// Never runs: the manager serves destructors of static objects, too.
+  /// Never called: the manager also serves destructors of static objects.
   ~DomainManager() = default;
   friend struct DomainManagerReport;
-  /// Warns of every domain that was not given back.
+  /// Logs a warning for every domain that was not released.
   void reportDomains();
 
   DDSDomain* createDomain(const char* signature, int domainId, const std::string& library, const std::string& profile);

@@ -11,9 +11,9 @@ namespace TessivarDDS {
 
 class DDSDomain;
 
-/// For topics that carry state: every reader, however late, gets the last sample of each instance. The domain's default
-/// for a topic of that name, made reliable, transient-local and keep-last 1. Always true: without the default (which is
-/// logged) the platform's serves.
+/// QoS for topics with state: every reader, also a late joiner, receives the last sample of each instance. Takes the
+/// default QoS of the domain for a topic with this name and makes it reliable, transient-local and keep-last with depth
+/// 1. Always returns true: if the default cannot be read, this is logged and the default of the platform is used.
 TESSIVAR_API bool createReliableDurableTopicQos(DDSDomain* domain, const std::string& topicName, DDS_TopicQos& qos);
 
 }  // namespace TessivarDDS

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A domain's participant, as its domain and the nodes on it share it.
+// The participant that a domain shares with its nodes.
 #pragma once
 
 #include "tessivar/framework/domain/builtin_participant_listener.h"
@@ -16,52 +16,52 @@
 
 namespace TessivarDDS {
 
-/// Of `peers` those that are not peers of every participant.
+/// Returns `peers` without the default peers of every participant.
 std::vector<std::string> withoutDefaultPeers(std::vector<std::string> peers);
 
-/// Owns a participant, its listeners, and the topics that several nodes use together. The domain and each node with a
-/// topic hold it by a shared pointer, so that the participant outlives all of them in whatever order they go.
+/// Owns a participant, its listeners, and the topics that several nodes share. The domain, and each node with a topic,
+/// hold it by a shared pointer. Therefore the participant outlives all of them, in any order of destruction.
 ///
 /// Thread-safe, except for adopt() and close(). A failure logs one line.
 class TESSIVAR_API OwnedParticipant {
  public:
   OwnedParticipant() = default;
-  /// As close().
+  /// Does the same as close().
   ~OwnedParticipant();
   OwnedParticipant(const OwnedParticipant&) = delete;
   OwnedParticipant& operator=(const OwnedParticipant&) = delete;
 
-  /// Takes over a participant of the factory.
+  /// Takes ownership of a participant of the factory.
   void adopt(DDSDomainParticipant* participant) {
     participant_ = participant;
     madeHere_ = {};
   }
-  /// Returns true in a process that inherited it by fork(), where entities are abandoned instead of deleted.
+  /// Returns true in a process that inherited this object by fork(). There entities are abandoned instead of deleted.
   bool inherited() const { return madeHere_.inherited(); }
-  /// Null until one is adopted.
+  /// Returns null until adopt().
   DDSDomainParticipant* get() const { return participant_; }
-  /// Deletes the participant with everything on it. Returns true if there is none any more. In a process that inherited
-  /// it by fork() the participant is abandoned.
+  /// Deletes the participant and everything on it. Returns true if there is no participant any more. In a process that
+  /// inherited it by fork(), the participant is abandoned.
   bool close();
 
-  /// The topic of that name, made with `qos` by the first caller; each success is paid back with releaseTopic(). Null
-  /// when it cannot be made or is of another type.
+  /// Returns the topic with this name. The first caller creates it with `qos`. For each success, call releaseTopic()
+  /// once. Returns null if the topic cannot be created or has another type.
   DDSTopic* acquireTopic(const std::string& name, const char* typeName, const DDS_TopicQos& qos);
-  /// The last holder's release deletes the topic. PRECONDITION_NOT_MET while entities of its last holder use it.
+  /// Releases a topic. The last release deletes it. Returns PRECONDITION_NOT_MET if it is the last release and entities
+  /// still use the topic.
   DDS_ReturnCode_t releaseTopic(DDSTopic* topic);
-  /// `name`, or with a number appended when other nodes use it already. Paid back with releaseFilteredName().
+  /// Returns `name`, with a number appended if another node uses it. Call releaseFilteredName() with the result.
   std::string reserveFilteredName(const std::string& name);
   void releaseFilteredName(const std::string& name);
-  /// The names of the topics in use, with commas between them.
+  /// Returns the names of the topics in use, separated by commas.
   std::string topicNames() const;
 
-  // Peers that are looked for beside the initial ones of the QoS.
+  // Peers in addition to the initial peers of the QoS.
   void peerAdded(const std::string& address);
   void peerRemoved(const std::string& address);
-  /// How the participant looks for others and how many it has found, in one line: domain, interfaces, peers, multicast,
-  /// participants.
+  /// Returns the discovery settings and results in one line: domain, interfaces, peers, multicast, participants.
   std::string describeDiscovery() const;
-  /// Warns with that line, after `signature`, when no other participant has been discovered up to now. For waits that
+  /// If no other participant has been discovered yet, logs a warning with this line after `signature`. Used when a wait
   /// ended without an answer.
   void warnIfAlone(const char* signature) const;
 
@@ -76,7 +76,7 @@ class TESSIVAR_API OwnedParticipant {
 
   DDSDomainParticipant* participant_ = nullptr;
   tessivar::platform::MadeHere madeHere_;
-  mutable tessivar::platform::Mutex mutex_;  // guards what follows
+  mutable tessivar::platform::Mutex mutex_;  // guards the members below
   std::map<std::string, Topic> topics_;
   std::set<std::string> filteredNames_;
   std::vector<std::string> addedPeers_;

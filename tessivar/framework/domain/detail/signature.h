@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Parts of the signatures that begin log messages: spellings that are too long to write out at each message.
+// Long parts of the function signatures that begin log messages.
 #pragma once
 
 #define TESSIVAR_SIGNATURE_STRING \

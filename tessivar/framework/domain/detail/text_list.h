@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Lists of texts: comma-separated, as environment variables and properties hold them, and the platform's.
+// Lists of texts: comma-separated lists of environment variables and properties, and string sequences of the platform.
 #pragma once
 
 #include "tessivar/platform/sequence.h"
@@ -10,13 +10,14 @@
 
 namespace TessivarDDS {
 
-/// The entries of "a, b,c" without surrounding blanks; empty ones are left out. Each of `separators` ends an entry.
+/// Returns the entries of "a, b,c" without surrounding blanks. Empty entries are omitted. Each character of
+/// `separators` ends an entry.
 std::vector<std::string> splitTextList(const std::string& list, const char* separators = ",");
 
-/// The entries with commas between them.
+/// Returns the entries, separated by commas.
 std::string joinTextList(const std::vector<std::string>& entries);
 
-/// Fills a platform sequence. False when memory is short.
+/// Copies the entries into a string sequence of the platform. Returns false if memory is short.
 TESSIVAR_API bool assignTexts(DDS_StringSeq& texts, const std::vector<std::string>& entries);
 
 std::vector<std::string> toTexts(const DDS_StringSeq& texts);

@@ -21,7 +21,7 @@ void reportIgnored(const char* variable, const std::string& text, const std::str
              << " Environment variable " << variable << "='" << text << "': " << reason << " (ignored)";
 }
 
-/// Its text; empty when it is not set.
+/// Returns the value of the variable, or an empty text if it is not set.
 std::string valueOf(const char* variable) {
   const char* const text = std::getenv(variable);
   return text ? text : "";
