@@ -24,7 +24,6 @@ namespace TessivarDDS {
 ///
 /// A value type: copies are independent, and several threads may read one address at the same time. If memory is short,
 /// an address has no text. Only toString() throws, if memory is short.
-/// without text. Nothing throws but toString(), when memory is short.
 class TESSIVAR_API AddressEx {
  public:
   /// No text; all numbers are 0.

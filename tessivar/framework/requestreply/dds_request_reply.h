@@ -50,7 +50,7 @@ class TESSIVAR_API DDSRequestReply : public DDSRequestReplyNode<Req, Rep> {
   void dispatchRemoval(typename DDSNode<Value>::TDataReader& reader, const DDS_SampleInfo& info);
 
   DDSFilteredNode<Value> valueNode_;
-  DataReaderCoreListener<Req, Rep> valueReaderListener_{*this};  // of the client side
+  DataReaderCoreListener<Req, Rep> valueReaderListener_{*this};  // used on the client side
   const std::string valueProfile_ = "valueNodeQos";
 };
 

@@ -196,7 +196,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   RequestReplyRole role_;
   WaitSetThread* waitSetThread_ = nullptr;
   bool created_ = false;
-  UseGate gate_;  // of the calls that use readers and writers
+  UseGate gate_;  // counts the calls that use readers and writers
   DDS_OctetSeq guid_;
   ListenerSlot<RequestReplyServerListener<Req, Rep>> serverListener_;
   int livelinessMs_ = -1;

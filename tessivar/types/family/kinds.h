@@ -9,7 +9,6 @@
 // Adding a type needs: a structure and a macro of declare.h in MODULE.h; a table in internal/MODULE_tables.h; macros of
 // define.h in a .cpp file of the module; the type in MODULE.idl; a line in tests/types/any_type/, with which every test
 // covers the type.
-// under every test.
 #pragma once
 
 #include "tessivar/platform/sequence.h"
