@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/writer/batch.h"
 
 #include "tessivar/platform/detail/immortal.h"
@@ -13,7 +15,7 @@
 
 namespace tessivar::platform {
 
-/// Flushes batches at their time. A process has one.
+/// Flushes batches when their delay has passed. A process has one FlushClock.
 class FlushClock {
  public:
   static FlushClock& instance() {
@@ -21,7 +23,7 @@ class FlushClock {
     return *clock;
   }
 
-  /// Throws std::system_error when there is no thread to be had.
+  /// Throws std::system_error if no thread can be created.
   void add(Batch& batch) {
     std::unique_lock lock(mutex_);
     stopped_.wait(lock, [&] { return !stopping_; });
@@ -34,7 +36,7 @@ class FlushClock {
     changed_.notify_one();
   }
 
-  /// Not from a flush.
+  /// Waits for the end of a flush of `batch`. Must not be called from a flush.
   void remove(Batch& batch) {
     std::thread ended;
     {
@@ -54,7 +56,8 @@ class FlushClock {
     stopped_.notify_all();
   }
 
-  /// The batch has a first sample: it is due in its delay's time, if it isn't due earlier already.
+  /// To be called when the batch gets its first sample. The batch is due after its delay, unless it is already due
+  /// earlier.
   void start(Batch& batch) {
     const std::int64_t due = now() + batch.delay_;
     const std::lock_guard lock(mutex_);

@@ -1,5 +1,7 @@
-// When the batched samples of one writer are sent: at a limit of octets or samples, or when the oldest has waited long
-// enough.
+// SPDX-License-Identifier: Apache-2.0
+
+// Decides when the batched samples of one writer are sent: when a limit of octets or samples is reached, or when the
+// oldest sample has waited for the maximum delay.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -10,19 +12,21 @@
 
 namespace tessivar::platform {
 
-/// Thread-safe. The delays of all writers are kept by one thread, which exists while there is a batch with a delay.
+/// Thread-safe. One thread sends the batches of all writers when their delay has passed. It exists while there is a
+/// batch with a delay.
 class Batch {
  public:
-  /// `writer` outlives the batch. Throws std::system_error when no thread for its delay can be had.
+  /// `writer` must outlive the batch. Throws std::system_error if the thread for the delay cannot be created.
   Batch(const DDS_BatchQosPolicy& limits, EngineWriter& writer);
-  /// What was collected is sent; no flush is under way any more.
+  /// Waits for the end of a delayed flush and sends the collected samples.
   ~Batch();
   Batch(const Batch&) = delete;
   Batch& operator=(const Batch&) = delete;
 
-  /// Before a sample of `size` octets is written: sends what is there when the two would be too much for one batch.
+  /// To be called before a sample of `size` octets is written. Sends the collected samples if the batch would exceed
+  /// its limit of octets with this sample.
   DDS_ReturnCode_t make_room(std::uint32_t size);
-  /// After it was written: sends when a limit is reached.
+  /// To be called after the sample was written. Sends the batch if a limit is reached.
   DDS_ReturnCode_t added(std::uint32_t size);
   DDS_ReturnCode_t flush();
 
@@ -32,11 +36,11 @@ class Batch {
   EngineWriter& writer_;
   const std::int64_t max_octets_;
   const std::int64_t max_samples_;
-  const std::int64_t delay_;  // nanoseconds; `never` without limit
+  const std::int64_t delay_;  // nanoseconds; `never`: no limit
   Mutex mutex_;
   std::int64_t octets_ = 0;
   std::int64_t samples_ = 0;
-  std::int64_t due_ = never;  // of the flush clock, under its lock
+  std::int64_t due_ = never;  // belongs to FlushClock and is guarded by its lock
 };
 
 }  // namespace tessivar::platform

@@ -1,3 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The data writer: life cycle, writes, statuses and the public class.
 #include "tessivar/platform/writer.h"
 
 #include "tessivar/platform/detail/log.h"
@@ -155,7 +158,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_sample(EngineWriter& writer, const v
   SampleRef encoded(writer.allocate(static_cast<std::uint32_t>(size), false));
   if (!encoded) return refuse(name_of(WriteKind::data), no_memory, DDS_RETCODE_OUT_OF_RESOURCES);
   if (!type.encode(sample, encoded->bytes, size)) return refuse_sample(name_of(WriteKind::data), sample, false);
-  // Last, so that a write without memory leaves no instance behind.
+  // This is the last step, so that a write that fails because memory is short adds no instance.
   WriterInstances::Known instance = {{}, true};
   if (keyed) {
     const EncodedKey key(type, sample);
@@ -177,8 +180,8 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
   const DDS_ReturnCode_t identified = identify(key, sample, handle, kind, instance);
   if (identified != DDS_RETCODE_OK) return identified;
   if (!instance.written) {
-    // The bus never heard of an instance that was registered alone: there is nothing to take back, and autodispose
-    // would take away what other writers said.
+    // The instance was registered but never written, so there is nothing to unregister or dispose on the bus. An
+    // automatic dispose would also dispose the instance for other writers.
     instances.remove(key);
     return DDS_RETCODE_OK;
   }
@@ -187,7 +190,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::write_key(EngineWriter& writer, const void
   return result;
 }
 
-/// The instance that is meant: for unregistering one that is known, else one that is known from now on.
+/// Finds the instance of the sample. To unregister, the instance must be known; otherwise an unknown instance is added.
 DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void* sample,
                                                const DDS_InstanceHandle_t& handle, WriteKind kind,
                                                WriterInstances::Known& instance) {
@@ -211,7 +214,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::send(EngineWriter& writer, SampleRef encod
   std::memcpy(encoded->key_hash, hash.data(), hash.size());
   const std::uint32_t octets = encoded->size;
   DDS_ReturnCode_t result = batch ? batch->make_room(octets) : DDS_RETCODE_OK;
-  // One look at the clock serves the sample and the figures.
+  // The clock is read once for the sample and the counters.
   const bool now = timestamp < 0;
   if (now) timestamp = std::chrono::system_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
   if (result == DDS_RETCODE_OK) result = writer.write(std::move(encoded), kind, timestamp);
@@ -258,7 +261,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::flush() {
 
 namespace {
 
-/// Takes a status over; whether it is to be reported now.
+/// Stores a status. Returns true if it must be reported now.
 template <class Status>
 bool changed(DDSDataWriter::Impl& writer, Status& seen, const Status& now, DDS_StatusMask status) {
   const std::lock_guard lock(writer.status_mutex);
@@ -268,7 +271,7 @@ bool changed(DDSDataWriter::Impl& writer, Status& seen, const Status& now, DDS_S
   return false;
 }
 
-/// Calls the writer's listener, or else the participant's.
+/// Calls the writer's listener or, if the writer has none for this status, the participant's.
 template <class Status>
 void tell(DDSDataWriter::Impl& writer, Status& seen, DDS_StatusMask status,
           void (DDSDataWriterListener::*callback)(DDSDataWriter*, const Status&)) {
@@ -446,7 +449,7 @@ DDS_ReturnCode_t DDSDataWriter::get_key_value_untypedI(void* key_holder, const D
     const auto key = impl_->instances.key_of(handle);
     if (!key) return DDS_RETCODE_BAD_PARAMETER;
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(key->data());
-    // It was encoded here: there is no other reason to fail.
+    // This writer encoded the key, so decoding can fail only if memory is short.
     const bool decoded = impl_->type.decode_key(key_holder, bytes, key->size());
     return decoded ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
   });

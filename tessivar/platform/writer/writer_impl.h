@@ -1,4 +1,6 @@
-// The data writer from the inside.
+// SPDX-License-Identifier: Apache-2.0
+
+// The implementation of the data writer.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
@@ -20,9 +22,9 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   ~Impl();
 
   DDS_ReturnCode_t enable();
-  /// Leaves the bus; no callback is running or to come when it returns. Not from a callback.
+  /// Leaves the bus. When it returns, no callback is running and none will follow. Must not be called from a callback.
   void close();
-  /// Writes, disposes of or unregisters the instance of `sample`.
+  /// Writes `sample`, or disposes or unregisters its instance.
   DDS_ReturnCode_t publish(const void* sample, const DDS_InstanceHandle_t& handle, const DDS_Time_t& timestamp,
                            tessivar::platform::WriteKind kind);
   DDS_InstanceHandle_t add_instance(const void* sample);
@@ -45,16 +47,16 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
 
   tessivar::platform::Mutex enabling;
   std::unique_ptr<tessivar::platform::EngineWriter> owned_engine;
-  std::atomic<tessivar::platform::EngineWriter*> engine = nullptr;  // null until it is enabled
+  std::atomic<tessivar::platform::EngineWriter*> engine = nullptr;  // null until the writer is enabled
   std::unique_ptr<tessivar::platform::Batch> batch;                 // null without batching
 
-  /// What the statuses say, each with the changes since it was read last.
+  /// `status_mutex` guards the statuses. Each status has the changes since the application read it last.
   tessivar::platform::Mutex status_mutex;
   DDS_PublicationMatchedStatus matched = {};
   DDS_LivelinessLostStatus lost = {};
   DDS_OfferedDeadlineMissedStatus deadline = {};
   DDS_OfferedIncompatibleQosStatus incompatible = {};
-  /// Statuses that changed before the writer was fit to be used, and are still to be reported.
+  /// Statuses that changed before the writer was enabled and must still be reported.
   DDS_StatusMask deferred = 0;
 
  private:
@@ -74,6 +76,7 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
                         std::int64_t timestamp);
   DDS_ReturnCode_t refuse(const char* operation, const char* reason,
                           DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) const;
-  /// For a sample, or its key alone, that cannot be encoded; says which member is wrong.
+  /// Logs that the sample, or its key if `key_only`, cannot be encoded, and which member is wrong. Returns
+  /// BAD_PARAMETER.
   DDS_ReturnCode_t refuse_sample(const char* operation, const void* sample, bool key_only) const;
 };

@@ -1,6 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The instances that one writer knows.
 //
-// Found by their encoded key, so that a known instance costs no key hash; by handle for who asks for the key.
+// An instance is found by its encoded key, so that no key hash is computed for a known instance. key_of() finds it by
+// its handle.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -19,8 +22,9 @@ class WriterInstances {
  public:
   explicit WriterInstances(const PRESTypePlugin& type) : type_(type) {}
 
-  /// The hash of the sample's key, whose instance is known from now on; nothing when there is no memory for it.
-  /// `written` says that the bus gets to know it, too. When `meant` is another instance's, nothing is recorded.
+  /// Adds the instance of `sample` if it is unknown. Returns the hash of its key, or nullopt if memory is short.
+  /// `written` says that the instance is also written to the bus. If `meant` is the handle of another instance, nothing
+  /// is recorded.
   std::optional<KeyHash> add(const EncodedKey& key, const void* sample, bool written,
                              const DDS_InstanceHandle_t& meant = DDS_HANDLE_NIL);
   struct Known {
@@ -29,7 +33,7 @@ class WriterInstances {
   };
   std::optional<Known> find(const EncodedKey& key);
   void remove(const EncodedKey& key);
-  /// The encoded key of that instance.
+  /// Returns the encoded key of the instance, or nullopt if the instance is unknown.
   std::optional<std::string> key_of(const DDS_InstanceHandle_t& handle);
 
  private:
@@ -39,13 +43,13 @@ class WriterInstances {
   };
   typedef std::unordered_map<std::string, Known, Hasher, std::equal_to<>> ByKey;
 
-  /// With the lock held; null when it is not known.
+  /// The caller holds the lock. Returns null if the instance is unknown.
   ByKey::value_type* known(const EncodedKey& key);
 
   const PRESTypePlugin& type_;
   Mutex mutex_;
   ByKey by_key_;
-  ByKey::value_type* latest_ = nullptr;  // writers tend to stay with an instance
+  ByKey::value_type* latest_ = nullptr;  // writers often use the same instance again
   std::unordered_map<KeyHash, const std::string*, KeyHashHasher> by_hash_;
 };
 
