@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The order of octets in numbers.
+// The octet order of the host, and functions that reverse it.
 #pragma once
 
 #include <bit>
@@ -11,7 +11,7 @@ namespace tessivar::platform {
 
 constexpr bool host_is_little_endian = std::endian::native == std::endian::little;
 
-/// Returns an unsigned number with its octets in reverse order. Compilers make one instruction of it.
+/// Returns an unsigned number with its octets in reverse order. Compilers translate it to one instruction.
 constexpr std::uint16_t reversed(std::uint16_t number) {
   return static_cast<std::uint16_t>(number >> 8 | number << 8);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Knows which threads are inside application code that the platform calls.
+// Records which threads are inside application code that the platform has called.
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -8,11 +8,11 @@
 namespace tessivar::platform {
 
 enum class CallbackKind {
-  listener,  ///< the engine's thread, or a write, waits for its end; entities cannot be deleted meanwhile
-  filter,    ///< a content filter: the engine or the platform holds a lock of the reader
+  listener,  ///< a thread of the engine, or a write, waits until it returns; no entity can be deleted in it
+  filter,    ///< a content filter; the engine or the platform holds a lock of the reader
 };
 
-/// Marks this thread as being inside a callback as long as it lives. They nest.
+/// Marks the current thread as inside a callback while the scope exists. Scopes can be nested.
 class CallbackScope {
  public:
   explicit CallbackScope(CallbackKind kind) noexcept;
@@ -24,13 +24,13 @@ class CallbackScope {
   const CallbackKind kind_;
 };
 
-/// Returns true on a thread that is inside a callback of the platform. What deletes entities, or waits for something
-/// that the bus does, is not possible there.
+/// Returns true if the current thread is inside a callback of the platform. Operations that delete entities or wait for
+/// the bus are not possible in a callback.
 TESSIVAR_API bool in_callback() noexcept;
 bool in_filter() noexcept;
 
-/// For an operation that is not possible there: returns true, after one log line, if this thread is inside a callback,
-/// or a filter.
+/// For an operation that is not possible in a callback, or in a filter: logs one line and returns true if the current
+/// thread is inside one.
 bool refused_in_callback(const char* operation);
 bool refused_in_filter(const char* operation);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What passes through readers and writers, counted.
+// Counters of the samples that pass through readers and writers.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -16,42 +16,43 @@
 
 namespace tessivar::platform {
 
-/// The figures of one reader or writer since it was made. A reader's: received, filtered, lost, failed_to_decode,
-/// waiting. A writer's: sent, failed_to_encode. Both: matched, rejected, last_change.
+/// The counts of one reader or writer since its creation. Readers use received, filtered, lost, failed_to_decode and
+/// waiting. Writers use sent and failed_to_encode. Both use matched, rejected and last_change.
 struct EndpointCounts {
   std::string topic;
   std::string type;
   bool writer = false;
-  /// Readers or writers on the other side at present.
+  /// The number of readers or writers that are matched at present.
   std::uint32_t matched = 0;
 
   /// Samples that entered the reader's cache.
   std::uint64_t received = 0;
-  /// Samples that the content filter refused.
+  /// Samples that the content filter rejected.
   std::uint64_t filtered = 0;
-  /// Samples that the writers sent and that can no longer be had.
+  /// Samples that the writers sent and that can no longer be received.
   std::uint64_t lost = 0;
-  /// Samples that could not be decoded. Those that are malformed are counted by type: readers of one type on one
-  /// participant share the figure.
+  /// Samples that could not be decoded. Malformed samples are counted per type: the readers of one type on one
+  /// participant share that count.
   std::uint64_t failed_to_decode = 0;
-  /// Samples, and ends of instances, that the application has neither read nor taken yet.
+  /// Samples that the application has neither read nor taken yet. A sample that reports the end of an instance counts,
+  /// too.
   std::uint64_t waiting = 0;
 
   /// Samples, disposals and unregistrations that were written.
   std::uint64_t sent = 0;
   std::uint64_t failed_to_encode = 0;
 
-  /// Of a reader: samples that its resource limits kept out. Of a writer: writes that the bus refused, because readers
-  /// did not keep up for max_blocking_time or memory was short.
+  /// Reader: samples that its resource limits rejected. Writer: writes that failed because readers were too slow for
+  /// max_blocking_time, or because memory was short.
   std::uint64_t rejected = 0;
 
-  /// When any of this changed last, nanoseconds since 1970, exact to some milliseconds; 0: never. A write changes it as
-  /// of the moment at which it began to send.
+  /// The time of the last change of any of these values, in nanoseconds since 1970, exact to some milliseconds; 0: no
+  /// change yet. A write sets the time at which it began to send.
   std::int64_t last_change = 0;
 };
 
-/// A number that any thread increments. The thread that does so first owns it and needs no locked instruction, which
-/// would be more than 1 % of a write; the others do.
+/// A counter that any thread can increment. The first thread that increments it owns it and needs no locked
+/// instruction, which would cost more than 1 % of a write. All other threads use a locked instruction.
 class Count {
  public:
   void add(std::uint64_t more = 1) {
@@ -64,7 +65,8 @@ class Count {
   std::uint64_t get() const { return own_.load(std::memory_order_relaxed) + others_.load(std::memory_order_relaxed); }
 
  private:
-  /// An id is used again when its thread has ended: there is never more than one owner at a time.
+  /// The system may use the id of an ended thread again, but two running threads never have the same id. So there is at
+  /// most one owner at a time.
   bool is_own() {
     const std::thread::id me = std::this_thread::get_id();
     std::thread::id owner = owner_.load(std::memory_order_relaxed);
@@ -77,11 +79,11 @@ class Count {
   std::atomic<std::uint64_t> others_{0};
 };
 
-/// The same figures while they are counted, by any thread. Shared by the endpoint, which counts, and by those who want
-/// to know, who may outlive it.
+/// The counters behind EndpointCounts. Any thread may use them. The endpoint, which counts, shares them with the
+/// readers of the counts, which may exist longer than the endpoint.
 class TESSIVAR_API EndpointCounters {
  public:
-  /// `malformed` counts what arrives for a reader's type and cannot be decoded; may be null.
+  /// `malformed` counts the malformed samples that arrive for the type of a reader; may be null.
   EndpointCounters(bool writer, std::string topic, std::string type, std::shared_ptr<const Count> malformed)
       : writer_(writer), topic_(std::move(topic)), type_(std::move(type)), malformed_(std::move(malformed)) {}
 
@@ -101,7 +103,7 @@ class TESSIVAR_API EndpointCounters {
   // --- of a writer
 
   void sent() { count(sent_); }
-  /// The same for a caller that knows the time already, in nanoseconds since 1970.
+  /// The same for a caller that already knows the time, in nanoseconds since 1970.
   void sent(std::int64_t time) {
     sent_.add();
     last_change_.store(time, std::memory_order_relaxed);
@@ -120,7 +122,7 @@ class TESSIVAR_API EndpointCounters {
     changed();
   }
   void changed() { last_change_.store(now(), std::memory_order_relaxed); }
-  /// By a clock that costs some nanoseconds.
+  /// Uses a coarse clock, which takes only some nanoseconds to read.
   static std::int64_t now();
 
   const bool writer_;
@@ -133,12 +135,12 @@ class TESSIVAR_API EndpointCounters {
   Count received_, filtered_, lost_, failed_to_decode_, sent_, failed_to_encode_, rejected_;
 };
 
-/// Endpoints that come and go. Thread-safe.
+/// The counters of a changing set of endpoints. Thread-safe.
 class TESSIVAR_API EndpointList {
  public:
   void add(const std::shared_ptr<const EndpointCounters>& endpoint);
   void clear();
-  /// Of those that exist, in the order of their addition.
+  /// Returns the counts of the endpoints that still exist, in the order of their addition.
   std::vector<EndpointCounts> read() const;
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Tells the objects of a process from those that it inherited by fork().
+// Detects objects that a process has inherited by fork().
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -9,11 +9,12 @@
 
 namespace tessivar::platform {
 
-/// Counts the forks that lead from the process that loaded the library to this one. Thread-safe; costs one load.
+/// Returns the number of forks between the process that loaded the library and this process. Thread-safe; costs one
+/// load.
 TESSIVAR_API unsigned fork_depth() noexcept;
 
-/// Calls `renew()` in a process that was forked since `process` was set from fork_depth(): once, before any thread of
-/// that process gets past this call.
+/// Calls `renew()` if this process was forked after `process` was set from fork_depth(). Calls it once per process; no
+/// thread returns from here before `renew()` has returned.
 template <class Renew>
 void renew_if_inherited(std::atomic<unsigned>& process, Renew&& renew) {
   const unsigned present = fork_depth();
@@ -28,11 +29,11 @@ void renew_if_inherited(std::atomic<unsigned>& process, Renew&& renew) {
   renewing.clear(std::memory_order_release);
 }
 
-/// A member that remembers the process that made its object. In a child of that process there are none of the object's
-/// threads, and locks may be held by threads that do not exist: the object can only be abandoned.
+/// As a member it records the process that created the object. A child of that process does not have the threads of the
+/// object, and threads that do not exist there may hold its locks. Therefore the child can only abandon the object.
 class MadeHere {
  public:
-  /// Returns true if this process has inherited the object from the process that made it.
+  /// Returns true if this process has inherited the object by fork().
   bool inherited() const noexcept { return made_ != fork_depth(); }
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// For what must outlive main().
+// A holder for static objects that are used after main().
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 
 namespace tessivar::platform {
 
-/// Holds an object that is never destroyed. A static Immortal may be used by destructors of static objects and by
-/// threads while the process ends, whatever the order: everything static of the library that such code may reach is
-/// one. What the object owns stays reachable for leak checkers.
+/// Holds an object that is never destroyed. Destructors of static objects, and threads, may use a static Immortal while
+/// the process ends, in any order. Every static object of the library that they can reach is an Immortal. Leak checkers
+/// do not report the memory that the object owns.
 ///
 ///     Factory& Factory::instance() {
 ///       static Immortal<Factory> factory;

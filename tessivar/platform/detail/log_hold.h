@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Keeps log lines while the thread that logs holds a lock of the library.
+// Keeps the log lines of a thread while the thread holds a lock of the library.
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -9,12 +9,13 @@
 
 namespace tessivar::platform {
 
-// What a LogHold does.
+// The operations of LogHold.
 TESSIVAR_API void hold_lines() noexcept;
 TESSIVAR_API void release_lines() noexcept;
 
-/// As long as a thread has one, the lines that it logs are kept. They are delivered, in order, when its last one ends:
-/// the application's logger may then use the library. They nest. Belongs to the thread that made it.
+/// While a thread has a LogHold, the lines that it logs are kept. When the last LogHold of the thread ends, the lines
+/// are delivered in order; the application's logger may then use the library. LogHolds can be nested. A LogHold belongs
+/// to the thread that created it.
 class LogHold {
  public:
   LogHold() noexcept { hold_lines(); }
@@ -23,14 +24,15 @@ class LogHold {
   LogHold& operator=(const LogHold&) = delete;
 };
 
-/// Called with each line when it is time. Must not throw.
+/// The function that delivers one line. Must not throw.
 typedef void (*LineDelivery)(int level, const std::string& line);
 
-/// Called by the log for each line. Returns true if this thread has a LogHold: `deliver` is called with a copy of the
-/// line later. Returns false, also without memory for the copy, if the line is to be delivered at once.
+/// The log calls this for each line. If this thread has a LogHold, returns true and later calls `deliver` with a copy
+/// of the line. Returns false if there is no LogHold or no memory for the copy; the caller then delivers the line at
+/// once.
 bool keep_line(int level, const std::string& line, LineDelivery deliver) noexcept;
 
-/// Delivers what this thread has kept, although it still has a LogHold: for the end of the process.
+/// Delivers the kept lines of this thread although it still has a LogHold. For the end of the process.
 void deliver_kept_lines() noexcept;
 
 }  // namespace tessivar::platform

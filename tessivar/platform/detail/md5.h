@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// MD5 (RFC 1321), which RTPS uses to shorten keys (DDSI-RTPS 2.3, 9.6.3.8). Not for anything that needs security.
+// MD5 (RFC 1321), which RTPS uses to shorten keys (DDSI-RTPS 2.3, 9.6.3.8). Do not use it where security matters.
 #pragma once
 
 #include "tessivar/platform/base.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The number of members of a structure, known to the compiler: a table of members can be checked for completeness.
+// The number of members of a structure at compile time, so that the compiler can check a table of members for
+// completeness.
 #pragma once
 
 #include <cstddef>
@@ -22,8 +23,8 @@ consteval std::size_t count_members() {
   }
 }
 
-/// Of an aggregate: how many initialisers it takes; an array counts as its elements. Specialise it for a structure with
-/// constructors.
+/// For an aggregate this is the number of its initialisers; each element of an array counts. Specialise it for a
+/// structure with constructors.
 template <class T>
 inline constexpr std::size_t member_count = count_members<T>();
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The library's lock.
+// The mutex of the library and its condition variable.
 #pragma once
 
 #include "tessivar/platform/detail/fork.h"
@@ -13,9 +13,9 @@
 
 namespace tessivar::platform {
 
-/// A mutex for std::lock_guard and std::unique_lock. Lines that its holder logs are delivered after it is unlocked
-/// (LogHold), so that no logger of an application runs under it. Not for a lock that is held while application code
-/// runs for long. Not recursive. In a process that inherited it by fork() it begins unlocked.
+/// A mutex for std::lock_guard and std::unique_lock. Lines that a thread logs while it holds the mutex are delivered
+/// after the unlock (LogHold), so no logger of an application runs under the mutex. Do not hold it while application
+/// code runs for long. Not recursive. In a process that inherited it by fork() it starts unlocked.
 class TESSIVAR_API Mutex {
  public:
   constexpr Mutex() = default;
@@ -31,7 +31,7 @@ class TESSIVAR_API Mutex {
   void renew();
 
   std::mutex mutex_;
-  std::atomic<unsigned> process_{0};  // the fork depth at which it was first locked
+  std::atomic<unsigned> process_{0};  // the fork depth of the process that locked it last
 };
 
 /// A condition variable for a Mutex, with the operations of std::condition_variable.
@@ -61,7 +61,7 @@ class Condition {
   }
 
  private:
-  /// The lock underneath, for the time of a wait.
+  /// The std::mutex behind the lock, during a wait.
   struct Native {
     explicit Native(std::unique_lock<Mutex>& of) : lock(of.mutex()->mutex_, std::adopt_lock) {}
     ~Native() { lock.release(); }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// How much room a sample's string has.
+// How much memory ("room") the string of a sample has.
 //
-// A string from DDS_String_alloc or DDS_String_dup lies behind a header that states its room, at an odd address. A
-// string from malloc lies at an even address; all that is certain of its room is the text that it holds.
+// A string from DDS_String_alloc or DDS_String_dup has a header in front of it, which states its room, and begins at an
+// odd address. A string from malloc begins at an even address; its room is at least its text with the terminator.
 #pragma once
 
 #include "tessivar/platform/export.h"
@@ -14,14 +14,14 @@
 
 namespace tessivar::platform {
 
-/// The room in 4 octets, and one octet that makes the string's address odd.
+/// The size of the header: 4 octets for the room, and one octet that makes the address of the string odd.
 constexpr std::size_t string_header = 5;
 
 inline bool has_string_header(const char* text) {
   return (reinterpret_cast<std::uintptr_t>(text) & 1) != 0;
 }
 
-/// Octets, terminator included; 0 for null.
+/// Returns the room in octets, including the terminator; 0 for null.
 inline std::size_t string_room(const char* text) {
   if (!text) return 0;
   if (!has_string_header(text)) return std::strlen(text) + 1;
@@ -30,8 +30,8 @@ inline std::size_t string_room(const char* text) {
   return room;
 }
 
-/// Gives `*text` room for exactly `octets` (at least 1), terminator included; its content is lost. False with `*text`
-/// unchanged when memory is short.
+/// Replaces `*text` by an empty string with a room of exactly `octets` (at least 1), including the terminator. If
+/// memory is short, returns false and leaves `*text` unchanged.
 TESSIVAR_API bool renew_string(char** text, std::size_t octets);
 
 }  // namespace tessivar::platform
