@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Keeps exceptions inside the platform: its interface throws nothing, and C code that calls it must not be unwound.
+// Catches exceptions at the interface of the platform. The interface throws nothing, and no exception may pass through
+// C code that calls it.
 #pragma once
 
 namespace tessivar::platform {
 
-/// Logs one line of `operation` for the exception that is being handled.
+/// Logs one line about the exception that is being handled, with `operation` as context. Call it in a catch block.
 [[gnu::cold]] void log_exception(const char* operation) noexcept;
 
-/// Returns the result of `body()`. When it throws, as it does when memory is short, logs one line of `operation` and
-/// returns `failure`.
+/// Returns the result of `body()`. If `body()` throws, for example because memory is short, logs one line with
+/// `operation` as context and returns `failure`.
 template <class Result, class Body>
 Result guarded(const char* operation, Result failure, Body&& body) noexcept {
   try {

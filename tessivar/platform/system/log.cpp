@@ -16,11 +16,11 @@ namespace {
 constexpr int nothing = 0;
 constexpr int everything = 15;
 
-// A chosen threshold is any int; these are none.
+// A chosen threshold can be any int. These two values are outside the range of int.
 constexpr std::int64_t not_read = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t not_chosen = not_read + 1;
 
-// Constant-initialised and trivially destroyed: other static objects log before and after main().
+// These are constant-initialised and need no destructor, because other static objects log before and after main().
 constinit std::atomic<std::int64_t> chosen_threshold = not_read;
 constinit std::atomic<int> default_threshold = everything;
 constinit std::atomic<bool> wrong_environment = false;
@@ -106,7 +106,7 @@ void log_joined(LogLevel level, std::string_view context, std::initializer_list<
     else
       std::fprintf(stderr, "%s\n", line.c_str());
   } catch (...) {
-    // No memory for the line: the program goes on without it.
+    // There is no memory for the line. The line is lost and the program continues.
   }
 }
 

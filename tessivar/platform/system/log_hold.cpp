@@ -15,7 +15,8 @@ struct Line {
   Line* next;
 };
 
-// Without destructors: destructors of static objects log after those of the main thread's objects have run.
+// These have no destructors, because destructors of static objects log after the destructors of the main thread's
+// thread_local objects have run.
 constinit thread_local unsigned holds = 0;
 constinit thread_local Line* first = nullptr;
 constinit thread_local Line* last = nullptr;
@@ -44,7 +45,7 @@ bool keep_line(int level, const std::string& line, LineDelivery deliver) noexcep
 }
 
 void deliver_kept_lines() noexcept {
-  if (delivering) return;  // a delivery may hold lines itself, for a lock of its own
+  if (delivering) return;  // a delivery may lock a mutex and so hold lines itself
   delivering = true;
   while (first) {
     const std::unique_ptr<Line> line(first);

@@ -7,7 +7,7 @@
 namespace tessivar::platform {
 
 void Mutex::renew() {
-  // A thread that does not exist in this process may hold it.
+  // After a fork, a thread that does not exist in this process may hold the old mutex.
   renew_if_inherited(process_, [this] { new (&mutex_) std::mutex; });
 }
 

@@ -40,7 +40,8 @@ struct RTIOsapiSemaphore {
 
   explicit RTIOsapiSemaphore(bool initially) : given_initially(initially), state(initially) {}
 
-  /// In a process that inherited it the semaphore is as new: who holds it, or waits, does not exist there.
+  /// Returns the state. In a process that inherited the semaphore by fork() the state is new, because the threads that
+  /// took the semaphore or wait for it do not exist there.
   State& present() {
     tessivar::platform::renew_if_inherited(process, [this] { new (&state) State(given_initially); });
     return state;
@@ -86,7 +87,7 @@ int RTIOsapiSemaphore_give(RTIOsapiSemaphore* semaphore) {
   if (!semaphore) return RTI_OSAPI_SEMAPHORE_STATUS_ERROR;
   try {
     RTIOsapiSemaphore::State& state = semaphore->present();
-    // Notified under the lock: who takes it may delete the semaphore at once.
+    // Notify under the lock: the thread that takes the semaphore may delete it at once.
     const std::lock_guard lock(state.mutex);
     state.given = true;
     state.condition.notify_one();
@@ -122,7 +123,7 @@ void* run(void* argument) {
   }
 }
 
-/// 0, or the system's error number.
+/// Starts the thread. Returns 0 or the error number of the system.
 int create(pthread_t& thread, int stack_size, Start* start) {
   pthread_attr_t attributes;
   int error = pthread_attr_init(&attributes);
@@ -166,14 +167,14 @@ RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFactory* factor
     tessivar::platform::log(LogLevel::error, context, "no thread, system error " + std::to_string(error));
     return nullptr;
   }
-  start.release();  // the thread's
+  start.release();  // now owned by the thread
   return thread.release();
 }
 
 void RTIOsapiThreadFactory_destroyThread(RTIOsapiThreadFactory*, RTIOsapiThread* thread) {
   if (!thread) return;
   if (thread->made_here.inherited()) {
-    // The thread is the parent's.
+    // The thread belongs to the parent process.
   } else if (pthread_equal(thread->thread, pthread_self())) {
     pthread_detach(thread->thread);
   } else {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Keeps the application's signals from the library's threads.
+// Blocks the application's signals on the threads of the library.
 #pragma once
 
 #include <pthread.h>
@@ -8,9 +8,10 @@
 
 namespace tessivar::platform {
 
-/// Blocks signals for a thread about to be made, which inherits the mask: the application's handlers run on its own
-/// threads, and what it waits for with all of them blocked does not end the process here. Those that a thread's own
-/// fault raises, and a profiler's, stay.
+/// Blocks signals on the current thread while it exists. A thread that is created meanwhile inherits the signal mask.
+/// So the application's handlers run on the application's threads only, and a signal that the application has blocked
+/// to wait for it does not end the process through a thread of the library. Signals that a fault of a thread raises,
+/// and the signal of profilers, are not blocked.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
