@@ -45,7 +45,7 @@ char* DDS_String_replace(char** destination, const char* text) {
     std::memmove(*destination, text, octets);
     return *destination;
   }
-  char* copy = DDS_String_dup(text);  // before the old one goes: `text` may be a part of it
+  char* copy = DDS_String_dup(text);  // before the old string is freed: `text` may be a part of it
   if (!copy) return nullptr;
   DDS_String_free(*destination);
   return *destination = copy;

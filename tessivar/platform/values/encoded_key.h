@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The encoded key of a sample, on the stack unless it is long.
+// The encoded key of a sample. A key of up to 512 octets needs no allocation.
 #pragma once
 
 #include "tessivar/platform/type_plugin.h"
@@ -13,7 +13,8 @@ namespace tessivar::platform {
 
 class EncodedKey {
  public:
-  /// `encode(buffer, capacity)` yields the size and writes only when it fits, as PRESTypePlugin::encode_key does.
+  /// `encode(buffer, capacity)` returns the size of the key and writes the key only if it fits, like
+  /// PRESTypePlugin::encode_key.
   template <class Encode>
   explicit EncodedKey(Encode&& encode) {
     size_ = encode(near_, sizeof near_);
@@ -28,7 +29,7 @@ class EncodedKey {
   EncodedKey(const EncodedKey&) = delete;
   EncodedKey& operator=(const EncodedKey&) = delete;
 
-  /// False when the key cannot be encoded.
+  /// Returns false if the key cannot be encoded.
   explicit operator bool() const { return size_ != 0; }
   const std::uint8_t* data() const { return far_.empty() ? near_ : far_.data(); }
   std::size_t size() const { return size_; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Key hashes as keys of hash tables, and as instance handles.
+// Functions for key hashes as keys of hash tables and as instance handles.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -14,7 +14,7 @@ typedef std::array<std::uint8_t, 16> KeyHash;
 
 struct KeyHashHasher {
   std::size_t operator()(const KeyHash& hash) const {
-    // Keys of up to 16 octets are their own key hash: what differs may be anywhere in it.
+    // A key of up to 16 octets is its own key hash, so two hashes may differ in any octet. All octets are mixed.
     std::uint64_t low = 0;
     std::uint64_t high = 0;
     std::memcpy(&low, hash.data(), sizeof low);
@@ -38,7 +38,7 @@ inline DDS_InstanceHandle_t handle_of(const KeyHash& hash) {
   return handle;
 }
 
-/// Whether the handle is that instance's; nil is any one's.
+/// Returns true if the handle belongs to the instance with that key hash, or if the handle is nil.
 inline bool may_mean(const DDS_InstanceHandle_t& handle, const KeyHash& hash) {
   return !handle.isValid || std::memcmp(handle.keyHash.value, hash.data(), hash.size()) == 0;
 }

@@ -34,7 +34,7 @@ constexpr std::uint32_t little_endian(std::uint32_t word) {
   return host_is_little_endian ? word : reversed(word);
 }
 
-// Each step waits for the last one's `b`, so `b` enters as late as can be.
+// Each step depends on `b` of the step before. For speed, each step uses `b` as late as possible.
 template <int I>
 inline void step(State& s, const std::uint32_t (&words)[16]) {
   constexpr int round = I / 16;
@@ -79,7 +79,7 @@ void md5(const std::uint8_t* data, std::size_t size, std::uint8_t (&digest)[16])
   std::size_t done = 0;
   for (; size - done >= block; done += block) add_block(state, data + done);
 
-  // The rest, a one bit, zeros, and the number of bits in the last eight octets.
+  // The tail: the remaining octets, a bit that is 1, zeros, and the number of bits in the last eight octets.
   std::uint8_t tail[2 * block] = {};
   const std::size_t rest = size - done;
   if (rest > 0) std::memcpy(tail, data + done, rest);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Fills a sequence from a vector.
+// Functions that set the length of a sequence and fill it from a vector.
 #pragma once
 
 #include "tessivar/platform/sequence.h"
@@ -10,7 +10,8 @@
 
 namespace tessivar::platform {
 
-/// Sets the length, growing an owned buffer when it is too small.
+/// Sets the length. If the buffer is too small and owned, grows it first. Returns false if memory is short or the
+/// buffer is a loan that is too small.
 template <class Sequence>
 bool make_length(Sequence& sequence, std::size_t length) {
   const auto count = static_cast<DDS_Long>(length);

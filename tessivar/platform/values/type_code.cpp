@@ -59,8 +59,8 @@ constexpr const char* keywords[] = {
     "uses",     "valuebase",   "valuetype", "void",      "wchar",     "wstring",    "int8",     "uint8",
     "int16",    "int32",       "int64",     "uint16",    "uint32",    "uint64"};
 
-/// An identifier; one that differs from a keyword in case at most is written with an underscore, which is no part of
-/// it.
+/// Returns the name as an IDL identifier. A name that equals a keyword, in upper or lower case, gets an underscore in
+/// front, which is not part of the name.
 std::string identifier(std::string_view name) {
   const std::string text(name);
   const bool taken = std::any_of(std::begin(keywords), std::end(keywords),
@@ -68,7 +68,7 @@ std::string identifier(std::string_view name) {
   return taken ? '_' + text : text;
 }
 
-/// How a member declares its type inside `module`.
+/// Returns the IDL with which a member inside `module` declares this type.
 std::string reference(const DDS_TypeCode& type, std::string_view module) {
   switch (type.kind()) {
     case DDS_TK_SHORT:
