@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The seam between the DDS face and the engine that moves encoded samples.
+// The interface between the DDS layer of the platform and the engine, which transports encoded samples.
 //
-// The face (typed samples, loans, handles, filters on decoded samples, batching limits, profiles) calls these
-// interfaces; `cyclone/` implements them; a test wraps an implementation to make any step fail, delay, drop or repeat.
-// Everything here is about encoded bytes: an engine never sees a typed sample.
+// The DDS layer (typed samples, loans, handles, filters on decoded samples, batching limits, profiles) calls these
+// interfaces. `cyclone/` implements them. A test can wrap an implementation to make any step fail, delay, drop or
+// repeat. All data here is encoded: an engine never sees a typed sample.
 //
-// Threads: every operation may be called from any thread unless it says otherwise. Callbacks come on the engine's
-// threads with no lock of this library held. Nothing throws. Results are DDS return codes.
+// Threads: any thread may call every operation, unless the operation says otherwise. The engine calls callbacks on its
+// own threads or on a thread that is inside one of its operations, with no lock of this library held. Nothing throws.
+// Results are DDS return codes.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -24,18 +25,18 @@
 
 namespace tessivar::platform {
 
-/// One encoded sample or key, shared by count; immutable once it has been written or received.
+/// One encoded sample or key, with a reference count. It does not change after it was written or received.
 struct EncodedSample {
-  std::uint8_t* bytes;  // encapsulation header and CDR; null for a key of which only the hash is known
+  std::uint8_t* bytes;  // encapsulation header and CDR; null if only the hash of a key is known
   std::uint32_t size;   // without padding at the end
-  bool key_only;        // a dispose or unregistration: the key members alone
+  bool key_only;        // true for a dispose or unregistration: only the key members
   std::uint8_t key_hash[16];
-  std::int64_t reception_time;  // nanoseconds since 1970, 0 for one that was never received
+  std::int64_t reception_time;  // nanoseconds since 1970; 0 if it was never received
   void (*retain)(EncodedSample*);
   void (*release)(EncodedSample*);
 };
 
-/// Owns one count of an EncodedSample.
+/// Owns one reference to an EncodedSample.
 class SampleRef {
  public:
   SampleRef() = default;
@@ -64,19 +65,20 @@ class SampleRef {
   EncodedSample* sample_ = nullptr;
 };
 
-/// The engine's own number of an instance or an endpoint; 0 is none.
+/// The number that the engine gives an instance or an endpoint; 0: none.
 typedef std::uint64_t EngineHandle;
 
-/// What a reader yields for one sample. `info.instance_handle` is filled from the key hash.
+/// One sample that a reader returns. `info.instance_handle` contains the key hash.
 struct EngineSlot {
   SampleRef sample;
   DDS_SampleInfo info = {};
   std::int64_t lifespan = INT64_MAX;  // how long the sample is valid after its reception, in nanoseconds
 };
 
-/// Decides at the reader's side which samples enter its cache. Called on receive threads while the engine holds the
-/// lock of that reader's cache: it must not call into that reader. Calls for one reader never overlap. Not asked about
-/// disposes and unregistrations.
+/// Decides which samples enter the cache of a reader. The engine calls it while it holds the lock of that reader's
+/// cache, on a receive thread or on a thread that writes to a reader of its own participant. Therefore the filter must
+/// not call that reader. Calls for one engine reader never overlap. The engine does not call it for disposes and
+/// unregistrations.
 class EngineFilter {
  public:
   virtual bool accepts(const EncodedSample& sample, EngineHandle instance, const DDS_FilterSampleInfo& info) = 0;
@@ -112,9 +114,9 @@ class EngineWriterEvents {
 
 class EngineParticipantEvents {
  public:
-  /// A remote participant was discovered or changed (`alive`), or is gone. On the discovery thread, before any of its
-  /// endpoints is matched: an ignore() from inside the call keeps all its data and matches out. `data` is valid during
-  /// the call. Never called for the participant itself.
+  /// Reports that a remote participant was discovered or changed (`alive`), or is gone. A discovered participant is
+  /// reported on the discovery thread before any of its endpoints is matched, so an ignore() inside the call excludes
+  /// all its data and matches. `data` is valid during the call. Never called for the participant itself.
   virtual void participant_seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
                                 bool alive) = 0;
 
@@ -122,7 +124,7 @@ class EngineParticipantEvents {
   ~EngineParticipantEvents() = default;
 };
 
-/// Something that a wait set waits for. Destroying it detaches it.
+/// A condition that a wait set waits for. Destroying it detaches it.
 class EngineCondition {
  public:
   virtual ~EngineCondition() = default;
@@ -137,24 +139,29 @@ class EngineGuardCondition : public EngineCondition {
 class EngineWaitSet {
  public:
   virtual ~EngineWaitSet() = default;
-  /// `cookie` comes back from wait(); PRECONDITION_NOT_MET when it is attached already.
+  /// wait() returns `cookie` if the condition is triggered. Returns PRECONDITION_NOT_MET if the condition is attached
+  /// already.
   virtual DDS_ReturnCode_t attach(EngineCondition& condition, void* cookie) = 0;
   virtual DDS_ReturnCode_t detach(EngineCondition& condition) = 0;
-  /// Cookies of the triggered conditions; TIMEOUT when none triggered in `timeout` nanoseconds (`never`: no limit).
+  /// Waits at most `timeout` nanoseconds (`never`: no limit). `cookies` gets the cookies of the triggered conditions.
+  /// Returns TIMEOUT if no condition was triggered.
   virtual DDS_ReturnCode_t wait(std::int64_t timeout, std::vector<void*>& cookies) = 0;
 };
 
-/// Destroying a reader ends its callbacks and filter calls before it returns; not from inside one of them.
+/// The destructor of a reader returns after the last callback and filter call of the reader has ended. Therefore a
+/// callback or filter of a reader must not destroy it.
 class EngineReader {
  public:
   virtual ~EngineReader() = default;
-  /// Takes samples into `slots` (cleared first), grouped by instance: as many as its capacity has room for; the others
-  /// stay. NO_DATA when there are none. OUT_OF_RESOURCES when memory is short: nothing was taken.
+  /// Clears `slots`, then takes samples into it, grouped by instance. Takes at most as many samples as the capacity of
+  /// `slots`; the others stay in the reader. Returns NO_DATA if there are none. Returns OUT_OF_RESOURCES and takes
+  /// nothing if memory is short.
   virtual DDS_ReturnCode_t take(std::vector<EngineSlot>& slots) = 0;
-  /// Waits until the history that the matched writers held has been received, nanoseconds or `never`.
+  /// Waits until the history of the matched writers has been received, at most `timeout` nanoseconds (`never`: no
+  /// limit).
   virtual DDS_ReturnCode_t wait_for_historical_data(std::int64_t timeout) = 0;
   virtual DDS_InstanceHandle_t guid() const = 0;
-  /// GUIDs of the matched writers.
+  /// Returns the GUIDs of the matched writers.
   virtual std::vector<DDS_InstanceHandle_t> matched_publications() = 0;
 };
 
@@ -163,17 +170,18 @@ enum class WriteKind { data, dispose, unregister };
 class EngineWriter {
  public:
   virtual ~EngineWriter() = default;
-  /// Room for an encoding of `size` octets; the caller fills `bytes` and `key_hash`. Null when memory is short.
+  /// Returns a sample with space for an encoding of `size` octets. The caller fills in `bytes` and `key_hash`. Returns
+  /// null if memory is short.
   virtual EncodedSample* allocate(std::uint32_t size, bool key_only) = 0;
-  /// Writes it, with a source timestamp in nanoseconds since 1970. Blocks a reliable KEEP_ALL writer for its
-  /// max_blocking_time at the longest, then TIMEOUT. Consumes the count in every case.
+  /// Writes the sample with a source timestamp in nanoseconds since 1970. With a reliable KEEP_ALL writer it may block
+  /// for max_blocking_time, and then returns TIMEOUT. Consumes the reference in every case.
   virtual DDS_ReturnCode_t write(SampleRef sample, WriteKind kind, std::int64_t source_timestamp) = 0;
-  /// Sends what is batched. OK without batching.
+  /// Sends the batched samples. Returns OK if batching is off.
   virtual DDS_ReturnCode_t flush() = 0;
   virtual DDS_ReturnCode_t wait_for_acknowledgments(std::int64_t timeout) = 0;
   virtual DDS_ReturnCode_t assert_liveliness() = 0;
   virtual DDS_InstanceHandle_t guid() const = 0;
-  /// GUIDs of the matched readers.
+  /// Returns the GUIDs of the matched readers.
   virtual std::vector<DDS_InstanceHandle_t> matched_subscriptions() = 0;
 };
 
@@ -188,12 +196,12 @@ struct EngineParticipantConfig {
   DDS_DomainId_t domain_id = 0;
   std::vector<std::uint8_t> user_data;
   std::string name;       // empty: none
-  std::string role_name;  // travels as a propagated property
+  std::string role_name;  // sent as a propagated property
   std::vector<EngineProperty> properties;
-  /// Names, addresses or patterns ("10.1.*") of the interfaces to use; empty: the engine's choice.
+  /// Names, addresses or patterns ("10.1.*") of the interfaces to use; empty: the engine chooses.
   std::vector<std::string> interfaces;
   bool multicast = false;
-  /// Host names or addresses, each optionally with ":port". 127.0.0.1 is always among them.
+  /// Host names or addresses, each optionally with ":port". The engine always adds 127.0.0.1.
   std::vector<std::string> peers;
   std::int64_t lease_duration = 0;  // nanoseconds
   std::int64_t announcement_period = 0;
@@ -213,25 +221,25 @@ struct EngineReaderConfig {
   const PRESTypePlugin* type = nullptr;
   DDS_DataReaderQos qos;
   bool ignore_own_participant = false;
-  EngineFilter* filter = nullptr;  // null: every sample; outlives the reader
+  EngineFilter* filter = nullptr;  // null: accept every sample; must outlive the reader
 };
 
-/// Destroy its readers and writers first.
+/// The readers and writers of a participant must be destroyed before it.
 class EngineParticipant {
  public:
   virtual ~EngineParticipant() = default;
   virtual DDS_InstanceHandle_t guid() const = 0;
-  /// The participant's number on this host and domain, from which its ports follow.
+  /// Returns the number of the participant on this host and domain, which determines its ports.
   virtual int participant_index() const = 0;
-  /// The network interfaces in use, each as "name (address)".
+  /// Returns the network interfaces in use, each as "name (address)".
   virtual std::vector<std::string> interfaces() const = 0;
   virtual DDS_ReturnCode_t create_writer(const EngineWriterConfig&, EngineWriterEvents*, std::unique_ptr<EngineWriter>&,
                                          std::string& error) = 0;
   virtual DDS_ReturnCode_t create_reader(const EngineReaderConfig&, EngineReaderEvents*, std::unique_ptr<EngineReader>&,
                                          std::string& error) = 0;
-  /// From now on nothing of that remote participant gets through. Allowed inside participant_seen.
+  /// Ignores all data and endpoints of that remote participant from now on. Allowed inside participant_seen.
   virtual DDS_ReturnCode_t ignore(const DDS_InstanceHandle_t& remote_participant) = 0;
-  /// BAD_PARAMETER for an address that cannot be resolved.
+  /// Returns BAD_PARAMETER if the address cannot be resolved.
   virtual DDS_ReturnCode_t add_peer(const std::string& address) = 0;
   virtual DDS_ReturnCode_t remove_peer(const std::string& address) = 0;
 };
@@ -247,10 +255,11 @@ class Engine {
 
 /// Returns the engine in use: default_engine(), unless a test has replaced it.
 Engine& engine();
-/// Replaces the engine for what is created from now on; null restores the real one. Not owned. For tests.
+/// Replaces the engine for objects that are created from now on; null restores the default engine. The caller owns
+/// `engine`. For tests.
 void set_engine(Engine* engine);
 
-/// Returns the engine that the library was built with. Defined by the folder of that engine.
+/// Returns the engine that the library was built with. The folder of that engine defines this function.
 Engine& default_engine();
 
 }  // namespace tessivar::platform
