@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The profiles of qos/tessivar_qos_profiles.xml; the build makes the text a part of the library.
+// The text of qos/tessivar_qos_profiles.xml, which the build embeds in the library.
 #pragma once
 
 namespace tessivar::platform {

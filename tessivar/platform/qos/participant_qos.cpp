@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A participant's own QoS and the defaults of what is made through it.
+// The QoS of a participant, and the default QoS of its topics, writers and readers.
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant/participant_config.h"
@@ -17,7 +17,8 @@ using tessivar::platform::refuse;
 
 namespace {
 
-/// What the application has set, else what the default profile says for that topic (null: for any), else `built_in`.
+/// Returns the first of these that exists: the QoS that the application has set, the QoS of the default profile for
+/// that topic (null: for all topics), `built_in`.
 template <class Qos>
 Qos default_qos(tessivar::platform::Mutex& mutex, const std::optional<Qos>& set, const char* topic_name,
                 const Qos& built_in) {
@@ -40,7 +41,8 @@ DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& q
     impl_->qos = qos;
     return DDS_RETCODE_OK;
   }
-  // What the engine was told stays as it is; the rest of the policies have had their effect.
+  // The values that the engine has got cannot change. The other policies had their effect in enable(), so they are
+  // ignored.
   tessivar::platform::EngineParticipantConfig present;
   tessivar::platform::EngineParticipantConfig wanted;
   std::string error;

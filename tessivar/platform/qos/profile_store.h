@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The process's QoS profiles, read when they are first asked for.
+// The QoS profiles of the process. They are read when a profile is needed first.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -12,7 +12,7 @@
 
 namespace tessivar::platform {
 
-/// Thread-safe. Nothing is logged while the lock is held.
+/// Thread-safe. No line is logged while the lock is held.
 class ProfileStore {
  public:
   static ProfileStore& instance();
@@ -21,16 +21,16 @@ class ProfileStore {
   DDS_ProfileQosPolicy sources() const;
   void reload();
 
-  /// Calls `request(profiles, error)` with profiles that are up to date. A source that cannot be read makes every
-  /// request fail with its error, until it can be read: for requests that name a profile.
+  /// Calls `request(profiles, error)` with current profiles and returns its result. If a source cannot be read, every
+  /// request fails with the error of that source until the source can be read. For requests that name a profile.
   template <class Request>
   bool ask(std::string& error, const Request& request) {
     const std::lock_guard lock(mutex_);
     return read_all(error) && request(static_cast<const QosProfiles&>(profiles_), error);
   }
 
-  /// The same with whatever could be read: for defaults, which must not fail because a file is bad. An error is logged
-  /// once for each time that the sources are read.
+  /// The same, but uses all sources that could be read. For defaults, which must not fail because a file is bad. An
+  /// error is logged once each time the sources are read.
   template <class Request>
   bool ask_default(const Request& request) {
     std::string source_error;
@@ -57,7 +57,7 @@ class ProfileStore {
   DDS_ProfileQosPolicy sources_;
   QosProfiles profiles_;
   State state_ = State::stale;
-  std::set<std::string> told_;  // errors of default profiles
+  std::set<std::string> told_;  // the errors of default profiles that were logged
 };
 
 }  // namespace tessivar::platform

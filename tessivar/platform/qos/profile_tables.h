@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Which elements a QoS set in XML has, what they set, and the names that stand for values: one table per policy.
+// The XML elements of each QoS set and policy, and the names that stand for values. Each policy has one table.
 //
-// A new member of a policy is readable once it has its row here; without one this file does not compile.
+// A new member of a policy needs a row here; without it this file does not compile.
 #pragma once
 
 #include "tessivar/platform/detail/member_count.h"
@@ -27,7 +27,7 @@ inline constexpr std::size_t member_count<DDS_DiscoveryQosPolicy> = 2;
 
 namespace tessivar::platform::profiles {
 
-/// The text being read and where its failure goes.
+/// The text that is being read, and the destination of an error message.
 struct Walk {
   const QosProfilesXml& xml;
   std::string& error;
@@ -35,7 +35,7 @@ struct Walk {
   bool fail(pugi::xml_node node, const std::string& what) const { return xml.fail(node, what, error); }
 };
 
-/// Sets what an element of a structure says: a member of `owner`.
+/// An element of a structure. `read` sets the member of `owner` that belongs to the element.
 struct Element {
   std::string_view name;
   bool (*read)(const Walk& walk, pugi::xml_node node, void* owner);
@@ -47,7 +47,8 @@ struct Name {
   std::int64_t value;
 };
 
-// How the members' types are read.
+// These functions read the types of the members. They return false, with a message in the error of `walk`, if the text
+// is wrong.
 bool read_number(const Walk& walk, pugi::xml_node node, DDS_Long& value, std::int64_t least);
 bool read_value(const Walk& walk, pugi::xml_node node, DDS_UnsignedLong& value);
 bool read_value(const Walk& walk, pugi::xml_node node, DDS_Boolean& value);
@@ -81,7 +82,8 @@ bool read_value(const Walk& walk, pugi::xml_node node, Value& value) {
 
 // --- completeness ----------------------------------------------------------------------------------------------------
 
-// Structures with constructors cannot be counted like this: the bindings do not compile with another number of members.
+// The members of structures with constructors cannot be counted by count_members(). These bindings do not compile if
+// the number of members changes.
 inline void bind_members(DDS_EntityNameQosPolicy& policy) {
   [[maybe_unused]] auto& [name, role_name] = policy;
 }
@@ -92,7 +94,7 @@ inline void bind_members(DDS_DiscoveryQosPolicy& policy) {
   [[maybe_unused]] auto& [initial_peers, multicast_receive_addresses] = policy;
 }
 
-/// Every member has a row, and every row a name of its own.
+/// Returns true if every member has a row and no two rows have the same name.
 template <class T>
 constexpr bool is_complete() {
   const std::span<const Element> table = Elements<T>::table;
@@ -109,7 +111,7 @@ Owner owner_of(Value Owner::*);
 template <class Owner, class Value>
 Value value_of(Value Owner::*);
 
-/// The row of a member; `least` is the smallest value of a number.
+/// Returns the row of a member. `least` is the smallest valid value of a number.
 template <auto member, std::int64_t least = 0>
 constexpr Element element(std::string_view name) {
   using Member = decltype(value_of(member));
@@ -336,7 +338,7 @@ struct Elements<DDS_DomainParticipantQos> {
   };
 };
 
-/// What topics, writers and readers have in common.
+/// The elements that topics, writers and readers have in common.
 template <class Q>
 constexpr std::array common_elements = {
     element<&Q::durability>("durability"),
@@ -380,7 +382,7 @@ struct Elements<DDS_DataReaderQos> {
       join(common_elements<Q>, std::array{element<&Q::user_data>("user_data"), element<&Q::property>("property")});
 };
 
-// A property's elements are read as a sequence, so that no row asks for them.
+// A property is an element of a sequence, so no row checks its table.
 static_assert(is_complete<DDS_Property_t>());
 static_assert(is_complete<DDS_DomainParticipantQos>() && is_complete<DDS_TopicQos>());
 static_assert(is_complete<DDS_DataWriterQos>() && is_complete<DDS_DataReaderQos>());

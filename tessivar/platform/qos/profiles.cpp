@@ -55,14 +55,14 @@ std::string full_name(std::string_view library, std::string_view profile) {
   return std::string(library).append("::").append(profile);
 }
 
-/// A file's name without the scheme that may stand before it.
+/// Returns a file name without "file://" at its beginning.
 std::string path_of(std::string_view name) {
   constexpr std::string_view scheme = "file://";
   if (name.substr(0, scheme.size()) == scheme) name.remove_prefix(scheme.size());
   return std::string(name);
 }
 
-/// The elements below `node` are all of this name and have one of their own.
+/// Checks that all elements below `node` are <`name`> elements and have a name attribute.
 bool check_named(const QosProfilesXml& xml, pugi::xml_node node, std::string_view name,
                  std::initializer_list<std::string_view> attributes, std::string& error) {
   for (const pugi::xml_node child : node) {
@@ -76,7 +76,8 @@ bool check_named(const QosProfilesXml& xml, pugi::xml_node node, std::string_vie
   return true;
 }
 
-/// Profiles are read again and again; each line is logged once.
+/// Returns true if this line was not logged before. The same profiles may be read many times; each warning is logged
+/// once.
 bool is_first(const std::string& line) {
   static std::mutex& mutex = *new std::mutex;
   static std::set<std::string>& logged = *new std::set<std::string>;
@@ -104,7 +105,7 @@ struct QosProfiles::Impl {
   bool lookup_default(const char* topic_name, Qos& qos, std::string& error) const;
 };
 
-/// All of a text's profiles, or none of them.
+/// Adds all profiles of a text. Adds none of them if the text has an error.
 bool QosProfiles::Impl::add(std::string name, std::string text, std::string& error) {
   auto xml = std::make_unique<QosProfilesXml>(std::move(name), std::move(text));
   if (!xml->parse(error)) return false;
@@ -147,8 +148,8 @@ bool QosProfiles::Impl::add_file(const std::string& path, std::string& error) {
   return add(path, std::move(text), error);
 }
 
-/// An embedded profile that is misspelled in a file of the user's overrides nothing. Profiles of participants alone are
-/// not meant: applications ask for those by name.
+/// Warns of profiles that the library does not use: a user's file that misspells the name of an embedded profile
+/// overrides nothing. Profiles with only participant QoS get no warning, because applications request them by name.
 void QosProfiles::Impl::warn_of_unused() const {
   const QosProfilesXml* const embedded = sources.front().get();
   for (const auto& [key, profile] : profiles) {
@@ -190,7 +191,7 @@ const Profile* QosProfiles::Impl::find(std::string_view library, std::string_vie
   return nullptr;
 }
 
-/// The profile and what it is based on, the base of all first.
+/// Puts the profile and all its base profiles into `chain`, each base before the profile that uses it.
 bool QosProfiles::Impl::find_bases(const Profile& profile, std::vector<const Profile*>& chain,
                                    std::string& error) const {
   for (const Profile* next = &profile; next;) {
@@ -212,7 +213,8 @@ bool QosProfiles::Impl::find_bases(const Profile& profile, std::vector<const Pro
   return true;
 }
 
-/// Changes `qos` by every section of its kind that is for this topic (null: for any).
+/// Changes `qos` by every section of its kind that applies to this topic (null: only sections without topic_filter).
+/// Sets `applied` if there is one.
 template <class Qos>
 bool QosProfiles::Impl::read(const Profile& profile, const char* topic_name, Qos& qos, bool& applied,
                              std::string& error) const {

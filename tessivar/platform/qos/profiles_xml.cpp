@@ -50,7 +50,7 @@ bool parse_number(std::string_view text, Number& value) {
   return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
-/// The text of an element that has no elements.
+/// Reads the text of an element. Fails if the element contains other elements.
 bool read_text(const Walk& walk, pugi::xml_node node, std::string& text) {
   if (!walk.xml.has_only(node, {}, walk.error)) return false;
   std::string whole;
@@ -62,7 +62,7 @@ bool read_text(const Walk& walk, pugi::xml_node node, std::string& text) {
   return true;
 }
 
-/// Calls `each` for every element below `node`, until it is false.
+/// Calls `each` for every element below `node` until it returns false.
 template <class Each>
 bool for_each_element(const Walk& walk, pugi::xml_node node, Each each) {
   for (const pugi::xml_node child : node) {
@@ -75,7 +75,7 @@ bool for_each_element(const Walk& walk, pugi::xml_node node, Each each) {
   return true;
 }
 
-/// The same where all of them are <element>s.
+/// The same for a node in which every element must be an <element>.
 template <class Each>
 bool for_each_item(const Walk& walk, pugi::xml_node node, Each each) {
   if (!walk.xml.has_only(node, {}, walk.error)) return false;
@@ -109,7 +109,7 @@ bool read_integer(const Walk& walk, pugi::xml_node node, Number& value, std::int
   return true;
 }
 
-/// The elements of a structure; its own attributes are the caller's.
+/// Reads the elements of a structure. The caller checks the attributes of `node`.
 bool read_members(const Walk& walk, pugi::xml_node node, std::span<const Element> table, void* owner) {
   return for_each_element(walk, node, [&](pugi::xml_node child) {
     const auto row =
@@ -155,7 +155,7 @@ bool read_value(const Walk& walk, pugi::xml_node node, char*& value) {
   return DDS_String_replace(&value, text.c_str()) || fail_memory(walk, node);
 }
 
-/// <sec> and <nanosec>, of which a missing one is 0, or one of the names instead.
+/// Reads <sec> and <nanosec>, or a name instead of them. A missing element counts as 0.
 bool read_value(const Walk& walk, pugi::xml_node node, DDS_Duration_t& value) {
   if (is_text(node.first_child()) && !node.first_child().next_sibling()) {
     std::int64_t infinite = 0;
@@ -174,7 +174,7 @@ bool read_value(const Walk& walk, pugi::xml_node node, DDS_Duration_t& value) {
   return true;
 }
 
-/// Octets parted by commas.
+/// Reads octets that are separated by commas.
 bool read_value(const Walk& walk, pugi::xml_node node, DDS_OctetSeq& value) {
   std::string text;
   if (!read_text(walk, node, text)) return false;
@@ -193,7 +193,7 @@ bool read_value(const Walk& walk, pugi::xml_node node, DDS_OctetSeq& value) {
   return true;
 }
 
-/// The <element>s, instead of what was there before.
+/// Replaces the texts of `value` by the <element>s.
 bool read_value(const Walk& walk, pugi::xml_node node, DDS_StringSeq& value) {
   DDS_StringSeq texts;
   const bool read = for_each_item(walk, node, [&](pugi::xml_node item) {
@@ -205,7 +205,7 @@ bool read_value(const Walk& walk, pugi::xml_node node, DDS_StringSeq& value) {
   return read;
 }
 
-/// The <element>s, beside those that were there before under other names.
+/// Adds the <element>s to the properties of `value`. An <element> replaces the property of the same name.
 bool read_value(const Walk& walk, pugi::xml_node node, DDS_PropertySeq& value) {
   DDS_PropertyQosPolicy policy;
   policy.value = value;
@@ -242,7 +242,7 @@ bool QosProfilesXml::parse(std::string& error) {
 bool QosProfilesXml::fail(pugi::xml_node node, const std::string& what, std::string& error) const {
   const std::size_t blank = profiles::is_text(node) ? std::strspn(node.value(), profiles::blank) : 0;
   error = at(node.offset_debug() + static_cast<std::ptrdiff_t>(blank)) + what;
-  // A value that is cited may have several lines, the message has one.
+  // A quoted value may have several lines, but the message must have one line.
   for (char& c : error)
     if (static_cast<unsigned char>(c) < ' ') c = ' ';
   return false;

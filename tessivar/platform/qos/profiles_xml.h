@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// One XML text of QoS profiles, and how its elements become QoS sets.
+// One XML text of QoS profiles, and functions that read its elements into QoS sets.
 #pragma once
 
 #include "tessivar/platform/qos.h"
@@ -15,26 +15,27 @@
 
 namespace tessivar::platform {
 
-/// A parsed text that knows where its elements stand.
+/// A parsed text that knows the lines of its elements.
 class QosProfilesXml {
  public:
-  /// `name` is how messages call it: the file's name.
+  /// `name` is the name of the text in messages, for example the file name.
   QosProfilesXml(std::string name, std::string text) : name_(std::move(name)), text_(std::move(text)) {}
 
-  /// False, with one line in `error`, when it is not well formed or not a <dds>.
+  /// Returns false, with one line in `error`, if the text is not well-formed or its root is not <dds>.
   bool parse(std::string& error);
   pugi::xml_node root() const { return document_.document_element(); }
   const std::string& name() const { return name_; }
 
-  /// "NAME:LINE: what", always false.
+  /// Sets `error` to "NAME:LINE: what". Always returns false.
   bool fail(pugi::xml_node node, const std::string& what, std::string& error) const;
-  /// Whether `node` has no other attributes; those of XML itself ("xmlns…", "xsi:…") pass.
+  /// Returns true if `node` has no other attributes than `attributes` and those of XML itself ("xmlns…", "xsi:…").
   bool has_only(pugi::xml_node node, std::initializer_list<std::string_view> attributes, std::string& error) const;
 
-  /// Sets `value` by an attribute "true", "false", "1", "0" …; nothing when it is missing.
+  /// Sets `value` from an attribute "true", "false", "1", "0" …. Leaves `value` unchanged if the attribute is missing.
   bool read_flag(pugi::xml_node node, const char* attribute, bool& value, std::string& error) const;
 
-  /// Sets in `qos`, a QoS set, what the elements of its section (<topic_qos> …) say; on failure it is half set.
+  /// Sets the members of `qos`, a QoS set, from the elements of its section (<topic_qos> …). After a failure `qos` may
+  /// be changed in part.
   template <class Qos>
   bool read(pugi::xml_node section, Qos& qos, std::string& error) const;
 
