@@ -59,7 +59,7 @@ DDS_ReturnCode_t SeenParticipants::access(const BuiltinSelection& selection,
                                           DDS_ParticipantBuiltinTopicDataSeq& samples, DDS_SampleInfoSeq& infos) {
   if (selection.max_samples < DDS_LENGTH_UNLIMITED || selection.max_samples == 0) return DDS_RETCODE_BAD_PARAMETER;
   if (!samples.has_ownership() || !infos.has_ownership()) return DDS_RETCODE_PRECONDITION_NOT_MET;
-  const auto max = static_cast<std::size_t>(selection.max_samples);  // unlimited is the largest of all
+  const auto max = static_cast<std::size_t>(selection.max_samples);  // DDS_LENGTH_UNLIMITED becomes the largest number
   const std::lock_guard lock(mutex_);
 
   std::size_t count = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The built-in participant reader's samples: what discovery has told of remote participants.
+// The samples of the built-in participant reader: what discovery has reported about remote participants.
 #pragma once
 
 #include "tessivar/platform/builtin.h"
@@ -12,7 +12,7 @@
 
 namespace tessivar::platform {
 
-/// What a built-in reader's read or take selects.
+/// The selection of a read or take of a built-in reader.
 struct BuiltinSelection {
   bool take;
   DDS_Long max_samples;
@@ -21,7 +21,7 @@ struct BuiltinSelection {
   DDS_InstanceStateMask instance_states;
 };
 
-/// Of each remote participant the latest announcement, and that it is gone. Thread-safe.
+/// Keeps two samples of each remote participant: its latest announcement and its departure. Thread-safe.
 class SeenParticipants {
  public:
   void seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle, bool alive);
@@ -29,7 +29,7 @@ class SeenParticipants {
                           DDS_SampleInfoSeq& infos);
 
  private:
-  /// Nobody may ever read: of participants that are gone only so many are kept.
+  /// The largest number of departed participants that are kept. An application may never read them.
   static constexpr std::size_t most_gone = 256;
 
   struct Sample {

@@ -7,7 +7,7 @@
 DDSCondition::DDSCondition(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 DDSCondition::~DDSCondition() {
-  if (impl_ && impl_->made_here.inherited()) static_cast<void>(impl_.release());  // the parent's engine has it
+  if (impl_ && impl_->made_here.inherited()) static_cast<void>(impl_.release());  // the parent's engine uses it
 }
 
 DDSGuardCondition::DDSGuardCondition() : DDSCondition(std::make_unique<Impl>()) {

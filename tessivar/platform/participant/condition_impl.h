@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Conditions and wait sets from the inside.
+// The implementation of conditions and wait sets.
 //
-// A guard condition is the engine's; a read condition is triggered by its reader, and a wait set that has it is woken
-// by a guard condition of its own. Who is attached to whom is kept here, under one lock for all; it is never held while
-// anybody waits.
+// A guard condition has a guard condition of the engine. A reader triggers its read conditions. Each wait set has a
+// guard condition of the engine, which wakes it while one of its read conditions is triggered. One lock for all
+// conditions and wait sets guards the attachments; it is not held while a thread waits.
 #pragma once
 
 #include "tessivar/platform/condition.h"
@@ -23,12 +23,12 @@ struct DDSCondition::Impl {
   std::unique_ptr<tessivar::platform::EngineGuardCondition> engine;  // null for a read condition
   std::vector<DDSWaitSet::Impl*> wait_sets;
 
-  // Of a read condition.
+  // Members of a read condition.
   DDSDataReader* reader = nullptr;
   DDS_SampleStateMask sample_states = 0;
   DDS_ViewStateMask view_states = 0;
   DDS_InstanceStateMask instance_states = 0;
-  tessivar::platform::StateSet states = 0;  // the same three
+  tessivar::platform::StateSet states = 0;  // the same three masks combined
   bool triggered = false;                   // under the lock
 };
 
@@ -36,14 +36,14 @@ struct DDSWaitSet::Impl {
   const tessivar::platform::MadeHere made_here = {};
   std::unique_ptr<tessivar::platform::EngineWaitSet> engine;
   std::unique_ptr<tessivar::platform::EngineGuardCondition> wake;  // while a read condition is triggered
-  std::vector<DDSCondition*> conditions;                           // in the order of their attachment
+  std::vector<DDSCondition*> conditions;                           // in the order of attachment
   std::atomic<bool> waiting = false;
-  std::vector<void*> triggered;  // of the thread that waits
+  std::vector<void*> triggered;  // used by the thread that waits
 };
 
 namespace tessivar::platform {
 
-/// For a read condition.
+/// `condition` must be a read condition.
 void set_triggered(DDSCondition& condition, bool triggered);
 
 bool is_triggered(const DDSCondition::Impl& condition);

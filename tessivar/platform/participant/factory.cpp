@@ -21,13 +21,13 @@ using tessivar::platform::QosProfiles;
 
 namespace {
 
-constexpr DDS_DomainId_t highest_domain_id = 232;  // the ports of a higher one don't exist (DDSI-RTPS 2.3, 9.6.1.1)
+constexpr DDS_DomainId_t highest_domain_id = 232;  // a higher id has no valid ports (DDSI-RTPS 2.3, 9.6.1.1)
 
 std::string place(const char* operation) {
   return std::string("DDSDomainParticipantFactory::") + operation;
 }
 
-/// One of the …_from_profile operations.
+/// Implements the …_from_profile operations.
 template <class Qos>
 DDS_ReturnCode_t from_profile(const char* operation, Qos& qos, const char* library, const char* profile,
                               bool (QosProfiles::*lookup)(const char*, const char*, Qos&, std::string&) const) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The place of one listener: who is called, for which statuses, and when it may go.
+// Holds one listener with its status mask, and knows which threads are inside its callbacks.
 #pragma once
 
 #include "tessivar/platform/detail/callback.h"
@@ -15,8 +15,8 @@
 
 namespace tessivar::platform {
 
-/// Runs application code; an exception that leaves it is logged under `context` and goes no further. Whether it ended
-/// without one.
+/// Runs application code. Logs an exception that leaves the code, with `context`, and does not pass it on. Returns true
+/// if there was no exception.
 template <class Function>
 bool contained(CallbackKind kind, const char* context, Function&& function) noexcept {
   const CallbackScope scope(kind);
@@ -35,7 +35,7 @@ bool contained(CallbackKind kind, const char* context, Function&& function) noex
 template <class Listener>
 class ListenerSlot {
  public:
-  /// Waits until no other thread is inside a callback of the listener that goes.
+  /// Sets the listener and its mask. Returns when no other thread is inside a callback of the old listener.
   void set(Listener* listener, DDS_StatusMask mask) {
     std::unique_lock lock(mutex_);
     const Listener* old = std::exchange(listener_, listener);
@@ -53,7 +53,7 @@ class ListenerSlot {
     return listener_;
   }
 
-  /// Calls `callback(listener)` when there is one that asked for `status`; whether there was.
+  /// Calls `callback(listener)` if there is a listener and its mask contains `status`. Returns true if it was called.
   template <class Callback>
   bool call(DDS_StatusMask status, const char* context, Callback&& callback) {
     Call call = {nullptr, std::this_thread::get_id(), nullptr};
@@ -75,7 +75,7 @@ class ListenerSlot {
   }
 
  private:
-  /// A call under way, on the stack of its thread.
+  /// A call that is in progress, on the stack of its thread.
   struct Call {
     Listener* listener;
     const std::thread::id thread;

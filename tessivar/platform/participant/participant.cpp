@@ -117,7 +117,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   }
   if (!enables_contained) return DDS_RETCODE_OK;
 
-  // One by one: the application may make and delete others meanwhile.
+  // Enable one entity at a time, because the application may create and delete others meanwhile.
   std::vector<const void*> tried;
   const auto enable_all = [&](const auto& entities) {
     for (;;) {
@@ -145,8 +145,8 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
 void DDSDomainParticipant::Impl::participant_seen(const DDS_ParticipantBuiltinTopicData& data,
                                                   const DDS_InstanceHandle_t& handle, bool alive) {
   {
-    // Who is discovered while the engine comes up waits for it to be known here: the listener may want to ignore. The
-    // limit is for an engine that fails to come up and waits for this very call.
+    // If a participant is discovered while the engine starts, wait until `engine` is set, because the listener may call
+    // ignore_participant(). The time limit is for an engine that fails to start and waits for this call.
     std::unique_lock lock(mutex);
     changed.wait_for(lock, std::chrono::seconds(1), [&] { return !starting; });
   }
@@ -170,7 +170,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
                   "topic \"" + impl.name + "\": filter \"" + impl.filter_name + "\" refused its parameters", result);
   }
 
-  // A reader that is made from now on starts with the new filter.
+  // A reader that is created from now on starts with the new filter.
   std::vector<DDSDataReader*> concerned;
   {
     const std::lock_guard lock(mutex);

@@ -9,7 +9,7 @@ namespace tessivar::platform {
 
 namespace {
 
-constexpr int highest_index = 119;  // a domain's ports allow no more (DDSI-RTPS 2.3, 9.6.1.1)
+constexpr int highest_index = 119;  // the ports of a domain allow no more (DDSI-RTPS 2.3, 9.6.1.1)
 constexpr std::string_view allow_interfaces = "dds.transport.UDPv4.builtin.parent.allow_interfaces";
 constexpr std::string_view multicast_enabled = "dds.transport.UDPv4.builtin.multicast_enabled";
 

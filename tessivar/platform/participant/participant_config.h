@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// From a participant's QoS to what the engine wants to know.
+// Translates the QoS of a participant to the configuration of the engine.
 #pragma once
 
 #include "tessivar/platform/engine/engine.h"
@@ -11,16 +11,16 @@
 
 namespace tessivar::platform {
 
-/// A peer as the QoS writes it: "[N@]builtin.udpv4://ADDRESS", "builtin.shmem://" or a bare address.
+/// A peer, which the QoS writes as "[N@]builtin.udpv4://ADDRESS", "builtin.shmem://" or a bare address.
 struct Peer {
-  std::string address;  // empty: local processes by shared memory, who are found anyway
-  int max_index = 0;    // N: the highest participant index looked for there; 0 when it isn't said
+  std::string address;  // empty for "builtin.shmem://": local processes are always found
+  int max_index = 0;    // N: the highest participant index to look for; 0 if there is no N
 };
 
-/// Nothing, with one line in `error`, when it is malformed.
+/// Returns nullopt, with one line in `error`, if the text is malformed.
 std::optional<Peer> parse_peer(std::string_view text, std::string& error);
 
-/// BAD_PARAMETER or INCONSISTENT_POLICY with one line in `error`.
+/// Returns BAD_PARAMETER or INCONSISTENT_POLICY, with one line in `error`, if a policy is wrong.
 DDS_ReturnCode_t make_config(DDS_DomainId_t domain_id, const DDS_DomainParticipantQos& qos,
                              EngineParticipantConfig& config, std::string& error);
 

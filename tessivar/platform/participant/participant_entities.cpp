@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a participant contains: types, topics, filters, writers and readers.
+// The operations of a participant on its types, topics, filters, writers, readers and peers.
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant/participant_config.h"
 #include "tessivar/platform/participant/participant_impl.h"
@@ -126,7 +126,8 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
   if (!filter_expression) return refuse_creation(operation, title + ": the filter expression is missing");
   if (!filter_name) return refuse_creation(operation, title + ": the filter's name is missing");
 
-  // Both are in use from here on: they stay while the filter is compiled without the lock.
+  // The topic and the filter count as used from here on, so they are not removed while the filter is compiled without
+  // the lock.
   DDSContentFilter* filter = nullptr;
   const auto release = [&] {
     --related_topic->impl().users;
@@ -179,7 +180,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contentfilteredtopic(DDSContentFil
     --topic->impl().topic.impl().users;
   }
   const std::string filter = topic->impl().filter_name;
-  delete topic;  // finalises the filter's data: without the lock, and before the filter may go
+  delete topic;  // finalises the filter's data without the lock, before the filter can be unregistered
   const std::lock_guard lock(impl_->mutex);
   --impl_->filters.find(filter)->second.users;
   return DDS_RETCODE_OK;
@@ -371,7 +372,8 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
 
 namespace {
 
-/// Before the participant is enabled `change_initial` changes its initial peers; afterwards the engine's change.
+/// Before the participant is enabled, `change_initial` changes its initial peers. After that, `change` changes the
+/// peers of the engine.
 template <class ChangeInitial>
 DDS_ReturnCode_t change_peer(DDSDomainParticipant::Impl& participant, const char* operation, const char* peer,
                              const ChangeInitial& change_initial,

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The domain participant from the inside.
+// The implementation of the domain participant.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
@@ -20,7 +20,7 @@
 #include <vector>
 
 struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantEvents {
-  /// A registered type: readers and writers keep pointers to its record.
+  /// A registered type. Topics, readers and writers keep pointers to its record.
   struct Type {
     PRESTypePlugin plugin;
     int users = 0;  // topics
@@ -39,10 +39,11 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   void participant_seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
                         bool alive) override;
   bool empty() const;
-  /// With its read conditions and loans.
+  /// Deletes the reader with its read conditions and loans.
   DDS_ReturnCode_t destroy(DDSDataReader* reader);
 
-  /// In a process that inherited the participant its entities are not deleted: the engine's threads are not there.
+  /// In a process that inherited the participant, its entities are not deleted, because the threads of the engine do
+  /// not exist there.
   const tessivar::platform::MadeHere made_here = {};
   DDSDomainParticipant* self = nullptr;
   const DDS_DomainId_t domain_id;
@@ -57,12 +58,12 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
 
   tessivar::platform::Mutex enabling;
   std::unique_ptr<tessivar::platform::EngineParticipant> owned_engine;
-  std::atomic<tessivar::platform::EngineParticipant*> engine = nullptr;  // null until it is enabled
+  std::atomic<tessivar::platform::EngineParticipant*> engine = nullptr;  // null until enabled
 
-  /// Guards what follows. Not held while the engine or the application is called.
+  /// Guards the members below. Not held while the engine or the application is called.
   mutable tessivar::platform::Mutex mutex;
   tessivar::platform::Condition changed;
-  bool starting = false;  // the engine is being brought up
+  bool starting = false;  // the engine is starting
   DDS_DomainParticipantQos qos;
   std::optional<DDS_TopicQos> default_topic_qos;
   std::optional<DDS_DataWriterQos> default_writer_qos;
@@ -74,7 +75,7 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   std::vector<DDSDataWriter*> writers;
   std::vector<DDSDataReader*> readers;
 
-  /// Keeps entities from being deleted while another thread works on them without the lock.
+  /// Prevents the deletion of an entity while the thread `by` uses it with the lock released the lock.
   struct Pin {
     const void* entity;
     std::thread::id by;
@@ -87,14 +88,14 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   DDSTopic* find_topic(std::string_view name) const;                          // with the lock held
   DDSContentFilteredTopic* find_filtered_topic(std::string_view name) const;  // with the lock held
   bool autoenable() const;
-  /// Returns true, after one log line, if this thread is where the engine cannot make a reader or writer: in a filter,
-  /// or in a callback while it may match an entity that waits for the callback.
+  /// Logs one line and returns true if the engine cannot create a reader or writer on this thread: in a filter, or in a
+  /// callback if the new entity could match an entity that waits for the callback.
   bool cannot_enable_entity(const char* operation) const;
 };
 
 namespace tessivar::platform {
 
-/// Logs one line of that operation of a participant and hands the result on.
+/// Logs one line about an operation of a participant and returns `result`.
 inline DDS_ReturnCode_t refuse(const char* operation, const std::string& text,
                                DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) {
   log(LogLevel::error, std::string("DDSDomainParticipant::") + operation, text);

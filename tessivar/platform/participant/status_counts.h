@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// How the statuses that an application sees follow what the engine counts.
+// Computes the statuses for the application from the totals of the engine.
 //
-// The engine reports totals; "changes" are counted here, since the application last read the status (OMG DDS 1.4,
-// 2.2.4.1).
+// The engine reports totals. The functions here count the changes since the application read the status last (OMG DDS
+// 1.4, 2.2.4.1).
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -13,7 +13,7 @@
 
 namespace tessivar::platform {
 
-/// Of statuses with a total alone. Whether it changed.
+/// Updates `seen`, a status that has only a total, to the totals of `now`. Returns true if the total has changed.
 template <class Status>
 bool follow(Status& seen, Status now) {
   const DDS_Long change = now.total_count - seen.total_count;
@@ -66,7 +66,7 @@ inline void forget_changes(DDS_LivelinessChangedStatus& status) {
   status.alive_count_change = status.not_alive_count_change = 0;
 }
 
-/// Hands the status out; its changes count anew from here.
+/// Returns the status and sets its changes to 0.
 template <class Status>
 Status read_status(Status& seen) {
   const Status status = seen;
@@ -74,7 +74,7 @@ Status read_status(Status& seen) {
   return status;
 }
 
-/// A get_…_status operation: hands out a status that `mutex` guards.
+/// Implements the get_…_status operations: copies a status that `mutex` guards to `out` and sets its changes to 0.
 template <class Status>
 DDS_ReturnCode_t get_status(Mutex& mutex, Status& seen, Status& out) {
   const std::lock_guard lock(mutex);

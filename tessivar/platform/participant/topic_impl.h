@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Topics and filtered topics from the inside.
+// The implementation of topics and filtered topics.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -34,8 +34,8 @@ struct DDSContentFilteredTopic::Impl {
   DDSContentFilter& filter;
   int users = 0;  // readers; under the participant's lock
 
-  tessivar::platform::Mutex changing = {};       // one change of parameters at a time
-  mutable tessivar::platform::Mutex mutex = {};  // guards what follows
+  tessivar::platform::Mutex changing = {};       // held during a change of parameters
+  mutable tessivar::platform::Mutex mutex = {};  // guards the members below
   DDS_StringSeq parameters = {};
   std::shared_ptr<tessivar::platform::CompiledFilter> compiled = {};
 

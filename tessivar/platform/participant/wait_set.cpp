@@ -16,7 +16,7 @@ using platform::make_length;
 
 namespace {
 
-/// Guards who is attached to whom, of all conditions and wait sets.
+/// Returns the lock that guards the attachments between all conditions and wait sets.
 platform::Mutex& attachments() {
   static platform::Immortal<platform::Mutex> mutex;
   return *mutex;
@@ -31,7 +31,7 @@ std::int64_t steady_nanoseconds() {
   return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
-/// With the lock held.
+/// To be called with the lock held.
 void update_wake(DDSWaitSet::Impl& wait_set) {
   const auto triggered = [](const DDSCondition* condition) { return condition->impl().triggered; };
   wait_set.wake->set_trigger(std::any_of(wait_set.conditions.begin(), wait_set.conditions.end(), triggered));
@@ -68,7 +68,7 @@ DDSWaitSet::DDSWaitSet() : impl_(std::make_unique<Impl>()) {
 
 DDSWaitSet::~DDSWaitSet() {
   if (impl_->made_here.inherited()) {
-    static_cast<void>(impl_.release());  // the parent's engine has it
+    static_cast<void>(impl_.release());  // the parent's engine uses it
     return;
   }
   const std::lock_guard lock(attachments());
@@ -88,7 +88,7 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
     const DDS_ReturnCode_t result = impl_->engine->attach(*engine, condition);
     if (result != DDS_RETCODE_OK) return result;
   } else if (!condition->impl().reader) {
-    return DDS_RETCODE_OUT_OF_RESOURCES;  // a guard that the engine refused would never wake anybody
+    return DDS_RETCODE_OUT_OF_RESOURCES;  // without a guard of the engine it would never wake a thread
   }
   impl_->conditions.push_back(condition);
   condition->impl().wait_sets.push_back(impl_.get());
@@ -127,7 +127,8 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
     if (result != DDS_RETCODE_OK) return result;
     {
       const std::lock_guard lock(attachments());
-      // What was detached meanwhile is in no one's list any more and is only compared here, never looked into.
+      // A condition that was detached meanwhile is in no list any more. Its pointer is only compared here, never
+      // dereferenced.
       const auto triggered = [&](const DDSCondition* condition) {
         return condition->impl().triggered ||
                std::find(impl_->triggered.begin(), impl_->triggered.end(), condition) != impl_->triggered.end();
