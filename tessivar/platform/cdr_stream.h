@@ -47,5 +47,6 @@ TESSIVAR_API int RTICdrStream_getRemainder(const RTICdrStream* stream);
 /// Writes the 4-octet encapsulation header, sets the order of the stream from `id` and moves the alignment origin
 /// behind the header. Returns 0 if `id` is above 3 or the stream has too little space.
 TESSIVAR_API RTIBool RTICdrStream_serializeAndSetCdrEncapsulation(RTICdrStream* stream, RTIEncapsulationId id);
-/// Reads the header, otherwise as above.
+/// Reads the 4-octet header, sets the order from it and moves the alignment origin behind it. Returns 0 if the
+/// identifier in the header is above 3 or the stream has fewer than 4 octets.
 TESSIVAR_API RTIBool RTICdrStream_deserializeAndSetCdrEncapsulation(RTICdrStream* stream);

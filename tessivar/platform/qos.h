@@ -174,8 +174,8 @@ struct DDS_DiscoveryQosPolicy {
 struct DDS_DiscoveryConfigQosPolicy {
   DDS_Duration_t participant_liveliness_lease_duration = {2, 800000000};
   DDS_Duration_t participant_liveliness_assert_period = {0, 700000000};
-  /// The highest participant index that discovery looks for on every peer address. It is the number of participants of
-  /// one domain on one host, minus 1.
+  /// The highest participant index that discovery looks for on every peer address. A domain can have this number of
+  /// participants plus 1 on one host.
   DDS_Long max_participant_index = 31;
 };
 

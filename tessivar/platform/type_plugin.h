@@ -32,7 +32,7 @@ struct PRESTypePlugin {
   PRESTypePluginEndpointData (*on_endpoint_attached)(PRESTypePluginParticipantData, const void*, int, void*);
   void (*on_endpoint_detached)(PRESTypePluginEndpointData);
 
-  void* (*create_sample)();  // initialised, null when memory is short
+  void* (*create_sample)();  // initialised; null if memory is short
   void (*destroy_sample)(void* sample);
   /// Creates a sample for loans; destroy_sample releases it. Such a sample owns only the memory that the decoded data
   /// needs. `octets` gets the size of that memory. Returns null if memory is short.

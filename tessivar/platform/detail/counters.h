@@ -79,8 +79,8 @@ class Count {
   std::atomic<std::uint64_t> others_{0};
 };
 
-/// The counters behind EndpointCounts. Any thread may use them. The endpoint, which counts, shares them with the
-/// readers of the counts, which may exist longer than the endpoint.
+/// The counters behind EndpointCounts. Any thread may use them. The endpoint, which counts, shares them with the code
+/// that reports the counts. That code may keep them longer than the endpoint exists.
 class TESSIVAR_API EndpointCounters {
  public:
   /// `malformed` counts the malformed samples that arrive for the type of a reader; may be null.

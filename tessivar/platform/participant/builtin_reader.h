@@ -29,7 +29,7 @@ class SeenParticipants {
                           DDS_SampleInfoSeq& infos);
 
  private:
-  /// The largest number of departed participants that are kept. An application may never read them.
+  /// The largest number of departed participants that are kept, because the application may not read them at all.
   static constexpr std::size_t most_gone = 256;
 
   struct Sample {

@@ -2,7 +2,7 @@
 
 // The implementation of conditions and wait sets.
 //
-// A guard condition has a guard condition of the engine. A reader triggers its read conditions. Each wait set has a
+// A DDSGuardCondition uses a guard condition of the engine. A reader triggers its read conditions. Each wait set has a
 // guard condition of the engine, which wakes it while one of its read conditions is triggered. One lock for all
 // conditions and wait sets guards the attachments; it is not held while a thread waits.
 #pragma once
@@ -29,13 +29,13 @@ struct DDSCondition::Impl {
   DDS_ViewStateMask view_states = 0;
   DDS_InstanceStateMask instance_states = 0;
   tessivar::platform::StateSet states = 0;  // the same three masks combined
-  bool triggered = false;                   // under the lock
+  bool triggered = false;                   // guarded by the lock
 };
 
 struct DDSWaitSet::Impl {
   const tessivar::platform::MadeHere made_here = {};
   std::unique_ptr<tessivar::platform::EngineWaitSet> engine;
-  std::unique_ptr<tessivar::platform::EngineGuardCondition> wake;  // while a read condition is triggered
+  std::unique_ptr<tessivar::platform::EngineGuardCondition> wake;  // set while a read condition is triggered
   std::vector<DDSCondition*> conditions;                           // in the order of attachment
   std::atomic<bool> waiting = false;
   std::vector<void*> triggered;  // used by the thread that waits

@@ -23,11 +23,11 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   /// A registered type. Topics, readers and writers keep pointers to its record.
   struct Type {
     PRESTypePlugin plugin;
-    int users = 0;  // topics
+    int users = 0;  // the number of topics that use it
   };
   struct Filter {
     DDSContentFilter* filter;
-    int users = 0;  // filtered topics
+    int users = 0;  // the number of filtered topics that use it
   };
 
   Impl(DDS_DomainId_t domain, const DDS_DomainParticipantQos& its_qos);
@@ -75,7 +75,7 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   std::vector<DDSDataWriter*> writers;
   std::vector<DDSDataReader*> readers;
 
-  /// Prevents the deletion of an entity while the thread `by` uses it with the lock released the lock.
+  /// Prevents the deletion of an entity while the thread `by` uses it without the lock.
   struct Pin {
     const void* entity;
     std::thread::id by;
@@ -83,7 +83,7 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   std::vector<Pin> pins;
 
   void pin(const void* entity);    // with the lock held
-  void unpin(const void* entity);  // without
+  void unpin(const void* entity);  // with the lock released
   void await_unpinned(std::unique_lock<tessivar::platform::Mutex>& lock, const void* entity);
   DDSTopic* find_topic(std::string_view name) const;                          // with the lock held
   DDSContentFilteredTopic* find_filtered_topic(std::string_view name) const;  // with the lock held

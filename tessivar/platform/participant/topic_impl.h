@@ -23,7 +23,7 @@ struct DDSTopic::Impl {
   const PRESTypePlugin& type;
   const DDS_TopicQos qos;
   tessivar::platform::ListenerSlot<DDSTopicListener> listener;
-  int users = 0;  // readers, writers and filtered topics; under the participant's lock
+  int users = 0;  // number of readers, writers and filtered topics; guarded by the participant's lock
 };
 
 struct DDSContentFilteredTopic::Impl {
@@ -32,7 +32,7 @@ struct DDSContentFilteredTopic::Impl {
   const std::string expression;
   const std::string filter_name;
   DDSContentFilter& filter;
-  int users = 0;  // readers; under the participant's lock
+  int users = 0;  // number of readers; guarded by the participant's lock
 
   tessivar::platform::Mutex changing = {};       // held during a change of parameters
   mutable tessivar::platform::Mutex mutex = {};  // guards the members below

@@ -8,10 +8,10 @@
 
 namespace tessivar::platform {
 
-/// Blocks signals on the current thread while it exists. A thread that is created meanwhile inherits the signal mask.
-/// So the application's handlers run on the application's threads only, and a signal that the application has blocked
-/// to wait for it does not end the process through a thread of the library. Signals that a fault of a thread raises,
-/// and the signal of profilers, are not blocked.
+/// Blocks signals on the current thread while the object exists. A thread that is created meanwhile inherits the signal
+/// mask. So the application's handlers run on the application's threads only, and a signal that the application has
+/// blocked to wait for it does not end the process through a thread of the library. Signals that a fault of a thread
+/// raises, and the signal of profilers, are not blocked.
 class SignalsBlocked {
  public:
   SignalsBlocked() {
