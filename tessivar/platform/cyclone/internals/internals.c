@@ -1,4 +1,6 @@
-// A C file: the engine's own headers do not compile as C++.
+// SPDX-License-Identifier: Apache-2.0
+
+// Access to the engine's internals. This is a C file because the engine's own headers do not compile as C++.
 #define _GNU_SOURCE  // RTLD_DEFAULT
 
 #include "tessivar/platform/cyclone/internals/internals.h"
@@ -14,7 +16,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-// The engine's headers need one another in this order.
+// The engine's headers depend on each other in this order.
 // clang-format off
 #include <dds/ddsi/ddsi_domaingv.h>
 #include <dds/ddsi/ddsi_guid.h>
@@ -37,10 +39,10 @@
 
 _Static_assert(CYCLONE_INTERFACES_MAX == MAX_XMIT_CONNS, "the engine has another limit");
 
-// Versions of 0.10 share a library name. Their structures are those of 0.10.2, or from 0.10.4 on those of 0.10.5, which
-// has this function. Tells whether the library at run time is of the same kind as the headers.
+// All versions 0.10.x have the same library name. The structures changed in 0.10.4, which also added the function
+// dds_qset_writer_batching(). Returns true if the library at run time has the same structures as the headers.
 static bool fits_headers(void) {
-  static atomic_int known;  // 0: not yet, 1: fits, 2: does not
+  static atomic_int known;  // 0: not known yet, 1: fits, 2: does not fit
   if (known == 0) {
     const bool has_writer_batching = dlsym(RTLD_DEFAULT, "dds_qset_writer_batching") != NULL;
     known = has_writer_batching == (DDS_VERSION_PATCH >= 4) ? 1 : 2;
@@ -53,7 +55,7 @@ struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain
   if (!fits_headers()) return NULL;
   struct ddsi_domaingv* gv = ddsrt_atomic_ldvoidp(&lookup_thread_state()->gv);
   if (gv == NULL || gv->config.domainId != internal_id || gv->config.extDomainId.value != domain_id) return NULL;
-  // A library of another version than the headers would have these in other places.
+  // If the library had other structures than the headers, these members would be in other places.
   if (lease_duration > 0 && gv->config.lease_duration != lease_duration) return NULL;
   if (announcement_period > 0 && gv->config.spdp_interval != announcement_period) return NULL;
   return gv;
@@ -77,7 +79,7 @@ static void close_on_exec(struct ddsi_tran_conn* connection) {
 }
 
 void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv) {
-  // The engine sets the flag for the other descriptors, those that wake its threads.
+  // The engine itself sets the flag for the other descriptors, which wake its threads.
   struct ddsi_tran_conn* const connections[] = {gv->disc_conn_mc, gv->data_conn_mc, gv->disc_conn_uc, gv->data_conn_uc};
   for (size_t i = 0; i < sizeof connections / sizeof connections[0]; i++) close_on_exec(connections[i]);
   for (size_t i = 0; i < MAX_XMIT_CONNS; i++) close_on_exec(gv->xmit_conns[i]);
@@ -123,8 +125,8 @@ bool cyclone_add_propagated_property(struct dds_qos* qos, const char* name, cons
 
 // --- history ---------------------------------------------------------------------------------------------------------
 
-// True while the reader still misses something that this writer holds for late joiners. The engine marks a reader as in
-// step with a writer while it holds the writer's lock, and the samples reach the cache under the same lock.
+// Returns true if the reader still lacks samples that this writer holds for late joiners. The engine holds the writer's
+// lock when it marks a reader as in sync with the writer, and when it adds the samples to the cache.
 static bool catching_up(struct ddsi_domaingv* gv, const ddsi_guid_t* writer_guid, const ddsi_guid_t* reader_guid) {
   struct ddsi_proxy_writer* writer = entidx_lookup_proxy_writer_guid(gv->entity_index, writer_guid);
   if (writer == NULL) return false;
@@ -146,7 +148,8 @@ enum cyclone_history cyclone_history_state(struct ddsi_domaingv* gv, const uint8
   if (reader == NULL) {
     result = CYCLONE_HISTORY_NO_READER;
   } else if (reader->handle_as_transient_local) {
-    // A writer's lock is taken before a reader's, so the writers are looked at one by one with the reader unlocked.
+    // A writer's lock must be taken before a reader's lock. So the writers are checked one by one while the reader is
+    // unlocked.
     ddsi_guid_t last;
     memset(&last, 0, sizeof last);
     for (;;) {
@@ -239,7 +242,8 @@ bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t octets[16]
 
 enum { GUID_PREFIX_SIZE = 12, FAREWELL_SIZE = 20 + 16 + 64 };
 
-// The message by which a participant ends (DDSI-RTPS 2.3, 8.5.3.2 and 9.4.5.3), little-endian, for one receiver.
+// Writes the message that announces the end of a participant (DDSI-RTPS 2.3, 8.5.3.2 and 9.4.5.3), little-endian, for
+// one receiver.
 static void write_farewell(uint8_t message[FAREWELL_SIZE], const uint8_t own_guid[16], const uint8_t guid[16]) {
   static const uint8_t header[] = {'R', 'T', 'P', 'S', 2, 1, 1, 0x10};
   static const uint8_t info_destination[] = {0x0e, 0x01, GUID_PREFIX_SIZE, 0};
@@ -247,7 +251,7 @@ static void write_farewell(uint8_t message[FAREWELL_SIZE], const uint8_t own_gui
                                  0,    0,    16, 0,    0, 1, 0, 0xc7,
                                  0,    1,    0,  0xc2,              // from participant announcer to detector
                                  0,    0,    0,  0,    1, 0, 0, 0,  // sequence number
-                                 0x71, 0,    4,  0,    0, 0, 0, 3,  // status: disposed of and unregistered
+                                 0x71, 0,    4,  0,    0, 0, 0, 3,  // status: disposed and unregistered
                                  1,    0,    0,  0,    0, 3, 0, 0,  // parameter list
                                  0x50, 0,    16, 0};                // participant GUID
   static const uint8_t end[] = {1, 0, 0, 0};
@@ -286,7 +290,7 @@ bool cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_o
   return known;
 }
 
-// Takes the place of the engine's own interface, which is told of every entity that comes and goes.
+// Replaces the engine's own interface, which the engine calls for every entity that is created or deleted.
 struct cyclone_watch {
   struct ddsi_builtin_topic_interface replacement;  // first: the engine's pointer is cast back
   const struct ddsi_builtin_topic_interface* original;
@@ -331,8 +335,8 @@ static bool call_alive(const struct cyclone_watcher* watcher, const struct ddsi_
   return drop;
 }
 
-// When a participant is new nothing of it is locked; when it has changed, or something of it, this thread holds its
-// lock.
+// Returns true if the lock of the entity is held. The lock of a new participant is free. If a participant or a part of
+// it has changed, this thread holds its lock.
 static bool is_locked(const struct ddsi_entity_common* entity) {
   ddsrt_mutex_t* lock = (ddsrt_mutex_t*)&entity->lock;
   if (!ddsrt_mutex_trylock(lock)) return true;
@@ -340,9 +344,10 @@ static bool is_locked(const struct ddsi_entity_common* entity) {
   return false;
 }
 
-// The engine makes an endpoint known in two steps, and one that is deleted by another thread between them brings the
-// process down. It holds the endpoint's lock during both, so whoever deletes gives it the time to get through. Not for
-// ever: samples are delivered under that lock, and those who receive them may wait for locks that are held here.
+// The engine announces an endpoint internally in two steps. If another thread deletes the endpoint between the steps,
+// the process crashes. The engine holds the endpoint's lock during both steps, so the thread that deletes waits here
+// for that lock. The wait is limited: samples are delivered under that lock, and their receivers may wait for locks
+// that this thread holds.
 static void await_insertion(const struct ddsi_entity_common* entity) {
   for (int i = 0; i < 100 && is_locked(entity); i++) dds_sleepfor(DDS_MSECS(1));
 }
@@ -361,7 +366,8 @@ static void write_endpoint(const struct ddsi_entity_common* entity, ddsrt_wctime
   }
   const bool locked = is_locked(entity);
   if (!call_alive(&watch->watcher, (const struct ddsi_proxy_participant*)entity, locked) || locked) return;
-  // Announcements of participants and of endpoints are handled by this one thread: no endpoint can be known yet.
+  // Only this thread handles announcements of participants and endpoints, so no endpoint of the participant is known
+  // yet.
   const ddsi_guid_t guid = entity->guid;
   (void)ddsi_delete_proxy_participant_by_guid(entity->gv, &guid, timestamp, 1);
 }
@@ -373,7 +379,7 @@ struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct
   watch->replacement = *watch->original;
   watch->replacement.builtintopic_write_endpoint = write_endpoint;
   watch->watcher = *watcher;
-  // The engine's threads are at work already, and one of them may read the pointer at any time.
+  // The engine's threads already run and may read the pointer at any time.
   __atomic_store_n(&gv->builtin_topic_interface, &watch->replacement, __ATOMIC_RELEASE);
   return watch;
 }
@@ -396,7 +402,7 @@ void cyclone_show_participant(struct ddsi_domaingv* gv, const uint8_t octets[16]
   thread_state_asleep(thread);
 }
 
-#else  // an engine whose insides are not known here
+#else  // the internals of the engine are not known
 
 struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
                                            int64_t announcement_period) {

@@ -1,7 +1,9 @@
-// What the engine's public interface does not offer, behind plain C functions.
+// SPDX-License-Identifier: Apache-2.0
+
+// Plain C functions for features that the engine's public interface does not offer.
 //
-// Everything here looks into structures whose layout belongs to one version of the engine. It is written for 0.10.2:
-// with another version cyclone_internals_of() finds nothing and the features that need it say so.
+// All functions use structures whose layout depends on the version of the engine. If the engine at run time does not
+// have the structures of the headers, cyclone_internals_of() returns null, and a log line names the missing features.
 #pragma once
 
 #include <stdbool.h>
@@ -15,57 +17,59 @@ extern "C" {
 struct ddsi_domaingv;
 struct dds_qos;
 
-/// The engine's record of the domain that this thread has just created; null when this is not the engine that is
-/// known here. The other arguments are what the domain was configured with, to make sure.
+/// Returns the engine's record of the domain that this thread has just created, or null if the engine's structures are
+/// not known. The arguments are values of the domain's configuration, which are compared with the record to make sure.
 struct ddsi_domaingv* cyclone_internals_of(uint32_t internal_id, uint32_t domain_id, int64_t lease_duration,
                                            int64_t announcement_period);
 
-/// The domain that this thread is at work for inside the engine; null when that is not known. The engine frees nothing
-/// that the thread may use in it. A call into another domain, as a callback may make, replaces it: put it back then.
+/// Returns the domain for which this thread works inside the engine, or null if it is not known. The engine frees no
+/// memory of this domain that the thread may use. A call into another domain, for example in a callback, replaces the
+/// domain: restore it afterwards.
 struct ddsi_domaingv* cyclone_thread_domain(void);
 void cyclone_set_thread_domain(struct ddsi_domaingv* gv);
 
-/// Has exec() close the domain's sockets, which the engine leaves open for the program that is executed.
+/// Makes exec() close the domain's sockets. The engine leaves them open for the executed program.
 void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv);
 
-/// The number, on this host and domain, from which the domain's ports follow.
+/// Returns the participant index on this host, from which the domain's ports follow; -1 if it is not known.
 int cyclone_participant_index(const struct ddsi_domaingv* gv);
 
-/// The engine's limit of network interfaces.
+/// The engine's maximum number of network interfaces.
 enum { CYCLONE_INTERFACES_MAX = 4 };
 
 struct cyclone_interface {
-  const char* name;  // the domain's
+  const char* name;  // owned by the domain
   uint8_t address[4];
 };
 
-/// Fills `interfaces` with those in use and returns their number.
+/// Fills `interfaces` with the interfaces in use and returns their number.
 uint32_t cyclone_interfaces(const struct ddsi_domaingv* gv,
                             struct cyclone_interface interfaces[CYCLONE_INTERFACES_MAX]);
 
-/// Whether writers that are created from now on collect samples until they are flushed.
+/// Sets whether writers that are created from now on collect samples until a flush.
 void cyclone_set_batching(struct ddsi_domaingv* gv, bool enable);
 
-/// Adds a property that remote participants see.
+/// Adds a property that is sent to remote participants. Returns true if the property was added.
 bool cyclone_add_propagated_property(struct dds_qos* qos, const char* name, const char* value);
 
 enum cyclone_history { CYCLONE_HISTORY_COMPLETE, CYCLONE_HISTORY_PENDING, CYCLONE_HISTORY_NO_READER };
 
-/// Whether a reader has received all that its matched remote writers held when they matched, and has it in its cache.
-/// The domain must be configured to deliver on its receive threads.
+/// Returns CYCLONE_HISTORY_COMPLETE if the reader's cache has received all samples that the matched remote writers held
+/// at the match. The domain must be configured to deliver on its receive threads.
 enum cyclone_history cyclone_history_state(struct ddsi_domaingv* gv, const uint8_t reader_guid[16]);
 
-/// Announces to an address (with ":port": to that port only) from now on, or no more. False for an address that cannot
-/// be resolved.
+/// Starts or ends announcements to an address (with ":port": to that port only). Returns false if the address cannot be
+/// resolved.
 bool cyclone_add_peer(struct ddsi_domaingv* gv, const char* address);
 bool cyclone_remove_peer(struct ddsi_domaingv* gv, const char* address);
 /// Announces the participant at once.
 void cyclone_announce(struct ddsi_domaingv* gv, const uint8_t participant_guid[16]);
 
-/// Forgets a remote participant with all its endpoints; its next announcement makes it known anew. Not on one of the
-/// engine's threads. False when it was not known.
+/// Forgets a remote participant with all its endpoints; its next announcement makes it known again. Must not be called
+/// on one of the engine's threads. Returns false if the participant was not known.
 bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t guid[16]);
-/// The same, and tells it that `own_guid` is gone, so that its reliable writers do not wait for us for ever.
+/// The same, and announces the end of `own_guid` to the remote participant, so that its reliable writers do not wait
+/// for us for ever.
 bool cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16], const uint8_t guid[16]);
 
 struct cyclone_locator {
@@ -81,7 +85,7 @@ struct cyclone_property {
 
 enum { CYCLONE_LOCATORS_MAX = 16 };
 
-/// What discovery tells of a remote participant. The pointers are valid while its owner is.
+/// The discovery data of a remote participant. The pointers are valid during the callback.
 struct cyclone_participant {
   uint8_t guid[16];
   const uint8_t* user_data;
@@ -95,21 +99,21 @@ struct cyclone_participant {
 
 struct cyclone_watcher {
   void* context;
-  /// A remote participant appeared or changed. `locked`: it changed, and the engine holds locks, so nothing of the
-  /// engine may be called. Else the return value true drops it before any of its endpoints is known.
+  /// A remote participant is new or has changed. If `locked`, it has changed, and the engine holds locks, so the
+  /// callback must not call the engine. Otherwise the return value true drops it before any of its endpoints is known.
   bool (*alive)(void* context, const struct cyclone_participant* participant, bool locked);
-  /// It is gone. The engine holds locks.
+  /// The participant is gone. The engine holds locks.
   void (*gone)(void* context, const uint8_t guid[16]);
 };
 
 struct cyclone_watch;
 
-/// Calls `watcher` on the engine's discovery thread for everything that is discovered from now on. Null when memory is
-/// short.
+/// From now on calls `watcher` for remote participants, for new ones on the engine's discovery thread. Returns null if
+/// memory is short.
 struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct cyclone_watcher* watcher);
-/// Frees it; after the domain has been deleted.
+/// Frees the watch. To be called after the domain has been deleted.
 void cyclone_free_watch(struct cyclone_watch* watch);
-/// Calls `alive`, as locked, with a participant that is known already.
+/// Calls `alive`, with `locked` true, for a participant that is already known.
 void cyclone_show_participant(struct ddsi_domaingv* gv, const uint8_t guid[16], const struct cyclone_watcher* watcher);
 
 #ifdef __cplusplus

@@ -1,4 +1,6 @@
-// A C file: the engine's own headers do not compile as C++.
+// SPDX-License-Identifier: Apache-2.0
+
+// Sends packets through all networks. This is a C file because the engine's own headers do not compile as C++.
 #include "tessivar/platform/cyclone/internals/redundancy.h"
 
 #include <dds/version.h>
@@ -15,7 +17,7 @@
 
 enum { ADDRESS_AT = 12, ADDRESS_SIZE = 4, HOSTS_MAX = 1024 };
 
-// A host's address in each network, in the order of the domain's interfaces; 0: none is known.
+// A host's address in each network, in the order of the domain's interfaces; 0: not known.
 struct host {
   uint32_t addresses[MAX_XMIT_CONNS];
 };
@@ -24,13 +26,14 @@ struct cyclone_redundancy {
   struct cyclone_redundancy* next;
   struct ddsi_domaingv* gv;
   int networks;
-  ddsi_tran_write_fn_t write[MAX_XMIT_CONNS];  // the engine's own
-  struct host hosts[HOSTS_MAX];                // the oldest is replaced when it is full
+  ddsi_tran_write_fn_t write[MAX_XMIT_CONNS];  // the engine's own functions
+  struct host hosts[HOSTS_MAX];                // if it is full, the oldest host is replaced
   unsigned host_count;
   unsigned next_host;
 };
 
-// Guards the list and what is in it. A packet is looked up with the lock shared and sent without it.
+// Guards the list and its elements. The addresses of a packet are looked up with the lock shared; the packet is sent
+// without the lock.
 static pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
 static struct cyclone_redundancy* first;
 
@@ -50,8 +53,9 @@ static struct host* find_host(struct cyclone_redundancy* redundancy, int network
   return NULL;
 }
 
-// Where else a packet to `to` goes that leaves through `conn`: addresses by network, 0 for none. Returns the domain's
-// write functions in `write`.
+// Finds the other addresses for a packet to `to` that is sent through `conn`. `others` receives one address for each
+// network, 0 for none; `write` receives the domain's write functions; `own` receives the network of `conn`. Returns the
+// number of networks, 0 if the domain is not known.
 static int find_others(const struct ddsi_tran_conn* conn, const ddsi_locator_t* to, struct host* others,
                        ddsi_tran_write_fn_t write[MAX_XMIT_CONNS], int* own) {
   int networks = 0;
@@ -82,7 +86,7 @@ static ssize_t write_to_all(ddsi_tran_conn_t conn, const ddsi_locator_t* to, siz
   ddsi_tran_write_fn_t write[MAX_XMIT_CONNS];
   int own = 0;
   const int networks = find_others(conn, to, &others, write, &own);
-  if (networks == 0) return -1;  // while the domain is deleted, nothing is sent any more
+  if (networks == 0) return -1;  // the domain is being deleted: nothing is sent any more
   ssize_t result = write[own](conn, to, count, parts, flags);
   for (int i = 0; i < networks; i++) {
     if (others.addresses[i] == 0) continue;
@@ -113,7 +117,7 @@ struct cyclone_redundancy* cyclone_start_redundancy(struct ddsi_domaingv* gv) {
   return redundancy;
 }
 
-// The loopback interface does not count: every host has its address.
+// Returns the network of an address, or -1. The loopback interface is ignored, because every host has its address.
 static int network_of(const struct ddsi_domaingv* gv, uint32_t address) {
   for (int i = 0; i < gv->n_interfaces; i++) {
     if (gv->interfaces[i].loopback) continue;
@@ -156,7 +160,7 @@ void cyclone_free_redundancy(struct cyclone_redundancy* redundancy) {
   free(redundancy);
 }
 
-#else  // an engine whose insides are not known here
+#else  // the internals of the engine are not known
 
 struct cyclone_redundancy* cyclone_start_redundancy(struct ddsi_domaingv* gv) {
   return (void)gv, NULL;

@@ -1,7 +1,9 @@
-// Networks that carry the same packets, so that each of them is enough.
+// SPDX-License-Identifier: Apache-2.0
+
+// Sends the same packets through several networks, so that one network is enough.
 //
-// The engine's own RedundantNetworking is not used: version 0.10.2 chooses the addresses for a writer from a table of
-// which it leaves some fields uninitialized, and then skips networks or never ends.
+// The engine's own RedundantNetworking is not used: version 0.10.2 chooses the addresses for a writer from a table with
+// uninitialized fields, and then skips networks or never ends.
 #pragma once
 
 #include "tessivar/platform/cyclone/internals/internals.h"
@@ -12,15 +14,16 @@ extern "C" {
 
 struct cyclone_redundancy;
 
-/// Every packet that the domain sends through one of its networks is sent through the others, too: a multicast packet
-/// always, another one when cyclone_add_host() has told the addresses of its receiver. Before the first participant of
-/// the domain. Null when the domain has one network or memory is short.
+/// Every packet that the domain sends through one of its networks is also sent through the others: a multicast packet
+/// always, another packet if cyclone_add_host() has set the addresses of its receiver. To be called before the domain's
+/// first participant is created. Returns null if the domain has only one network or memory is short.
 struct cyclone_redundancy* cyclone_start_redundancy(struct ddsi_domaingv* gv);
 
-/// The addresses at which a remote participant receives. Nothing for a null `redundancy`. Any thread.
+/// Sets the addresses at which a remote participant receives. Does nothing if `redundancy` is null. Any thread may call
+/// it.
 void cyclone_add_host(struct cyclone_redundancy* redundancy, const struct cyclone_locator* locators, uint32_t count);
 
-/// Frees it; after the domain has been deleted.
+/// Frees `redundancy`. To be called after the domain has been deleted.
 void cyclone_free_redundancy(struct cyclone_redundancy* redundancy);
 
 #ifdef __cplusplus
