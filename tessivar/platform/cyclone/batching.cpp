@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/batching.h"
 
 namespace tessivar::platform::cyclone {

@@ -1,4 +1,6 @@
-// Makes writers that collect samples until they are flushed, on an engine where that is a setting of the domain.
+// SPDX-License-Identifier: Apache-2.0
+
+// Creates writers that collect samples until a flush. In the engine this is a setting of the domain.
 #pragma once
 
 #include "tessivar/platform/cyclone/internals/internals.h"
@@ -9,21 +11,21 @@
 
 namespace tessivar::platform::cyclone {
 
-/// The engine reads the setting when a writer is created, and calls listeners before that call ends. So no lock is held
-/// meanwhile: the setting is on while at least one batching writer is being created, and another writer that is created
-/// at that time learns that it may collect samples too. Thread-safe.
+/// The engine reads the setting when it creates a writer, and may call listeners during the creation. So no lock is
+/// held during the creation: the setting is on while at least one batching writer is being created. Another writer that
+/// is created at the same time may collect samples too; may_collect() returns this. Thread-safe.
 class BatchingSetting {
  public:
   explicit BatchingSetting(ddsi_domaingv* gv) : gv_(gv) {}
 
-  /// Around the creation of one writer.
+  /// Must exist during the creation of one writer.
   class Creation {
    public:
     Creation(BatchingSetting& setting, bool batching);
     ~Creation();
     Creation(const Creation&) = delete;
     Creation& operator=(const Creation&) = delete;
-    /// After the creation: whether the writer may collect samples.
+    /// To be called after the creation. Returns true if the writer may collect samples.
     bool may_collect() const;
 
    private:
@@ -34,7 +36,7 @@ class BatchingSetting {
   };
 
  private:
-  ddsi_domaingv* const gv_;  // null: the setting cannot be reached, nothing collects
+  ddsi_domaingv* const gv_;  // null: the setting is not accessible, and no writer collects samples
   Mutex lock_;
   int open_ = 0;
   std::uint64_t windows_ = 0;

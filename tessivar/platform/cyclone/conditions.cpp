@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/conditions.h"
 
 #include "tessivar/platform/cyclone/translate.h"
@@ -43,7 +45,7 @@ class WaitSet final : public EngineWaitSet {
 
  private:
   const dds_entity_t entity_;
-  /// The engine does not wait when nothing is attached; this is, and never triggers.
+  /// The engine does not wait if no condition is attached. This condition is always attached and never triggers.
   const std::unique_ptr<EngineGuardCondition> keeper_;
 };
 
@@ -57,14 +59,14 @@ DDS_ReturnCode_t WaitSet::wait(std::int64_t timeout, std::vector<void*>& cookies
   for (;;) {
     const dds_return_t attached = dds_waitset_get_entities(entity_, nullptr, 0);
     if (attached < 0) return to_return_code(attached);
-    triggered.resize(static_cast<std::size_t>(attached) + 8);  // some may be attached meanwhile
+    triggered.resize(static_cast<std::size_t>(attached) + 8);  // more may be attached in the meantime
     const dds_return_t count = dds_waitset_wait(entity_, triggered.data(), triggered.size(), to_engine_duration(left));
     if (count < 0) return to_return_code(count);
     for (std::size_t i = 0; i < static_cast<std::size_t>(count) && i < triggered.size(); ++i)
       cookies.push_back(reinterpret_cast<void*>(triggered[i]));
     if (count > 0) return DDS_RETCODE_OK;
     if (timeout == never) continue;
-    // The engine waits by the wall clock, which may have been put forward.
+    // The engine waits by the wall clock, which may have been set forward.
     const auto waited = std::chrono::duration_cast<std::chrono::nanoseconds>(steady_clock::now() - begin);
     left = timeout - waited.count();
     if (left <= 0) return DDS_RETCODE_TIMEOUT;

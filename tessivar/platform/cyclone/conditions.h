@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Conditions and wait sets. Each condition is an entity of the engine.
 #pragma once
 
@@ -8,7 +10,7 @@
 
 namespace tessivar::platform::cyclone {
 
-/// What every condition of this engine is, so that a wait set finds its entity.
+/// The base of every condition of this engine. A wait set uses it to get the entity of a condition.
 class EntityCondition {
  public:
   virtual dds_entity_t entity() const = 0;
@@ -17,7 +19,7 @@ class EntityCondition {
   ~EntityCondition() = default;
 };
 
-/// Null when the engine refuses.
+/// Both functions return null if the engine refuses.
 std::unique_ptr<EngineGuardCondition> make_guard_condition();
 std::unique_ptr<EngineWaitSet> make_wait_set();
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/configuration.h"
 
 #include "tessivar/platform/cyclone/network/network.h"
@@ -23,7 +25,7 @@ std::string duration(const char* name, std::int64_t nanoseconds) {
   return nanoseconds > 0 ? element(name, std::to_string(nanoseconds) + " ns") : "";
 }
 
-constexpr std::int64_t longest_duration = 3'600'000'000'000;  // an hour, of any setting of the engine
+constexpr std::int64_t longest_duration = 3'600'000'000'000;  // an hour, for every setting of the engine
 
 bool is_usable(const char* what, std::int64_t nanoseconds, std::string& error) {
   if (nanoseconds >= 0 && nanoseconds <= longest_duration) return true;
@@ -34,7 +36,7 @@ bool is_usable(const char* what, std::int64_t nanoseconds, std::string& error) {
 std::string interface_elements(const std::vector<Interface>& interfaces, bool multicast) {
   std::string result;
   for (const Interface& one : interfaces) {
-    // The loopback interface does not offer multicast, but it works.
+    // The loopback interface does not announce multicast, but multicast works on it.
     result += "<NetworkInterface address=\"" + xml_escaped(one.address) + "\"";
     if (multicast && one.loopback) result += " multicast=\"true\"";
     result += "/>";
@@ -43,7 +45,7 @@ std::string interface_elements(const std::vector<Interface>& interfaces, bool mu
 }
 
 std::string peer_elements(const std::vector<std::string>& peers) {
-  // Processes of this machine see each other through the first one, whatever the interfaces.
+  // Processes of this machine discover each other through the first peer, whatever the interfaces are.
   std::string result = "<Peer address=\"127.0.0.1\"/>";
   for (const std::string& peer : peers) {
     const std::optional<std::string> address = resolve_peer(peer);
@@ -104,23 +106,23 @@ std::optional<std::string> engine_configuration(const EngineParticipantConfig& c
                                 peer_elements(config.peers) + duration("LeaseDuration", config.lease_duration) +
                                 duration("SPDPInterval", config.announcement_period);
   const std::string internal =
-      // Peers of other makes need it with a dispose.
+      // Other vendors' peers need the key hash with a dispose.
       element("GenerateKeyhash", "true") +
-      // What is written in the first moments after two endpoints have found each other, or is lost on the way, is asked
-      // for again after the next heartbeat. By default that is a tenth of a second later, which the first command to a
-      // device would be late. Heartbeats are sent only while something is not acknowledged.
+      // A reader requests lost samples, and the first samples after a match, after the next heartbeat. By default the
+      // next heartbeat is sent 100 ms later, and the first command to a device would be late by this time. Heartbeats
+      // are sent only while samples are not acknowledged.
       "<HeartbeatInterval minsched=\"10 ms\" max=\"1 s\">10 ms</HeartbeatInterval>" + element("NackDelay", "10 ms") +
-      // Samples reach the caches on the receive threads, however the writer is configured: wait_for_historical_data
-      // relies on it.
+      // Samples reach the caches on the receive threads, for every QoS of the writer: wait_for_historical_data() relies
+      // on this.
       element("SynchronousDeliveryPriorityThreshold", INT32_MIN) +
-      // How many octets a KEEP_ALL writer may have sent without acknowledgment before a write blocks, and when it goes
-      // on. The engine's own figure begins at 30 kB, shrinks with every loss, and lets a writer go on when next to
-      // nothing is left: on a link with delay and loss requests then wait for seconds, although nothing is wrong.
+      // A KEEP_ALL writer blocks above a number of unacknowledged octets, and continues below a second number. By
+      // default the engine's limit begins at 30 kB and shrinks with every loss, and a writer continues when almost all
+      // octets are acknowledged. On a link with delay and loss, requests would then wait for seconds.
       element("Watermarks", "<WhcHigh>4 MB</WhcHigh><WhcHighInit>4 MB</WhcHighInit><WhcLow>1 MB</WhcLow>" +
                                 element("WhcAdaptive", "false"));
   return element("Domain", element("General", general) + element("Discovery", discovery) +
                                element("Internal", internal) +
-                               // Otherwise the engine makes an empty file in the working directory.
+                               // Otherwise the engine creates an empty file in the working directory.
                                element("Tracing", element("OutputFile", "stderr")));
 }
 

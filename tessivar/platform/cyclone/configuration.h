@@ -1,4 +1,6 @@
-// A participant's configuration as the engine reads it.
+// SPDX-License-Identifier: Apache-2.0
+
+// Converts a participant's configuration to the text that the engine reads.
 #pragma once
 
 #include "tessivar/platform/engine/engine.h"
@@ -8,11 +10,12 @@
 
 namespace tessivar::platform::cyclone {
 
-/// Nullopt when it cannot be used, with the reason in `error`. Peers that cannot be resolved are left out with a
-/// warning: one host name that is unknown today must not keep a system from starting.
+/// Returns nullopt if the configuration cannot be used, with the reason in `error`. Peers that cannot be resolved are
+/// left out with a warning, so that an unknown host name does not prevent the start of a system. May wait for a name
+/// server.
 std::optional<std::string> engine_configuration(const EngineParticipantConfig& config, std::string& error);
 
-/// Text inside an element or an attribute.
+/// Escapes text for an XML element or attribute.
 std::string xml_escaped(const std::string& text);
 
 }  // namespace tessivar::platform::cyclone

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/discovery.h"
 
 #include "tessivar/platform/cyclone/no_throw.h"
@@ -12,8 +14,8 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// An ignored participant is dropped at each announcement, so its end is not noticed. One that was silent for so long is
-// taken for gone.
+// An ignored participant is dropped at each announcement, so its end is not noticed. After this time without an
+// announcement the participant is considered gone.
 constexpr std::chrono::hours ignored_kept(1);
 constexpr std::size_t ignored_kept_always = 64;
 
@@ -57,7 +59,7 @@ DDS_ParticipantBuiltinTopicData to_builtin_data(const cyclone_participant& from)
 Discovery::Discovery(ddsi_domaingv* gv, cyclone_redundancy* redundancy, EngineParticipantEvents* events)
     : gv_(gv), redundancy_(redundancy), events_(events) {
   if (!gv_) return;
-  // One that nobody could be asked about, because memory is short, is ignored until it announces itself again.
+  // If memory is too short to report a participant, it is ignored until it announces itself again.
   const auto on_alive_or_ignore = [](void* self, const cyclone_participant* participant, bool locked) {
     return guarded("engine", true, [&] { return on_alive(self, participant, locked); });
   };
@@ -159,7 +161,7 @@ void Discovery::look_for_missed(dds_entity_t participant) {
       const std::lock_guard guard(lock_);
       missed = !remotes_.contains(guid);
     }
-    // This participant's own GUID is among them; nothing remote is found for it.
+    // Our own participant is among the samples; no remote participant is found for its GUID.
     if (missed) cyclone_show_participant(gv_, guid.data(), &watcher_);
   };
   for_each_builtin_sample<dds_builtintopic_participant_t>(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, show);
@@ -183,7 +185,7 @@ void Discovery::stop() {
     stopped_ = true;
   }
   worker_.stop();
-  const std::lock_guard delivering(delivery_);  // the discovery thread may be delivering
+  const std::lock_guard delivering(delivery_);  // waits for a delivery on the discovery thread
 }
 
 void Discovery::ignore(const Guid& remote) {

@@ -1,4 +1,6 @@
-// Remote participants: who is there, who is told, who is ignored.
+// SPDX-License-Identifier: Apache-2.0
+
+// Watches the discovery of remote participants, reports participants and ignores unwanted participants.
 #pragma once
 
 #include "tessivar/platform/cyclone/engine_api.h"
@@ -29,8 +31,8 @@ inline Guid to_guid(const std::uint8_t octets[16]) {
   return guid;
 }
 
-/// Calls `visit` with each sample of a built-in topic, whose type is Sample. Without effect if the engine makes no
-/// reader. Not from a callback of the engine.
+/// Calls `visit` with each sample of a built-in topic. `Sample` is the type of the topic. Does nothing if the engine
+/// cannot create a reader. Must not be called from a callback of the engine.
 template <class Sample, class Visit>
 void for_each_builtin_sample(dds_entity_t participant, dds_entity_t topic, Visit&& visit) {
   struct Reader {
@@ -55,34 +57,38 @@ void for_each_builtin_sample(dds_entity_t participant, dds_entity_t topic, Visit
 
 /// Watches the discovery of one domain. Thread-safe.
 ///
-/// A participant that is new is shown on the discovery thread, where it can be turned away before anything of it is
-/// known. Whatever else there is to tell happens while the engine holds locks, so the worker tells it. Both deliver
-/// from one queue, so that the order is kept.
+/// A new participant is reported on the engine's discovery thread, where it can be ignored before any of its endpoints
+/// is known. All other events occur while the engine holds locks, so the worker reports them. Both threads deliver from
+/// one queue, which keeps the order.
 class Discovery {
  public:
-  /// `redundancy`, which may be null, is told the addresses of remote participants.
+  /// `redundancy` receives the addresses of remote participants; it may be null.
   Discovery(ddsi_domaingv* gv, cyclone_redundancy* redundancy, EngineParticipantEvents* events);
-  /// After the domain's deletion. stop() was called before it.
+  /// To be called after the deletion of the domain. stop() must have been called before that deletion.
   ~Discovery();
   Discovery(const Discovery&) = delete;
   Discovery& operator=(const Discovery&) = delete;
 
-  /// False when the engine's internals are unavailable: nothing is shown or ignored then.
+  /// Returns false if the engine's internals are not available: then no participant is reported or ignored.
   bool active() const { return watch_ != nullptr; }
-  /// Shows those that were discovered before the watch began, on the worker: the engine waits for the discovery thread
-  /// meanwhile, which may be telling somebody who waits for our participant. `participant` is our own.
+  /// Reports the participants that were discovered before the watch began. `participant` is our own participant. The
+  /// worker does this, because the engine waits for the discovery thread during this work, and the discovery thread may
+  /// be in a callback that waits for our participant.
   void show_known(dds_entity_t participant);
-  /// Announces our own participant, on the worker: the calling thread may be one of another domain's, within a
-  /// callback, and the engine lets such a thread work for its own domain only.
+  /// Announces our own participant, on the worker. The calling thread may be in a callback of another domain, and there
+  /// the engine lets a thread work only for that domain.
   void announce();
-  /// Before the domain's deletion. Nothing is told any more when it returns. Not from inside a callback.
+  /// To be called before the deletion of the domain. When it returns, no callback is running and none will follow. Must
+  /// not be called from a callback.
   void stop();
 
-  /// From now on nothing of it gets through. Inside a callback that shows it, nothing ever did.
+  /// From now on all data of the participant is ignored. If the callback that reports a new participant calls this, no
+  /// endpoint of it ever becomes known.
   void ignore(const Guid& remote);
-  /// Runs `task` on the worker, unless stop() comes first.
+  /// Runs `task` on the worker, unless stop() is called before.
   void on_worker(std::function<void()> task) { worker_.post(std::move(task)); }
-  /// Forgets the participant, on the worker, so that its next announcement brings it back with everything it has.
+  /// Makes the engine forget the participant, on the worker. The next announcement restores the participant and its
+  /// endpoints.
   void rediscover(const Guid& remote);
 
  private:
@@ -90,11 +96,11 @@ class Discovery {
     DDS_ParticipantBuiltinTopicData data;
     Guid guid;
     bool alive;
-    bool awaited;  // the discovery thread waits, and drops the participant if it is ignored by then
+    bool awaited;  // the discovery thread waits, and drops the participant if it is ignored then
   };
   struct Remote {
     bool ignored = false;
-    bool present = false;  // the engine has finished making it known, and has not begun to forget it
+    bool present = false;  // the engine has made it known, and has not begun to forget it
     std::chrono::steady_clock::time_point last_seen = {};
   };
 
@@ -113,14 +119,15 @@ class Discovery {
   cyclone_watch* watch_ = nullptr;
 
   Mutex lock_;
-  /// Those that are ignored stay for a while when they are gone, as far as can be told: they announce themselves again.
+  /// Ignored participants stay here for a time after their last announcement, because they may announce themselves
+  /// again.
   std::map<Guid, Remote> remotes_;
   std::deque<Event> queue_;
   Guid own_guid_ = {};
-  std::optional<Guid> being_shown_;  // an awaited event's
+  std::optional<Guid> being_shown_;  // the participant of an awaited event, during its callback
   bool stopped_ = false;
 
-  std::recursive_mutex delivery_;  // one callback at a time; a callback may lead to another one on its thread
+  std::recursive_mutex delivery_;  // one callback at a time; a callback may cause another one on its thread
   Worker worker_;
 };
 

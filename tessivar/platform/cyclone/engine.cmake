@@ -1,4 +1,6 @@
-# Eclipse Cyclone DDS, found by pkg-config. Defines the target tessivar_engine, which the platform links.
+# SPDX-License-Identifier: Apache-2.0
+
+# Finds Eclipse Cyclone DDS with pkg-config and defines the target tessivar_engine, which the platform links.
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(CycloneDDS REQUIRED IMPORTED_TARGET CycloneDDS)
@@ -10,8 +12,8 @@ endif()
 add_library(tessivar_engine INTERFACE)
 target_link_libraries(tessivar_engine INTERFACE PkgConfig::CycloneDDS ${CMAKE_DL_LIBS})
 
-# Some features need what the engine's public interface does not offer. They are built if internals/ compiles and links
-# with the engine that was found; otherwise the log says at run time which features are missing.
+# Some features need the engine's internals. They are built if internals/ compiles and links with the engine that was
+# found. Otherwise the log says at run time which features are missing.
 set(checked TESSIVAR_CYCLONE_${CycloneDDS_VERSION}_INTERNALS)
 if(NOT DEFINED ${checked})
   message(CHECK_START "Internals of Cyclone DDS ${CycloneDDS_VERSION}")

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/engine/engine.h"
 
 #include "tessivar/platform/cyclone/conditions.h"

@@ -1,12 +1,15 @@
-// The engine's C interface, and the only place that includes it for C++.
+// SPDX-License-Identifier: Apache-2.0
+
+// Includes the engine's C interface. No other C++ file includes <dds/dds.h>.
 //
-// The engine defines macros with names that the platform uses for its own constants and enumerators. They are given
-// other names here: after this header a DDS_… name is the platform's, and the engine's is in `api`.
+// The engine defines macros with names that the platform uses for its own constants and enumerators. This header gives
+// the engine's values other names in `api` and removes the macros. After this header, a DDS_… name is the platform's
+// name.
 #pragma once
 
 #include "tessivar/platform/engine/engine.h"
 
-#define dds_notify_readers dds_notify_readers_of_the_engine  // not used; export.h keeps others from including both
+#define dds_notify_readers dds_notify_readers_of_the_engine  // not used; export.h prevents the include of both
 #include <dds/dds.h>
 #undef dds_notify_readers
 #include <dds/ddsc/dds_internal_api.h>

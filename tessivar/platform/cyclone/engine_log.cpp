@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/engine_log.h"
 
 #include "tessivar/platform/cyclone/engine_api.h"

@@ -1,15 +1,17 @@
-// What the engine logs: as lines of the platform's log, or as the reason of a call that failed.
+// SPDX-License-Identifier: Apache-2.0
+
+// Sends the engine's log to the platform's log, or captures it as the reason of a failed call.
 #pragma once
 
 #include <string>
 
 namespace tessivar::platform::cyclone {
 
-/// Sends the engine's log to the platform's, from the first call on.
+/// From the first call on, the engine's log lines go to the platform's log.
 void redirect_engine_log();
 
-/// While it lives, what the engine logs on this thread is kept here. What nobody asked for goes to the platform's log
-/// in the end. They nest.
+/// While an object exists, it keeps the lines that the engine logs on this thread. Its destructor sends these lines to
+/// the platform's log, except errors and warnings that text() has returned. Objects can be nested.
 class EngineLogCapture {
  public:
   EngineLogCapture();
@@ -17,7 +19,7 @@ class EngineLogCapture {
   EngineLogCapture(const EngineLogCapture&) = delete;
   EngineLogCapture& operator=(const EngineLogCapture&) = delete;
 
-  /// The errors and warnings so far, each preceded by "; ". Empty when there were none.
+  /// Returns the errors and warnings so far, each preceded by "; ". The text is empty if there were none.
   std::string text() const;
 
  private:

@@ -1,3 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Callbacks that the engine calls for an entity.
 #pragma once
 
 #include "tessivar/platform/cyclone/engine_api.h"
@@ -8,7 +11,7 @@
 
 namespace tessivar::platform::cyclone {
 
-/// A set of callbacks for the creation of an entity, which copies it.
+/// A set of callbacks for the creation of an entity. The engine copies the set.
 class Listener {
  public:
   explicit Listener(void* argument) : listener_(dds_create_listener(argument)) {}
@@ -21,8 +24,9 @@ class Listener {
   std::unique_ptr<dds_listener_t, Deleter> listener_;
 };
 
-/// `call` is `callback` for a Listener. The application's code may call into another domain there; afterwards the
-/// engine's thread is at work for its own one again. Otherwise the engine frees what the thread still uses.
+/// `call` runs `callback` for a Listener. In the callback, the application's code may call into another domain.
+/// Afterwards `call` sets the thread back to its own domain. Otherwise the engine would free memory that the thread
+/// still uses.
 template <auto callback>
 struct ListenerCall;
 template <class... Arguments, void (*callback)(Arguments...)>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/matches.h"
 
 #include "tessivar/platform/cyclone/translate.h"
@@ -29,7 +31,7 @@ Match Matches::find(dds_entity_t entity, EngineHandle counterpart) {
     const std::lock_guard guard(lock_);
     known_.emplace(counterpart, match);
   } catch (const std::bad_alloc&) {
-    // It is looked up again the next time.
+    // The next call asks the engine again.
   }
   return match;
 }

@@ -1,4 +1,6 @@
-// The remote or local counterparts of a reader or writer: the engine's numbers for them, and their GUIDs.
+// SPDX-License-Identifier: Apache-2.0
+
+// The counterparts with which a reader or writer is matched, remote or local: their engine handles and GUIDs.
 #pragma once
 
 #include "tessivar/platform/cyclone/discovery.h"
@@ -19,17 +21,18 @@ struct Match {
   std::int64_t lifespan = never;  // of a writer's samples, nanoseconds
 };
 
-/// Looks up at the engine what it does not know yet. Thread-safe.
+/// Asks the engine for a counterpart that is not known yet. Thread-safe.
 class Matches {
  public:
   enum class Side { readers, writers };
 
   explicit Matches(Side side) : side_(side) {}
 
-  /// What is known of one, also when it has just gone; null GUID when nothing is. `entity` is our own end.
+  /// Returns the known data of `counterpart`, also if it is no longer matched. The GUID is nil if nothing is known.
+  /// `entity` is our own reader or writer.
   Match find(dds_entity_t entity, EngineHandle counterpart);
   void forget(EngineHandle counterpart);
-  /// The GUIDs of all that are matched now.
+  /// Returns the GUIDs of all counterparts that are matched now.
   std::vector<DDS_InstanceHandle_t> all(dds_entity_t entity);
 
  private:

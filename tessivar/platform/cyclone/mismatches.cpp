@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/mismatches.h"
 
 #include "tessivar/platform/cyclone/qos.h"
@@ -78,7 +80,7 @@ std::string destination_order(const dds_qos_t* offered, const dds_qos_t* request
   return one < other ? conflict("destination_order", names[one], names[other]) : "";
 }
 
-/// Returns what keeps a writer and a reader apart; empty if nothing does.
+/// Returns the policies that prevent a match of a writer and a reader; empty if there are none.
 std::string conflicts(const dds_qos_t* offered, const dds_qos_t* requested) {
   std::string result;
   for (const auto policy :
@@ -95,7 +97,7 @@ void Mismatches::report(dds_entity_t endpoint, bool is_reader) noexcept {
   try {
     discovery_.on_worker([this, endpoint, is_reader] { look(endpoint, is_reader); });
   } catch (...) {
-    // No memory: the mismatch stays without its line.
+    // Memory is short: the mismatch is not logged.
   }
 }
 
@@ -104,9 +106,9 @@ void Mismatches::look(dds_entity_t endpoint, bool is_reader) {
   if (!is_logged(LogLevel::warning) || dds_get_name(dds_get_topic(endpoint), name, sizeof name) < 0) return;
   const std::string topic(name);
   const std::unique_ptr<dds_qos_t, void (*)(dds_qos_t*)> own(dds_create_qos(), dds_delete_qos);
-  if (dds_get_qos(endpoint, own.get()) < 0) return;  // deleted meanwhile
+  if (dds_get_qos(endpoint, own.get()) < 0) return;  // deleted in the meantime
   if (reported_.size() > most_reported) reported_.clear();
-  std::vector<std::string> lines;  // logged when the built-in reader is gone
+  std::vector<std::string> lines;  // logged after the built-in reader is deleted
   for_each_builtin_sample<dds_builtintopic_endpoint_t>(
       participant_, is_reader ? DDS_BUILTIN_TOPIC_DCPSPUBLICATION : DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION,
       [&](const dds_builtintopic_endpoint_t& remote) {

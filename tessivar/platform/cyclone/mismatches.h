@@ -1,4 +1,6 @@
-// Which endpoints of other participants do not match one of ours, and why.
+// SPDX-License-Identifier: Apache-2.0
+
+// Reports which endpoints of other participants do not match our endpoints, and why.
 #pragma once
 
 #include "tessivar/platform/cyclone/discovery.h"
@@ -10,14 +12,15 @@
 
 namespace tessivar::platform::cyclone {
 
-/// Logs a warning for each remote endpoint whose QoS does not match that of a reader or writer of this participant,
-/// with topic, peer and policies; once for each topic and remote endpoint. report() may be called by any thread.
+/// Logs a warning for each remote endpoint whose QoS does not match the QoS of a reader or writer of this participant.
+/// The warning names topic, peer and policies. It is logged once for each topic and remote endpoint. Any thread may
+/// call report().
 class Mismatches {
  public:
   Mismatches(Discovery& discovery, dds_entity_t participant) : discovery_(discovery), participant_(participant) {}
 
-  /// To be called when `endpoint`, a reader or a writer, has an incompatible-QoS status. Returns at once: the engine
-  /// holds locks then, so that the discovery data are read on the worker of `discovery`.
+  /// To be called when `endpoint`, a reader or a writer, has an incompatible-QoS status. Does not block: the engine
+  /// holds locks at this time, so the worker of `discovery` reads the discovery data.
   void report(dds_entity_t endpoint, bool is_reader) noexcept;
 
  private:
@@ -26,7 +29,7 @@ class Mismatches {
 
   Discovery& discovery_;
   const dds_entity_t participant_;
-  std::set<std::pair<std::string, Guid>> reported_;  // the worker's
+  std::set<std::pair<std::string, Guid>> reported_;  // only the worker uses it
 };
 
 }  // namespace tessivar::platform::cyclone

@@ -1,3 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Guards that catch exceptions in calls to and from the engine.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -9,7 +12,8 @@
 
 namespace tessivar::platform::cyclone {
 
-/// The result of `body`; OUT_OF_RESOURCES when it threw, as it does when there is no memory or no thread to be had.
+/// Returns the result of `body`. If `body` throws, because memory is short or no thread can be created, returns
+/// OUT_OF_RESOURCES with the reason in `error`.
 template <typename Body>
 DDS_ReturnCode_t without_exceptions(std::string& error, Body body) noexcept {
   try {
@@ -18,14 +22,14 @@ DDS_ReturnCode_t without_exceptions(std::string& error, Body body) noexcept {
     try {
       error = exception.what();
     } catch (...) {
-      // then without a reason
+      // no memory for the reason
     }
     return DDS_RETCODE_OUT_OF_RESOURCES;
   }
 }
 
-/// `call` is `callback` for the engine, whose locks would stay held if an exception passed its frames. A callback that
-/// throws, as it does when memory is short, ends there and yields zero.
+/// `call` runs `callback` for the engine and catches exceptions: if an exception passed the engine's frames, the
+/// engine's locks would stay held. If the callback throws, for example because memory is short, `call` returns zero.
 template <auto callback>
 struct NoThrow;
 template <class Result, class... Arguments, Result (*callback)(Arguments...)>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/participant.h"
 
 #include "tessivar/platform/cyclone/configuration.h"
@@ -19,7 +21,8 @@
 namespace tessivar::platform::cyclone {
 namespace {
 
-// The engine's own numbers for its domains. They begin where no application that uses the engine beside us looks.
+// The engine's numbers for its domains. They begin at a high number, so that they differ from the domains of an
+// application that also uses the engine directly.
 dds_domainid_t next_internal_id() {
   static std::atomic<dds_domainid_t> next{0x54450000};
   return next++;
@@ -51,7 +54,7 @@ DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, Engin
                                     std::string& error) {
   const std::optional<std::string> configuration = engine_configuration(config, error);
   if (!configuration) return DDS_RETCODE_BAD_PARAMETER;
-  // The engine finds out, too, but does not give back all that it has tried.
+  // The engine also detects this, but then does not free all of its resources.
   if (!has_free_participant_ports(config.domain_id, config.max_participant_index + 1)) {
     error = "domain " + std::to_string(config.domain_id) + ": this machine has " +
             std::to_string(config.max_participant_index + 1) + " participants in it already, or others use their ports";

@@ -1,5 +1,7 @@
-// A participant: an engine domain of its own, so that it has its own peers, interfaces, timing and ignored
-// participants.
+// SPDX-License-Identifier: Apache-2.0
+
+// The engine's participant. Each participant has its own engine domain, and so its own peers, interfaces, timing and
+// ignored participants.
 #pragma once
 
 #include "tessivar/platform/cyclone/batching.h"
@@ -31,7 +33,7 @@ class Participant final : public EngineParticipant {
 
   // For its readers and writers.
   dds_entity_t entity() const { return entity_; }
-  ddsi_domaingv* internals() const { return gv_; }  // null with an engine of another version
+  ddsi_domaingv* internals() const { return gv_; }  // null if they are not available
   Discovery& discovery() { return *discovery_; }
   Mismatches& mismatches() { return *mismatches_; }
   BatchingSetting& batching() { return *batching_; }

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/pool.h"
 
 #include "tessivar/platform/detail/immortal.h"
@@ -10,12 +12,13 @@ namespace tessivar::platform::cyclone {
 namespace {
 
 #ifdef TESSIVAR_SANITIZED
-constexpr bool pooling = false;  // a sanitizer sees more when memory is really given back
+constexpr bool pooling = false;  // a sanitizer finds more errors if memory is really freed
 #else
 constexpr bool pooling = true;
 #endif
 
-// 192, 256, 384, 512, 768 … 65536: at most a third of a block is unused. What is larger is not kept.
+// Block sizes: 192, 256, 384, 512, 768 … 65536, so that at most a third of a block is unused. Larger blocks are not
+// kept.
 constexpr std::size_t class_count = 18;
 constexpr std::uint8_t unpooled = class_count;
 constexpr std::size_t kept_octets_per_class = std::size_t{2} << 20;

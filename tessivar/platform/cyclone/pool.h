@@ -1,6 +1,8 @@
-// Memory for samples: blocks of a few sizes that are kept for the next sample instead of being given back.
+// SPDX-License-Identifier: Apache-2.0
+
+// Memory for samples: blocks of a few sizes, which are kept for later samples instead of being freed.
 //
-// A sample is made on one thread and dropped on another, so the pool is one for the process. Thread-safe.
+// A sample may be created on one thread and destroyed on another, so the process has one pool. Thread-safe.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +12,7 @@ namespace tessivar::platform::cyclone {
 
 struct PoolBlock {
   void* memory;             // aligned for any type; null when memory is short
-  std::uint8_t size_class;  // to be handed back with the memory
+  std::uint8_t size_class;  // must be passed to give_back() with the memory
 };
 
 PoolBlock take_block(std::size_t size);

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/qos.h"
 
 #include "tessivar/platform/cyclone/internals/internals.h"
@@ -22,7 +24,7 @@ dds_liveliness_kind_t to_engine(DDS_LivelinessQosPolicyKind kind) {
   return DDS_LIVELINESS_AUTOMATIC;
 }
 
-// What readers and writers have in common.
+// The policies that readers and writers have in common.
 template <typename Qos>
 EngineQos common_qos(const Qos& qos, bool ignore_own_participant) {
   EngineQos result(dds_create_qos());
@@ -49,7 +51,7 @@ EngineQos common_qos(const Qos& qos, bool ignore_own_participant) {
 }
 
 void set_property(dds_qos_t* qos, const char* name, const char* value, bool propagate) {
-  // Properties that are set through the public interface stay here.
+  // Properties that are set through the engine's public interface are not sent to other participants.
   if (!propagate || !cyclone_add_propagated_property(qos, name, value)) dds_qset_prop(qos, name, value);
 }
 
@@ -61,7 +63,7 @@ EngineQos to_engine_qos(const DDS_DataWriterQos& qos, bool ignore_own_participan
   EngineQos result = common_qos(qos, ignore_own_participant);
   const DDS_ResourceLimitsQosPolicy& limits = qos.resource_limits;
   dds_qset_resource_limits(result.get(), limits.max_samples, limits.max_instances, limits.max_samples_per_instance);
-  // The engine keeps for late joiners what this policy says, which is one sample an instance unless it is set.
+  // This policy says how many samples the engine keeps for late joiners. Its default is one sample for each instance.
   const DDS_Long kept = qos.durability_service.history_depth;
   dds_qset_durability_service(result.get(), 0, kept > 0 ? DDS_HISTORY_KEEP_LAST : to_engine(qos.history.kind),
                               kept > 0 ? kept : qos.history.depth, limits.max_samples, limits.max_instances,

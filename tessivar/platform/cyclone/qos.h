@@ -1,4 +1,6 @@
-// QoS sets as the engine takes them.
+// SPDX-License-Identifier: Apache-2.0
+
+// Converts QoS to the QoS sets of the engine.
 #pragma once
 
 #include "tessivar/platform/cyclone/engine_api.h"
@@ -13,11 +15,11 @@ struct QosDeleter {
 typedef std::unique_ptr<dds_qos_t, QosDeleter> EngineQos;
 
 EngineQos to_engine_qos(const DDS_DataWriterQos& qos, bool ignore_own_participant);
-/// Resource limits are left out: a reader that is full would stop the receive thread of its whole participant.
+/// Leaves out the resource limits: a full reader would stop the receive thread of its whole participant.
 EngineQos to_engine_qos(const DDS_DataReaderQos& qos, bool ignore_own_participant);
 EngineQos to_engine_qos(const EngineParticipantConfig& config);
 
-/// The property in which a participant's role name travels.
+/// The name of the property that carries a participant's role name.
 extern const char* const role_name_property;
 
 }  // namespace tessivar::platform::cyclone

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/reader.h"
 
 #include "tessivar/platform/cyclone/engine_log.h"
@@ -15,7 +17,7 @@
 namespace tessivar::platform::cyclone {
 namespace {
 
-/// The arrays that one call of the engine fills. Each thread keeps its own.
+/// The arrays that one call of the engine fills. Each thread has its own arrays.
 class Scratch {
  public:
   static Scratch& of_this_thread() {
@@ -25,14 +27,14 @@ class Scratch {
 
   void make_room(std::size_t count) {
     if (pointers.size() >= count) return;
-    pointers.clear();  // those of earlier slots, if memory is short for what follows
+    pointers.clear();  // they must not point to earlier slots if a line below throws
     slots_.resize(count);
     infos.resize(count);
     pointers.reserve(count);
     for (SampleSlot& slot : slots_) pointers.push_back(&slot);
   }
 
-  /// The slot is empty afterwards, as it must be: the engine releases what it finds in one before it fills in a key.
+  /// Empties the slot. A slot must be empty, because the engine releases its content before it stores a key in it.
   SampleRef take_sample(std::size_t i) { return SampleRef(std::exchange(slots_[i], nullptr)); }
 
   std::vector<void*> pointers;
@@ -54,13 +56,13 @@ DDS_InstanceStateKind to_platform(dds_instance_state_t state) {
   return DDS_ALIVE_INSTANCE_STATE;
 }
 
-// All but the writer's GUID.
+// Fills all members except the writer's GUID.
 void fill(DDS_SampleInfo& to, const dds_sample_info_t& from, const EncodedSample& sample) {
   to.sample_state = from.sample_state == DDS_SST_READ ? DDS_READ_SAMPLE_STATE : DDS_NOT_READ_SAMPLE_STATE;
   to.view_state = from.view_state == DDS_VST_NEW ? DDS_NEW_VIEW_STATE : DDS_NOT_NEW_VIEW_STATE;
   to.instance_state = to_platform(from.instance_state);
   to.source_timestamp = to_time(from.source_timestamp);
-  // A sample of this very participant was never received: it is here from the moment it was written.
+  // A sample of the same participant has no reception time. It is in the cache from the moment it was written.
   to.reception_timestamp =
       to_time(sample.reception_time != 0 ? sample.reception_time : static_cast<std::int64_t>(from.source_timestamp));
   to.instance_handle = to_handle(sample.key_hash);
@@ -91,7 +93,7 @@ DDS_ReturnCode_t Reader::start(const EngineReaderConfig& config, std::string& er
   if (config.filter && !topic_.set_filter(*config.filter, error)) return DDS_RETCODE_ERROR;
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
-  // Liveliness and matches are also our own business, see there.
+  // This class needs liveliness and matches also without `events_`: see their callbacks.
   dds_lset_liveliness_changed(listener.get(), ListenerCall<on_liveliness_changed>::call);
   dds_lset_subscription_matched(listener.get(), ListenerCall<on_subscription_matched>::call);
   if (events_) {
@@ -128,7 +130,7 @@ DDS_ReturnCode_t Reader::take(std::vector<EngineSlot>& slots) {
       dds_take(entity_, scratch.pointers.data(), scratch.infos.data(), room, static_cast<std::uint32_t>(room));
   if (count <= 0) return count == 0 ? DDS_RETCODE_NO_DATA : to_return_code(count);
   slots.resize(static_cast<std::size_t>(count));
-  EngineHandle handle = 0;  // of the writer that was looked up last: samples of one writer come in rows
+  EngineHandle handle = 0;  // of the writer that was looked up last: consecutive samples often have the same writer
   Match writer = {};
   for (std::size_t i = 0; i < slots.size(); ++i) {
     const dds_sample_info_t& info = scratch.infos[i];
@@ -162,7 +164,7 @@ DDS_ReturnCode_t Reader::wait_for_historical_data(std::int64_t timeout) {
       case CYCLONE_HISTORY_PENDING:
         break;
     }
-    // The engine tells nobody when a reader has caught up.
+    // The engine gives no notification when a reader has the history, so this loop polls.
     if (timeout != never) {
       const std::chrono::nanoseconds left = std::chrono::nanoseconds(timeout) - (steady_clock::now() - begin);
       if (left.count() <= 0) return DDS_RETCODE_TIMEOUT;
@@ -221,8 +223,9 @@ void Reader::on_liveliness_changed(dds_entity_t reader, dds_liveliness_changed_s
   auto& me = *static_cast<Reader*>(self);
   const ReaderCallback scope(me.topic_);
   if (status.not_alive_count_change > 0) {
-    // The engine calls a silent writer alive again only when a sample of it arrives, which for a writer with nothing to
-    // say is never. Its participant is made to be discovered anew instead, when it announces itself.
+    // After a silent writer has lost its liveliness, the engine reports it as alive only when a sample of it arrives. A
+    // writer that does not write would never be alive again. So the engine forgets the participant here and discovers
+    // it again at its next announcement.
     const Match writer = me.matches_.find(reader, status.last_publication_handle);
     if (writer.guid.isValid && writer.automatic_liveliness && me.participant_.internals())
       me.participant_.discovery().rediscover(writer.participant);

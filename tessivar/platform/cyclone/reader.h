@@ -1,3 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The engine's data reader.
 #pragma once
 
 #include "tessivar/platform/cyclone/matches.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/sample.h"
 
 #include "tessivar/platform/cyclone/pool.h"
@@ -11,7 +13,7 @@
 namespace tessivar::platform::cyclone {
 namespace {
 
-// Other makes take the key of a dispose to be a key hash, or read past its end, when it is shorter than one.
+// If the key of a dispose is shorter than a key hash, other vendors' peers use it as a key hash or read beyond its end.
 constexpr std::size_t smallest_key = 20;
 
 std::size_t align4(std::size_t size) {
@@ -29,7 +31,7 @@ bool keyed(const PRESTypePlugin& plugin) {
   return plugin.get_key_kind() != PRES_TYPEPLUGIN_NO_KEY;
 }
 
-// Checks octets that came from outside and takes the key hash from them: a hash that somebody sent proves nothing.
+// Checks received octets and computes the key hash from them. A received key hash is not trusted.
 bool adopt(SampleData& data) {
   DDS_KeyHash_t hash = {};
   const auto check = data.engine.kind == SDK_KEY ? data.plugin->check_key : data.plugin->check;
@@ -59,7 +61,7 @@ ddsi_serdata* from_fragments(const ddsi_sertype* type, ddsi_serdata_kind kind, c
   if (!data) return nullptr;
   std::size_t filled = 0;
   for (; fragment; fragment = fragment->nextfrag) {
-    if (fragment->maxp1 <= filled) continue;  // repeats what is there
+    if (fragment->maxp1 <= filled) continue;  // repeats octets that are already copied
     if (fragment->min > filled || fragment->maxp1 > size) break;
     const unsigned char* payload = NN_RMSG_PAYLOADOFF(fragment->rmsg, NN_RDATA_PAYLOAD_OFF(fragment));
     std::memcpy(data->sample.bytes + filled, payload + (filled - fragment->min), fragment->maxp1 - filled);
@@ -81,7 +83,7 @@ ddsi_serdata* from_vectors(const ddsi_sertype* type, ddsi_serdata_kind kind, dds
   return adopt_or_drop(data, filled == size);
 }
 
-// Some peers send nothing but the hash with a dispose.
+// Some peers send only the key hash with a dispose.
 ddsi_serdata* from_key_hash(const ddsi_sertype* type, const ddsi_keyhash* hash) {
   SampleData* data = SampleData::create(type, *reinterpret_cast<const SampleType*>(type)->plugin, SDK_KEY, 0);
   if (!data) return nullptr;
@@ -96,7 +98,8 @@ ddsi_serdata* from_object(const ddsi_sertype*, ddsi_serdata_kind, const void*) {
   return nullptr;
 }
 
-// The key of a sample, of no topic: the engine's instance table shares it. A key is its own.
+// Returns the key of a sample, or `data` itself if it is a key; null if memory is short. A new key belongs to no topic,
+// because the engine's instance table shares it.
 SampleData* key_of(const SampleData& data) {
   if (data.engine.kind == SDK_KEY) return SampleData::of(ddsi_serdata_ref(&data.engine));
   std::uint8_t small[256];
@@ -114,7 +117,8 @@ SampleData* key_of(const SampleData& data) {
   return key;
 }
 
-// `poor` is the key that the instance table holds; the engine keeps it for the instance's life.
+// Adds the octets of a key to `poor`, from `rich`. `poor` is the key in the engine's instance table, with a hash only;
+// the engine keeps it as long as the instance.
 void learn(const SampleData& poor, const SampleData& rich) {
   if (poor.learned.load(std::memory_order_acquire)) return;
   SampleData* key = key_of(rich);
@@ -162,13 +166,13 @@ bool key_to_slot(const ddsi_sertype*, const ddsi_serdata* data, void* slot, void
   return to_slot(learned ? &learned->engine : data, slot, nullptr, nullptr);
 }
 
-// The engine takes a key for granted: without memory for one the sample itself, which has the same hash, stands for it.
+// The engine does not check for null. If memory is short, returns the sample itself, which has the same key hash.
 ddsi_serdata* to_untyped(const ddsi_serdata* data) {
   SampleData* key = key_of(*SampleData::of(data));
   return key ? &key->engine : ddsi_serdata_ref(data);
 }
 
-// The type may be gone by now.
+// The type may already be destroyed.
 void destroy(ddsi_serdata* data) {
   SampleData* sample = SampleData::of(data);
   if (SampleData* learned = sample->learned.load(std::memory_order_acquire)) ddsi_serdata_unref(&learned->engine);
@@ -213,7 +217,7 @@ const ddsi_serdata_ops sample_ops = make_sample_ops();
 
 SampleData* SampleData::create(const ddsi_sertype* type, const PRESTypePlugin& plugin, ddsi_serdata_kind kind,
                                std::size_t size) {
-  // The engine sends whole words, so the octets are followed by zeros up to one.
+  // The engine sends whole words of 4 octets, so zeros fill the last word.
   const std::size_t room = size == 0 ? 0 : align4(kind == SDK_KEY ? std::max(size, smallest_key) : size);
   const PoolBlock block = take_block(sizeof(SampleData) + room);
   if (!block.memory) return nullptr;

@@ -1,4 +1,6 @@
-// A sample as the engine holds it: its own header, ours, and the encoded octets, in one block of memory.
+// SPDX-License-Identifier: Apache-2.0
+
+// A sample for the engine: the engine's header, our header and the encoded octets, in one block of memory.
 #pragma once
 
 #include "tessivar/platform/cyclone/engine_api.h"
@@ -7,7 +9,7 @@
 
 namespace tessivar::platform::cyclone {
 
-/// A type as the engine knows it. Two of one plugin are the same type.
+/// A type for the engine. Two objects with the same plugin are the same type.
 struct SampleType {
   ddsi_sertype engine;  // first: the engine hands out pointers to it
   const PRESTypePlugin* plugin;
@@ -19,13 +21,15 @@ struct SampleData {
   ddsi_serdata engine;  // first: the engine hands out pointers to it
   EncodedSample sample;
   const PRESTypePlugin* plugin;
-  /// For a key of which only the hash arrived: the same key with its octets, once a sample of it was seen. Set once.
+  /// For a key of which only the hash arrived: the same key with its octets. Set once, when a sample with this key is
+  /// known.
   std::atomic<SampleData*> learned;
-  /// Set when all the rest is in place: the engine's instance table hands keys to other threads without a lock.
+  /// Set after all other members: the engine's instance table gives keys to other threads without a lock.
   std::atomic<bool> complete;
   std::uint8_t size_class;
 
-  /// Room for `size` octets of encoding. Null when memory is short. `type` may be null (a key shared by topics).
+  /// Allocates a sample with memory for `size` encoded octets. Returns null if memory is short. `type` may be null, for
+  /// a key that topics share.
   static SampleData* create(const ddsi_sertype* type, const PRESTypePlugin& plugin, ddsi_serdata_kind kind,
                             std::size_t size);
   static SampleData* of(EncodedSample* sample);
@@ -36,7 +40,7 @@ struct SampleData {
   void finish();
 };
 
-/// What the engine's read operations store for one sample: a count of it.
+/// What the engine's read operations store for one sample: a counted reference to the sample.
 typedef EncodedSample* SampleSlot;
 
 }  // namespace tessivar::platform::cyclone

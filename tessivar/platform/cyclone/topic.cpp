@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/topic.h"
 
 #include "tessivar/platform/cyclone/engine_log.h"
@@ -13,8 +15,8 @@ namespace tessivar::platform::cyclone {
 namespace {
 
 // Engines of the 0.10 series refuse topic names with characters other than letters, digits, '_' and '/', although the
-// wire has no such rule. They check the name, then ask the type for its type information, and only then copy the name.
-// So the engine is given a name that it accepts, in memory of ours, and the real one is put there when it asks.
+// protocol allows other characters. They check the name, then get the type information from the type, and then copy the
+// name. So the engine gets a name that it accepts, in our memory, and put_pending_name() writes the real name there.
 struct PendingName {
   char* buffer;
   const std::string* name;
@@ -44,7 +46,7 @@ void clear_slots(const ddsi_sertype*, void* slots, std::size_t count) {
   std::memset(slots, 0, count * sizeof(SampleSlot));
 }
 
-// The engine makes a slot for a call of a filter, so it is not worth an allocation each time.
+// The engine needs one slot for each call of a filter. This slot avoids an allocation for each call.
 thread_local SampleSlot spare_slot;
 thread_local bool spare_slot_taken = false;
 
@@ -55,7 +57,7 @@ void reallocate_slots(void** pointers, const ddsi_sertype*, void* old, std::size
     slots = &spare_slot;
   } else {
     slots = static_cast<SampleSlot*>(count == old_count ? old : std::realloc(old, count * sizeof(SampleSlot)));
-    if (!slots) std::abort();  // the engine cannot be told
+    if (!slots) std::abort();  // the engine accepts no failure here
   }
   for (std::size_t i = old_count; i < count; ++i) slots[i] = nullptr;
   for (std::size_t i = 0; i < count; ++i) pointers[i] = slots + i;
@@ -91,7 +93,7 @@ ddsi_sertype_ops make_type_ops() {
 
 const ddsi_sertype_ops type_ops = make_type_ops();
 
-/// The name by which the engine announces and matches it.
+/// The name by which the engine announces and matches the type.
 const char* name_of(const PRESTypePlugin& plugin) {
   return plugin.registered_name ? plugin.registered_name : plugin.type_name;
 }
@@ -105,7 +107,8 @@ ddsi_sertype* make_type(const PRESTypePlugin& plugin) {
   return &type->engine;
 }
 
-// Takes over one count of the type: on success the engine has it, else it is dropped here.
+// Creates the type and the topic entity. On success the engine owns the type's reference; otherwise it is released
+// here.
 dds_entity_t create_entity(dds_entity_t participant, char* name, const PRESTypePlugin& plugin,
                            const ddsi_sertype*& registered) {
   ddsi_sertype* type = make_type(plugin);

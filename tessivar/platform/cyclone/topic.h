@@ -1,4 +1,6 @@
-// Topic entities: a name on the wire, a type, and for a reader its filter.
+// SPDX-License-Identifier: Apache-2.0
+
+// A topic entity of the engine: a name on the wire, a type, and the filter of a reader.
 #pragma once
 
 #include "tessivar/platform/cyclone/engine_api.h"
@@ -7,7 +9,8 @@
 
 namespace tessivar::platform::cyclone {
 
-/// One topic entity of its own for each reader and writer. Deleted with it; declare it before the entity that uses it.
+/// Each reader and writer has its own topic entity. The destructor deletes it: declare a Topic before the entity that
+/// uses it.
 class Topic {
  public:
   Topic() = default;
@@ -15,15 +18,17 @@ class Topic {
   Topic& operator=(const Topic&) = delete;
   ~Topic();
 
-  /// The engine refuses names with dots, ours have them: see topic.cpp. False with a reason in `error`.
+  /// Returns false on failure, with the reason in `error`. Our names have dots, which the engine refuses: see
+  /// topic.cpp.
   bool create(dds_entity_t participant, const std::string& name, const PRESTypePlugin& type, std::string& error);
-  /// Before a reader is made of it. `filter` outlives that reader.
+  /// To be called before a reader of this topic is created. `filter` must outlive that reader. Returns false on
+  /// failure, with the reason in `error`.
   bool set_filter(EngineFilter& filter, std::string& error);
 
   dds_entity_t entity() const { return entity_; }
-  /// Valid while the topic lives.
+  /// Valid while the topic exists.
   const ddsi_sertype* type() const { return type_; }
-  /// Returns true if the other one is this topic's, too: of the same name in the same domain of the engine.
+  /// Returns true if `other` has the same name and type in the same domain of the engine.
   bool is_same(const Topic& other) const { return type_ == other.type_ && name_ == other.name_; }
 
  private:
@@ -32,8 +37,8 @@ class Topic {
   const ddsi_sertype* type_ = nullptr;
 };
 
-/// Marks this thread as being inside a callback of a reader of that topic. The engine calls no second one of the reader
-/// meanwhile, but waits: a write that would deliver to it is not possible.
+/// While it exists, this thread is inside a callback of a reader of `topic`. The engine calls one callback of a reader
+/// at a time, and a second call waits. So the thread must not write a sample that would be delivered to this reader.
 class ReaderCallback {
  public:
   explicit ReaderCallback(const Topic& topic);
@@ -41,7 +46,7 @@ class ReaderCallback {
   ReaderCallback(const ReaderCallback&) = delete;
   ReaderCallback& operator=(const ReaderCallback&) = delete;
 
-  /// Returns true if this thread is inside one for that topic.
+  /// Returns true if this thread is inside a callback of a reader of `topic`.
   static bool concerns(const Topic& topic);
 
  private:

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/worker.h"
 
 #include "tessivar/platform/system/signals_blocked.h"

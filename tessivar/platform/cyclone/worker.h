@@ -1,4 +1,6 @@
-// A thread that does, in order, what must not be done on one of the engine's own threads.
+// SPDX-License-Identifier: Apache-2.0
+
+// A thread that runs tasks in order, for work that must not run on the engine's own threads.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
@@ -15,9 +17,9 @@ class Worker {
  public:
   Worker();
   ~Worker();
-  /// Ignored once it was stopped.
+  /// Does nothing after stop(). Throws std::bad_alloc.
   void post(std::function<void()> task);
-  /// Finishes the task at hand and drops the others. Not on the worker itself.
+  /// Waits for the end of the current task and drops the others. Must not be called from a task.
   void stop();
 
  private:

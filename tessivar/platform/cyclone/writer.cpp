@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/writer.h"
 
 #include "tessivar/platform/cyclone/engine_log.h"
@@ -33,7 +35,7 @@ DDS_ReturnCode_t Writer::start(Participant& participant, const EngineWriterConfi
   if (!topic_.create(participant.entity(), config.topic, plugin_, error)) return DDS_RETCODE_ERROR;
   const EngineQos qos = to_engine_qos(config.qos, config.ignore_own_participant);
   const Listener listener(this);
-  dds_lset_publication_matched(listener.get(), ListenerCall<on_publication_matched>::call);  // also our own business
+  dds_lset_publication_matched(listener.get(), ListenerCall<on_publication_matched>::call);  // this class needs it, too
   if (events_) {
     dds_lset_liveliness_lost(listener.get(), ListenerCall<on_liveliness_lost>::call);
     dds_lset_offered_deadline_missed(listener.get(), ListenerCall<on_offered_deadline_missed>::call);
@@ -57,7 +59,7 @@ Writer::~Writer() {
 }
 
 EncodedSample* Writer::allocate(std::uint32_t size, bool key_only) {
-  if (size < 4) return nullptr;  // not even an encapsulation header
+  if (size < 4) return nullptr;  // too small for an encapsulation header
   SampleData* data = SampleData::create(topic_.type(), plugin_, key_only ? SDK_KEY : SDK_DATA, size);
   return data ? &data->sample : nullptr;
 }
@@ -85,7 +87,7 @@ DDS_ReturnCode_t Writer::write(SampleRef sample, WriteKind kind, std::int64_t so
   }
   sample.detach();
   const dds_return_t result = dds_forwardcdr(entity_, &data->engine);
-  // The engine has taken the sample over unless it did not get so far as to try.
+  // With these three results the engine has taken the reference; otherwise it refused the call before that.
   if (result != api::ok && result != api::timeout && result != api::error) ddsi_serdata_unref(&data->engine);
   if (flush_each_) dds_write_flush(entity_);
   return to_return_code(result);
@@ -139,7 +141,8 @@ void Writer::on_liveliness_lost(dds_entity_t, dds_liveliness_lost_status_t statu
 }
 
 void Writer::on_offered_deadline_missed(dds_entity_t, dds_offered_deadline_missed_status_t status, void* self) {
-  // Asking for the instance's key would wait for a write that is blocked, on the thread that may have to unblock it.
+  // To get the instance's key from the engine, this thread would wait for a blocked write, which it may have to
+  // unblock.
   static_cast<Writer*>(self)->events_->offered_deadline_missed(
       {static_cast<DDS_Long>(status.total_count), status.total_count_change, DDS_HANDLE_NIL});
 }

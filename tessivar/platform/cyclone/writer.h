@@ -1,3 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The engine's data writer.
 #pragma once
 
 #include "tessivar/platform/cyclone/matches.h"
@@ -33,11 +36,11 @@ class Writer final : public EngineWriter {
   Mismatches* mismatches_ = nullptr;
   EngineWriterEvents* const events_;
   const PRESTypePlugin& plugin_;
-  const bool matches_itself_;  // readers of its participant
+  const bool matches_itself_;  // with readers of its own participant
   const bool dispose_with_unregister_;
   const bool reliable_;
   bool collects_ = false;    // samples wait for flush()
-  bool flush_each_ = false;  // the engine may let them wait although nobody asked for it
+  bool flush_each_ = false;  // the engine may collect samples although batching was not requested
   Matches matches_{Matches::Side::readers};
   Topic topic_;
   dds_entity_t entity_ = 0;

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/network/network.h"
 
 #include <algorithm>
@@ -33,7 +35,7 @@ bool is_port(const std::string& text) {
 
 bool is_free(int port) {
   const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (descriptor < 0) return true;  // the engine will tell what is wrong
+  if (descriptor < 0) return true;  // the engine will report the error
   sockaddr_in address = {};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<std::uint16_t>(port));
@@ -82,7 +84,7 @@ std::optional<std::string> resolve_peer(const std::string& peer) {
   const std::string host = peer.substr(0, colon);
   const std::string port = colon == std::string::npos ? "" : peer.substr(colon + 1);
   if (host.empty() || (colon != std::string::npos && !is_port(port))) return std::nullopt;
-  // This name has a meaning on a machine without /etc/hosts, too (RFC 6761, 6.3).
+  // This name is valid on a machine without /etc/hosts, too (RFC 6761, 6.3).
   if (host == "localhost") return port.empty() ? "127.0.0.1" : "127.0.0.1:" + port;
   addrinfo hints = {};
   hints.ai_family = AF_INET;

@@ -1,4 +1,6 @@
-// What the machine's network has, and what a configuration means by its names for it.
+// SPDX-License-Identifier: Apache-2.0
+
+// The network interfaces and ports of this machine, and the names of interfaces and peers in a configuration.
 #pragma once
 
 #include <optional>
@@ -14,20 +16,21 @@ struct Interface {
   bool operator==(const Interface&) const = default;
 };
 
-/// The IPv4 interfaces that are up.
+/// Returns the IPv4 interfaces that are up.
 std::vector<Interface> local_interfaces();
 
-/// Those of `available` whose name or address an entry of `wanted` matches: a name, an address or a pattern ("10.1.*").
-/// Nullopt when there is none. Entries that match none are named in `error`, with what there is; else it is empty.
+/// Returns the interfaces of `available` that an entry of `wanted` matches: a name, an address or a pattern ("10.1.*").
+/// Returns nullopt if there are none. `error` names the entries that match no interface, and lists the available
+/// interfaces; it is empty if all entries match.
 std::optional<std::vector<Interface>> select_interfaces(const std::vector<std::string>& wanted,
                                                         const std::vector<Interface>& available, std::string& error);
 
-/// "address" or "address:port" in digits for a host name or address with or without ":port"; nullopt when it cannot be
-/// resolved. May wait for a name server.
+/// Resolves a host name or address with or without ":port". Returns "address" or "address:port" in digits, or nullopt
+/// if the name cannot be resolved. May wait for a name server.
 std::optional<std::string> resolve_peer(const std::string& peer);
 
-/// Whether a participant can still find ports of its own (DDSI-RTPS 2.3, 9.6.1.1) among those of the first `count`
-/// participants of this machine in a domain.
+/// Returns true if the ports of at least one of the first `count` participants of a domain (DDSI-RTPS 2.3, 9.6.1.1) are
+/// free on this machine.
 bool has_free_participant_ports(int domain_id, int count);
 
 }  // namespace tessivar::platform::cyclone

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tessivar/platform/cyclone/network/unreachable.h"
 
 #include "tessivar/platform/detail/immortal.h"
@@ -16,7 +18,7 @@ constexpr std::string_view beginning = "ddsi_udp_conn_write to udp/";
 constexpr std::chrono::minutes interval(1);
 constexpr std::size_t most_addresses = 64;
 
-/// Whether there was no line about the address for an interval.
+/// Returns true if there was no line about the address within the last `interval`, and remembers the present time.
 bool is_due(const std::string& address) {
   static Immortal<Mutex> mutex;  // the engine's threads may log while the process ends
   static Immortal<std::map<std::string, steady_clock::time_point>> last_told;

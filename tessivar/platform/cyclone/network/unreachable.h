@@ -1,4 +1,6 @@
-// The engine's lines about addresses that cannot be reached.
+// SPDX-License-Identifier: Apache-2.0
+
+// Summarizes the engine's log lines about addresses that cannot be reached.
 #pragma once
 
 #include <string>
@@ -6,9 +8,9 @@
 
 namespace tessivar::platform::cyclone {
 
-/// The engine says for every packet that it could not send it, thousands of times while a network is down. True when
-/// `line` is about that: then `text` is one line for the address, or empty when there was one within the last minute.
-/// Thread-safe. Throws only when memory is short.
+/// The engine logs a line for each packet that it cannot send: thousands of lines while a network is down. Returns true
+/// if `line` is one of these lines. `text` is then the line to log for the address, or empty if there was one within
+/// the last minute. Thread-safe. Throws std::bad_alloc.
 bool summarize_unreachable(std::string_view line, std::string& text);
 
 }  // namespace tessivar::platform::cyclone
