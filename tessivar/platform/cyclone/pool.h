@@ -11,7 +11,7 @@
 namespace tessivar::platform::cyclone {
 
 struct PoolBlock {
-  void* memory;             // aligned for any type; null when memory is short
+  void* memory;             // aligned for any type; null if memory is short
   std::uint8_t size_class;  // must be passed to give_back() with the memory
 };
 

@@ -70,7 +70,7 @@ std::unique_ptr<ReaderSide> DDSDataReader::Impl::make_side(std::shared_ptr<Compi
   return std::make_unique<ReaderSide>(*type, *this, std::move(filter), ++sources, counters);
 }
 
-/// Logs a failure.
+/// Logs a failure of the engine.
 DDS_ReturnCode_t DDSDataReader::Impl::open(ReaderSide& opened) {
   EngineParticipant* bus = participant.impl().engine;
   if (!bus) return DDS_RETCODE_PRECONDITION_NOT_MET;
