@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a controller hears of the devices on the bus.
+// The callbacks of a controller.
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
@@ -11,27 +11,27 @@
 
 namespace TessivarDDS {
 
-/// Implemented by a controlling application and attached to its TessivarClient.
+/// A controlling application implements this class and attaches it to its TessivarClient.
 ///
-/// Units and metadata come on one thread of the library, values and tickets on another, but never two calls of one
-/// client at once. The client's listener list is locked during a call, so a call must not attach or detach listeners of
-/// the same client, nor clean it up. Queries, registerInterest and beginSetCommand may be called from every call.
-/// setCommand may be called from unitAdded, unitRemoved and commandMetadataUpdated, but keeps all other calls waiting,
-/// and what waits for more than a second is not told: better use beginSetCommand. From commandValueChanged and
-/// commandTicketChanged setCommand fails at once, as its reply would come on the very thread that waits. What a call is
-/// given is valid until it returns. An exception is logged, and the next listener is called.
+/// Units and metadata are reported on one thread of the library, values and tickets on another thread. A client never
+/// makes two calls at the same time. The client's listener list is locked during a call, so a call must not attach or
+/// detach listeners of the same client, and must not clean up the client. Every call may use queries, registerInterest
+/// and beginSetCommand. unitAdded, unitRemoved and commandMetadataUpdated may use setCommand, but all other calls wait
+/// meanwhile, and a notification that waits for more than 1 second is dropped: prefer beginSetCommand. In
+/// commandValueChanged and commandTicketChanged setCommand fails at once, because its reply would arrive on the same
+/// thread. Arguments are valid until the call returns. An exception is logged, and the next listener is called.
 class TESSIVAR_API TessivarClientListener {
  public:
   virtual ~TessivarClientListener() = default;
 
-  /// A unit announced itself, or what it says of itself has changed.
+  /// A unit was announced, or its announcement has changed.
   virtual void unitAdded(const Tessivar::Unit* unit) = 0;
-  /// A unit was taken from the bus, or its device is gone.
+  /// A unit was removed, or its device was lost.
   virtual void unitRemoved(const AddressEx& unit) = 0;
   virtual void commandMetadataUpdated(const Tessivar::CommandMetadata* metadata);
   virtual void commandValueChanged(const Tessivar::Command* command) = 0;
-  /// A reply has arrived for a request made with beginSetCommand or setCommand. Null when the ticket was completed in
-  /// the meantime.
+  /// A reply has arrived for a request of beginSetCommand or setCommand. `ticket` is null if the ticket was completed
+  /// meanwhile.
   virtual void commandTicketChanged(DDSPtr<RequestReplyTicket<Tessivar::CommandChangeReply>>& ticket) = 0;
 };
 

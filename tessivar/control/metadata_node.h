@@ -12,13 +12,14 @@
 
 namespace TessivarDDS {
 
-/// A filtered node that makes its filtered topic together with its topic. Not locked, as every node.
+/// A filtered node that makes its filtered topic together with its topic. Not thread-safe, as every node.
 class TESSIVAR_API MetadataNode : public DDSFilteredNode<Tessivar::CommandMetadata> {
  public:
-  /// The units whose metadata the reader gets; none means all. For createTopic(); later use setFilterParameters().
+  /// The units whose metadata the reader gets; an empty list means all units. createTopic() uses the list; later use
+  /// setFilterParameters().
   void setFilterAddresses(const std::vector<std::string>& addresses) { addresses_ = addresses; }
 
-  /// The topic and its view filtered by address. The domain must have the address filter registered.
+  /// Makes the topic, and the topic filtered by address. The address filter must be registered in the domain.
   bool createTopic(const std::string& name, const DDS_TopicQos& qos);
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The device side: announces units, publishes commands, answers change requests.
+// A device: announces units, publishes commands, and answers change requests.
 #pragma once
 
 #include "tessivar/control/node_listener.h"
@@ -20,82 +20,83 @@ class DDSDomain;
 class ReportBook;
 class TessivarServices;
 
-/// A device on the bus. It may speak for several units.
+/// A device on the bus. It may have several units.
 ///
 /// Use: attachDomain, attachListener, create with the addresses of its units; then addUnit, publishMetadata,
 /// publishCommand; finally cleanUp. Samples are built with TessivarMessageHelper.
 ///
-/// Threads: any thread may call anything at any time, also from the listeners' callbacks, except as
-/// TessivarNodeListener says. create() and cleanUp() wait for each other. While another thread is in one of them, a
-/// call fails as it does before create(), or it has its effect before or after. Only the destructor needs the node
-/// alone. Publishing and answering write on the caller's thread and do not wait for receivers. A failure is one log
-/// line and false. Samples passed by DDSPtr stay the caller's, and are not kept.
+/// Threads: any thread may call any function at any time, also in a listener's callback, with the exceptions in
+/// TessivarNodeListener. create() and cleanUp() wait for each other. While another thread is in one of them, a call
+/// either fails as before create(), or takes effect before or after it. During the destructor no other thread may use
+/// the node. Samples and replies are written on the caller's thread, without waiting for receivers. A failure logs one
+/// line and returns false. The caller keeps samples that it passes by DDSPtr; the node stores no reference to them.
 class TESSIVAR_API TessivarNode {
  public:
   TessivarNode();
-  /// As cleanUp().
+  /// Calls cleanUp().
   virtual ~TessivarNode();
   TessivarNode(const TessivarNode&) = delete;
   TessivarNode& operator=(const TessivarNode&) = delete;
 
-  /// Before create(). Not owned: release it after cleanUp(); in the other order the domain logs a warning and this node
-  /// keeps its participant. One domain carries several nodes and clients, which do not hear each other.
+  /// Call it before create(). The node does not own the domain: release the domain after cleanUp(). If it is released
+  /// earlier, the domain logs a warning, and this node keeps the participant. One domain can have several nodes and
+  /// clients; these do not receive each other's samples.
   void attachDomain(DDSDomain* domain);
-  /// Before create(), later refused with one line; initially false. See TessivarServices::setUseQosProfiles().
+  /// Call it before create(); later it is refused with one log line. Initially false. See
+  /// TessivarServices::setUseQosProfiles().
   void setUseQosProfiles(bool use);
-  /// Joins the bus; takes some 100 ms. Refused when it has succeeded before, and within a callback; after a failure it
+  /// Joins the bus. Takes about 100 ms. Refused if an earlier call has succeeded, and in a callback. After a failure it
   /// may be called again.
   ///
-  /// Until setFilterAddresses() has returned, requests and interests for the units of all other devices reach the
-  /// listeners too, which must not answer them. create(addresses) has no such time.
+  /// Until setFilterAddresses() has returned, the listeners also receive requests and interests for the units of other
+  /// devices. They must not answer these. To avoid this, call create(addresses).
   virtual bool create();
-  /// The same, with the addresses of setFilterAddresses() in force from the first moment: no request and no interest
-  /// for another unit reaches the listeners. None means all units.
+  /// The same, and sets the addresses of setFilterAddresses() from the beginning: the listeners receive no request and
+  /// no interest for another unit. An empty list means all units.
   bool create(const std::vector<AddressEx>& addresses);
-  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and endpoints. Afterwards the
-  /// node is as new. Waits for calls of other threads and for a callback that is running; refused within one.
+  /// Leaves the bus and releases domain, listeners (owned listeners are deleted) and endpoints. Afterwards the node is
+  /// as new. Waits for calls of other threads and for a running callback. Refused in a callback.
   void cleanUp();
 
-  /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned
-  /// ones, made with `new`, are deleted by cleanUp(); others must stay until they are detached or the node is cleaned
-  /// up.
+  /// Listeners are called in the order in which they were attached. A second attach of the same listener only replaces
+  /// `owned`. cleanUp() deletes owned listeners, which must be made with `new`. The caller keeps other listeners alive
+  /// until they are detached or the node is cleaned up.
   void attachListener(TessivarNodeListener* listener, bool owned);
-  /// Waits at most a second for callbacks that are running. Returns true if the listener is detached: it is the
-  /// caller's and not called any more. Returns false, after one log line, if callbacks went on for longer, and within a
-  /// callback: then the listener stays attached and must stay alive.
+  /// Waits at most 1 second for running callbacks. Returns true if the listener is detached: the caller owns it, and it
+  /// is not called any more. Returns false, after one log line, if the callbacks ran longer, and in a callback: then
+  /// the listener stays attached and must stay alive.
   bool detachListener(TessivarNodeListener* listener);
 
-  /// Announces a unit, or what has changed of it. While another device announces the same unit, both log one warning.
+  /// Announces a unit, or changes its announcement. While another device announces the same unit, both log one warning.
   bool addUnit(const DDSPtr<Tessivar::Unit>& unit);
-  /// False when this node did not announce it.
+  /// Returns false if this node did not announce the unit.
   bool removeUnit(const AddressEx& address);
 
-  /// Controllers see the values of announced units only: the first value of another one logs a warning.
+  /// Controllers find only the values of announced units: the first value of another unit logs a warning.
   bool publishCommand(const DDSPtr<Tessivar::Command>& command);
-  /// `deleteAfterWrite`: the sample is taken over and deleted in any case.
+  /// If `deleteAfterWrite` is true, the node owns the sample and deletes it, also after a failure.
   bool publishCommand(Tessivar::Command* command, bool deleteAfterWrite);
-  /// False when this node never published it.
+  /// Returns false if this node never published the command.
   bool disposeCommand(const AddressEx& address, unsigned int commandNumber);
 
   bool publishMetadata(const DDSPtr<Tessivar::CommandMetadata>& metadata);
-  /// False when this node never published it.
+  /// Returns false if this node never published the metadata.
   bool disposeMetadata(const AddressEx& address, unsigned int commandNumber);
 
-  /// Answers a request once more, after a first answer of PENDING or IN_PROGRESS: with IN_PROGRESS again, which
-  /// restarts the controller's timeout, and at last with COMPLETE or FAILED. Build the reply while the request is at
-  /// hand, in commandChangeRequested; from there it may be sent at any later time and from any thread.
+  /// Sends a further reply to a request whose first reply was PENDING or IN_PROGRESS. A further IN_PROGRESS restarts
+  /// the controller's timeout. The last reply is COMPLETE or FAILED. Make the reply in commandChangeRequested, while
+  /// the request is valid; any thread may send it at any later time.
   bool sendReply(const DDSPtr<Tessivar::CommandChangeReply>& reply);
 
-  /// The units whose requests and interests reach this node; none means all. Returns within milliseconds; the interests
-  /// that clients registered earlier in a unit that is new arrive soon after, the others are not told again. False when
-  /// the filters cannot be changed.
+  /// Sets the units whose requests and interests this node receives; an empty list means all units. Returns within
+  /// milliseconds. Interests that clients registered earlier in a new unit arrive soon after. Other interests are not
+  /// reported again. Returns false if the filters cannot be changed.
   bool setFilterAddresses(const std::vector<AddressEx>& addresses);
 
-  /// The endpoints underneath. Do not create or clean up anything on them. The nodes are valid until cleanUp().
+  /// The endpoints of the node. Do not create or clean up anything on them. The nodes are valid until cleanUp().
   TessivarServices* services() const;
-  /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
-  /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
-  /// blocks.
+  /// Counts of samples, requests and replies, and the discovered participants. Empty before create() and after
+  /// cleanUp(). Any thread and any callback may call it, also while another thread creates or cleans up. Never blocks.
   Report report() const;
 
  private:

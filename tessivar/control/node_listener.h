@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a device hears of its controllers.
+// The callbacks of a device.
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
@@ -11,25 +11,27 @@ namespace TessivarDDS {
 
 class TessivarNode;
 
-/// Implemented by a device application and attached to its TessivarNode.
+/// A device application implements this class and attaches it to its TessivarNode.
 ///
-/// Requests come on one thread of the library and interests on another, but never two calls of one node at once. The
-/// node's listener list is locked during a call, so a call must not attach or detach listeners of the same node, nor
-/// clean it up; every other operation of the node may be called, publishing above all. Be quick, as nothing else is
-/// dispatched meanwhile. What a call is given is valid until it returns. An exception is logged and counts as no reply.
+/// Requests are reported on one thread of the library and interests on another thread. A node never makes two calls at
+/// the same time. The node's listener list is locked during a call, so a call must not attach or detach listeners of
+/// the same node, and must not clean up the node. A call may use every other function of the node, for example
+/// publishCommand. Be quick, because the node delivers nothing else meanwhile. Arguments are valid until the call
+/// returns. An exception is logged and counts as no reply.
 class TESSIVAR_API TessivarNodeListener {
  public:
   virtual ~TessivarNodeListener() = default;
 
-  /// A controller asks for a new value (`request->newValue`). Answer with a reply made by
-  /// TessivarMessageHelper::createReply, which the library then owns and sends; null leaves the request to the next
-  /// listener, and unanswered when there is none. Whatever takes longer is answered with IN_PROGRESS here, and finished
-  /// later with TessivarNode::sendReply. A value that was changed is published with publishCommand, here or later.
+  /// A controller requests a new value (`request->newValue`). Return a reply made by
+  /// TessivarMessageHelper::createReply; the library owns the reply and sends it. If the result is null, the next
+  /// listener gets the request; without a next listener no reply is sent. If the change takes longer, return
+  /// IN_PROGRESS here, and send the last reply later with TessivarNode::sendReply. Publish the changed value with
+  /// publishCommand, here or later.
   virtual Tessivar::CommandChangeReply* commandChangeRequested(TessivarNode* node,
                                                                const Tessivar::CommandChangeRequest* request) = 0;
-  /// A controller wants the commands of a range of numbers (`interest->range`, both ends included).
+  /// A controller is interested in a range of command numbers (`interest->range`, both ends included).
   virtual void interestRegistered(TessivarNode* node, const Tessivar::CommandInterest* interest) = 0;
-  /// No controller wants the commands `first` to `last` of `unit` any more.
+  /// No controller is interested in the commands `first` to `last` of `unit` any more.
   virtual void interestRemoved(TessivarNode* node, const AddressEx& unit, unsigned int first, unsigned int last) = 0;
 };
 

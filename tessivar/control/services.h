@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The four endpoints through which devices and controllers meet.
+// The four topic nodes that devices and controllers communicate with.
 #pragma once
 
 #include "tessivar/control/metadata_node.h"
@@ -25,56 +25,57 @@ class ReportBook;
 
 /// Makes and owns the nodes of units, commands, metadata and interests for one side of the bus, device or client.
 ///
-/// Any thread may call any operation at any time, and the nodes' readers and writers are thread-safe. create(),
-/// start() and cleanUp() wait for each other. The nodes themselves are not to be used any more while another thread is
-/// in create() or cleanUp(). Creating and cleaning up block for some milliseconds, cleaning up on a bus that does not
-/// acknowledge for longer. Every failure is one log line and false. Owned by TessivarNode and TessivarClient;
-/// applications rarely need it.
+/// Any thread may call any function at any time, and the nodes' readers and writers are thread-safe. create(), start()
+/// and cleanUp() wait for each other. Do not use the nodes while another thread is in create() or cleanUp(). create()
+/// and cleanUp() block for some milliseconds; cleanUp() blocks longer if samples are not acknowledged. Every failure
+/// logs one line and returns false. TessivarNode and TessivarClient own such services; applications rarely need them.
 class TESSIVAR_API TessivarServices {
  public:
   TessivarServices();
-  /// Keeps the figures for report() in `book`, for an owner whose report outlives the services.
+  /// Stores the counts for report() in `book`, for an owner whose report outlives the services.
   explicit TessivarServices(std::shared_ptr<ReportBook> book);
-  /// As cleanUp().
+  /// Calls cleanUp().
   virtual ~TessivarServices();
   TessivarServices(const TessivarServices&) = delete;
   TessivarServices& operator=(const TessivarServices&) = delete;
 
-  /// Before create(). Not owned: it must outlive the nodes, that is, be released after cleanUp(). Refused with one line
-  /// while another thread creates or cleans up, as setUseQosProfiles() is.
+  /// Call it before create(). The services do not own the domain: it must outlive the nodes, so release it after
+  /// cleanUp(). While another thread creates or cleans up, attachDomain() and setUseQosProfiles() are refused with one
+  /// log line.
   void attachDomain(DDSDomain* domain);
 
-  /// Whether create() starts the thread of the command service; initially true. Without it, attach listeners to the
-  /// service and call start(): no value and no request is then missed.
+  /// If `start` is true, create() starts the thread of the command service. Initially true. If it is false, attach
+  /// listeners to the service and then call start(), so that the listeners miss no value and no request.
   void setAutoStartThread(bool start) { autoStartThread_ = start; }
 
-  /// Whether every topic, reader and writer gets its QoS from the profiles of "tessivar_Library" and "requestReplyLib",
-  /// where a file of the user may override them. Initially false: units and metadata use profiles, all others built-in
-  /// QoS. Before create(); later it is refused with one line.
+  /// If `use` is true, every topic, reader and writer gets its QoS from the profiles of "tessivar_Library" and
+  /// "requestReplyLib"; files of the user may override them. Initially false: units and metadata use profiles, all
+  /// others built-in QoS. Call it before create(); later it is refused with one log line.
   void setUseQosProfiles(bool use);
 
-  /// Makes all nodes. `filterAddresses`: the texts of the units whose requests, interests, values and metadata get
-  /// through, from the first moment; none means all. A second call takes everything down and builds it again. After a
-  /// failure what was built stays until cleanUp() or the next create().
+  /// Makes all nodes. `filterAddresses`: the addresses (as text) of the units whose requests, interests, values and
+  /// metadata are received, from the beginning; an empty list means all units. A second call deletes all nodes and
+  /// makes them again. After a failure the nodes that were made stay until cleanUp() or the next create().
   bool create(bool isClient, const std::vector<std::string>& filterAddresses);
-  /// Starts the thread of the command service, once everything is made. Refused within a callback.
+  /// Starts the thread of the command service. Call it after create(). Refused in a callback.
   void start();
-  /// Deletes the nodes; the domain stays attached. Refused within a callback.
+  /// Deletes the nodes; the domain stays attached. Refused in a callback.
   void cleanUp();
   /// Returns true on a thread that is inside a callback of the bus or of the command service.
   bool inCallback() const;
 
-  // True when the node exists with the reader or writer that this side uses; otherwise one log line says what is
-  // missing. While another thread creates or cleans up, everything is.
+  // Return true if the node exists with the reader or writer that this side uses. Otherwise they log what is missing.
+  // While another thread creates or cleans up, they return false.
   bool verifyUnitNode() const { return verify(Part::unit); }
   bool verifyCommandNode() const { return verify(Part::command); }
   bool verifyMetadataNode() const { return verify(Part::metadata); }
   bool verifyInterestsNode() const { return verify(Part::interests); }
 
-  /// What has passed through the nodes. Empty without them. Any thread and callback; never blocks.
+  /// Counts of samples, requests and replies. Empty without nodes. Any thread and any callback may call it. Never
+  /// blocks.
   Report report() const;
 
-  // Owned; null until created. Not valid any more after cleanUp() or the next create().
+  // The services own these objects. They are null before create(), and not valid after cleanUp() or the next create().
   DDSDomain* domain() const { return domain_; }
   TessivarRequestReplyService* commandService() const { return commandService_.get(); }
   DDSNode<Tessivar::Unit>* unitNode() const { return unitNode_.get(); }
@@ -82,7 +83,7 @@ class TESSIVAR_API TessivarServices {
   DDSFilteredNode<Tessivar::CommandInterest>* interestsNode() const { return interestsNode_.get(); }
 
  protected:
-  // The steps of create(), in its order. Each refuses when its node exists.
+  // The steps of create(), in its order. Each is refused if its node exists.
   bool createUnitNode();
   bool createCommandService(const std::vector<std::string>& filterAddresses);
   bool createMetadataNode(const std::vector<std::string>& filterAddresses);
@@ -93,11 +94,11 @@ class TESSIVAR_API TessivarServices {
   friend class TessivarNode;
 
   enum class Part { unit, command, metadata, interests };
-  /// What verifyUnitNode() and its siblings do.
+  /// Implements verifyUnitNode(), verifyCommandNode(), verifyMetadataNode() and verifyInterestsNode().
   bool verify(Part part) const;
-  /// The same while no other thread can be in create() or cleanUp().
+  /// The same, for callers that know that no other thread is in create() or cleanUp().
   bool has(Part part) const;
-  /// The rest of create() and cleanUp(), with the gate closed.
+  /// The parts of create() and cleanUp() that run with the gate closed.
   bool build(const char* signature, const std::vector<std::string>& filterAddresses);
   void takeDown();
   void startThread();
@@ -109,7 +110,7 @@ class TESSIVAR_API TessivarServices {
   AtomicOwner<DDSNode<Tessivar::Unit>> unitNode_;
   AtomicOwner<MetadataNode> metadataNode_;
   AtomicOwner<DDSFilteredNode<Tessivar::CommandInterest>> interestsNode_;
-  std::atomic<const WaitSetThread*> commandThread_{nullptr};  // only compared
+  std::atomic<const WaitSetThread*> commandThread_{nullptr};  // only compared, never dereferenced
   std::atomic<bool> isClient_{true};
   std::atomic<bool> autoStartThread_{true};
   std::atomic<bool> useQosProfiles_{false};
