@@ -18,7 +18,7 @@ constexpr int poll_milliseconds = 10;
 
 using Ticket = TessivarClient::Ticket;
 
-/// The next reply to a request; null when none comes in time, or when the client leaves the bus.
+/// Returns the next reply to a request. Returns null after the timeout, or if the client leaves the bus.
 DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs, const std::atomic<bool>& leaving) {
   int remaining = timeoutMs;
   while (!ticket.received) {
@@ -29,7 +29,7 @@ DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs,
     }
     TessivarThread::sleep(poll_milliseconds);
   }
-  ticket.received = false;  // before the reply is read, so that one that comes now is not missed
+  ticket.received = false;  // before the reply is read, so that a reply that arrives now is not missed
   return ticket.reply;
 }
 

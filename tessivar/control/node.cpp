@@ -19,7 +19,7 @@
 namespace TessivarDDS {
 namespace {
 
-/// Disposes of the instance that `key` names; true when that was done.
+/// Disposes of the instance of `key`. Returns true if it was disposed.
 template <class Writer, class Sample>
 bool dispose(const char* signature, Writer* writer, const DDSPtr<Sample>& key, const char* not_found) {
   if (!key) return false;
@@ -36,7 +36,7 @@ bool dispose(const char* signature, Writer* writer, const DDSPtr<Sample>& key, c
   return true;
 }
 
-/// A reader of what other devices announce, with the QoS that controllers read it with.
+/// Makes a reader for the announcements of other devices, with the same QoS as the controllers' readers.
 bool createUnitReader(DDSNode<Tessivar::Unit>& node) {
   DDS_DataReaderQos qos;
   return DDSDomainParticipantFactory::get_instance()->get_datareader_qos_from_profile(
@@ -55,10 +55,10 @@ class TessivarNode::Private
     services.setAutoStartThread(false);
   }
 
-  /// Makes everything, in a turn with the gate closed, and opens it.
+  /// Makes thread, services and runners, and opens the gate. The caller holds a turn and has closed the gate.
   bool create(const char* signature, const std::vector<std::string>& filterAddresses);
 
-  /// Ends all calls and callbacks, and makes everything as new.
+  /// Ends all calls and callbacks, and resets the node to its initial state.
   void leave() {
     const UseGate::Turn turn(gate);
     if (services.commandService()) services.commandService()->endCalls();
@@ -72,7 +72,7 @@ class TessivarNode::Private
     gate.reset();
   }
 
-  /// Returns true if a call that uses this part may go on; otherwise one log line says why not.
+  /// Returns true if a call that uses this part may continue. Otherwise logs one line with the reason.
   bool usable(const char* signature, const UseGate::Use& use, Part part) const {
     if (use.open()) return services.has(part);
     if (services.verify(part)) logError() << signature << UseGate::busy;
@@ -103,22 +103,22 @@ class TessivarNode::Private
   ListenerList<TessivarNodeListener> listeners{"TessivarDDS::TessivarNodeListener"};
   TessivarServices services;
   WaitSetThread waitSetThread{"TessivarNode"};
-  /// What cleanUp() forgets.
+  /// The state that cleanUp() discards.
   struct Memory {
     AnnouncedUnits announced;
     UnitAnnouncers announcers{UnitAnnouncers::Of::ownUnits};
   };
   std::unique_ptr<Memory> memory{std::make_unique<Memory>()};
 
-  /// Notes that a device, DDS_HANDLE_NIL for this one, announces the unit.
+  /// Records that a device announces the unit. `publication` is DDS_HANDLE_NIL for this device.
   void noteAnnouncer(const char* signature, const char* unit, const DDS_InstanceHandle_t& handle,
                      const DDS_InstanceHandle_t& publication) {
     if (const auto devices = memory->announcers.announced(handle, publication)) {
       logWarning() << signature << " Unit " << unit << " is announced by more than one device: " << *devices << ".";
     }
   }
-  TessivarMutex filterLock;  // over both filters, so that they agree
-  UseGate gate;              // of all calls; open once everything is made
+  TessivarMutex filterLock;  // held while both filters are set, so that they agree
+  UseGate gate;              // counts all calls; open after create()
 };
 
 class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar::CommandInterest> {
@@ -153,7 +153,7 @@ class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar:
   Private& owner_;
 };
 
-/// Finds devices that announce the units of this one. It keeps no sample.
+/// Finds other devices that announce units of this device. It keeps no sample.
 class TessivarNode::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
  public:
   UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
@@ -210,7 +210,7 @@ bool TessivarNode::createFor(const char* signature, const std::vector<std::strin
 }
 
 bool TessivarNode::Private::create(const char* signature, const std::vector<std::string>& filterAddresses) {
-  waitSetThread.stop();  // what a create() that failed may have left
+  waitSetThread.stop();  // an earlier create() may have failed after it started the thread
   if (!waitSetThread.create()) {
     logError() << signature << "Failed to create the TessivarNode's waitset thread.";
     return false;

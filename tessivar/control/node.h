@@ -72,7 +72,7 @@ class TESSIVAR_API TessivarNode {
   /// Returns false if this node did not announce the unit.
   bool removeUnit(const AddressEx& address);
 
-  /// Controllers find only the values of announced units: the first value of another unit logs a warning.
+  /// Controllers do not find a unit that was not announced: its first value logs a warning.
   bool publishCommand(const DDSPtr<Tessivar::Command>& command);
   /// If `deleteAfterWrite` is true, the node owns the sample and deletes it, also after a failure.
   bool publishCommand(Tessivar::Command* command, bool deleteAfterWrite);

@@ -15,7 +15,7 @@ namespace {
 constexpr const char* library = "tessivar_Library";
 constexpr const char* interests_profile = "tessivar_InterestQos";
 
-// A controller that hears nothing of a device for this long has lost it.
+// A controller reports a device as lost after this time without a sign of life.
 constexpr int reply_liveliness_ms = 3000;
 constexpr int interest_liveliness_ms = 60000;
 
@@ -24,7 +24,7 @@ bool refuse_existing(const char* signature, const void* member) {
   return member != nullptr;
 }
 
-/// A reader for a client or a writer for a device, with the QoS of a profile.
+/// The QoS of a reader (client) or of a writer (device), from a profile.
 struct EndpointQos {
   DDS_DataReaderQos reader;
   DDS_DataWriterQos writer;
@@ -40,7 +40,7 @@ struct EndpointQos {
   }
 };
 
-/// Lets `build` make something of a new node, which `owner` then gives to everybody, also after a failure.
+/// Calls `build` with a new node, and then stores the node in `owner`, also after a failure.
 template <class Node, class Build>
 bool make(AtomicOwner<Node>& owner, std::unique_ptr<Node> node, Build&& build) {
   const bool made = build(*node);
@@ -48,7 +48,7 @@ bool make(AtomicOwner<Node>& owner, std::unique_ptr<Node> node, Build&& build) {
   return made;
 }
 
-/// True when `node` exists with a reader, or else a writer.
+/// Returns true if `node` exists and has a reader (`needsReader`) or a writer. Otherwise logs one line.
 template <class Node>
 bool isThere(const char* signature, const char* name, const Node* node, bool needsReader) {
   if (!node) {
@@ -104,7 +104,7 @@ bool TessivarServices::create(bool isClient, const std::vector<std::string>& fil
     logError() << signature << "No domain is attached.";
   } else {
     if (commandService_) logWarning() << signature << "TessivarServices have already been created.";
-    takeDown();  // also what is left of a create() that failed
+    takeDown();  // also the nodes of an earlier create() that failed
     isClient_ = isClient;
     made = build(signature, filterAddresses);
   }
@@ -172,8 +172,8 @@ void TessivarServices::cleanUp() {
 }
 
 void TessivarServices::takeDown() {
-  book_->close();                                   // before what it looks at goes
-  if (commandService_) commandService_->cleanUp();  // its callbacks may still ask for the service
+  book_->close();                                   // before the objects that it reads are deleted
+  if (commandService_) commandService_->cleanUp();  // before the reset: its callbacks may still use commandService()
   commandThread_ = nullptr;
   commandService_.reset();
   unitNode_.reset();
@@ -250,7 +250,7 @@ bool TessivarServices::createInterestsNode(const std::vector<std::string>& filte
     if (!node.createTopic("Orvel.Tessivar.Interests", qos)) return false;
 
     if (isClient_) {
-      // Clients that share an interest share its instance: one that leaves must not dispose of it for the others.
+      // Clients with the same interest share its instance: a client that leaves must not dispose of the instance.
       DDS_DataWriterQos writer;
       if (!node.dataWriterQos(writer)) return false;
       if (!useQosProfiles_) writer.writer_data_lifecycle.autodispose_unregistered_instances = DDS_BOOLEAN_FALSE;
@@ -283,14 +283,14 @@ bool TessivarServices::has(Part part) const {
       return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyUnitNode(void)", "Unit node", unitNode_.get(),
                      isClient_);
     case Part::command:
-      // The value node is made with the service and has a writer or reader on the same side as the replies.
+      // The service makes the value node. It has its reader or writer on the same side as the node for replies.
       return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyCommandNode(void)", "Command service",
                      commandService_ ? &commandService_->valueNode() : nullptr, isClient_);
     case Part::metadata:
       return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyMetadataNode(void)", "Metadata node",
                      metadataNode_.get(), isClient_);
     case Part::interests:
-      // Interests go the other way: controllers write them and devices read them.
+      // Interests have the other direction: controllers write them and devices read them.
       return isThere("bool __cdecl TessivarDDS::TessivarServices::verifyInterestsNode(void)", "Interests node",
                      interestsNode_.get(), !isClient_);
   }

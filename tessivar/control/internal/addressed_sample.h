@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Samples that name a unit.
+// Functions for samples that contain a unit's address.
 #pragma once
 
 #include "tessivar/framework/address/address_check.h"
@@ -11,8 +11,8 @@
 
 namespace TessivarDDS {
 
-/// Writes the address into `unitId`, which has room for the longest that the data model allows. False, after a line in
-/// the log that begins with `signature`, for a longer one.
+/// Copies the address into `unitId`, which has memory for the longest address of the data model. If the address is too
+/// long, logs one line that begins with `signature` and returns false.
 inline bool setAddress(const char* signature, const AddressEx& address, char* unitId) {
   constexpr std::size_t max_address = 64;
   if (std::strlen(address.guid()) > max_address) {
@@ -24,7 +24,8 @@ inline bool setAddress(const char* signature, const AddressEx& address, char* un
   return true;
 }
 
-/// A new sample, made by the type support, that bears the address; null after one log line.
+/// Returns a new sample of the type support, with the address. Returns null after one log line if that fails. The
+/// caller owns the sample.
 template <class Support>
 auto createAddressed(const char* signature, const AddressEx& address) -> decltype(Support::create_data()) {
   auto* sample = Support::create_data();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Which units a device has announced.
+// The units that a device has announced.
 #pragma once
 
 #include <functional>
@@ -11,8 +11,8 @@
 
 namespace TessivarDDS {
 
-/// Finds values that are published for a unit that was not added. Thread-safe; isMissing() allocates nothing for a unit
-/// that was added. Nothing throws.
+/// Finds values of units that were not added. Thread-safe. isMissing() makes no allocation for a unit that was added.
+/// No function throws.
 class AnnouncedUnits {
  public:
   void add(const char* unit) {
@@ -34,7 +34,7 @@ class AnnouncedUnits {
     try {
       return unit && !units_.contains(std::string_view(unit)) && reported_.emplace(unit).second;
     } catch (...) {
-      return false;  // no memory, and so no room for a message
+      return false;  // no memory, also none for a log line
     }
   }
 

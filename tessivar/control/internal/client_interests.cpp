@@ -11,7 +11,7 @@
 namespace TessivarDDS {
 namespace {
 
-/// The address of no unit.
+/// An address that no unit has.
 constexpr const char* nobody = "none";
 
 DDSPtr<Tessivar::CommandInterest> interestSample(const char* signature, const AddressEx& unit,
@@ -104,13 +104,13 @@ bool ClientInterests::withdraw(const char* signature, const AddressEx& unit, con
   if (!interest) return false;
   auto* const writer = services_.interestsNode()->dataWriter();
   const DDS_InstanceHandle_t handle = writer->lookup_instance(*interest);
-  if (DDS_InstanceHandle_is_nil(&handle)) return true;  // registered before start(), so that no device knows it
+  if (DDS_InstanceHandle_is_nil(&handle)) return true;  // registered before start(): no device knows this interest
   const DDS_ReturnCode_t code = writer->unregister_instance(*interest, handle);
   if (code != DDS_RETCODE_OK) logError() << signature << "Failed to withdraw the interest, return code: " << code;
   return code == DDS_RETCODE_OK;
 }
 
-/// With the lock held.
+/// The caller holds the lock.
 bool ClientInterests::setFilters() const {
   if (!started_) return true;
   const std::vector<std::string> texts = addresses();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a client follows: the interests it has registered, and the filters that they make.
+// The registered interests of a client, and the filters for these interests.
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
@@ -18,8 +18,8 @@ namespace TessivarDDS {
 
 class TessivarServices;
 
-/// Thread-safe. Before start() interests are only collected; afterwards the filters of the services follow them, and
-/// they are written for the devices. A failure is logged with the given signature.
+/// Thread-safe. Before start() interests are only stored. After start() each change also sets the filters of the
+/// services and writes the interest for the devices. A failure is logged with the given signature.
 class ClientInterests {
  public:
   struct Range {
@@ -30,16 +30,16 @@ class ClientInterests {
 
   explicit ClientInterests(TessivarServices& services) : services_(services) {}
 
-  /// The services exist from now on, with the filter's addresses as they are.
+  /// Call it when the services exist and have the current filterAddresses().
   void start();
-  /// Registers a range of each unit, with one change of the filters.
+  /// Registers the range for each unit, and changes the filters once.
   bool add(const char* signature, const std::vector<AddressEx>& units, const Range& range);
   /// Withdraws all ranges of the unit. Returns false also if there was none.
   bool remove(const char* signature, const AddressEx& unit);
   /// Withdraws one range. Returns false also if it was not registered.
   bool remove(const char* signature, const AddressEx& unit, const Range& range);
-  /// None, which lets every unit through, only before the first add(): after the last interest was removed no unit is
-  /// followed.
+  /// The addresses for the filters. Empty (all units are accepted) only before the first add(). After the last interest
+  /// was removed no unit is accepted.
   std::vector<std::string> filterAddresses() const;
 
  private:
@@ -49,7 +49,7 @@ class ClientInterests {
   std::vector<std::string> addresses() const;
 
   TessivarServices& services_;
-  mutable TessivarMutex lock_;  // also over the filters, so that the last change gets there last
+  mutable TessivarMutex lock_;  // also held while the filters are set, so that the last change is set last
   std::map<AddressEx, std::set<Range>> units_;
   bool follows_ = false;
   bool started_ = false;

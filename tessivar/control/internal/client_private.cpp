@@ -60,7 +60,7 @@ class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::Comm
 };
 
 bool TessivarClient::Private::create(const char* signature) {
-  waitSetThread.stop();  // what a create() that failed may have left
+  waitSetThread.stop();  // an earlier create() may have failed after it started the thread
   unitQuery.close();
   valueQuery.close();
   if (!services.create(true, memory->interests.filterAddresses())) {
@@ -91,7 +91,7 @@ bool TessivarClient::Private::create(const char* signature) {
 
 void TessivarClient::Private::leave() {
   const UseGate::Turn turn(gate);
-  // Calls and callbacks may be waiting for devices, and are waited for here.
+  // This function waits for calls and callbacks, which may wait for devices: these waits are ended first.
   leaving = true;
   if (services.commandService()) services.commandService()->endCalls();
   gate.close();

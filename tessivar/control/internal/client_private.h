@@ -19,20 +19,20 @@
 
 namespace TessivarDDS {
 
-/// Hears of everything that comes from the bus, on two threads, and tells the listeners.
+/// Receives all notifications from the bus, on two threads, and calls the listeners.
 class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Command> {
  public:
   typedef TessivarServices::Part Part;
 
   explicit Private(const std::shared_ptr<ReportBook>& book) : services(book) { services.setAutoStartThread(false); }
 
-  /// Makes everything, in a turn with the gate closed, and opens it.
+  /// Makes services, thread, queries and runners, and opens the gate. The caller holds a turn and has closed the gate.
   bool create(const char* signature);
 
-  /// Ends all calls and callbacks, and makes everything as new.
+  /// Ends all calls and callbacks, and resets the client to its initial state.
   void leave();
 
-  /// Returns true if a call that uses this part may go on; otherwise one log line says why not.
+  /// Returns true if a call that uses this part may continue. Otherwise logs one line with the reason.
   bool usable(const char* signature, const UseGate::Use& use, Part part) const {
     if (use.open()) return services.has(part);
     if (services.verify(part)) logError() << signature << UseGate::busy;
@@ -82,8 +82,8 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
     return services.inCallback() || waitSetThread.isCurrent() || listeners.isNotifying() || gate.isMyTurn();
   }
 
-  /// Tells each listener of the samples of an instance. They are read under the list's lock, so that no listener hears
-  /// something older after something newer.
+  /// Calls each listener with the samples of an instance. The samples are read while the list's lock is held, so that
+  /// no listener receives an older sample after a newer one.
   template <class Seq, class Reader, class Tell>
   void tell(const char* signature, Reader& reader, const DDS_InstanceHandle_t& instance, Tell&& one) {
     Seq samples;
@@ -135,14 +135,15 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
       [this](Tessivar::CommandDataReader& reader, const DDS_InstanceHandle_t& value) { tellValue(reader, value); },
       leaving};
 
-  /// The listeners are told that a unit is gone; refreshUnits() will tell them again when it was disposed of.
+  /// Call it when the listeners are notified that a unit has ended. If the unit was disposed, refreshUnits() notifies
+  /// them again.
   void noteEnd(const DDS_SampleInfo& info) {
     if (info.instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE) memory->units.removed(info.instance_handle);
   }
 
   ListenerList<TessivarClientListener> listeners{"TessivarDDS::TessivarClientListener"};
   TessivarServices services;
-  /// What cleanUp() forgets.
+  /// The state that cleanUp() discards.
   struct Memory {
     explicit Memory(TessivarServices& services) : interests(services) {}
     ReportedUnits units;
@@ -151,7 +152,7 @@ class TessivarClient::Private : public RequestReplyClientListener<Tessivar::Comm
   std::unique_ptr<Memory> memory{std::make_unique<Memory>(services)};
   WaitSetThread waitSetThread{"TessivarClient"};
   std::atomic<bool> leaving{false};
-  UseGate gate;  // of all calls; open once everything is made
+  UseGate gate;  // counts all calls; open after create()
 };
 
 }  // namespace TessivarDDS

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Questions of the application to a reader whose news go to listeners.
+// Queries of the application to a reader whose new samples are also reported to listeners.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
@@ -17,7 +17,7 @@
 
 namespace TessivarDDS {
 
-/// Waits for the reader's history, at most so many milliseconds (-1: without limit), or until `ends` is true.
+/// Waits for the reader's history, at most `timeoutMs` milliseconds (-1: no limit), or until `ends` is true.
 inline DDS_ReturnCode_t waitForHistory(DDSDataReader& reader, int timeoutMs, const std::atomic<bool>& ends) {
   constexpr int slice_milliseconds = 50;
   for (int left = timeoutMs == -1 ? -1 : std::max(timeoutMs, 0);;) {
@@ -28,34 +28,35 @@ inline DDS_ReturnCode_t waitForHistory(DDSDataReader& reader, int timeoutMs, con
   }
 }
 
-/// Reads samples of type T of instances that are alive, and leaves them in the reader, where a runner looks for those
-/// not read yet. The ends of instances are left to the runner.
+/// Reads samples of type T of alive instances, and leaves them in the reader, where a runner looks for unread samples.
+/// The ends of instances are reported by the runner only.
 ///
-/// Reading marks a sample as read, so that a query could take news away from the listeners. A query therefore lets the
-/// runner go first, and has told what it still was the first to see. Within a callback it does neither: there the
-/// runner is at work, and the application sees for itself.
+/// Reading marks a sample as read, so a query could prevent that the runner reports a sample to the listeners.
+/// Therefore a query waits until the runner has read all samples, and reports samples that it still reads first. In a
+/// callback it does neither: the runner is in use there, and the application itself reads the sample.
 ///
-/// Queries may run on any threads between open() and close(), which belong to one; takeBack() at any time.
+/// Queries may run on any thread between open() and close(). Only one thread may call open() and close(). takeBack()
+/// may be called at any time.
 template <class T>
 class ReaderQuery {
  public:
   typedef typename TypeOf<T>::DataReader Reader;
   typedef typename TypeOf<T>::Seq Seq;
 
-  /// `reader` gives the reader to ask; it is only called while there is one. `inCallback` says whether the calling
-  /// thread is one of the runners'; `tell` has the listeners told what has become of an instance. Once `ends` is true
-  /// nothing is waited for any more.
+  /// `reader` returns the reader; it is only called while the reader exists. `inCallback` returns true on a thread that
+  /// runs a listener's callback. `tell` reports the samples of an instance to the listeners. When `ends` is true, calls
+  /// do not wait any more.
   ReaderQuery(std::function<Reader*()> reader, std::function<bool()> inCallback,
               std::function<void(Reader&, const DDS_InstanceHandle_t&)> tell, const std::atomic<bool>& ends)
       : reader_(std::move(reader)), inCallback_(std::move(inCallback)), tell_(std::move(tell)), ends_(ends) {}
 
-  /// Once the reader is there; what is made on it goes with its other conditions.
+  /// Call it when the reader exists. Makes a read condition, which is deleted together with the reader.
   bool open() {
     const std::lock_guard lock(lock_);
     news_ = reader()->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
     return news_ != nullptr;
   }
-  /// Before the reader goes. Waits at most a second for what is lent.
+  /// Call it before the reader is deleted. Waits at most 1 second for lent samples.
   void close() {
     for (int waited = 0; waited < patience_ms && lent_ > 0; ++waited) TessivarThread::sleep(1);
     const std::lock_guard lock(lock_);
@@ -65,14 +66,14 @@ class ReaderQuery {
 
   Reader* reader() const { return reader_(); }
 
-  /// Everything, after waiting at most so long for the history. To be given back with takeBack().
+  /// Reads the samples of all instances. Waits at most `timeoutMs` for the history. Return the loan with takeBack().
   bool all(const char* signature, Seq& samples, DDS_SampleInfoSeq& infos, int timeoutMs) {
     if (!read(signature, samples, infos, timeoutMs)) return false;
     if (samples.length() > 0) ++lent_;
     tellUnheard(infos);
     return true;
   }
-  /// False when it is not open.
+  /// Returns false if the query is not open.
   bool takeBack(const char* signature, Seq& samples, DDS_SampleInfoSeq& infos) {
     const std::lock_guard lock(lock_);
     if (!news_) return false;
@@ -81,7 +82,7 @@ class ReaderQuery {
     return true;
   }
 
-  /// As all(), but nothing is told: the caller does that. To be given back with returnLoan().
+  /// As all(), but does not report samples to the listeners: the caller does that. Return the loan with returnLoan().
   bool read(const char* signature, Seq& samples, DDS_SampleInfoSeq& infos, int timeoutMs) {
     DDS_ReturnCode_t code = waitForHistory(*reader(), timeoutMs, ends_);
     if (code != DDS_RETCODE_OK)
@@ -94,7 +95,7 @@ class ReaderQuery {
     return false;
   }
 
-  /// A copy of the current sample of an instance.
+  /// Copies the current sample of an instance into `out`.
   bool one(const char* signature, const DDS_InstanceHandle_t& instance, T& out) {
     letRunnerGoFirst();
     Seq samples;
@@ -128,7 +129,7 @@ class ReaderQuery {
  private:
   static constexpr int patience_ms = 1000;
 
-  /// Waits until nothing is unread, but for no listener longer than for its list's lock.
+  /// Waits until no sample is unread, at most 1 second: the same time as for the lock of the listener list.
   void letRunnerGoFirst() {
     if (inCallback_() || !news_) return;
     for (int waited = 0; waited < patience_ms && !ends_ && news_->get_trigger_value(); ++waited) {
@@ -147,7 +148,7 @@ class ReaderQuery {
   const std::function<bool()> inCallback_;
   const std::function<void(Reader&, const DDS_InstanceHandle_t&)> tell_;
   const std::atomic<bool>& ends_;
-  tessivar::platform::Mutex lock_;  // of news_, outside of queries, and over what is given back
+  tessivar::platform::Mutex lock_;  // guards news_ outside of queries, and the return of loans
   DDSReadCondition* news_ = nullptr;
   std::atomic<int> lent_{0};
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The units that a client's last refresh reported, and which of them have been removed since.
+// The units that refreshUnits() of a client has reported, and those of them that were removed since.
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
@@ -31,7 +31,7 @@ class ReportedUnits {
     if (units_.contains(handle)) removed_.push_back(handle);
   }
 
-  /// The addresses to be reported as removed. Each is returned once.
+  /// Returns the addresses to report as removed. Each address is returned once.
   std::vector<AddressEx> takeRemoved() {
     std::vector<AddressEx> addresses;
     const ScopedLock lock(lock_);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Which devices announce a unit.
+// The devices that announce each unit.
 #pragma once
 
 #include "tessivar/platform/base.h"
@@ -15,15 +15,15 @@
 
 namespace TessivarDDS {
 
-/// Finds units that more than one device announces. A publication is the writer of a device's announcements;
-/// DDS_HANDLE_NIL is the device that this process is. Thread-safe; nothing throws.
+/// Finds units that more than one device announces. A publication is the writer of a device's announcements.
+/// DDS_HANDLE_NIL stands for the device of this object's owner. Thread-safe. No function throws.
 class UnitAnnouncers {
  public:
   enum class Of { anyUnit, ownUnits };
   explicit UnitAnnouncers(Of of) : of_(of) {}
 
-  /// Notes that `publication` announces `unit`. Returns all that announce it, as one text, if this is a further one; of
-  /// ownUnits, only if this device is among them.
+  /// Records that `publication` announces `unit`. If `publication` is new and not the only one, returns a text with all
+  /// publications of the unit. With Of::ownUnits, only if this device is one of them.
   std::optional<std::string> announced(const DDS_InstanceHandle_t& unit,
                                        const DDS_InstanceHandle_t& publication) noexcept try {
     const std::lock_guard lock(mutex_);
@@ -37,13 +37,13 @@ class UnitAnnouncers {
     for (const Key& one : known) texts.append(texts.empty() ? "" : " and ").append(textOf(one));
     return texts;
   } catch (...) {
-    return std::nullopt;  // no memory, and so no room for a message
+    return std::nullopt;  // no memory, also none for a log line
   }
-  /// No other device announces it any more.
+  /// No other device announces the unit any more.
   void gone(const DDS_InstanceHandle_t& unit) {
     keep(unit, [](const Key& key) { return key == this_device; });
   }
-  /// This device does not announce it any more.
+  /// This device does not announce the unit any more.
   void withdrawn(const DDS_InstanceHandle_t& unit) {
     keep(unit, [](const Key& key) { return key != this_device; });
   }
