@@ -37,7 +37,7 @@ bool RoutingClient::create() {
   constexpr const char* signature = "bool __cdecl TessivarDDS::RoutingClient::create(void)";
   if (private_->refusedInCallback(signature, " Cannot create from within a callback.")) return false;
   const UseGate::Turn turn(private_->gate);
-  // When it is open the services refuse.
+  // If the gate is open, the services exist and refuse to be created again.
   if (!private_->gate.isOpen()) private_->gate.close();
   const bool created = private_->create(signature);
   private_->gate.reset();

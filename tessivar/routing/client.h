@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The controlling side: follows routers, changes their routes and protects their destinations.
+// A routing controller: subscribes to routers, changes their routes and protects their destinations.
 #pragma once
 
 #include "tessivar/framework/report/report.h"
@@ -17,76 +17,77 @@ class RoutingServices;
 
 /// A controller of routers.
 ///
-/// Use: attachDomain, attachListener, create; then subscribe to some of the routers that are reported, beginSetRoute
-/// and beginProtect; finally cleanUp.
+/// Use: attachDomain, attachListener, create; then subscribe to reported routers, beginSetRoute and beginProtect;
+/// finally cleanUp.
 ///
-/// Threads: any thread may call anything at any time, also from the listeners' callbacks, except as
-/// RoutingClientListener says. create(), subscribe() and cleanUp() wait for each other, and are refused within a
-/// callback of the client or of the bus. While another thread is in create() or cleanUp(), a call fails as it does
-/// before subscribe(), or it has its effect before or after. Only the destructor needs the client alone. Requests are
-/// possible once the first subscribe() has returned, and of routes in the callbacks that come while it still runs. A
-/// failure is one log line and false or null.
+/// Threads: any thread may call any function at any time, also in a listener's callback, with the exceptions in
+/// RoutingClientListener. create(), subscribe() and cleanUp() wait for each other, and are refused in a callback of the
+/// client or of the bus. While another thread is in create() or cleanUp(), a call either fails as before subscribe(),
+/// or takes effect before or after it. During the destructor no other thread may use the client. Requests are possible
+/// after the first subscribe() has returned. Requests for routes are also possible in callbacks during subscribe(). A
+/// failure logs one line and returns false or null.
 class TESSIVAR_API RoutingClient {
  public:
   using Ticket = RequestReplyTicket<Tessivar_Routing::AssociationRouteChangeReply>;
   using ProtectTicket = RequestReplyTicket<Tessivar_Routing::DestinationChangeReply>;
 
   RoutingClient();
-  /// As cleanUp().
+  /// Calls cleanUp().
   virtual ~RoutingClient();
 
-  /// Before create(). Not owned: release it after cleanUp().
+  /// Call it before create(). The client does not own the domain: release the domain after cleanUp().
   void attachDomain(DDSDomain* domain);
-  /// Before create(), later refused with one line; initially false. See RoutingServices::setUseQosProfiles().
+  /// Call it before create(); later it is refused with one log line. Initially false. See
+  /// RoutingServices::setUseQosProfiles().
   void setUseQosProfiles(bool use);
-  /// Joins the bus and begins to report routers; takes some 100 ms. After a failure the way on is cleanUp().
+  /// Joins the bus and starts to report routers. Takes about 100 ms. After a failure call cleanUp().
   bool create();
-  /// Begins to report what the routers at `addresses` (none: all routers) say; takes some milliseconds, and waits for a
-  /// callback that is running. A later call makes it these routers instead, and returns within milliseconds: the
-  /// present state of routers that are new among them is reported soon after; that of the others stays in the nodes of
-  /// services() and is not reported again; that of routers that are no longer among them leaves the nodes without a
-  /// report. After a failure the way on is cleanUp() and create().
+  /// Starts to report the state of the routers at `addresses` (an empty list means all routers). Takes some
+  /// milliseconds, and waits for a running callback. A later call replaces the list and returns within milliseconds.
+  /// The state of new routers in the list is reported soon after. The state of the other routers in the list stays in
+  /// the nodes of services() and is not reported again. The state of routers that are no longer in the list is removed
+  /// from the nodes without a report. After a failure call cleanUp() and create().
   bool subscribe(const std::vector<AddressEx>& addresses);
 
-  /// Listeners are called in the order in which they were attached; attaching one again only replaces `owned`. Owned
-  /// ones, made with `new`, are deleted by cleanUp(); others must stay until they are detached or the client is cleaned
-  /// up.
+  /// Listeners are called in the order in which they were attached. A second attach of the same listener only replaces
+  /// `owned`. cleanUp() deletes owned listeners, which must be made with `new`. The caller keeps other listeners alive
+  /// until they are detached or the client is cleaned up.
   void attachListener(RoutingClientListener* listener, bool owned);
-  /// Waits at most a second for callbacks that are running. Returns true if the listener is detached: it is the
-  /// caller's and not called any more. Returns false, after one log line, if callbacks went on for longer, and within a
-  /// callback: then the listener stays attached and must stay alive.
+  /// Waits at most 1 second for running callbacks. Returns true if the listener is detached: the caller owns it, and it
+  /// is not called any more. Returns false, after one log line, if the callbacks ran longer, and in a callback: then
+  /// the listener stays attached and must stay alive.
   bool detachListener(RoutingClientListener* listener);
 
-  /// Asks the router's device for a route, without waiting for the answer. The ticket is filled as replies arrive: see
-  /// its `received`; ticketChanged of the listeners reports each. When the request cannot be sent, as no router is
-  /// there, the ticket is complete already, with the result FAILED and its `failure`, which the listeners are told soon
-  /// after. Null before subscribe(). Blocks only while 4 megabytes of requests are not acknowledged by the routers, at
-  /// most for 5 seconds (the max_blocking_time of the profile "requestNodeQos"), and then fails.
+  /// Requests a route from the router's device, and does not wait for the reply. Returns a ticket. Each reply is stored
+  /// in the ticket (see its `received`) and reported with ticketChanged. If the request cannot be sent, for example
+  /// because no router is matched, the ticket is already complete, with the result FAILED and its `failure`; the
+  /// listeners are notified soon after. Returns null before subscribe(). Blocks only while 4 megabytes of requests are
+  /// unacknowledged by routers. After 5 seconds (the max_blocking_time of the profile "requestNodeQos") the request
+  /// fails.
   DDSPtr<Ticket> beginSetRoute(DDSPtr<Tessivar_Routing::AssociationRoute>& route);
-  /// Forgets the ticket: later replies to it are dropped. To be called for every ticket of beginSetRoute. False before
-  /// subscribe().
+  /// Removes the ticket: later replies to it are dropped. Call it for every ticket of beginSetRoute(). Returns false
+  /// before subscribe().
   bool completeSetRoute(DDSPtr<Ticket>& ticket);
 
-  /// Asks the router's device to protect the destination or to stop protecting it, as `destination->protect` says; the
-  /// device decides whether it takes over the name as well. `levels`: `levels[i]` says whether the change concerns the
-  /// destination on level i, at most 32; without any, the level of `destination` alone. Answers and failures as for
-  /// beginSetRoute, with the listeners' protectTicketChanged; null also with too many levels. The new state comes with
-  /// destinationChanged.
+  /// Requests from the router's device to start or end the protection of the destination (`destination->protect`). The
+  /// device decides if it also uses the name. The change concerns the destination on each level i for which `levels[i]`
+  /// is true; at most 32 levels. If `levels` is empty, it concerns only the level of `destination`. Replies and
+  /// failures are as for beginSetRoute(), with protectTicketChanged. Also returns null if there are too many levels.
+  /// The new state is reported with destinationChanged.
   DDSPtr<ProtectTicket> beginProtect(DDSPtr<Tessivar_Routing::Destination>& destination,
                                      const std::vector<bool>& levels = {});
-  /// As completeSetRoute(), for every ticket of beginProtect.
+  /// As completeSetRoute(), for every ticket of beginProtect().
   bool completeProtect(DDSPtr<ProtectTicket>& ticket);
 
-  /// The endpoints underneath. Do not create or clean up anything on them. The nodes are valid until cleanUp().
+  /// The endpoints of the client. Do not create or clean up anything on them. The nodes are valid until cleanUp().
   RoutingServices* services() const;
-  /// What has passed through the endpoints, requests and replies, and which participants were discovered. Empty before
-  /// create() and after cleanUp(). Any thread and callback, also while another thread creates or cleans up; never
-  /// blocks.
+  /// Counts of samples, requests and replies, and the discovered participants. Empty before create() and after
+  /// cleanUp(). Any thread and any callback may call it, also while another thread creates or cleans up. Never blocks.
   Report report() const;
 
-  /// Leaves the bus and forgets everything: domain, listeners (owned ones are deleted) and subscription. Every router
-  /// that was reported is reported as removed first. Afterwards the client is as new. Waits for calls of other threads
-  /// and for a callback that is running; at most 5 seconds for a request that is blocked. Refused within a callback.
+  /// Reports every reported router as removed. Then leaves the bus and releases domain, listeners (owned listeners are
+  /// deleted) and subscription. Afterwards the client is as new. Waits for calls of other threads and for a running
+  /// callback; at most 5 seconds for a blocked request. Refused in a callback.
   void cleanUp();
 
  private:

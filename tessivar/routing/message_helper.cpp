@@ -32,7 +32,7 @@ std::nullptr_t fail(const char* signature, const char* message) {
   return nullptr;
 }
 
-/// False after one log line.
+/// Sets a name. Returns false after one log line if the name is too long or memory is short.
 bool setName(const char* signature, char*& member, const std::string& name) {
   const char* const failure = name.size() > max_name                       ? "Name string too long"
                               : !DDS_String_replace(&member, name.c_str()) ? "Failed to create data"
@@ -41,7 +41,8 @@ bool setName(const char* signature, char*& member, const std::string& name) {
   return !failure;
 }
 
-/// A new sample with its address and, where it has one, its name; null after one log line.
+/// Returns a new sample with its address and, if the type has a name, its name. Returns null after one log line if that
+/// fails.
 template <class Sample>
 Owned<Sample> create(const char* signature, const AddressEx& address, const std::string& name = {}) {
   Owned<Sample> sample(Sample::TypeSupport::create_data());
@@ -54,7 +55,7 @@ Owned<Sample> create(const char* signature, const AddressEx& address, const std:
   return sample;
 }
 
-/// A source or destination.
+/// Makes a source or destination.
 template <class Port>
 Owned<Port> createPort(const char* signature, const AddressEx& address, unsigned short matrix, unsigned short level,
                        unsigned index, const std::string& name) {
@@ -66,7 +67,8 @@ Owned<Port> createPort(const char* signature, const AddressEx& address, unsigned
   return port;
 }
 
-/// One element more at the end of `parent`'s sequence, with its name; null after one log line.
+/// Adds an element with its name at the end of `parent`'s sequence and returns it. Returns null after one log line if
+/// that fails.
 template <class Parent, class Sequence>
 auto addTo(const char* signature, Parent* parent, Sequence Parent::*parts, const char* full, const std::string& name)
     -> decltype(&(parent->*parts)[0]) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The exchanges through which routes and destinations are changed.
+// The request/reply services that change routes and destinations.
 #pragma once
 
 #include "tessivar/framework/address/address_ex.h"
@@ -12,19 +12,20 @@
 
 namespace TessivarDDS {
 
-/// Requests, replies and values of routers, of which a client gets the values of chosen routers only. A server gets all
-/// requests: which of them are its own it sees from the new value.
+/// Requests, replies and values of routers. A client gets only the values of chosen routers. A server gets all
+/// requests; the address in the new value says for which router a request is.
 template <class Value, class Req, class Rep>
 class TESSIVAR_API RouterRequestReply : public DDSRequestReply<Value, Req, Rep> {
  public:
   ~RouterRequestReply() override;
 
-  /// The routers to get values of from now on; none means all. Client side, once created. The values of routers that
-  /// are new among them arrive soon after, those of the others stay. When it fails the old ones stay in force.
+  /// Sets the routers whose values the client gets; an empty list means all routers. Call it on the client side, after
+  /// create(). The values of new routers in the list arrive soon after; the values of the other routers in the list
+  /// stay. If it fails, the previous list stays in use.
   bool updateAddresses(const std::vector<AddressEx>& addresses);
 
  protected:
-  /// `serviceClass` is the derived class in messages, a literal.
+  /// `serviceClass` is the name of the derived class in log lines. It must be a literal.
   RouterRequestReply(const char* serviceClass, bool isClient, const std::vector<AddressEx>& addresses)
       : DDSRequestReply<Value, Req, Rep>(isClient), serviceClass_(serviceClass), addresses_(addresses) {}
 
@@ -35,7 +36,7 @@ class TESSIVAR_API RouterRequestReply : public DDSRequestReply<Value, Req, Rep> 
   std::vector<AddressEx> addresses_;
 };
 
-/// Changes which source association feeds a destination association.
+/// Changes the source association of a destination association.
 class TESSIVAR_API RoutingRequestReplyService
     : public RouterRequestReply<Tessivar_Routing::AssociationRoute, Tessivar_Routing::AssociationRouteChangeRequest,
                                 Tessivar_Routing::AssociationRouteChangeReply> {
@@ -47,7 +48,7 @@ class TESSIVAR_API RoutingRequestReplyService
   }
 };
 
-/// Changes a destination: its name, or its protection against being routed to.
+/// Changes a destination: its name, or its protection against new routes.
 class TESSIVAR_API ProtectRequestReplyService
     : public RouterRequestReply<Tessivar_Routing::Destination, Tessivar_Routing::DestinationChangeRequest,
                                 Tessivar_Routing::DestinationChangeReply> {

@@ -32,7 +32,7 @@ constexpr const char* profile_library = "tessivar_Library";
 constexpr const char* routers_profile = "tessivar_RouterQos";
 constexpr const char* ports_profile = "tessivar_RouterPortQos";
 
-/// How soon a controller notices that a router no longer answers.
+/// The lease after which a controller detects that a router no longer replies.
 constexpr int reply_lease_milliseconds = 3000;
 
 bool fail(const char* signature, const char* failure) {
@@ -42,20 +42,20 @@ bool fail(const char* signature, const char* failure) {
 
 template <class Node>
 void remove(AtomicOwner<Node>& node) {
-  // Taken down while the pointer still leads to it: callbacks of its thread may go on until then.
+  // Cleaned up before the pointer is reset, because callbacks on its thread may use the pointer until then.
   if (node) node->cleanUp();
   node.reset();
 }
 
 }  // namespace
 
-/// What copies share.
+/// The state that copies of RoutingServices share.
 class RoutingServices::State {
  public:
   explicit State(std::shared_ptr<ReportBook> its_book) : book(std::move(its_book)) {}
 
-  /// Makes something with `create`, in a turn with the gate closed. False, after one line, without a domain and within
-  /// a callback.
+  /// Calls `create` in a turn with the gate closed. Without a domain, and in a callback, logs one line and returns
+  /// false.
   template <class Create>
   bool change(const char* signature, Create&& create) {
     if (inCallback()) return fail(signature, " Cannot create within a callback.");
@@ -68,7 +68,7 @@ class RoutingServices::State {
   bool inCallback() const;
   void takeDown();
 
-  // The steps of creating.
+  // The steps of the functions that create.
   void registerFilter() const;
   bool createRouterNode();
   bool createStateNodes(const char* signature, const std::vector<AddressEx>& addresses);
@@ -96,7 +96,7 @@ class RoutingServices::State {
   AtomicOwner<ProtectRequestReplyService> protectService;
   std::atomic<RequestReplyClientListener<Tessivar_Routing::AssociationRoute>*> routingListener{nullptr};
   std::atomic<RequestReplyClientListener<Tessivar_Routing::Destination>*> protectListener{nullptr};
-  // The services' threads, only compared.
+  // The services' threads; only compared, never dereferenced.
   std::atomic<const WaitSetThread*> routingThread{nullptr};
   std::atomic<const WaitSetThread*> protectThread{nullptr};
 };
@@ -246,7 +246,7 @@ void RoutingServices::cleanUp() {
 }
 
 void RoutingServices::State::takeDown() {
-  book->close();  // before what it looks at goes
+  book->close();  // before the objects that it reads are deleted
   remove(routerNode);
   remove(sourcesNode);
   remove(destinationsNode);
@@ -278,7 +278,7 @@ bool RoutingServices::State::createStateNodes(const char* signature, const std::
   if (!createNode(SIGNATURE_OF_ADDRESSES("createDestAssociationNode"), destinationAssociations,
                   destination_associations_topic, addresses))
     return fail(signature, "Failed to create the dest associations node.");
-  // The router node's words: what watches the logs of a facility knows these.
+  // The text names the router node: programs that watch the logs of a facility know this text.
   return createRoutingService(addresses) || fail(signature, "Failed to create the router node.");
 }
 
@@ -335,7 +335,7 @@ bool RoutingServices::State::createService(const char* signature, AtomicOwner<Se
   book->addService(*domain, *service);
   thread = service->waitSetThread();
   owner.reset(std::move(service));
-  owner->waitSetThread()->start();  // which may call a listener that asks for a route
+  owner->waitSetThread()->start();  // last, because it may call a listener that requests a route
   return true;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The endpoints through which routers and their controllers meet.
+// The topic nodes and services that routers and their controllers communicate with.
 #pragma once
 
 #include "tessivar/framework/nodes/detail/instances.h"
@@ -20,60 +20,64 @@ class WaitSetThread;
 /// destinations, for one side of the bus.
 ///
 /// A router device attaches a domain, calls createServerServices(), sets itself as the listener of the two services
-/// (setListener), and publishes with the nodes' writeSample(): the routes with that of routingService()->valueNode(),
-/// the destinations a controller changed both with that of protectService()->valueNode() and with destinationsNode().
-/// A controller uses RoutingClient.
+/// (setListener), and publishes with writeSample() of the nodes. It publishes routes with
+/// routingService()->valueNode(). If a controller has changed a destination, it publishes the destination with
+/// protectService()->valueNode() and with destinationsNode(). A controller uses RoutingClient.
 ///
-/// Any thread may call any operation at any time, and the nodes' readers and writers are thread-safe. Creating,
-/// updating and cleaning up wait for each other, and are refused within a callback of the bus or of the services. The
-/// nodes themselves are not to be used any more while another thread is in cleanUp(). Creating and cleaning up block
-/// for some milliseconds, cleaning up on a bus that does not acknowledge for longer. Every failure is one log line and
-/// false; what was made before it stays until cleanUp(). A creator whose node exists refuses.
+/// Any thread may call any function at any time, and the nodes' readers and writers are thread-safe. The functions that
+/// create, update and clean up wait for each other, and are refused in a callback of the bus or of the services. Do not
+/// use the nodes while another thread is in cleanUp(). The functions that create and clean up block for some
+/// milliseconds; cleanUp() blocks longer if samples are not acknowledged. Every failure logs one line and returns
+/// false; nodes that were made before it stay until cleanUp(). A function that creates a node is refused if the node
+/// exists.
 ///
-/// Copies are one and the same set: cleanUp() of one takes it down for all.
+/// Copies share the same nodes and services: cleanUp() of one copy deletes them for all copies.
 class TESSIVAR_API RoutingServices {
  public:
   RoutingServices();
-  /// Keeps the figures for report() in `book`, for an owner whose report outlives the services.
+  /// Stores the counts for report() in `book`, for an owner whose report outlives the services.
   explicit RoutingServices(std::shared_ptr<ReportBook> book);
   RoutingServices(const RoutingServices&) = default;
   RoutingServices& operator=(const RoutingServices&) = default;
-  /// As cleanUp().
+  /// Calls cleanUp().
   ~RoutingServices();
 
-  /// Before the creators. Not owned: it must outlive the nodes, that is, be released after cleanUp(). Refused with one
-  /// line while another thread creates or cleans up.
+  /// Call it before the functions that create. The services do not own the domain: it must outlive the nodes, so
+  /// release it after cleanUp(). Refused with one log line while another thread creates or cleans up.
   void attachDomain(DDSDomain* domain);
   DDSDomain* domain() const;
 
-  /// Whether every topic, reader and writer gets its QoS from the profiles of "tessivar_Library" and "requestReplyLib",
-  /// where a file of the user may override them. Initially false: built-in QoS. Before the creators; refused with one
-  /// line while a node exists.
+  /// If `use` is true, every topic, reader and writer gets its QoS from the profiles of "tessivar_Library" and
+  /// "requestReplyLib"; files of the user may override them. Initially false: built-in QoS. Call it before the
+  /// functions that create; refused with one log line while a node exists.
   void setUseQosProfiles(bool use);
 
-  /// Everything, for a router.
+  /// Makes all nodes and services of a router.
   bool createServerServices();
-  /// What tells a controller which routers there are.
+  /// Makes the node with which a controller discovers routers.
   bool createClientDiscoveryServices();
-  /// What tells a controller of the routers at `addresses` (none: of all), and lets it change their routes.
+  /// Makes the nodes and the service with which a controller receives the state of the routers at `addresses` (an empty
+  /// list means all routers) and changes their routes.
   bool createClientReaderServices(const std::vector<AddressEx>& addresses);
-  /// Lets a controller ask for changes of the destinations of the routers at `addresses` (none: of all). `thread`, as
-  /// for setWaitSetThread() of the service, serves the replies and must outlive cleanUp(); null: a thread of its own.
+  /// Makes the service with which a controller requests changes of the destinations of the routers at `addresses` (an
+  /// empty list means all routers). `thread` handles the replies, as with setWaitSetThread() of the service, and must
+  /// outlive cleanUp(). If it is null, the service makes its own thread.
   bool createClientProtectService(const std::vector<AddressEx>& addresses, WaitSetThread* thread = nullptr);
-  /// The routers to hear of from now on. Returns within milliseconds: the state of routers that are new among them
-  /// arrives soon after, that of the others stays in the readers, the rest leaves them. After a failure some of the
-  /// readers may have the old ones.
+  /// Sets the routers whose state the controller receives. Returns within milliseconds. The state of new routers in the
+  /// list arrives soon after. The state of the other routers in the list stays in the readers; all other state is
+  /// removed. After a failure some of the readers may use the previous list.
   bool updateClientReaderServices(const std::vector<AddressEx>& addresses);
 
-  /// Whether sources, destinations and associations are sent many together (at first) or each at once. Once they can be
-  /// published; nothing before.
+  /// If `on` is true (the initial state), sources, destinations and associations are sent in batches; otherwise each
+  /// sample is sent at once. Call it after their writers were created; before that it has no effect.
   void enableBatching(bool on);
-  /// What the routing service of a client reports to. Before it is created; not owned.
+  /// Sets the listener of a client's routing service. Call it before the service is created. The services do not own
+  /// the listener.
   void setRoutingListener(RequestReplyClientListener<Tessivar_Routing::AssociationRoute>* listener);
   /// The same for the protect service.
   void setProtectListener(RequestReplyClientListener<Tessivar_Routing::Destination>* listener);
 
-  // Owned; null until created. Not valid any more after cleanUp().
+  // The services own these objects. They are null until they are created, and not valid after cleanUp().
   DDSNode<Tessivar_Routing::Router>* routerNode() const;
   DDSRouterNode<Tessivar_Routing::Source>* sourcesNode() const;
   DDSRouterNode<Tessivar_Routing::Destination>* destinationsNode() const;
@@ -82,10 +86,11 @@ class TESSIVAR_API RoutingServices {
   RoutingRequestReplyService* routingService() const;
   ProtectRequestReplyService* protectService() const;
 
-  /// What has passed through the nodes and services. Empty without them. Any thread and callback; never blocks.
+  /// Counts of samples, requests and replies. Empty without nodes and services. Any thread and any callback may call
+  /// it. Never blocks.
   Report report() const;
 
-  /// Deletes the nodes and services; domain and listener stay. Refused within a callback.
+  /// Deletes the nodes and services; domain and listeners stay. Refused in a callback.
   void cleanUp();
   /// Returns true on a thread that is inside a callback of the bus or of the services.
   bool inCallback() const;

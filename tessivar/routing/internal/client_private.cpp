@@ -103,7 +103,7 @@ void RoutingClient::Private::leave() {
   if (services.routingService()) services.routingService()->endCalls();
   if (services.protectService()) services.protectService()->endCalls();
   gate.close();
-  thread.stop();  // its runners use readers of the services
+  thread.stop();  // before services.cleanUp(), because its runners use readers of the services
   services.cleanUp();
   services.attachDomain(nullptr);
   services.setUseQosProfiles(false);
@@ -120,7 +120,8 @@ void RoutingClient::Private::notify(const char* signature, Call&& call) {
 }
 
 void RoutingClient::Private::notifyUnitAdded(const DDS_InstanceHandle_t& handle, const Router* router) {
-  // Held until the listeners know, so that each router is reported as removed exactly when it was as added.
+  // Held while the listeners are notified, so that a router is reported as removed if and only if it was reported as
+  // added.
   const ScopedLock lock(knownRoutersLock_);
   if (leaving_) return;
   knownRouters_.insert_or_assign(handle, AddressEx(router->unitId));
@@ -173,7 +174,7 @@ DDSPtr<RequestReplyTicket<Rep>> RoutingClient::Private::ticketOf(
     const char* signature, unsigned short ticketId, DDSPtr<RequestReplyTicket<Rep>> sent, RequestFailure failure,
     void (RoutingClientListener::*changed)(DDSPtr<RequestReplyTicket<Rep>>)) {
   if (sent) return sent;
-  // Nobody will answer, so the answer is made here: the caller has one way to learn the outcome.
+  // No router will reply, so the reply is made here: the caller gets every result in the same way.
   DDSPtr<Rep> reply(TypeOf<Rep>::TypeSupport::create_data());
   if (!reply) {
     logError() << signature << "Failed to create data";
@@ -184,7 +185,8 @@ DDSPtr<RequestReplyTicket<Rep>> RoutingClient::Private::ticketOf(
   DDSPtr<RequestReplyTicket<Rep>> failed(new RequestReplyTicket<Rep>(ticketId));
   failed->failure = failure;
   failed->complete(reply, {});
-  // Not told here: the caller may be a listener's call itself, or hold a lock that the listener wants.
+  // The listeners are notified on the thread: the caller may be in a listener's callback, or hold a lock that a
+  // listener needs.
   thread.post([this, signature, failed, changed] {
     notify(signature, [&](RoutingClientListener& listener) { (listener.*changed)(failed); });
   });

@@ -16,17 +16,18 @@
 
 namespace TessivarDDS {
 
-/// Hears of everything that comes from the bus, on two threads, and tells the listeners.
+/// Receives all notifications from the bus, on two threads, and calls the listeners.
 class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routing::AssociationRoute> {
  public:
   explicit Private(std::shared_ptr<ReportBook> book);
 
-  /// Makes what reports routers, in a turn with the gate closed, and opens it.
+  /// Makes the services and the thread that report routers, and opens the gate. The caller holds a turn and has closed
+  /// the gate.
   bool create(const char* signature);
-  /// In a turn.
+  /// The caller holds a turn.
   bool subscribe(const char* signature, const std::vector<AddressEx>& addresses);
-  /// Reports the known routers as removed, while all that a listener may call still works; then ends all calls and
-  /// callbacks, and makes everything as new.
+  /// Reports the known routers as removed, while the functions that a listener may call still work. Then ends all calls
+  /// and callbacks, and resets the client to its initial state.
   void leave();
   /// Returns true, after one log line, on a thread that is inside a callback of the bus or of this client.
   bool refusedInCallback(const char* signature, const char* text) const;
@@ -42,20 +43,20 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
   void valueChanged(const Tessivar_Routing::AssociationRoute* route) override;
   void valueRemoved(const Tessivar_Routing::AssociationRoute* route) override;
 
-  /// The ticket of a request that was sent, or else one that has FAILED because of `failure`, which the listeners are
-  /// told on the thread. `changed` is the listener's call for a ticket.
+  /// Returns the ticket `sent`. If it is null, returns a ticket with the result FAILED and `failure`, and notifies the
+  /// listeners on the thread. `changed` is the listener's function for tickets.
   template <class Rep>
   DDSPtr<RequestReplyTicket<Rep>> ticketOf(const char* signature, unsigned short ticketId,
                                            DDSPtr<RequestReplyTicket<Rep>> sent, RequestFailure failure,
                                            void (RoutingClientListener::*changed)(DDSPtr<RequestReplyTicket<Rep>>));
 
-  /// Hands `runner` to the thread; false, with `signature` in the log, when that cannot be.
+  /// Attaches `runner` to the thread. If that fails, logs one line with `signature` and returns false.
   bool attach(const char* signature, std::unique_ptr<WaitSetThreadRunnerBase> runner);
 
   ListenerList<RoutingClientListener> listeners{"TessivarDDS::RoutingClientListener"};
   RoutingServices services;
   WaitSetThread thread{"RoutingClient"};
-  UseGate gate;  // of all calls that use the services; open once create() has succeeded
+  UseGate gate;  // counts all calls that use the services; open after create() has succeeded
 
  private:
   struct ProtectListener : RequestReplyClientListener<Tessivar_Routing::Destination> {
@@ -71,7 +72,7 @@ class RoutingClient::Private : public RequestReplyClientListener<Tessivar_Routin
   bool attachStateRunner(const char* signature, DDSRouterNode<Sample>* node, std::function<void(Sample*)> changed,
                          void (RoutingClientListener::*removed)(const Sample*));
 
-  /// Tells the listeners, unless the last they are to hear of has begun.
+  /// Calls the listeners, unless leave() has started to report the routers as removed.
   template <class Call>
   void notify(const char* signature, Call&& call);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a routing client's thread does with the samples of each reader.
+// The runners with which a routing client's thread processes the samples of its readers.
 #pragma once
 
 #include "tessivar/framework/waitset/handle_sum_order.h"
@@ -13,7 +13,7 @@
 
 namespace TessivarDDS {
 
-/// Keeps a copy of each router's last sample, so that it can say who has gone.
+/// Keeps a copy of each router's last sample, to report the address when a router ends.
 class RoutingClient::RoutersRunner : public WaitSetThreadRunner<Tessivar_Routing::Router> {
  public:
   RoutersRunner(Tessivar_Routing::RouterDataReader* reader, Private& owner)
@@ -28,15 +28,15 @@ class RoutingClient::RoutersRunner : public WaitSetThreadRunner<Tessivar_Routing
   std::map<DDS_InstanceHandle_t, DDSPtr<Tessivar_Routing::Router>, HandleSumOrder> routers_;
 };
 
-/// Sources, destinations or associations: reports each that has changed or is gone. They stay in the reader, which
-/// compares with them what a new subscription brings.
+/// Reports each source, destination or association that has changed or ended. The samples stay in the reader, which
+/// compares them with the samples of a new subscription.
 template <class Sample>
 class RoutingClient::StateRunner : public WaitSetThreadRunner<Sample> {
  public:
   typedef std::function<void(Sample*)> Changed;
   typedef std::function<void(const Sample*)> Removed;
 
-  /// `removed` gets a sample with nothing but its key.
+  /// `removed` gets a sample with only the key members.
   StateRunner(typename TypeOf<Sample>::DataReader* reader, Changed changed, Removed removed)
       : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .take = false}),
         changed_(std::move(changed)),
