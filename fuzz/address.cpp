@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Any texts as addresses, and as what the address filter is compiled from and given.
+// Fuzz target: any texts as addresses, and as expression, parameters and sample of the address filter.
 //
-// Lines: the filter expression, the address of a sample, the filter's parameters. Every line is read as an address too.
+// Lines: the filter expression, the address of a sample, the filter's parameters. Every line is also read as an
+// address.
 #include "fuzz/demand.h"
 #include "tessivar/framework/filters/address_content_filter.h"
 #include "tessivar/framework/log/logger.h"
@@ -19,7 +20,8 @@ namespace {
 using namespace TessivarDDS;
 using tessivar_fuzz::demand;
 
-/// Reads three hexadecimal numbers that fit their fields, without blank, sign or prefix.
+/// Reads three hexadecimal numbers, without blank, sign or prefix. Returns false if the text has another form, or if a
+/// number exceeds its field.
 bool read_plain(const std::string& text, unsigned& packed) {
   packed = 0;
   const char* at = text.data();
@@ -60,14 +62,14 @@ void check_order(const std::string& a, const std::string& b) {
   demand((left < right) == (a < b) && (left > right) == (a > b), "addresses are in the order of their texts");
 }
 
-/// Counts instead of printing.
+/// A logger that only counts errors.
 class ErrorCount final : public Logger {
  public:
   void log(int level, const std::string&) override { errors += level == LogError; }
   int errors = 0;
 };
 
-/// A sample of a type that carries an address.
+/// A sample of a type that contains an address.
 struct Addressed {
   std::string expression;
   void* sample;
@@ -84,7 +86,7 @@ Addressed addressed(const char* type) {
   }
 }
 
-/// By AddressContentFilter::TypeEnum.
+/// Returns one entry for each value of AddressContentFilter::TypeEnum, in its order.
 std::vector<Addressed> make_addressed() {
   using namespace Tessivar;
   using namespace Tessivar_Routing;
@@ -133,7 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
   for (std::size_t i = 0; i < size; ++i) {
     if (data[i] == '\n') {
       lines.emplace_back();
-    } else if (data[i] != '\0') {  // which ends a text
+    } else if (data[i] != '\0') {  // a zero would end the text
       lines.back() += static_cast<char>(data[i]);
     }
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a fuzz target demands.
+// The check that the fuzz targets use.
 #pragma once
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 
 namespace tessivar_fuzz {
 
-/// Ends the process with a line that says which rule does not hold.
+/// If `holds` is false, prints the rule and ends the process.
 inline void demand(bool holds, const char* rule) {
   if (holds) return;
   std::fprintf(stderr, "does not hold: %s\n", rule);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Any text as a source of QoS profiles, and every profile in it. One that begins with "p", "t", "w" or "r" is what a
-// profile says of a participant, a topic, a writer or a reader.
+// Fuzz target: any text as a source of QoS profiles, and every profile in it. A text that begins with "p", "t", "w" or
+// "r" is the content of a profile's section for a participant, a topic, a writer or a reader.
 #include "tessivar/platform/qos/profiles.h"
 
 #include "fuzz/demand.h"
@@ -16,7 +16,7 @@ namespace {
 using tessivar::platform::QosProfiles;
 using tessivar_fuzz::demand;
 
-/// The text, or the source with that content.
+/// Returns the text, or a source with the text as the content of a section.
 std::string source(const std::string& text) {
   const std::pair<char, std::string> sections[] = {
       {'p', "participant_qos"}, {'t', "topic_qos"}, {'w', "datawriter_qos"}, {'r', "datareader_qos"}};
@@ -43,7 +43,7 @@ bool valid(const Qos& qos) {
          std::min({limits.max_samples, limits.max_instances, limits.max_samples_per_instance}) >= -1;
 }
 
-/// A number of a QoS set that is never negative.
+/// Returns a member of the QoS that is never negative.
 DDS_Long& count_of(DDS_DomainParticipantQos& qos) {
   return qos.discovery_config.max_participant_index;
 }

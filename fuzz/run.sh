@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Fuzzes one target, from its seeds and the inputs that once found something.
+# Runs one fuzz target, with its seeds and the inputs of earlier findings.
 #
-#   fuzz/run.sh BUILD TARGET SECONDS [CORPUS]    BUILD: where the target is built; CORPUS: the folder that inputs worth
-#                                                keeping are read from and added to, none by default
+#   fuzz/run.sh BUILD TARGET SECONDS [CORPUS]    BUILD: the build folder of the target; CORPUS: a folder of interesting
+#                                                inputs, which the run reads and extends; none by default
 set -euo pipefail
 [ $# -ge 3 ] || {
   sed -n '4,7s/^# \?//p' "$0" >&2
@@ -24,7 +24,7 @@ options=(-max_total_time="$3" -timeout=10 -rss_limit_mb=1024 -malloc_limit_mb=1 
   -artifact_prefix="$build/found/$target-")
 [ ! -f "$here/$target.dict" ] || options+=(-dict="$here/$target.dict")
 
-# Long texts take time and teach nothing that short ones do not.
+# Long texts take time and find no more than short texts.
 [ "$target" = types ] || options+=(-max_len=1024)
 
 log=$build/$target.log

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Writes seeds for the target of the types: known encodings, and random samples and keys of every type.
+// Writes seeds for the fuzz target `types`: known encodings, and random samples and keys of every type.
 //
 //   fuzz_seeds WIRE_JSON FOLDER
 #include "tests/types/support/encoding.h"
@@ -32,7 +32,7 @@ int main(int argc, char** argv) try {
     }
   }
 
-  constexpr std::size_t most = 4096;  // octets; larger ones teach no more and take longer
+  constexpr std::size_t most = 4096;  // octets; longer seeds take longer and find no more
   Random random(1);
   for (const AnyType& type : all_types()) {
     AnySample sample(type);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Any octets as a sample, or a key, of any type. The first octet chooses the type.
+// Fuzz target: any octets as a sample or a key of any type. The first octet selects the type.
 #include "fuzz/demand.h"
 #include "tests/types/support/any_octets.h"
 
