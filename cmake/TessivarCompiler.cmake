@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 
-# Language, warnings, sanitizers and the compiler cache of this project's targets. Each of them links tessivar_flags;
-# nothing here reaches the targets of a project that contains this one.
+# Language, warnings, sanitizers and the compiler cache of this project's targets. Each target links tessivar_flags. The
+# targets of a project that contains this project are not affected.
 
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
@@ -16,13 +16,13 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
-# A project that contains this one chooses its build type itself.
+# A project that contains this project sets its build type itself.
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
 endif()
 
 add_library(tessivar_flags INTERFACE)
-# The library's own calls of its exported functions need no detour through the symbol table.
+# The library's own calls of its exported functions do not need the symbol table.
 check_cxx_compiler_flag(-fno-semantic-interposition TESSIVAR_HAS_NO_SEMANTIC_INTERPOSITION)
 if(TESSIVAR_HAS_NO_SEMANTIC_INTERPOSITION)
   target_compile_options(tessivar_flags INTERFACE -fno-semantic-interposition)
@@ -31,14 +31,15 @@ if(TESSIVAR_SANITIZE)
   target_compile_options(tessivar_flags INTERFACE
     -fsanitize=${TESSIVAR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(tessivar_flags INTERFACE -fsanitize=${TESSIVAR_SANITIZE})
-  target_compile_definitions(tessivar_flags INTERFACE TESSIVAR_SANITIZED)  # one name for what each compiler calls its own way
+  target_compile_definitions(tessivar_flags INTERFACE TESSIVAR_SANITIZED)  # each compiler has its own macro for this
 endif()
 if(TESSIVAR_COVERAGE)
   target_compile_options(tessivar_flags INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(tessivar_flags INTERFACE --coverage)
 endif()
 
-# Decided once for a build directory: ccache that is installed later would change all commands, and so compile all again.
+# ccache is searched once for a build directory: if it were used from a later time on, all commands would change, and
+# all files would be compiled again.
 if(TESSIVAR_CCACHE AND NOT DEFINED CACHE{TESSIVAR_CCACHE_PROGRAM})
   find_program(ccache ccache NO_CACHE)
   if(NOT ccache)
@@ -47,8 +48,8 @@ if(TESSIVAR_CCACHE AND NOT DEFINED CACHE{TESSIVAR_CCACHE_PROGRAM})
   set(TESSIVAR_CCACHE_PROGRAM "${ccache}" CACHE FILEPATH "ccache, or empty to compile without it")
 endif()
 if(TESSIVAR_CCACHE AND TESSIVAR_CCACHE_PROGRAM)
-  # Two clones share results (base_dir, no hash_dir); precompiled headers need the sloppiness and, with Clang, no
-  # timestamp in them.
+  # Two clones share results (base_dir, no hash_dir). Precompiled headers need the sloppiness options, and with Clang
+  # they must contain no timestamp.
   set(launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1
     CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${TESSIVAR_CCACHE_PROGRAM})
   set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
@@ -65,8 +66,8 @@ else()
     $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<BOOL:${TESSIVAR_WERROR}>:-Werror>)
 endif()
 
-# tessivar_export_map(TARGET FILE): what the shared library exports, by a version script of the ELF linkers. Elsewhere
-# visibility alone decides.
+# tessivar_export_map(TARGET FILE): limits the exports of the shared library with a version script, if the linker
+# accepts one (ELF). Otherwise only visibility decides.
 check_linker_flag(CXX LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/tessivardds.map TESSIVAR_HAS_VERSION_SCRIPT)
 function(tessivar_export_map target file)
   if(TESSIVAR_HAS_VERSION_SCRIPT)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 
-# Library, headers, CMake package and pkg-config file.
+# Installs library, headers, IDL, QoS profiles, CMake package and pkg-config file.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 
-# Makes the QoS profiles of qos/ a part of the library.
+# Compiles the QoS profiles of qos/ into the library.
 set(profiles ${PROJECT_SOURCE_DIR}/qos/tessivar_qos_profiles.xml)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${profiles})
 file(READ ${profiles} TESSIVAR_QOS_PROFILES)

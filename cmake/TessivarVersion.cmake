@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 
-# Reads the version from tessivar/version.h, the one place that states it. Sets TESSIVAR_VERSION (MAJOR.MINOR.PATCH) and
-# TESSIVAR_ABI_NUMBER.
+# Reads the version from tessivar/version.h. Sets TESSIVAR_VERSION (MAJOR.MINOR.PATCH) and TESSIVAR_ABI_NUMBER.
 
 set(TESSIVAR_VERSION "")
 set(version_header ${CMAKE_CURRENT_LIST_DIR}/../tessivar/version.h)
