@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Every public call in every callback: it works, or it is refused, and never hangs.
+// Tests every public call in every callback: the call works or is refused, and never hangs.
 #include "tessivar/framework/domain/domain_manager.h"
 #include "tests/control/support/listeners.h"
 
@@ -15,7 +15,7 @@ using namespace ::testing;
 
 constexpr int domain_id = 95;
 
-/// A device, a controller, and what their callbacks do: the calls of the table, once for each callback.
+/// A device and a controller. In each callback they make the calls of the table once.
 class Callbacks : public Test {
  protected:
   typedef std::vector<std::pair<const char*, std::function<void()>>> Calls;
@@ -57,7 +57,7 @@ class Callbacks : public Test {
     done_.add(callback);
   }
 
-  /// Waits until all these callbacks have made their calls. A call that hangs ends the test program.
+  /// Waits until all these callbacks have made their calls. If a call hangs, the test program ends.
   void await(const std::vector<std::string>& callbacks) {
     for (const std::string& callback : callbacks) {
       if (done_.happens(callback)) continue;
@@ -181,7 +181,7 @@ TEST_F(Callbacks, NeverHangWhateverIsCalled) {
   ASSERT_TRUE(client_.create());
   service().attachListener(&matches_);
   ASSERT_TRUE(node_.create());
-  TessivarNode second;  // whose match comes when everything is made
+  TessivarNode second;  // its match comes when all objects exist
   second.attachDomain(&device_);
   ASSERT_TRUE(client_.waitForMatch(20000) && second.create());
   await({"matchCountChanged", "hook"});
@@ -193,7 +193,7 @@ TEST_F(Callbacks, NeverHangWhateverIsCalled) {
   setLogger(nullptr);
   EXPECT_TRUE(client_.setCommand(command_, 20000)) << "all of it still works";
   node_.cleanUp();
-  EXPECT_TRUE(unused_.happens("no unit 0001:02:0A"));  // and while the client is cleaned up, whose match is waited for
+  EXPECT_TRUE(unused_.happens("no unit 0001:02:0A"));  // callbacks also come while the client is cleaned up
 }
 
 }  // namespace

@@ -158,7 +158,7 @@ TEST_F(Client, SetsQueriesRegistersAndThrowsInItsCallbacks) {
       EXPECT_TRUE(client_.registerInterest(lamp));
       EXPECT_TRUE(client_.setCommand(command_, 10000));
       EXPECT_FALSE(client_.refreshUnits(-1));
-      client_.cleanUp();  // refused, too
+      client_.cleanUp();  // also refused
     } else {
       EXPECT_TRUE(client_.queryCommand(lamp, 1, *command_));
       EXPECT_FALSE(client_.setCommand(command_, -1)) << "its reply could not arrive";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Whatever the engine refuses while something is made: told, undone, and made at the next try.
+// Tests creations that the engine refuses: the failure is logged and undone, and the next attempt succeeds.
 #include "tessivar/control/client.h"
 #include "tessivar/control/node.h"
 #include "tests/support/failing_engine.h"

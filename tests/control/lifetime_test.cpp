@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Domains, nodes and clients that go in any order, at the end of the process and in forked processes.
+// Tests domains, nodes and clients that are destroyed in any order, at the end of the process and in forked processes.
 #include "tessivar/framework/domain/domain_manager.h"
 #include "tests/control/support/listeners.h"
 
@@ -56,7 +56,7 @@ TEST(Lifetime, ADomainCarriesSeveralAndMayGoBeforeThem) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-/// A participant with a writer, made with the platform alone.
+/// A participant with a writer, made with the platform only.
 struct Participant {
   ~Participant() {
     const bool deleted = made->delete_contained_entities() == DDS_RETCODE_OK &&
@@ -84,7 +84,7 @@ T* staticObject(Arguments... arguments) {
   return &object;
 }
 
-/// Makes static objects in the order of the letters, and uses them; the end of the process destroys them.
+/// Makes static objects in the order of the letters and uses them. The end of the process destroys them.
 [[noreturn]] void useStaticObjects(const std::string& order) {
   TessivarClient* client = nullptr;
   TessivarNode* node = nullptr;
@@ -104,8 +104,9 @@ T* staticObject(Arguments... arguments) {
 }
 
 TEST(Lifetime, ProcessesEndCleanlyWhateverTheOrderOfStaticObjects) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process of its own
-  // What the manager says of the domain that nobody gave back comes last, and nothing but the named warning before it.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a separate process
+  // The last line is the manager's message about the domain that was not released. Before it comes only the named
+  // warning.
   const std::pair<const char*, const char*> cases[] = {
       {"dcnp", "^[^\n]*Domain '94' still alive! Ref count: 1\n$"},
       {"pncd",
@@ -120,7 +121,7 @@ TEST(Lifetime, ProcessesEndCleanlyWhateverTheOrderOfStaticObjects) {
 TEST(Lifetime, ForkedProcessesMayDestroyWhatTheyInherit) {
   Bus bus;
   std::atomic<bool> more{true};
-  std::jthread traffic([&] {  // so that locks are held as the process forks
+  std::jthread traffic([&] {  // so that locks are held during the fork
     const DDSPtr command(Helper::createCommand(camera, 1, 5));
     while (more) bus.nodes[0].publishCommand(command);
   });
@@ -130,7 +131,7 @@ TEST(Lifetime, ForkedProcessesMayDestroyWhatTheyInherit) {
       alarm(20);
       bus.clients[0].cleanUp();
       for (TessivarNode& node : bus.nodes) node.cleanUp();
-      for (auto& domain : bus.domains) domain.reset();  // before the second client
+      for (auto& domain : bus.domains) domain.reset();  // before the second client is cleaned up
       bus.clients[1].cleanUp();
       _exit(0);
     }

@@ -65,7 +65,7 @@ TEST_F(Node, MistakesThatTheBusDoesNotRefuseAreSaidOnce) {
   ASSERT_TRUE(second.create());
   EXPECT_TRUE(node_.addUnit(unit_) && client_hears_.happens("unit 0001:02:0A"));
   for (TessivarNode* device : {&second, &node_, &second, &node_}) {
-    // One at a time: a reader keeps the latest announcement only.
+    // One at a time, because a reader keeps only the latest announcement.
     EXPECT_TRUE(device->addUnit(unit_) && client_hears_.happens("unit 0001:02:0A"));
   }
   std::vector<std::string> lines;

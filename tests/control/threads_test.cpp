@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Other threads call every public function while nodes, clients and services are created and cleaned up.
+// Tests that other threads call every public function while nodes, clients and services are created and cleaned up.
 #include "tests/control/support/device_and_controller.h"
 #include "tests/support/storm.h"
 

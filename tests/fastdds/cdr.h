@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// CDR as Fast CDR reads and writes it.
+// Encodes and decodes CDR with Fast CDR.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@ namespace fastdds_peer {
 typedef std::vector<std::uint8_t> Bytes;
 typedef std::array<std::uint8_t, 16> KeyHash;
 
-/// Reads one encoding that begins with its RTPS header, in either byte order. Throws at its end.
+/// Decodes one encoding with its RTPS header, in both octet orders. Throws at its end.
 class Decoder {
  public:
   explicit Decoder(const Bytes& encoding)
@@ -30,13 +30,13 @@ class Decoder {
     ((cdr_ >> members), ...);
     return *this;
   }
-  /// Reads over a member of this type.
+  /// Skips a member of this type.
   template <class Member>
   Decoder& skip() {
     Member member{};
     return read(member);
   }
-  /// Length of an optional member, 0 when it is absent; its contents come next.
+  /// Returns the length of an optional member, or 0 if it is absent. Its content follows.
   std::uint16_t optional(std::uint16_t member_id) {
     cdr_.jump((4 - cdr_.getSerializedDataLength() % 4) % 4);
     std::uint16_t id = 0;
@@ -54,7 +54,7 @@ class Decoder {
 
 template <class... Members>
 Bytes encoded(eprosima::fastcdr::Cdr::Endianness order, bool with_header, const Members&... members) {
-  char octets[1024] = {};  // what is skipped to align stays zero
+  char octets[1024] = {};  // padding octets stay zero
   eprosima::fastcdr::FastBuffer buffer(octets, sizeof octets);
   eprosima::fastcdr::Cdr cdr(buffer, order, eprosima::fastcdr::Cdr::DDS_CDR);
   if (with_header) cdr.serialize_encapsulation();
@@ -62,7 +62,7 @@ Bytes encoded(eprosima::fastcdr::Cdr::Endianness order, bool with_header, const 
   return Bytes(octets, octets + cdr.getSerializedDataLength());
 }
 
-/// The hash of these key members (DDSI-RTPS 2.3, 9.6.3.8): MD5, as for every key that can be longer than 16 octets.
+/// Returns the hash of these key members (DDSI-RTPS 2.3, 9.6.3.8): MD5, as for every key that can exceed 16 octets.
 template <class... Members>
 KeyHash hash_of(const Members&... members) {
   const Bytes key = encoded(eprosima::fastcdr::Cdr::BIG_ENDIANNESS, false, members...);

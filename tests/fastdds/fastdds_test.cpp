@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A device of ours and a participant of another make, which knows of the device only what its IDL and topics say.
+// Tests our device with a participant from another vendor. The participant knows only the device's IDL and topics.
 #include "peer.h"
 #include "samples.h"
 #include "support/peer.h"
@@ -28,14 +28,14 @@ bool has_sample(const Arrival& arrival) {
   return !arrival.encoding.empty();
 }
 
-/// The key hash on the wire is the one that the peer computes of the sample.
+/// Tests that the key hash on the wire is the one that the peer computes from the sample.
 template <class Sample>
 void expect_own_hash(const Arrival& arrival, const Reader& reader) {
   EXPECT_EQ(arrival.key_hash, key_hash_of<Sample>(arrival.encoding));
   EXPECT_EQ(reader.hashes_missing(), 0);
 }
 
-/// What a reader that comes now gets first.
+/// Returns the first sample of a late joiner.
 template <class Sample>
 Sample arrives(Peer& peer, const std::string& topic) {
   Reader reader = peer.reader<Sample>(topic, true);
@@ -117,7 +117,7 @@ class FastDdsRequester : public FastDdsPeer {
       return has_sample(reply) && Reply::decode(reply.encoding).identity == identity_ &&
              Reply::decode(reply.encoding).ticket == ticket;
     };
-    // The device may match the requests' writer a moment later than that matches it, and requests are not kept.
+    // The device may match the writer of requests later than the writer matches the device, and requests are volatile.
     for (int tries = 0; tries < 20 && requests_.write(request.encode()); ++tries) {
       const auto arrival = replies_.await(is_wanted, std::chrono::seconds(1));
       if (!arrival) continue;

@@ -19,7 +19,7 @@ using eprosima::fastrtps::rtps::Locator_t;
 
 namespace {
 
-/// Participants of this host and domain that are looked for; a test has two or three.
+/// The number of participants to look for on this host and domain; a test has two or three.
 constexpr int indexes = 8;
 
 Locator_t loopback(int port) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A participant of Fast DDS on the loopback, with readers and writers of raw encodings.
+// A participant of Fast DDS on the loopback interface. Its readers and writers transport encodings.
 #pragma once
 
 #include "raw_type.h"
@@ -20,12 +20,12 @@
 
 namespace fastdds_peer {
 
-/// No test waits that long unless it fails.
+/// Only a failing test waits that long.
 constexpr std::chrono::seconds patience{20};
 
 enum class State { alive, disposed, no_writers };
 
-/// What arrived of one instance; `encoding` is empty when only the instance's state changed.
+/// A received sample or state change of an instance. `encoding` is empty for a state change.
 struct Arrival {
   Bytes encoding;
   KeyHash key_hash;  // as it was on the wire
@@ -34,11 +34,11 @@ struct Arrival {
 
 class Reader {
  public:
-  /// The first arrival from now on that `wanted` accepts; others are dropped. Nothing after `at_most`.
+  /// Returns the next arrival that `wanted` accepts, and drops all others. Returns nothing after `at_most`.
   std::optional<Arrival> await(const std::function<bool(const Arrival&)>& wanted,
                                std::chrono::seconds at_most = patience);
 
-  /// How often Fast DDS had to ask for a key hash because a received sample carried none.
+  /// Returns how often Fast DDS computed a key hash because a received sample had none.
   int hashes_missing() const { return *hashes_asked_; }
 
  private:
@@ -57,16 +57,16 @@ class Writer {
   eprosima::fastdds::dds::DataWriter* writer_ = nullptr;
 };
 
-/// Deletes its readers and writers with itself. For one thread.
+/// Deletes its readers and writers in its destructor. Only one thread may use it.
 class Peer {
  public:
-  /// Throws std::runtime_error when there can be no participant.
+  /// Throws std::runtime_error if the participant cannot be made.
   explicit Peer(int domain);
   ~Peer();
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
 
-  /// Reliable; with the history of what was written before, when `history` says so.
+  /// Reliable. If `history` is true, with the history of earlier samples.
   template <class Sample>
   Reader reader(const std::string& topic, bool history) {
     Reader reader;

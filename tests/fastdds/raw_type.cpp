@@ -12,7 +12,7 @@ RawType::RawType(const std::string& name, KeyHash (*key_hash)(const Bytes&),
                  std::shared_ptr<std::atomic<int>> hashes_asked)
     : key_hash_(key_hash), hashes_asked_(std::move(hashes_asked)) {
   setName(name.c_str());
-  m_typeSize = 64 * 1024;  // only a first guess: the memory policy grows it
+  m_typeSize = 64 * 1024;  // only the initial size: the memory policy allows larger samples
   m_isGetKeyDefined = true;
   auto_fill_type_information(false);
   auto_fill_type_object(false);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A topic type of Fast DDS whose samples are encodings, moved as they are.
+// A topic type of Fast DDS whose samples are encodings; they are copied without change.
 #pragma once
 
 #include "cdr.h"
@@ -14,7 +14,7 @@ namespace fastdds_peer {
 
 class RawType : public eprosima::fastdds::dds::TopicDataType {
  public:
-  /// `hashes_asked` counts how often a key hash was wanted; it may be null.
+  /// `hashes_asked` counts the calls for a key hash. It may be null.
   RawType(const std::string& name, KeyHash (*key_hash)(const Bytes&), std::shared_ptr<std::atomic<int>> hashes_asked);
 
   bool serialize(void* data, eprosima::fastrtps::rtps::SerializedPayload_t* payload) override;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The samples that the peer exchanges with a device, as their IDL says.
+// The samples that the peer exchanges with a device, encoded as in their IDL.
 #pragma once
 
 #include "cdr.h"
@@ -27,7 +27,7 @@ struct Unit {
   bool has_rc_address = false;
 };
 
-/// The value of a command whose kind is Int.
+/// The value of a command of the kind Int.
 struct Command {
   static constexpr const char* type_name = "Tessivar::Command";
   static constexpr std::uint32_t int_kind = 1;
@@ -120,10 +120,10 @@ struct Reply {
   Bytes identity;
   std::uint16_t ticket = 0;
   std::uint32_t result = 0;
-  std::string reason;  // empty without one
+  std::string reason;  // empty if there is no reason
 };
 
-/// As a topic type asks for it.
+/// Returns the key hash of an encoding, in the form that a topic type needs.
 template <class Sample>
 KeyHash key_hash_of(const Bytes& encoding) {
   return Sample::decode(encoding).key_hash();

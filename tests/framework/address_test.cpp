@@ -35,7 +35,7 @@ TEST(AddressEx, has_a_text_and_numbers_however_it_is_made) {
 }
 
 TEST(AddressEx, compares_texts_and_without_them_numbers) {
-  const AddressEx none, low("\x01"), high("\xFF");  // unsigned
+  const AddressEx none, low("\x01"), high("\xFF");  // characters are compared as unsigned
   const struct {
     AddressEx a, b;
     bool equal, less, greater;

@@ -47,7 +47,7 @@ TEST(Domain, says_what_it_refuses_and_goes_on) {
   EXPECT_TRUE(domain.createDomainParticipant(domain_id));
 }
 
-/// Asks the domain, from a thread of its own, about whatever is logged.
+/// Calls the domain for each log line, on the thread of the call and on a new thread.
 struct Asking : Logger {
   explicit Asking(DDSDomain& its_domain, std::atomic<int>& its_answers) : domain(its_domain), answers(its_answers) {}
   void log(int level, const std::string&) override {
@@ -81,7 +81,7 @@ TEST(ParticipantTypes, are_parsed) {
       {std::string("type=7\0", 7), 7}, {"type=65535", 65535}, {"type=65536", 65535}, {"type=", 65535}, {"", 65535},
       {"type=12 and more", 12}};
   for (const auto& [text, expected] : received) {
-    // A copy without anything behind it, so that a sanitizer sees any octet too many.
+    // An exact copy, so that a sanitizer detects a read beyond its end.
     const std::vector<DDS_Octet> octets(text.begin(), text.end());
     EXPECT_EQ(BuiltinParticipantListener::parseType(octets.data(), static_cast<DDS_Long>(octets.size())), expected)
         << text;
@@ -101,7 +101,7 @@ TEST(ParticipantTypes, admit_nobody_when_no_number_can_be_read) {
   EXPECT_EQ(strict.participantListener().admitted(), 0u);
 }
 
-/// With environment variables that are unset again.
+/// Unsets the environment variables at the end.
 class Environment : public Test {
  protected:
   ~Environment() override {
@@ -109,7 +109,7 @@ class Environment : public Test {
     setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
     DDSDomainParticipantFactory::get_instance()->reload_profiles();
   }
-  /// What a domain makes of a default QoS with a peer of its own: interfaces, peers, multicast.
+  /// The configuration that a domain makes from a default QoS with one peer: interfaces, peers, multicast.
   static std::string configured(DDSDomain& domain) {
     DDS_DomainParticipantQos qos;
     qos.discovery.initial_peers.ensure_length(1, 1);

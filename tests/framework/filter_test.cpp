@@ -49,7 +49,7 @@ TEST_F(AddressFilter, knows_the_types_by_the_name_in_the_expression) {
       {nullptr, "Expression was null"},
       {"", form},
       {"typeName=Tessivar::Unit", "address content filter: Tessivar::Unit"},
-      // As many characters are taken as are before the first blank of the whole expression.
+      // The length of the type name is the number of characters before the first blank of the whole expression.
       {"typeName=Tessivar::Command and much more", "address content filter: Tessivar::Command and much"},
   };
   for (const auto& [expression, message] : cases) {

@@ -24,7 +24,7 @@ using namespace TessivarDDS;
 
 using Messages = std::vector<std::pair<int, std::string>>;
 
-/// Logs and throws, too, where it must not.
+/// A logger that logs and throws in log().
 class Collector : public Logger {
  public:
   explicit Collector(Messages& messages) : messages_(messages) {}
@@ -84,7 +84,7 @@ TEST_F(FrameworkLog, keeps_a_logger_that_is_replaced_as_long_as_it_is_busy) {
   EXPECT_EQ(messages, (Messages{{8, "for the new one"}}));
 }
 
-/// What the library does once, in a process of its own: `first` is what its TESSIVAR_LOG says.
+/// Runs in a separate process, because the library reads TESSIVAR_LOG once. `first` is its value.
 void logsWith(const char* first, const char* expected, int threshold = -1) {
   first ? setenv("TESSIVAR_LOG", first, 1) : unsetenv("TESSIVAR_LOG");
   const auto run = [&] {
@@ -101,7 +101,7 @@ void logsWith(const char* first, const char* expected, int threshold = -1) {
 }
 
 TEST(ReadableLog, shows_what_the_environment_or_the_application_chooses) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";  // a new process, which reads the environment
+  testing::FLAGS_gtest_death_test_style = "threadsafe";  // a new process reads the environment
   const std::string t = "20..-..-.. ..:..:..[.]... ";
   const std::string debug = t + "debug control: Own 1 \n" + t + "debug engine: its\n";
   const std::string info = t + "info control: Own 2 \n" + t + "info engine: its\n";

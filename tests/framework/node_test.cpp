@@ -18,7 +18,7 @@ typedef DDSFilteredNode<Tessivar::Command> FilteredNode;
 const DDSContentFilter* const filter = &AddressContentFilter::instance();
 constexpr const char* filter_name = AddressContentFilter::name;
 
-/// What a reader has got, once it has so many samples.
+/// Returns the samples of a reader after it has received `count` samples.
 std::vector<std::string> received(Node& node, std::size_t count) {
   std::vector<std::string> texts;
   eventually([&] {
@@ -55,13 +55,13 @@ TEST_F(Nodes, refuse_what_comes_too_early_twice_or_makes_no_sense) {
   };
   refused(node.createTopic("t"), "Cannot create the topic as the underlying domain participant does not exist.");
   refused(node.setFilterParameters({}), "Filtered topic does not exist");
-  refused(node.writeSample(Tessivar::CommandTypeSupport::create_data(), true), "writer in writeSample!");  // not leaked
+  refused(node.writeSample(Tessivar::CommandTypeSupport::create_data(), true), "writer in writeSample!");  // deleted
   node.attachDomain(&here);
   ASSERT_TRUE(node.createTopic("Node.Test", qos) && node.createDataWriter());
   refused(node.createDataWriter(), "Already created: data writer for topic: Node.Test");
   ASSERT_TRUE(filtered(expression.c_str()) && node.createDataReader());
   refused(filtered(expression.c_str()), "Filtered topic already exists!");
-  DDSNode<Tessivar::Unit> other;  // its type is another
+  DDSNode<Tessivar::Unit> other;  // its type differs
   other.attachDomain(&here);
   refused(other.createTopic("Node.Test"), "Unable to create topic: Node.Test");
 

@@ -33,7 +33,7 @@ TEST_F(ListenerListTest, notifies_each_once_in_the_order_of_attachment_whatever_
   const auto notify = [&](Listener& listener) {
     calls.push_back(listener.name);
     if (&listener == &b) throw std::runtime_error("boom");
-    return &listener != &a;  // no further one after it
+    return &listener != &a;  // ends the notification after `a`
   };
   list.notify("X::y", notify);
   EXPECT_THAT(log.lines(), ElementsAre("8 X::y Exception in the application's code: boom"));
@@ -57,7 +57,7 @@ TEST_F(ListenerListTest, deletes_owned_listeners_only_and_once) {
 
 TEST_F(ListenerListTest, gives_up_on_a_lock_held_for_a_second) {
   list.attachListener(&a, false);
-  // All at once, each on a thread of its own, while a notification holds the lock.
+  // All at the same time, each on its own thread, while a notification holds the lock.
   list.notify("", [&](Listener&) {
     const std::jthread attach([&] { list.attachListener(&b, false); });
     const std::jthread detach([&] { EXPECT_FALSE(list.detachListener(&a)); });

@@ -53,7 +53,7 @@ TEST(RequestGuid, is_sixteen_octets_none_of_which_is_255) {
   std::set<std::string> seen;
   for (int i = 0; i < 500; ++i) {
     DDS_OctetSeq guid;
-    std::srand(1);  // what else the application does with the generator makes no difference
+    std::srand(1);  // the application's use of the generator has no effect
     generateRequestGuid(guid);
     ASSERT_EQ(guid.length(), 16);
     for (DDS_Long octet = 0; octet < guid.length(); ++octet) EXPECT_NE(guid[octet], 255);
@@ -66,7 +66,7 @@ TEST(RequestGuid, differs_between_processes_that_are_forked) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   DDS_OctetSeq guid;
-  generateRequestGuid(guid);  // the generator is seeded before
+  generateRequestGuid(guid);  // seeds the generator
   const pid_t child = fork();
   generateRequestGuid(guid);
   const std::string own = requestGuidToText(guid);
@@ -166,7 +166,7 @@ class RequestReply : public Test {
     DDSPtr<Request> sample = client.createRequest(command("u", 1).get());
     return client.makeRequest(sample);
   }
-  /// A reply that the server sends on its own.
+  /// A reply that the server sends later.
   void send(const DDS_OctetSeq& guid, unsigned short ticketId, Tessivar::CommandChangeReplyResult result) {
     DDSPtr<Reply> sample(reply(result));
     sample->changeguid.copy(guid);

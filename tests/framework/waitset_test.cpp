@@ -20,7 +20,7 @@ using namespace testing;
 constexpr int domain_id = 67;
 typedef DDSNode<Tessivar::Command> Node;
 
-/// Notes what it is given, as texts.
+/// Records its samples as texts.
 class Recorder : public WaitSetThreadRunner<Tessivar::Command> {
  public:
   Recorder(const Node& node, Events& events, const RunnerSettings& settings = {})
@@ -53,7 +53,7 @@ class WaitSet : public Test {
       return writer->dataWriter()->get_publication_matched_status(readers), readers.current_count == 1;
     }));
   }
-  /// Writes, and waits until the reader has it.
+  /// Writes, and waits until the reader has the sample.
   void write(const char* unit, unsigned number, int value = 0) {
     ASSERT_TRUE(writer->writeSample(command(unit, number, value)));
     ASSERT_EQ(writer->dataWriter()->wait_for_acknowledgments({20, 0}), DDS_RETCODE_OK);
@@ -97,7 +97,7 @@ TEST_F(WaitSet, attaches_and_detaches_runners_while_it_runs) {
 }
 
 TEST_F(WaitSet, serves_every_ready_runner_within_two_waits) {
-  // Reads nothing, and so stays ready.
+  // Does not read, so that its reader stays ready.
   struct Busy : WaitSetThreadRunnerBase {
     Busy(std::string its_name, DDSDataReader* its_reader, Events& its_events)
         : WaitSetThreadRunnerBase(RunnerSettings{}), name(std::move(its_name)), from(its_reader), events(its_events) {}
@@ -109,7 +109,7 @@ TEST_F(WaitSet, serves_every_ready_runner_within_two_waits) {
     Events& events;
   };
   ASSERT_TRUE(thread.create());
-  std::vector<std::unique_ptr<Node>> others;  // which share the topic
+  std::vector<std::unique_ptr<Node>> others;  // they share the topic
   for (const char* name : {"a", "b", "c"}) {
     others.emplace_back(Node::create(&there, "WaitSet.Test", DDS_TOPIC_QOS_DEFAULT, true));
     ASSERT_TRUE(others.back() &&
@@ -169,7 +169,7 @@ TEST_F(WaitSet, survives_handlers_that_throw) {
   begin({}, [&](const Tessivar::Command& sample) {
     if (sample.commandNumber == 1) throw std::runtime_error("first");
     if (sample.commandNumber == 2) throw 2;
-    thread.stop();  // from within, too
+    thread.stop();  // also from its own thread
   });
   EXPECT_EQ(events.take(3).size(), 3u);
   thread.stop();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Devices that come, are there already, and go.
+// Tests the discovery of devices that start, that already run, and that end.
 #include "support/peer.h"
 
 #include <csignal>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The examples, each in a process of its own, with peers that do not keep to what they announce.
+// Tests the examples, each in its own process, with peers whose samples contradict their announcements.
 #include "support/peer.h"
 #include "tessivar/framework/domain/domain_handle.h"
 #include "tessivar/routing/message_helper.h"
@@ -49,7 +49,7 @@ TEST(Examples, RoutingControllerSurvivesRoutersThatDoNotKeepToTheirCounts) {
   liar.attachDomain(domain.get());
   ASSERT_TRUE(liar.createServerServices());
   const AddressEx unit(1, 3, 7);
-  // Ports and a route come before their router, which then has no matrices, no levels, and counts that are not true.
+  // Ports and a route arrive before their router. The router then has no matrices, no levels, and wrong counts.
   liar.sourcesNode()->writeSample(Helper::createSource(unit, 9, 40, 4000000000u, "early"), true);
   liar.destinationAssociations()->writeSample(Helper::createAssociation(unit, 9, 7, {4000000000u}, "early"), true);
   liar.routingService()->valueNode().writeSample(Helper::createRoute(unit, 9, 4000000000u, 4000000001u), true);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the address filters let through, on either side, and how they change while data flows.
+// Tests which samples pass the address filters on both sides, and changes of the filters while data flows.
 #include "support/peer.h"
 
 #include <string>
@@ -32,7 +32,7 @@ TEST(Interest, DeliversTheUnitsCurrentValuesAndNoOthers) {
   EXPECT_TRUE(client.sees("value " + camera + " 2 12"));
   EXPECT_TRUE(client.sees("metadata " + camera + " 1 gain"));
 
-  // The writer's order holds: once the camera's change is here, the lamp's would have been too.
+  // Samples of a writer arrive in order: after the camera's change, the lamp's change would also have arrived.
   ASSERT_TRUE(device.does("value " + lamp + " 1 21"));
   ASSERT_TRUE(device.does("metadata " + lamp + " 2 dim"));
   ASSERT_TRUE(device.does("dispose " + lamp + " 2"));
@@ -62,7 +62,7 @@ TEST(Interest, FiltersHoldWhileTheyChangeAndDataFlows) {
   for (int i = 0; i < 100; ++i) ASSERT_TRUE(client.sees("value " + lamp));
   EXPECT_TRUE(client.saw_nothing_of("value " + mixer));
 
-  // Addresses that come one after the other, as fast as they can, keep what was there.
+  // Fast additions of addresses keep the values of the earlier addresses.
   for (int i = 0; i < 50; ++i) ASSERT_TRUE(client.does("interest 0F00:00:" + std::to_string(10 + i)));
   client.events("value");
   long last = -1;

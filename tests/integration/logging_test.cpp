@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The examples of logging, each in a process of its own: stored messages are fetched page by page.
+// Tests the examples for logging, each in its own process: a browser reads stored messages in pages.
 #include "support/peer.h"
 
 namespace tessivar::testing {

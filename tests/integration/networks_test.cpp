@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Devices and controllers on two hosts, on one network and on two.
+// Tests devices and controllers on two hosts, on one network and on two networks.
 #include "support/hosts.h"
 #include "support/peer.h"
 
@@ -18,7 +18,7 @@ constexpr const char* unit = "0001:02:0A";
 constexpr const char* not_permitted =
     "network namespaces cannot be made here: tested on the loopback interface alone\n";
 
-/// What a wait without an answer says.
+/// The log line of a wait that found no participant.
 std::string alone(const std::string& interface, const std::string& peers) {
   return "No other participant was discovered: domain " + std::to_string(own_domain()) + ", interfaces " + interface +
          ", peers " + peers + ", multicast off, other participants seen: 0";
@@ -57,7 +57,7 @@ TEST(TwoHosts, MeetByPeersOrMulticastAndSayWhyNot) {
   }
 }
 
-/// A device and a controller on two hosts with two networks; the parameter is how they find each other.
+/// A device and a controller on two hosts with two networks. The parameter is the way of discovery.
 class TwoNetworks : public ::testing::TestWithParam<const char*> {
  protected:
   void start() {
@@ -76,7 +76,7 @@ class TwoNetworks : public ::testing::TestWithParam<const char*> {
     ASSERT_TRUE(client->does("match 20000"));
   }
   std::string next() { return std::string("value ") + unit + " 1 " + std::to_string(++value); }
-  /// Every change and every request arrives.
+  /// Tests that every change and every request arrives.
   void works(const char* what) {
     SCOPED_TRACE(what);
     for (int i = 0; i < 5; ++i) {
@@ -107,7 +107,7 @@ TEST_P(TwoNetworks, EitherIsEnough) {
   works("blue cut, red healed just before");
   EXPECT_TRUE(client->saw_nothing_of("unit-removed"));
 
-  // Neither works until the lease has ended: what has changed meanwhile is there again with the first network.
+  // Both networks fail until the lease has ended. The changes of this time arrive when the first network works again.
   hosts->cut("red");
   const std::string change = next();
   ASSERT_TRUE(device->does(change));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Participants: admitted by type, several in one process, shared and exclusive, made and taken down over and over.
+// Tests participants: admission by type, several in one process, shared and exclusive, repeated creation and deletion.
 #include "support/peer.h"
 #include "tessivar/control/client.h"
 #include "tessivar/control/message_helper.h"
@@ -19,7 +19,7 @@ namespace {
 
 using namespace TessivarDDS;
 
-// Also when the program is started by hand.
+// Set here, so that it also applies if the program is started by hand.
 [[maybe_unused]] const int on_loopback = ::setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
 
 TEST(Participant, IsAdmittedByItsType) {
@@ -35,7 +35,8 @@ TEST(Participant, IsAdmittedByItsType) {
   ASSERT_TRUE(client.sees("unit-added 0005:00:00"));
   ASSERT_TRUE(client.sees("value 0005:00:00 1 5"));
 
-  // A second client without a list sees both: what the first one does not see by then, it never will.
+  // A second client without a list receives both. A sample that the first client has not received by then was not
+  // admitted.
   Peer open("client", {"type=1"});
   ASSERT_TRUE(open.does("create"));
   ASSERT_TRUE(open.sees("value 0004:00:00 1 4"));
@@ -60,7 +61,7 @@ class Obedient : public TessivarNodeListener {
   void interestRemoved(TessivarNode*, const AddressEx&, unsigned int, unsigned int) override {}
 };
 
-// A device or a client on a participant of its own.
+// A device or a client with its own participant.
 template <class Part>
 class Own {
  public:
@@ -120,7 +121,7 @@ TEST(Participant, IsSharedByDomainUntilTheLastRelease) {
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(first, second);
 
-  // A shared participant ignores itself: its device is found from the exclusive one, and still is after one release.
+  // A shared participant ignores itself: only the exclusive participant finds its device, also after one release.
   TessivarNode node;
   node.attachDomain(first);
   ASSERT_TRUE(node.create());
@@ -137,7 +138,7 @@ std::size_t entries(const char* directory) {
   return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
-// Kilobytes of memory that are this process's own.
+// Returns the private memory of this process in kilobytes.
 long resident() {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);)
@@ -166,7 +167,7 @@ TEST(Participant, TwoHundredRoundsLeaveNothingBehind) {
   EXPECT_LE(entries("/proc/self/fd"), descriptors);
   RecordProperty("growth_kB", std::to_string(resident() - memory));
 #ifndef TESSIVAR_SANITIZED
-  // One leaked participant a round would be some 80 MB.
+  // One leaked participant in each round would be about 80 MB.
   EXPECT_LT(resident() - memory, 4096) << "kB after " << memory;
 #endif
   setLogThreshold(threshold);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Processes that are stopped for longer than every lease, and continue.
+// Tests processes that are stopped for longer than every lease, and then continue.
 #include "support/peer.h"
 
 #include <csignal>
@@ -9,15 +9,15 @@
 namespace tessivar::testing {
 namespace {
 
-// The pause is what is tested: it must outlast the participant's and the replies' leases.
+// The pause must be longer than the leases of the participant and of the replies.
 void pause(const Peer& peer) {
   peer.signal(SIGSTOP);
   std::this_thread::sleep_for(std::chrono::seconds(5));
   peer.signal(SIGCONT);
 }
 
-// Within a lease after a pause each side learns that the other had given it up; a request of that time may be lost, as
-// requests are not kept.
+// Within a lease after a pause each side detects that the other side had lost it. A request in this time may be lost,
+// because requests are volatile.
 void expect_usable(Peer& device, Peer& client, int value) {
   const std::string number = std::to_string(value);
   bool set = false;

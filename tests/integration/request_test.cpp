@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Changing commands by request and reply.
+// Tests the change of commands with request and reply.
 #include "support/peer.h"
 
 #include <cstdlib>
@@ -14,7 +14,7 @@ constexpr std::chrono::milliseconds long_time{120000};
 
 class Request : public ::testing::Test {
  protected:
-  // A device with one unit, and a client that has found it.
+  // A device with one unit, and a client that has discovered it.
   void start() {
     device_.emplace("device");
     ASSERT_TRUE(device_->does("unit 0001:02:0A camera"));
@@ -36,7 +36,7 @@ class Request : public ::testing::Test {
   std::optional<Peer> client_;
 };
 
-// Milliseconds of an event "set false MILLISECONDS".
+// Returns the milliseconds of an event "set false MILLISECONDS".
 int spent(const std::optional<std::string>& event) {
   return event ? std::stoi(event->substr(event->rfind(' '))) : -1;
 }
@@ -53,7 +53,7 @@ TEST_F(Request, EndsAsTheDeviceAnswers) {
   EXPECT_TRUE(client().sees("set false"));
   EXPECT_TRUE(client().sees("reason tally"));
 
-  // Each interim reply starts the timeout anew.
+  // Each interim reply restarts the timeout.
   ASSERT_TRUE(device().does("answer progress 6 500"));
   ASSERT_TRUE(client().does("set 0001:02:0A 1 44 2000"));
   EXPECT_GE(spent(client().event("set true")), 3500) << client().transcript();
@@ -78,7 +78,7 @@ TEST_F(Request, TwoClientsGetOnlyTheirOwnReplies) {
   Peer other("client");
   join(other);
   ASSERT_TRUE(device().does("answer echo"));
-  // Both number their tickets alike; the echoed values tell whose reply it was.
+  // Both clients use the same ticket numbers. The copied values show which request a reply belongs to.
   client().begin("flood 0001:02:0A 1000000 2000 50");
   other.begin("flood 0001:02:0A 2000000 2000 50");
   EXPECT_TRUE(client().sees("flood 2000 0 0", long_time));

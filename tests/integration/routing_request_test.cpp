@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Changing routes: what becomes of tickets, whoever answers, refuses, takes its time or is not there.
+// Tests the change of routes: tickets with a router that replies, refuses, is slow or does not exist.
 #include "support/peer.h"
 
 #include <optional>
@@ -23,7 +23,7 @@ class RouteRequest : public ::testing::Test {
     join(*controller_);
   }
 
-  /// Until requests get through.
+  /// Waits until requests arrive.
   void join(Peer& controller) {
     ASSERT_TRUE(device().does("port " + router + " 1 port"));
     ASSERT_TRUE(device().does("route " + router + " 1 0"));
@@ -57,7 +57,7 @@ TEST_F(RouteRequest, EndsAsTheRouterAnswers) {
   EXPECT_TRUE(controller().sees("result " + complete));
   EXPECT_TRUE(controller().sees("route " + router + " 7 42"));
   EXPECT_TRUE(device().sees("request " + router + " 7 42"));
-  // Another controller sees the route change, and no ticket.
+  // Another controller receives the changed route, and no ticket.
   EXPECT_TRUE(other.sees("route " + router + " 7 42"));
   EXPECT_TRUE(other.saw_nothing_of("result"));
 
@@ -90,7 +90,7 @@ TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
   ASSERT_TRUE(controller.does("subscribe " + router));
   ASSERT_TRUE(controller.does("set " + router + " 7 42"));
   EXPECT_TRUE(controller.sees("set " + failed));
-  // A subscription that moved before any router was there finds one all the same.
+  // A subscription that was changed before any router existed also finds a router.
   ASSERT_TRUE(controller.does("subscribe " + router));
   Peer device("router");
   ASSERT_TRUE(device.does("route " + router + " 1 0"));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Controllers and the routers they subscribe to: what arrives, what does not, and who comes and goes.
+// Tests controllers and their subscriptions to routers: samples that arrive and that do not, peers that start and end.
 #include "support/peer.h"
 
 #include <chrono>
@@ -15,7 +15,7 @@ const std::string second = "0001:03:02";
 
 constexpr std::chrono::milliseconds long_time{110000};
 
-/// All that a subscription to the router brings, of port 5 with the source 3 routed to it.
+/// All events of a subscription to the router, for port 5 and with source 3 routed to it.
 void expect_state(Peer& controller, const std::string& router, const std::string& name) {
   for (const char* kind : {"source ", "destination ", "source-association ", "destination-association "})
     EXPECT_TRUE(controller.sees(kind + router + " 5 " + name));
@@ -43,7 +43,7 @@ TEST(RoutingSubscription, BringsTheStateOfTheChosenRoutersAndNoOthers) {
   ASSERT_TRUE(controller.does("create"));
   EXPECT_TRUE(controller.sees("router-added " + first + " one"));
   EXPECT_TRUE(controller.sees("router-added " + second + " other"));
-  ASSERT_TRUE(controller.does("subscribe"));  // to all
+  ASSERT_TRUE(controller.does("subscribe"));  // to all routers
   expect_state(controller, first, "early");
   expect_state(controller, second, "early");
 
@@ -53,7 +53,7 @@ TEST(RoutingSubscription, BringsTheStateOfTheChosenRoutersAndNoOthers) {
   expect_state(controller, second, "late");
   expect_nothing_of(controller, first);
 
-  // What is new among them arrives, what stays is not reported again.
+  // The state of new routers arrives. The state of the others is not reported again.
   ASSERT_TRUE(controller.does("subscribe " + first + ' ' + second));
   expect_state(controller, first, "late");
   publish_state(other, second, "again");
@@ -89,7 +89,7 @@ TEST(RoutingSubscription, LeavesNothingBehindWhenItMovesAHundredTimes) {
     expect_state(controller, even ? second : first, even ? "other" : "one");
     expect_nothing_of(controller, even ? first : second);
   }
-  // The last change is complete a little later, and the device learns of a reader's end after that.
+  // The last change is complete a little later. After that the device is notified of the reader's end.
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   for (bool left = true; left && std::chrono::steady_clock::now() < deadline;) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -146,7 +146,7 @@ TEST(RoutingSubscription, CleansUpInTrafficAndBeginsAnew) {
 
 class LargeRouter : public ::testing::TestWithParam<const char*> {};
 
-// Four matrices of 2,000 by 2,000 ports, with 4,000 associations of either side and as many routes in each.
+// Four matrices of 2,000 by 2,000 ports, each with 4,000 associations on both sides and 4,000 routes.
 TEST_P(LargeRouter, ReachesEarlyAndLateControllersCompletely) {
   const auto follow = [](Peer& controller) {
     ASSERT_TRUE(controller.does("count"));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// An engine that refuses one thing.
+// An engine that can refuse one call.
 #pragma once
 
 #include "tessivar/platform/engine/engine.h"
@@ -12,17 +12,17 @@
 
 namespace tessivar::testing {
 
-/// In front of the real engine as long as it exists; whatever was made through it must be gone before.
+/// Wraps the real engine during its lifetime. Objects that were made through it must be destroyed before it.
 class FailingEngine final : public platform::Engine {
  public:
   FailingEngine() { platform::set_engine(this); }
   ~FailingEngine() override { platform::set_engine(nullptr); }
 
-  /// Refuses the creation that comes after `others` from now on; negative: none.
+  /// Refuses the creation after the next `others` creations. A negative number refuses none.
   void fail_after(int others) { left_ = others; }
-  /// Refuses every write from now on with this code; OK: none.
+  /// Refuses every later write with this code. OK refuses none.
   void fail_writes(DDS_ReturnCode_t code) { write_result_ = code; }
-  /// Whether it came to that since fail_after().
+  /// Returns true if a creation was refused since fail_after().
   bool failed() const { return left_ == -1; }
 
   DDS_ReturnCode_t create_participant(const platform::EngineParticipantConfig& config,

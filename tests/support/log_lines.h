@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The warnings and errors that are logged meanwhile.
+// Records the warnings and errors that are logged.
 #pragma once
 
 #include "tests/support/log_recorder.h"
@@ -10,10 +10,10 @@
 
 namespace tessivar_test {
 
-/// As LogRecorder, but the texts alone.
+/// As LogRecorder, but only the texts.
 class LogLines {
  public:
-  /// Those since the last call.
+  /// Returns the texts since the last call.
   std::vector<std::string> lines() {
     std::vector<std::string> texts = recorder_.lines();
     for (std::string& text : texts) text.erase(0, text.find(' ') + 1);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the library logs while a test runs.
+// Records the log lines of the library during a test.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
@@ -13,7 +13,7 @@
 
 namespace tessivar::testing {
 
-/// Records messages of at least one level, each as "LEVEL TEXT", from its construction to its destruction.
+/// Records lines of at least one level as "LEVEL TEXT", during its lifetime.
 class LogRecorder {
  public:
   explicit LogRecorder(int least = TessivarDDS::LogWarning) : messages_(std::make_shared<Messages>()) {
@@ -23,7 +23,7 @@ class LogRecorder {
   LogRecorder(const LogRecorder&) = delete;
   LogRecorder& operator=(const LogRecorder&) = delete;
 
-  /// The messages since the last call.
+  /// Returns the lines since the last call.
   std::vector<std::string> lines() {
     const std::lock_guard guard(messages_->lock);
     return std::exchange(messages_->lines, {});

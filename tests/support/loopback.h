@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Domains on loopback, and waiting for what happens between them.
+// Domains on the loopback interface, and functions that wait for events.
 #pragma once
 
 #include "tessivar/framework/domain/dds_domain.h"
@@ -22,7 +22,7 @@ namespace tessivar::testing {
 
 constexpr std::chrono::seconds patience(20);
 
-/// Polls until `condition` holds.
+/// Polls until `condition` is true. Returns false after the deadline.
 inline bool eventually(const std::function<bool()>& condition) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
   while (!condition()) {
@@ -32,7 +32,7 @@ inline bool eventually(const std::function<bool()>& condition) {
   return true;
 }
 
-/// A domain that exists, on loopback.
+/// An existing domain on the loopback interface.
 class LoopbackDomain : public TessivarDDS::DDSDomain {
  public:
   explicit LoopbackDomain(int domainId, const std::function<void(TessivarDDS::DDSDomain&)>& configure = {}) {
@@ -42,7 +42,7 @@ class LoopbackDomain : public TessivarDDS::DDSDomain {
   }
 };
 
-/// Things that happened, in order, as texts.
+/// Events as texts, in their order.
 class Events {
  public:
   void add(const std::string& text) {
@@ -50,13 +50,13 @@ class Events {
     texts_.push_back(text);
     changed_.notify_all();
   }
-  /// Waits until so many have happened; takes everything.
+  /// Waits for `count` events, and removes all events.
   std::vector<std::string> take(std::size_t count) {
     std::unique_lock lock(mutex_);
     changed_.wait_for(lock, patience, [&] { return texts_.size() >= count; });
     return std::exchange(texts_, {});
   }
-  /// Waits until `text` has happened; takes it alone.
+  /// Waits for the event `text`, and removes only this event.
   bool happens(const std::string& text) {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, patience, [&] {

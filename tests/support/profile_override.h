@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// QoS profiles that override the shipped ones while a test runs.
+// QoS profiles that override the built-in profiles during a test.
 #pragma once
 
 #include "tessivar/platform/participant.h"
@@ -10,8 +10,8 @@
 
 namespace tessivar::testing {
 
-/// Gives every reader and writer of the named profiles ("LIBRARY::PROFILE") a latency budget of `budget` nanoseconds,
-/// which is how a test recognises them.
+/// Gives every reader and writer of the named profiles ("LIBRARY::PROFILE") a latency budget of `budget` nanoseconds. A
+/// test recognises them by this budget.
 class ProfileOverride {
  public:
   static constexpr DDS_UnsignedLong budget = 77;
@@ -41,7 +41,7 @@ class ProfileOverride {
   ProfileOverride(const ProfileOverride&) = delete;
   ProfileOverride& operator=(const ProfileOverride&) = delete;
 
-  /// True when the node has a reader or writer, and they have the budget.
+  /// Returns true if the node has a reader or writer, and all that it has have the budget.
   template <class Node>
   static bool reaches(const Node& node) {
     DDS_DataReaderQos reader;

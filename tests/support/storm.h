@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Many threads inside one object.
+// Calls one object from many threads.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
@@ -17,8 +17,8 @@ namespace tessivar::testing {
 
 typedef std::vector<std::function<void()>> Calls;
 
-/// Makes each of `changes` on two threads, again and again, and meanwhile `calls`, one after the other, on three more;
-/// until so many changes were made, or for at most five seconds. What is logged meanwhile is dropped.
+/// Calls each of `changes` repeatedly on two threads, and meanwhile all `calls`, one after the other, on three more
+/// threads. Ends after a number of changes, or after at most five seconds. Log lines are dropped meanwhile.
 inline void storm(int changes, const Calls& changing, const Calls& calls) {
   struct Silent : TessivarDDS::Logger {
     void log(int, const std::string&) override {}

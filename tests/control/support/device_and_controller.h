@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A device and a controller that talk to each other.
+// A device and a controller that communicate with each other.
 #pragma once
 
 #include "tests/control/support/listeners.h"
 
 namespace tessivar::testing {
 
-/// A node and a client, on a domain each, and what their listeners hear.
+/// A node and a client, each on its own domain, and the events of their listeners.
 class DeviceAndController : public ::testing::Test {
  protected:
   static constexpr int device_type = 7;
@@ -23,7 +23,7 @@ class DeviceAndController : public ::testing::Test {
     node_.attachDomain(&device_);
     client_.attachDomain(&controller_);
   }
-  /// Lets them meet. With `units` the node hears of these alone.
+  /// Creates both and waits for the match. With `units` the node receives only requests and interests for these units.
   void start(const std::vector<TessivarDDS::AddressEx>& units = {}) {
     attach();
     ASSERT_TRUE(units.empty() ? node_.create() : node_.create(units));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Listeners of a device and of a controller that note what they hear.
+// Listeners of a device and of a controller that record their calls.
 #pragma once
 
 #include "tessivar/control/client.h"
@@ -17,7 +17,7 @@ using Helper = TessivarDDS::TessivarMessageHelper;
 constexpr int control_domain = 90;
 inline const TessivarDDS::AddressEx camera(1, 2, 10), lamp(1, 2, 11);
 
-/// Answers with what `answer` gives.
+/// Replies with the result of `answer`.
 class DeviceListener : public TessivarDDS::TessivarNodeListener {
  public:
   typedef Tessivar::CommandChangeReply Reply;
@@ -45,7 +45,7 @@ class DeviceListener : public TessivarDDS::TessivarNodeListener {
   Events& events_;
 };
 
-/// Does what `during` says with each text that it has noted.
+/// Calls `during` with each text that it has recorded.
 class ControllerListener : public TessivarDDS::TessivarClientListener {
  public:
   explicit ControllerListener(Events& events) : events_(events) {}

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Samples for tests.
+// Functions that make samples for tests.
 #pragma once
 
 #include "tessivar/framework/pointers/dds_ptr.h"
@@ -20,7 +20,7 @@ inline TessivarDDS::DDSPtr<Tessivar::Command> command(const char* unit, unsigned
   return sample;
 }
 
-/// "UNIT/NUMBER=VALUE"
+/// Returns "UNIT/NUMBER=VALUE".
 inline std::string text(const Tessivar::Command& sample) {
   return std::string(sample.unitId) + '/' + std::to_string(sample.commandNumber) + '=' +
          std::to_string(sample.value._u.intValue);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// How a peer talks to the test that started it: one line in is a command, one line out beginning with "@ " an event.
+// How a peer communicates with its test: each input line is a command, each output line that begins with "@ " is an
+// event.
 #pragma once
 
 #include <sstream>
@@ -9,13 +10,13 @@
 
 namespace tessivar::testing {
 
-/// Has the library's messages written to standard output too, so that no two lines mix.
+/// Also writes the library's log to standard output, so that lines do not mix.
 void install_console();
 
-/// Writes one event at once. Any thread.
+/// Writes one event at once. Any thread may call it.
 void write_event(const std::string& text);
 
-/// The pieces, parted by blanks, as one event.
+/// Writes the words, separated by blanks, as one event.
 template <class... Pieces>
 void event(const Pieces&... pieces) {
   std::ostringstream line;
@@ -30,11 +31,11 @@ inline unsigned number(const std::string& text) {
   return static_cast<unsigned>(std::stoul(text));
 }
 
-/// What a peer does with the commands it is given.
+/// The role of a peer: executes commands.
 class Role {
  public:
   virtual ~Role() = default;
-  /// `words` begins with the command's name; true when it succeeded.
+  /// `words` begins with the command's name. Returns true if the command succeeded.
   virtual bool perform(const Words& words) = 0;
 };
 

@@ -74,7 +74,7 @@ class Controller : public Role, public RoutingClientListener {
     }
   }
 
-  /// False when it is not counting.
+  /// Returns false if it is not counting.
   bool count(std::size_t kind, const char* unit, unsigned matrix, unsigned index) {
     if (!counting_) return false;
     const std::lock_guard guard(lock_);

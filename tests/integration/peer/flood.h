@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Many requests under way at once, each of whose replies must find its own ticket.
+// Many pending requests at the same time. Each reply must find its own ticket.
 #pragma once
 
 #include "peer/console.h"
@@ -13,10 +13,10 @@
 
 namespace tessivar::testing {
 
-/// Keeps up to `window` of `count` requests under way. `begin(i)` sends the request for the value `i`, counted from
-/// `first`, and gives its ticket, or null when it has to be tried again; `complete(ticket)` retires it. The server
-/// echoes each value in its reply's text, so that a reply for somebody else shows. Reports "begun" when all are sent,
-/// and "flood COMPLETED LOST FOREIGN REFUSED"; true when all were answered.
+/// Keeps up to `window` of `count` requests pending. `begin(i)` sends the request for the value `i`, counted from
+/// `first`, and returns its ticket, or null if it must be repeated. `complete(ticket)` removes the ticket. The server
+/// copies each value to its reply's text, so that a reply to another request is detected. Reports "begun" after the
+/// last request was sent, and "flood COMPLETED LOST FOREIGN REFUSED". Returns true if all requests got replies.
 template <class Begin, class Complete>
 bool flood(unsigned first, unsigned count, unsigned window, Begin begin, Complete complete) {
   using Clock = std::chrono::steady_clock;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// bus_peer device|client|router|controller DOMAIN [type=N] [allow=N,…]: one process on the bus that a test
-// commands line by line.
+// bus_peer device|client|router|controller DOMAIN [type=N] [allow=N,…]: one process on the bus. A test sends it
+// commands, one in each line.
 #include "peer/console.h"
 #include "peer/roles.h"
 #include "tessivar/framework/domain/dds_domain.h"
@@ -61,7 +61,7 @@ void serve(Role& role) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  setenv("DDS_ALLOWED_INTERFACES", "lo", 0);  // on a real network only when somebody says so
+  setenv("DDS_ALLOWED_INTERFACES", "lo", 0);  // other networks only if the environment names them
   install_console();
   try {
     const Words arguments(argv + 1, argv + argc);

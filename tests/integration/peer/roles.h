@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The parts a peer can play. Each does what the test tells it to and reports what it hears.
+// The roles of a peer. Each role executes the commands of the test and reports its events.
 #pragma once
 
 #include "peer/console.h"
@@ -14,7 +14,7 @@ class DDSDomain;
 
 namespace tessivar::testing {
 
-/// What a device answers to the next requests, said at any time.
+/// How a device replies to the next requests. May be changed at any time.
 class Answer {
  public:
   bool set(const Words& words) {
@@ -32,15 +32,15 @@ class Answer {
   Words answer_ = {"complete"};
 };
 
-/// A device of the control family, with QoS profiles when NDDS_QOS_PROFILES names any.
+/// A device of the control family. Uses QoS profiles if NDDS_QOS_PROFILES is set.
 /// Commands: unit ADDRESS NAME · remove ADDRESS · value ADDRESS NUMBER INT · metadata ADDRESS NUMBER NAME ·
 /// dispose ADDRESS NUMBER · filter ADDRESS… · stream PERIOD_MS ADDRESS… (counts up command 1 of each, until the next
 /// stream) · answer complete|echo|refuse REASON|none|throw|progress COUNT PERIOD_MS.
 /// Events: request ADDRESS NUMBER INT · interest ADDRESS MIN MAX · interest-removed ADDRESS MIN MAX.
 std::unique_ptr<Role> make_device(TessivarDDS::DDSDomain* domain);
 
-/// A controller of the control family, with QoS profiles when NDDS_QOS_PROFILES names any.
-/// Commands: create (made by itself, so that interest can be registered before) · interest ADDRESS [MIN MAX] ·
+/// A controller of the control family. Uses QoS profiles if NDDS_QOS_PROFILES is set.
+/// Commands: create (a command of its own, so that interest can be registered before) · interest ADDRESS [MIN MAX] ·
 /// no-interest ADDRESS [MIN MAX] ·
 /// match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER COUNT WINDOW ·
 /// counts.

@@ -21,7 +21,7 @@ DDSPtr<Sample> make(const std::string& unit) {
   return sample;
 }
 
-/// A source, destination or association.
+/// Publishes a source, destination or association.
 template <class Sample>
 bool publish(DDSRouterNode<Sample>* node, const std::string& unit, unsigned matrix, unsigned index,
              const std::string& name) {

@@ -42,7 +42,7 @@ int exit_code(int status) {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments, std::string event_mark)
     : event_mark_(std::move(event_mark)) {
-  std::signal(SIGPIPE, SIG_IGN);  // a child that died shows as a failing send
+  std::signal(SIGPIPE, SIG_IGN);  // a write to a child that has ended then returns an error
   std::vector<char*> argv;
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A process of our own that a test starts, talks to line by line, stops, continues and kills.
+// A child process that a test starts, stops, continues and kills, with commands and events as lines.
 #pragma once
 
 #include <chrono>
@@ -19,11 +19,12 @@ namespace tessivar::testing {
 
 /// Runs one program with its standard input, output and error on pipes.
 ///
-/// A line of its output that begins with the mark is an event; every other line is its log, kept for failure messages.
-/// One test thread at a time. The process ends with this object, whatever state it is in, and with the test program.
+/// An output line that begins with the mark is an event. Every other line is stored as its log, for failure messages.
+/// Only one test thread may use it at a time. The process ends with this object, in every state, and with the test
+/// program.
 class ChildProcess {
  public:
-  /// `arguments` begins with the program's path. Throws std::runtime_error when the process cannot be started.
+  /// `arguments` begins with the program's path. Throws std::runtime_error if the process cannot be started.
   explicit ChildProcess(const std::vector<std::string>& arguments, std::string event_mark = "@ ");
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -31,25 +32,26 @@ class ChildProcess {
 
   pid_t pid() const { return pid_; }
 
-  /// Writes one line to its standard input; false when it no longer reads.
+  /// Writes one line to its standard input. Returns false if the process no longer reads.
   bool send(std::string_view line);
 
-  /// The first event not taken yet that begins with `prefix`, without the mark; other events stay for later calls.
-  /// Nothing when none comes in time or the process closes its output.
+  /// Returns and removes the first event that begins with `prefix`, without the mark. Other events stay for later
+  /// calls. Returns nothing if no such event comes in time, or if the process closes its output.
   std::optional<std::string> event(std::string_view prefix, std::chrono::milliseconds timeout = default_timeout);
-  /// Events not taken yet that begin with `prefix`; takes them, without waiting.
+  /// Returns and removes the events that begin with `prefix`. Does not wait.
   std::vector<std::string> events(std::string_view prefix);
 
-  /// Sends a signal to this process alone. Returns after SIGSTOP when the process has stopped.
+  /// Sends a signal to this process only. SIGSTOP: returns when the process has stopped.
   void signal(int number) const;
-  /// Its exit code, or 128 and the number of the signal that ended it; nothing while it runs on past the deadline.
+  /// Returns its exit code, or 128 plus the number of the signal that ended it. Returns nothing if it still runs after
+  /// the deadline.
   std::optional<int> wait(std::chrono::milliseconds timeout = default_timeout);
   void kill();
 
-  /// Everything it has written so far, for messages.
+  /// Returns all of its output so far, for messages.
   std::string transcript() const;
 
-  /// Long enough for a loaded machine; no test waits that long unless it fails.
+  /// Long enough for a loaded machine. Only a failing test waits that long.
   static constexpr std::chrono::milliseconds default_timeout{30000};
 
  private:

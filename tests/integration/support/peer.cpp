@@ -30,7 +30,7 @@ ChildProcess example(const std::string& name, const std::vector<std::string>& ar
 }
 
 int own_domain() {
-  // Claimed by a socket's name, which is free again however this process ends.
+  // Reserved with the name of a socket, which the system releases when this process ends.
   static const int claimed = [] {
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     for (int i = ::getpid();; ++i) {
