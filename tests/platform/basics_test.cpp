@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the rest is built on: sequences, the log and threads.
+// Tests the basis of the platform: sequences, the log and threads.
 #include "support/bus.h"
 #include "tessivar/platform/osapi.h"
 
@@ -14,7 +14,7 @@ using namespace tessivar::platform;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// Of structures with strings: what they own is seen by the leak checker.
+/// Sequences of structures with strings. The leak checker tests the ownership of the strings.
 class SequenceTest : public testing::Test {
  protected:
   SequenceTest() {
@@ -43,7 +43,7 @@ TEST_F(SequenceTest, TellsWhyItFailsAndStaysAsItIs) {
   check(CommandSeq_get_reference(&commands, 3), "CommandSeq_get_reference: index out of bounds");
   check(CommandSeq_get(&commands, -1).unitId, "CommandSeq_get: index out of bounds");
   EXPECT_EQ(commands.length(), 3);
-  commands[7].commandNumber = 9;  // one of nobody
+  commands[7].commandNumber = 9;  // an index out of range: the write has no effect
   EXPECT_EQ(commands[7].commandNumber, 0u);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What cannot be done within a callback of the platform is refused there; nothing hangs.
+// Tests that calls that would hang in a callback of the platform are refused there.
 #include "support/bus.h"
 
 #include <atomic>
@@ -10,7 +10,7 @@
 namespace platform_test {
 namespace {
 
-/// Tries everything in each callback, once.
+/// Makes every call once in each callback.
 struct Trying : DDSDataReaderListener, DDSContentFilter {
   typedef std::map<std::string, DDS_ReturnCode_t> Results;
 
@@ -63,7 +63,7 @@ TEST(Callbacks, RefuseWhatTheEngineWouldWaitForForEver) {
   LogLines log;
   Trying trying;
   {
-    Side side;  // whose reader and writer match each other
+    Side side;  // its reader and writer match each other
     trying.side = &side;
     trying.writer = side.writer();
     ASSERT_EQ(side.participant->register_contentfilter("trying", &trying), DDS_RETCODE_OK);

@@ -17,7 +17,7 @@ class WaitSetTest : public testing::Test {
     for (DDS_Long i = 0; i < conditions.length(); ++i) result.push_back(conditions[i]);
     return result;
   }
-  /// What was triggered; nothing after a timeout.
+  /// Returns the triggered conditions; nothing after a timeout.
   std::vector<DDSCondition*> wait(const DDS_Duration_t& timeout = patience) {
     DDSConditionSeq active;
     const DDS_ReturnCode_t result = wait_set.wait(active, timeout);
@@ -46,7 +46,7 @@ TEST_F(WaitSetTest, WaitsItsTimeWhenItIsEmptyAndWakesForWhatIsAttachedThen) {
   EXPECT_THAT(wait({0, 50000000}), SizeIs(0));
   EXPECT_GE(std::chrono::steady_clock::now() - begin, 50ms);
   DDSGuardCondition guard;
-  // Only one thread waits at a time: this one times out until the other has begun to.
+  // Only one thread may wait at a time. This loop ends when the other thread has started to wait.
   auto waiting = std::async(std::launch::async, [&] {
     while (wait_set.wait(woken, patience) == DDS_RETCODE_PRECONDITION_NOT_MET) continue;
   });

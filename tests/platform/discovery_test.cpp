@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Remote participants: what is told of them, how to keep one out, and what becomes of one that is killed or paused.
+// Tests remote participants: notifications, how to ignore a participant, and participants that are killed or paused.
 #include "support/peer.h"
 #include "tessivar/platform/engine/engine.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 using testing::Each;
 
-/// Notes whom its participant discovers, and ignores those with the name "unwanted".
+/// Records the participants that its participant discovers, and ignores those with the name "unwanted".
 class Watcher : public DDSDataReaderListener {
  public:
   explicit Watcher(Side& side) : participant_(*side.participant) {
@@ -35,7 +35,7 @@ class Watcher : public DDSDataReaderListener {
       if (seen_.back() == "unwanted") participant_.ignore_participant(infos[i].instance_handle);
     }
   }
-  /// The name of one that came, or "an end"
+  /// `event` is the name of a new participant, or "an end".
   bool saw(const std::string& event, std::chrono::milliseconds limit = 20s) {
     return eventually(
         [&] {
@@ -63,7 +63,7 @@ TEST(Discovery, OneThatIsIgnoredWhenItAppearsNeverGetsThrough) {
     unwanted.reader();
     write(wanted.writer(), 2);
     ASSERT_TRUE(watcher.saw("unwanted"));
-    ASSERT_TRUE(eventually([&] { return matches(reader).total_count == round + 2; }));  // its own writer is one
+    ASSERT_TRUE(eventually([&] { return matches(reader).total_count == round + 2; }));  // its own writer is one of them
     EXPECT_EQ(reader->wait_for_historical_data(patience), DDS_RETCODE_OK);
     EXPECT_THAT(numbers(take(reader, 1)), Each(2u));
   }
@@ -80,9 +80,9 @@ TEST(Discovery, OneThatIsIgnoredLaterGoesAndStaysAway) {
   ASSERT_TRUE(matched(writer) && matched(reader));
   EXPECT_EQ(side.participant->ignore_participant(DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
   EXPECT_EQ(side.participant->ignore_participant(other.participant->get_instance_handle()), DDS_RETCODE_OK);
-  // It is told, and does not wait for somebody who does not listen.
+  // The ignored participant is notified, and the writer does not wait for its acknowledgments.
   ASSERT_TRUE(matched(writer, 0) && matched(reader, 0));
-  std::this_thread::sleep_for(100ms);  // for several of its announcements
+  std::this_thread::sleep_for(100ms);  // enough time for several announcements
   for (int i = 0; i < 100; ++i) EXPECT_EQ(write(writer, 1), DDS_RETCODE_OK);
   write(third.writer(), 2);
   EXPECT_THAT(numbers(take(reader, 1)), Each(2u));
@@ -90,7 +90,7 @@ TEST(Discovery, OneThatIsIgnoredLaterGoesAndStaysAway) {
   EXPECT_EQ(matches(writer).total_count, 1);
 }
 
-/// Needs the participant that it is told for, as one that wants to ignore does.
+/// Needs the participant that reports the event, as a listener that wants to ignore does.
 struct Expecting final : tessivar::platform::EngineParticipantEvents {
   void participant_seen(const DDS_ParticipantBuiltinTopicData&, const DDS_InstanceHandle_t&, bool) override {
     if (!eventually([&] { return created.load(); }, 5s)) in_vain = true;
@@ -133,8 +133,8 @@ struct Pause {
   std::chrono::milliseconds length;
 };
 
-/// The peer is usable again within one lease, in both directions, without a restart; and what was written meanwhile
-/// comes from the history.
+/// The peer is usable again within one lease, in both directions and without a restart. Samples of the pause arrive
+/// from the history.
 void pause_and_continue(const Pause& pause) {
   const std::string topic = own_topic(pause.name);
   DDS_DomainParticipantQos qos = loopback_qos();
@@ -165,7 +165,7 @@ void pause_and_continue(const Pause& pause) {
   std::this_thread::sleep_for(pause.length);
   peer.signal(SIGCONT);
   EXPECT_TRUE(!pause.history || comes(reader, 3, 2, lease)) << pause.name;
-  // One that was not missed stays connected all the time; either way it holds a lease later.
+  // A peer that was not lost stays connected all the time. In both cases the connection works one lease later.
   usable(3, lease);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Content filters, and what a change of their parameters brings while data flows.
+// Tests content filters, and changes of their parameters while data flows.
 #include "support/bus.h"
 
 #include <atomic>
@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-/// Lets commands through whose value is at least the first parameter; throws at the value 13.
+/// Accepts commands whose value is at least the first parameter. Throws at the value 13.
 class AtLeast : public DDSContentFilter {
  public:
   DDS_ReturnCode_t compile(void** data, const char*, const DDS_StringSeq& parameters, const DDS_TypeCode*, const char*,
@@ -48,7 +48,7 @@ class FilterTest : public testing::Test {
                                     const std::vector<std::string>& parameters, const char* by = "at least") {
     return participant.create_contentfilteredtopic_with_filter(name, related, expression, strings(parameters), by);
   }
-  /// `again`: history comes again when the parameters change.
+  /// If `again` is true, the history arrives again after a change of the parameters.
   CommandDataReader* reader(bool again, DDSDataReaderListener* listener = nullptr) {
     auto qos = reliable<DDS_DataReaderQos>();
     DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.data_reader.state.filter_redundant_samples",
@@ -152,7 +152,7 @@ TEST_F(FilterTest, HistoryComesForWhatIsNewWhileTheRestStaysAndFiguresGoOn) {
   polling.join();
   EXPECT_EQ(missing, 0);
 
-  // Live data follows; an end that nobody had read yet is still told of after the next change; loans stay valid.
+  // Live data follows. An unread end of an instance is still reported after the next change. Loans stay valid.
   write(writer, 95, 95);
   EXPECT_THAT(numbers(reads(1)), ElementsAre(95u));
   DDS_SampleBufferI lent;
@@ -174,7 +174,7 @@ TEST_F(FilterTest, HistoryComesForWhatIsNewWhileTheRestStaysAndFiguresGoOn) {
   some->set_listener(nullptr, DDS_STATUS_MASK_NONE);
 }
 
-/// The type of the commands, with a decoder that fails while memory is said to be short.
+/// The type of the commands, with a decoder that can simulate a failure for lack of memory.
 struct ForgetfulType : PRESTypePlugin {
   ForgetfulType() : PRESTypePlugin(original) {
     static CommandSupport support;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Coming and going of what the engine keeps for us: nothing is left behind, nothing is forgotten too early.
+// Tests the creation and deletion of the engine's resources: no leak, and no early release.
 #include "support/bus.h"
 
 #include <filesystem>
@@ -37,7 +37,7 @@ TEST(Lifecycle, NothingGrowsOverManyRounds) {
   [[maybe_unused]] const long pages = resident_pages();
   rounds(200);
   EXPECT_EQ(threads_and_files(), before);
-#ifndef TESSIVAR_SANITIZED  // they keep what was freed
+#ifndef TESSIVAR_SANITIZED  // sanitizers keep freed memory
   EXPECT_LT(resident_pages(), pages + 1024);
 #endif
 }

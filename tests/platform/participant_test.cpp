@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Participants: what their configuration means, and the making and deleting of what they contain.
+// Tests participants: their configuration, and the creation and deletion of the entities in them.
 #include "support/bus.h"
 #include "tessivar/platform/cyclone/configuration.h"
 #include "tessivar/platform/cyclone/network/network.h"
@@ -17,7 +17,7 @@ using testing::Not;
 
 TEST(Configuration, PeersAreReadInAllTheirForms) {
   const std::pair<const char*, const char*> cases[] = {
-      // its <address>, or why it is refused
+      // the peer, and its <address> or the reason for a refusal
       {"builtin.udpv4://studio-1:7410", "<studio-1:7410>"},
       {"4@builtin.udpv4://10.1.2.3", "<10.1.2.3>"},
       {"2@builtin.shmem://", "<>"},
@@ -152,7 +152,7 @@ TEST(Participant, TopicsHaveNamesOfTheirOwnAndTheTypeThatIsRegistered) {
   EXPECT_EQ(create("Other", "Unknown"), nullptr);
   EXPECT_EQ(log.lines().size(), 4u);
   EXPECT_EQ(Tessivar::UnitTypeSupport::register_type(participant, "Command"), DDS_RETCODE_PRECONDITION_NOT_MET);
-  for (const char* name : {"One.Name", "One_Name", ".."}) {  // the engine takes no dots
+  for (const char* name : {"One.Name", "One_Name", ".."}) {  // the engine refuses names with dots
     side.topic = create(name, "Command");
     CommandDataReader* reader = side.reader();
     write(side.writer(), 1);

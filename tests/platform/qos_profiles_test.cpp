@@ -15,7 +15,7 @@ using testing::FieldsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-/// In an empty working directory.
+/// Runs in an empty working directory.
 class QosProfilesTest : public testing::Test {
  protected:
   QosProfilesTest() {
@@ -30,13 +30,13 @@ class QosProfilesTest : public testing::Test {
   }
   static void write(const std::string& file, const std::string& text) { std::ofstream(file) << text; }
   bool load() { return profiles.load(policy, error); }
-  /// Library "l" with these profiles, from a string.
+  /// Loads library "l" with these profiles, from a string.
   bool load(const std::string& text) {
     policy = DDS_ProfileQosPolicy();
     policy.string_profile = strings({"<dds><qos_library name='l'>" + text + "</qos_library></dds>"});
     return load();
   }
-  /// The depth of a topic's history in profile "l::p"; -1 when there is none.
+  /// Returns the depth of a topic's history in profile "l::p", or -1 if there is none.
   DDS_Long depth(const char* profile = "p") {
     DDS_TopicQos qos;
     return profiles.topic("l", profile, qos, error) ? qos.history.depth : -1;
@@ -49,7 +49,7 @@ class QosProfilesTest : public testing::Test {
   std::string error;
 };
 
-/// Profile "l::p", whose topic depth tells where it came from.
+/// Returns profile "l::p". Its topic depth identifies the source.
 std::string with_depth(int depth) {
   return "<dds><qos_library name='l'><qos_profile name='p'><topic_qos><history><depth>" + std::to_string(depth) +
          "</depth></history></topic_qos></qos_profile></qos_library></dds>";
@@ -152,7 +152,7 @@ TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
   const std::string good =
       "<qos_profile name='good'><topic_qos><history><depth>9</depth></history></topic_qos></qos_profile>";
   const std::pair<const char*, const char*> cases[] = {
-      // in topics; the second line is wrong
+      // in topics; the mistake is in the second line
       {"<topic_qos>\n<histroy/></topic_qos>", "unknown element <histroy> in <topic_qos>"},
       {"<topic_qos><history>\n<kind>KEEP\n&#13;ALL</kind></history></topic_qos>",
        "\"KEEP  ALL\" is no value of <kind>, which takes KEEP_LAST_HISTORY_QOS, KEEP_ALL_HISTORY_QOS"},
@@ -208,7 +208,7 @@ TEST_F(QosProfilesTest, ASourceThatCannotBeUsedIsLeftOutAndTold) {
   }
 }
 
-/// The factory's profile sources, which go back to what they were.
+/// Restores the factory's profile sources at the end.
 class DefaultProfileTest : public QosProfilesTest {
  protected:
   DefaultProfileTest() { factory().get_qos(before); }

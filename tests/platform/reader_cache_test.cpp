@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a reader's cache makes of the samples of one source and of two.
+// Tests how a reader's cache handles the samples of one source and of two sources.
 #include "tessivar/platform/reader/reader_cache.h"
 
 #include "support/bus.h"
@@ -15,7 +15,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-/// The encoding of a command, as it would be received.
+/// The encoding of a command, as it is received.
 struct Encoding : EncodedSample {
   Encoding(DDS_UnsignedLong number, DDS_Long value) : EncodedSample() {
     const Command sample = command(number, value);
@@ -45,7 +45,8 @@ class ReaderCacheTest : public testing::Test {
   ReaderCacheTest() { cache.set_source(1); }
 
   static KeyHash hash(DDS_UnsignedLong number) { return key_hash_of(Encoding(number, 0).key_hash); }
-  /// A sample of `writer` written at `time`; without data it carries `state` only. Returns whether it was news.
+  /// Inserts a sample of `writer` with the source timestamp `time`. Without `data` it has only a state. Returns true if
+  /// it was new.
   bool insert(ReaderCache::Source source, DDS_UnsignedLong number, std::int64_t time,
               DDS_InstanceStateKind state = alive, bool data = true, std::uint8_t writer = 1,
               std::int64_t lifespan = never) {
@@ -65,7 +66,7 @@ class ReaderCacheTest : public testing::Test {
     cache.access(selection, cache.count(selection, -1), slots, loan);
     return slots;
   }
-  /// The times of the samples that are new.
+  /// Returns the times of the unread samples.
   std::vector<std::int64_t> news() {
     std::vector<std::int64_t> times;
     for (const EngineSlot& slot : access(false)) times.push_back(to_nanoseconds(slot.info.source_timestamp));
@@ -109,7 +110,7 @@ TEST_F(ReaderCacheTest, TwoSourcesAreHeardAsOne) {
   insert(1, 2, 10);
   insert(1, 3, 10);
   insert(1, 4, 10, alive, true, 1);
-  insert(1, 4, 5, alive, true, 2);  // whose clock is slow
+  insert(1, 4, 5, alive, true, 2);  // its clock is slow
   EXPECT_EQ(access(true).size(), 5u) << "taken or not, it was told";
   insert(1, 6, 10);
   insert(1, 6, 20);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Reading, taking and what a reader knows of its instances.
+// Tests read and take, and the information that a reader has about its instances.
 #include "support/bus.h"
 
 #include <atomic>
@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-/// Reader and writer in one participant: what is written is there when the write returns.
+/// Reader and writer in one participant: a sample has arrived when the write returns.
 class ReaderTest : public testing::Test {
  protected:
   LogLines log;
@@ -61,7 +61,7 @@ TEST_F(ReaderTest, SelectsByConditionsAndInstances) {
   selection.instance = reader->lookup_instance(command(3));
   ASSERT_EQ(access(reader, selection, received), DDS_RETCODE_OK);
   EXPECT_THAT(numbers(received), ElementsAre(3u, 3u));
-  // Each once, also when an end that was handed out, or taking, makes them go.
+  // Each sample once, also if a read end or a take removes instances.
   for (const int round : {0, 1, 2}) {
     const DDS_Boolean take = round == 2;
     if (round == 1)
@@ -100,7 +100,7 @@ TEST_F(ReaderTest, KnowsAnInstanceUntilTheLastOfItIsTaken) {
   EXPECT_EQ(reader->get_key_value(*key, handle), DDS_RETCODE_BAD_PARAMETER);
   CommandSupport::delete_data(key);
 
-  write(writer, 9);  // born again, and taken sample by sample
+  write(writer, 9);  // a new life of the instance, taken sample by sample
   write(writer, 9);
   dispose(writer, 9);
   access(reader, taking(1), received);
@@ -120,7 +120,7 @@ TEST_F(ReaderTest, DoesNotHearOfTheEndOfWhatItNeverSaw) {
   EXPECT_THAT(numbers(take(late, 1)), Each(2u));
 }
 
-/// The type of the commands, with an encoder that spoils the value 13 and a decoder that refuses 14.
+/// The type of the commands, with an encoder that damages the value 13 and a decoder that refuses 14.
 struct CarefulType : PRESTypePlugin {
   CarefulType() : PRESTypePlugin(original) {
     static CommandSupport support;
@@ -220,7 +220,7 @@ TEST_F(ReaderTest, CallsEndWithIt) {
     CommandDataReader* mine = side.reader(DDS_DataReaderQos(), listener.get());
     EXPECT_TRUE(eventually([&] { return matches(mine).current_count == 3 && listener->ended > 50; }));
     EXPECT_EQ(side.participant->delete_datareader(mine), DDS_RETCODE_OK);
-    listener.reset();  // a call that came later would not find it
+    listener.reset();  // a later call would use a deleted listener
   }
   stop = true;
   writing.join();

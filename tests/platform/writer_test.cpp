@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Writing: instances, refusals, batches, when a writer blocks, and what it leaves for late joiners.
+// Tests writing: instances, refusals, batches, blocking, and the history for late joiners.
 #include "support/peer.h"
 
 #include <algorithm>
@@ -74,7 +74,7 @@ TEST_F(WriterTest, RefusesWhatCannotBeWrittenWithOneLine) {
           "Tessivar::Command.value.stringValue has more than 64 characters: \"xxxx");
   too_long.value._d = static_cast<Tessivar::CommandType>(9);
   refused(writer->write(too_long, nil), "Command.value._d is 9, which is no enumerator of Tessivar::CommandType");
-  bad_key.value = too_long.value;  // not a part of the key
+  bad_key.value = too_long.value;  // not part of the key
   refused(writer->dispose(bad_key, nil), "the key cannot be encoded: Tessivar::Command.unitId has more than 64");
   refused(writer->write(good, other), "the handle is another instance's");
   refused(writer->write_w_timestamp(good, nil, {1, 1000000000}), "not a valid time");
@@ -142,8 +142,8 @@ TEST_F(BatchTest, IsHeldBackUntilItIsFlushedFullOrItsDelayIsOver) {
   CommandDataWriter* limited[] = {batched(DDS_DURATION_INFINITE, 100), batched(DDS_DURATION_INFINITE, any, 5),
                                   batched({0, 30000000})};
   ASSERT_TRUE(matched(reader, 5) && matched(writer) && matched(endless));
-  // The first sample goes at once, with a heartbeat, and a reader asks for what it misses after some milliseconds: a
-  // slow machine may need several tries to see that the others were not sent.
+  // The first sample is sent at once, with a heartbeat, and a reader requests missing samples after some milliseconds.
+  // On a slow machine several attempts may be necessary to see that the other samples were not sent.
   bool held_back = false;
   for (int attempt = 0; attempt < 50 && !held_back; ++attempt) {
     for (DDS_UnsignedLong i = 0; i < 10; ++i) write(endless, i);

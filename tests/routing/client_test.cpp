@@ -31,7 +31,7 @@ DDSPtr<Sample> make(const std::string& unit, unsigned index = 0) {
   return sample;
 }
 
-/// Notes what it hears, and does what `during` says with the text.
+/// Records its calls as texts, and calls `during` with each text.
 class Listener : public RoutingClientListener {
  public:
   explicit Listener(Events& events) : events_(events) {}
@@ -79,7 +79,7 @@ class RoutingClientOnBus : public Test,
     client_.attachDomain(&client_domain_);
     client_.attachListener(&listener_, false);
   }
-  /// A device, and a client that hears of everything.
+  /// Starts a device, and a client that subscribes to all routers.
   void start() {
     start_device();
     ASSERT_TRUE(client_.create() && client_.subscribe({}));
@@ -100,7 +100,7 @@ class RoutingClientOnBus : public Test,
     reply->result = COMPLETE;
     return reply;
   }
-  /// Agrees to protect what is asked for on levels 0 and 2 alone.
+  /// Agrees only to protect a destination on the levels 0 and 2.
   DestinationChangeReply* processRequest(const DestinationChangeRequest* request) override {
     const auto& mask = request->level_mask;
     const bool agreed = request->newValue.protect && mask.length() == 3 && mask[0] && !mask[1] && mask[2];
@@ -108,7 +108,7 @@ class RoutingClientOnBus : public Test,
     reply->result = agreed ? COMPLETE : FAILED;
     return reply;
   }
-  /// Publishes, hears of it, withdraws, and hears of that.
+  /// Publishes a sample, waits for its event, disposes it, and waits for the event of its end.
   template <class NodeOfSamples, class Sample>
   bool comesAndGoes(NodeOfSamples& node, const DDSPtr<Sample>& sample, const std::string& what, const char* gone) {
     return tells(node, sample, what) && node.dataWriter()->dispose(*sample, DDS_HANDLE_NIL) == DDS_RETCODE_OK &&
@@ -148,7 +148,7 @@ TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce)
   client_.cleanUp();
   attach();
   EXPECT_TRUE(client_.create() && client_.subscribe({}));
-  // Nobody is there who could set a route.
+  // No router can set the route.
   for (unsigned short id = 1; id <= 2; ++id) {
     DDSPtr<RoutingClient::Ticket> ticket = client_.beginSetRoute(route_);
     ASSERT_TRUE(ticket && ticket->received);
@@ -200,7 +200,7 @@ class Subscription : public RoutingClientOnBus {
     for (const unsigned unit : units) addresses.emplace_back(address(unit).c_str());
     return client_.subscribe(addresses);
   }
-  /// One sample of each kind.
+  /// Publishes one sample of each kind.
   void publish(unsigned unit, unsigned index) {
     EXPECT_TRUE(device_.sourcesNode()->writeSample(make<Source>(address(unit), index)) &&
                 device_.destinationsNode()->writeSample(make<Destination>(address(unit), index)) &&
@@ -238,7 +238,7 @@ class Subscription : public RoutingClientOnBus {
     forEachReader(unit, [&](auto& reader, const auto& handle) { readers += reader.is_alive_untypedI(handle) ? 1 : 0; });
     return readers;
   }
-  /// Those in which a sample can be read that has been reported.
+  /// Returns the number of readers with a sample that was already reported.
   int readersThatGive(unsigned unit) {
     int readers = 0;
     forEachReader(unit, [&](auto& reader, const auto& handle) {
@@ -250,7 +250,7 @@ class Subscription : public RoutingClientOnBus {
     });
     return readers;
   }
-  /// Waits until the readers hold the state of these units, and that alone.
+  /// Waits until the readers hold the state of exactly these units.
   void awaitState(const Units& units) {
     for (const unsigned unit : all) {
       EXPECT_TRUE(eventually([&] { return readersThatHold(unit) == (units.contains(unit) ? 5 : 0); }));
@@ -300,7 +300,7 @@ TEST_F(Subscription, ChangesWithoutAGapAndReportsOnlyWhatIsNew) {
     EXPECT_THAT(events_.take(news.size()), UnorderedElementsAreArray(news));
     for (const unsigned unit : only(before, after, false)) publish(unit, marker);
     for (const unsigned unit : after) {
-      publish(unit, marker);  // whatever is reported again comes before it
+      publish(unit, marker);  // an event for a repeated report would come before this event
       append(markers, reports(marker));
     }
     EXPECT_THAT(events_.take(markers.size()), UnorderedElementsAreArray(markers));

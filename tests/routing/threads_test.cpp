@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Other threads call every public function while clients and services are created and cleaned up.
+// Tests that other threads call every public function while clients and services are created and cleaned up.
 #include "tessivar/routing/client.h"
 #include "tessivar/routing/services.h"
 #include "tests/support/loopback.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Encoding's own rules: what is refused, what is kept.
+// Tests special rules of the encodings: refused values and kept values.
 #include "tests/types/support/encoding.h"
 
 #include "tessivar/types/command/command.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Calls with each of their allocations failing in turn: each succeeds or says that memory is short, the next one works,
-// and nothing is lost.
+// Tests calls while each of their allocations fails in turn. A call succeeds or reports that memory is short, the next
+// call works, and nothing is lost.
 #include "tests/platform/support/bus.h"
 #include "tests/types/support/memory.h"
 
@@ -18,9 +18,9 @@ using testing::ElementsAre;
 using types_test::FailingAllocations;
 
 constexpr DDS_Long all = DDS_LENGTH_UNLIMITED;
-constexpr int most_allocations = 500;  // of one call
+constexpr int most_allocations = 500;  // for one call
 
-/// Lets commands through whose text is at least as long as the parameter.
+/// Accepts commands whose text is at least as long as the parameter.
 struct AtLeast : DDSContentFilter {
   DDS_ReturnCode_t compile(void** data, const char*, const DDS_StringSeq& parameters, const DDS_TypeCode*, const char*,
                            void*) override {
@@ -34,7 +34,7 @@ struct AtLeast : DDSContentFilter {
   void finalize(void*) override {}
 };
 
-/// Reader and writer share a participant: what is written is there when the write returns.
+/// Reader and writer share a participant: a sample has arrived when the write returns.
 class NoMemory : public testing::Test {
  protected:
   NoMemory() {
@@ -43,12 +43,12 @@ class NoMemory : public testing::Test {
                                              "0", DDS_BOOLEAN_FALSE);
   }
   ~NoMemory() override {
-    side.participant->delete_contained_entities();  // with the topic that uses the filter
+    side.participant->delete_contained_entities();  // also the topic that uses the filter
     CommandTypeSupport::delete_data(sample);
   }
 
-  /// `call` is called after `prepare` with one allocation failing, then with all from that one on; when that made it
-  /// fail, once more with memory.
+  /// Calls `prepare` and then `call` with one failing allocation, and also with all later allocations failing. If the
+  /// call has failed, it is repeated with memory.
   void fail_each(
       const char* name, const std::function<DDS_ReturnCode_t()>& call, const std::function<void()>& prepare = [] {}) {
     for (const auto which : {FailingAllocations::Which::one, FailingAllocations::Which::all_later}) {
@@ -57,7 +57,7 @@ class NoMemory : public testing::Test {
         ASSERT_LT(n, most_allocations) << name;
         prepare();
         DDS_ReturnCode_t result = DDS_RETCODE_ERROR;
-        std::thread([&] {  // which has no memory of its own yet
+        std::thread([&] {  // a new thread has no cached memory
           const FailingAllocations failing(n, which);
           result = call();
           failed = failing.happened();
@@ -73,7 +73,7 @@ class NoMemory : public testing::Test {
       }
     }
   }
-  /// A command of an instance of its own, with a text of 1 to 60 characters.
+  /// A command of a new instance, with a text of 1 to 60 characters.
   const Command& next_command() {
     number = ++commands;
     sample->commandNumber = number;
@@ -86,7 +86,7 @@ class NoMemory : public testing::Test {
     return side.participant->create_contentfilteredtopic_with_filter("Filtered", side.topic, "text",
                                                                      platform_test::strings({at_least}), "at least");
   }
-  /// The numbers of all samples that are there.
+  /// Takes all samples, and returns their numbers in order.
   static std::vector<DDS_UnsignedLong> received(CommandDataReader* from) {
     std::vector<DDS_UnsignedLong> result = platform_test::numbers(platform_test::take(from));
     std::sort(result.begin(), result.end());
@@ -225,7 +225,7 @@ TEST_P(NoMemoryToRead, LosesNothing) {
     for (int n = 0; failed; ++n) {
       SCOPED_TRACE(n);
       ASSERT_LT(n, most_allocations);
-      // A reader and sequences without memory of their own; the end of an instance and samples of others.
+      // A reader and sequences that have no memory yet. The end of an instance and samples of other instances.
       reader = side.reader(reliable<DDS_DataReaderQos>(false));
       unread = reader->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
       CommandSeq samples(form.own_sequences ? count : 0);

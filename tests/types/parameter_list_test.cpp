@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Lists of parameters as other implementations write them: what each reads as, or that it is refused.
+// Tests parameter lists of other implementations: the decoded values, or the refusal.
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/logging/logging.h"
 #include "tests/types/support/any_type.h"
@@ -13,7 +13,7 @@
 namespace types_test {
 namespace {
 
-/// Calls `test(octets, reads)` for each list of that name; `reads` is null for one that is refused.
+/// Calls `test(octets, reads)` for each list with that name. `reads` is null for a list that must be refused.
 template <class Test>
 void for_lists(const char* name, const std::string& before, const std::string& after, Test&& test) {
   const json lists = json::parse(std::ifstream(TESSIVAR_TEST_DATA "/parameter_lists.json"));
@@ -23,7 +23,7 @@ void for_lists(const char* name, const std::string& before, const std::string& a
   }
 }
 
-/// Whether it was read, as it should.
+/// Tests that the list was decoded as expected.
 bool is_read(const AnySample& sample, const Octets& octets, bool expected) {
   DDS_KeyHash_t hash;
   EXPECT_EQ(sample.type().plugin->check(octets.data(), octets.size(), &hash), expected);
@@ -38,7 +38,7 @@ TEST(ParameterList, IsReadInAnyDialect) {
     DDS_String_replace(&sample->title, "before");
     sample->state = 3;
     if (!is_read(sample, octets, !reads.is_null())) return;
-    // Members that are not in the list have their defaults.
+    // Members that are missing in the list have their defaults.
     EXPECT_EQ(sample->title, reads.value("title", std::string()));
     EXPECT_EQ(sample->state, reads.value("state", 0));
   });

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What holds for every sample of every type, on random ones; and for whatever octets come in.
+// Tests rules that hold for every sample of every type, with random samples, and for any received octets.
 #include "tests/types/support/any_octets.h"
 
 #include <memory>
@@ -73,7 +73,7 @@ TEST(EverySample, HasAnEncodingWithinItsBounds) {
     EXPECT_LE(size, plugin.get_serialized_sample_max_size(nullptr, RTI_FALSE, 0, alignment));
     EXPECT_GE(size, type.min_size(nullptr, RTI_FALSE, 0, alignment));
 
-    // One octet less than it needs is too little.
+    // A buffer that is one octet too short is refused.
     Stream tight(octets->size() - 1);
     EXPECT_FALSE(plugin.serialize(nullptr, sample.get(), tight.get(), RTI_TRUE, 1, RTI_TRUE, nullptr));
     EXPECT_FALSE(plugin.encode(sample.get(), Octets(octets->size()).data(), octets->size() - 1));
@@ -103,7 +103,7 @@ TEST(EverySample, HasOneKeyHowsoeverItIsAskedFor) {
       EXPECT_EQ(hash_of(holder), expected);
     }
 
-    key.resize(key.size() + random() % 9);  // as peers pad the key of a dispose
+    key.resize(key.size() + random() % 9);  // peers pad the key of a dispose
     DDS_KeyHash_t hash;
     EXPECT_TRUE(plugin.check_key(key.data(), key.size(), &hash));
     EXPECT_EQ(to_hex(hash), expected);
@@ -121,14 +121,14 @@ TEST(AnyOctets, AreReadSafely) {
     AnySample sample(one.type);
     AnyOctets reader(one.type);
     const auto read = [&](const Octets& octets) {
-      const std::unique_ptr<std::uint8_t[]> exact(new std::uint8_t[octets.size()]);  // where an overrun is noticed
+      const std::unique_ptr<std::uint8_t[]> exact(new std::uint8_t[octets.size()]);  // a sanitizer detects an overrun
       std::copy(octets.begin(), octets.end(), exact.get());
       EXPECT_STREQ(reader.broken_rule(exact.get(), octets.size()), nullptr) << to_hex(octets);
     };
     for (int i = 0; i < 4; ++i) {
       sample.randomize(one.random);
       const Octets octets = encoding_of(sample, i % 2 == 0).value();
-      const std::size_t step = octets.size() / 200 + 1;  // long ones are probed here and there
+      const std::size_t step = octets.size() / 200 + 1;  // long encodings are tested at some positions only
       for (std::size_t at = 0; at < octets.size(); at += step) {
         read({octets.begin(), octets.begin() + static_cast<std::ptrdiff_t>(at)});
         for (const unsigned flip : {0x01u, 0x40u, 0x80u, 0xffu}) {

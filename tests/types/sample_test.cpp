@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Initialising, copying and finalising samples.
+// Tests how samples are initialised, copied and finalised.
 #include "tessivar/types/command/command.h"
 #include "tests/types/support/any_type.h"
 
@@ -58,7 +58,7 @@ TEST(Copy, RefusesWhatIsOverItsBound) {
   EXPECT_FALSE(Tessivar::CommandMetadata_copy(metadata.get(), longer.get()));
 }
 
-/// Made without any function of the type: no string is there, sequences have no room.
+/// A sample made without the functions of its type: strings are null and sequences have no memory.
 TEST(PlainSample, IsCopiedEncodedAndPutIntoSequences) {
   const Metadata empty(metadata_name);
   Tessivar::CommandMetadata plain, copy;
@@ -81,7 +81,7 @@ TEST(PlainSample, IsCopiedEncodedAndPutIntoSequences) {
 TEST(String, IsOverwrittenInPlaceOnlyWithinItsRoom) {
   const std::string text(20, 'x');
   char* ours = DDS_String_alloc(20);
-  char* others = strdup("0123456789");  // there may be more room, nobody knows
+  char* others = strdup("0123456789");  // the size of its memory is unknown
   const char* const places[] = {ours, others};
   EXPECT_EQ(DDS_String_replace(&ours, text.c_str()), places[0]);
   EXPECT_EQ(DDS_String_replace(&others, "9876543210"), places[1]);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The IDL beside each module is what the types are.
+// Tests that the IDL of each module describes the same types as the tables.
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/logging/logging.h"
 #include "tests/types/support/any_type.h"
@@ -24,7 +24,7 @@ std::string module_text(std::string_view room, const std::string& module, const 
   return text + "\n};\n";
 }
 
-/// From the line where the module begins.
+/// Returns the text from the line where the module begins.
 std::string idl_file(const std::string& name) {
   std::ifstream file(TESSIVAR_SOURCE_DIR "/tessivar/types/" + name + "/" + name + ".idl");
   std::stringstream text;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Type supports, and readers and writers of one type over the real engine.
+// Tests type supports, and the typed readers and writers, with the real engine.
 #include "tessivar/types/command/command.h"
 #include "tests/platform/support/bus.h"
 #include "tests/types/support/memory.h"
@@ -20,7 +20,7 @@ constexpr DDS_ViewStateMask any_view = DDS_ANY_VIEW_STATE;
 constexpr DDS_InstanceStateMask any_instance = DDS_ANY_INSTANCE_STATE;
 constexpr DDS_Long all = DDS_LENGTH_UNLIMITED;
 
-/// Reader and writer share a participant: what is written is there when the write returns.
+/// Reader and writer share a participant: a sample has arrived when the write returns.
 class TypedEntities : public ::testing::Test {
  protected:
   TypedEntities() { DDS_String_replace(&command->unitId, "0001:02:00"); }
@@ -33,7 +33,7 @@ class TypedEntities : public ::testing::Test {
     for (const DDS_UnsignedLong number : numbers)
       ASSERT_EQ(writer->write(numbered(number), DDS_HANDLE_NIL), DDS_RETCODE_OK);
   }
-  /// The numbers in `samples`, which are given back.
+  /// Returns the numbers in `samples`, and returns the loan.
   std::vector<DDS_UnsignedLong> numbers(DDS_ReturnCode_t result) {
     EXPECT_EQ(result, DDS_RETCODE_OK);
     EXPECT_FALSE(samples.has_ownership());
@@ -75,10 +75,10 @@ TEST_F(TypedEntities, ReadAndTakeInEveryForm) {
   EXPECT_THAT(numbers(reader->read_next_instance_w_condition(samples, infos, 1, one, seen)), SizeIs(1));
   EXPECT_THAT(numbers(reader->take_next_instance_w_condition(samples, infos, 1, DDS_HANDLE_NIL, seen)), SizeIs(1));
   DDS_SampleInfo info;
-  EXPECT_EQ(reader->take_next_sample(*command, info), DDS_RETCODE_NO_DATA);  // what is left has been read
+  EXPECT_EQ(reader->take_next_sample(*command, info), DDS_RETCODE_NO_DATA);  // the other samples were read
   EXPECT_THAT(numbers(reader->read(samples, infos, all, any_sample, any_view, any_instance)), SizeIs(1));
 
-  // Into buffers of the caller, as many as fit.
+  // Into buffers of the caller, as many samples as fit.
   write({7, 8});
   CommandSeq own(2);
   DDS_SampleInfoSeq own_infos(2);

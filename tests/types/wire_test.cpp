@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Encodings that independent implementations agree on.
+// Tests the encodings with those of tests/types/data/wire.json, which are made without the library.
 #include "tests/types/support/any_octets.h"
 
 #include <fstream>
@@ -15,13 +15,13 @@ const json& entries(const char* list) {
   return document.at(list);
 }
 
-/// One encoding, and what its dialect and order are called.
+/// One encoding, with the names of its dialect and octet order.
 struct Encoding {
   std::string name;
   Octets octets;
 };
 
-/// A value and every encoding of it that must be read.
+/// A value and all encodings of it that must be decoded.
 struct Vector {
   explicit Vector(const json& its_entry)
       : entry(its_entry), sample(entry.at("type").get<std::string>(), entry.at("value")) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a stranger's first program may look like: makes a sample, encodes it, and starts nothing.
+// A minimal program of an application: makes a sample and encodes it. It starts no participant.
 #include "tessivar/tessivar.h"
 
 #include <cstdio>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Participants, commands and waiting for the tests of the platform. Everything stays on the loopback.
+// Participants, commands and functions that wait, for the tests of the platform. All traffic is on the loopback
+// interface.
 #pragma once
 
 #include "tessivar/types/command/command.h"
@@ -26,7 +27,7 @@ typedef Tessivar::CommandTypeSupport CommandSupport;
 constexpr DDS_Duration_t patience = {20, 0};
 constexpr DDS_Duration_t at_once = {0, 0};
 
-/// Polls until it holds.
+/// Polls until `holds` returns true. Returns false after `limit`.
 inline bool eventually(const std::function<bool()>& holds, std::chrono::milliseconds limit = 20s) {
   const auto end = std::chrono::steady_clock::now() + limit;
   while (!holds()) {
@@ -36,12 +37,12 @@ inline bool eventually(const std::function<bool()>& holds, std::chrono::millisec
   return true;
 }
 
-/// Differs between the test programs that run at the same time, as far as may be.
+/// Usually differs between test programs that run at the same time.
 inline DDS_DomainId_t own_domain() {
   return 100 + getpid() % 130;
 }
 
-/// Of this process and test alone, should two programs share a domain.
+/// Only this process and test use this topic, also if two programs use the same domain.
 inline std::string own_topic(const std::string& name = "") {
   return testing::UnitTest::GetInstance()->current_test_info()->name() + std::to_string(getpid()) + name;
 }
@@ -59,7 +60,7 @@ inline DDS_DomainParticipantQos loopback_qos(const char* name = "") {
   return qos;
 }
 
-/// Keeps all, for late joiners too when it has a history.
+/// Reliable, KEEP_ALL. With `history` also for late joiners.
 template <class Qos>
 Qos reliable(bool history = true) {
   Qos qos;
@@ -78,7 +79,7 @@ inline DDS_StringSeq strings(const std::vector<std::string>& texts) {
   return sequence;
 }
 
-/// A participant with one topic of commands; deletes all that it contains.
+/// A participant with one topic for commands. Deletes all its entities.
 class Side {
  public:
   explicit Side(const DDS_DomainParticipantQos& qos = loopback_qos(), const std::string& topic_name = own_topic(),
@@ -117,13 +118,13 @@ inline DDS_PublicationMatchedStatus matches(DDSDataWriter* writer) {
   writer->get_publication_matched_status(status);
   return status;
 }
-/// Waits until it has so many on the other side.
+/// Waits until the endpoint has this number of matches.
 template <class Endpoint>
 bool matched(Endpoint* endpoint, DDS_Long others = 1) {
   return eventually([&] { return matches(endpoint).current_count == others; });
 }
 
-/// Not to be finalised: its text is not its own.
+/// Do not finalise the result: it does not own its text.
 inline Command command(DDS_UnsignedLong number, DDS_Long value = 0) {
   static char unit[] = "0001:02:03";
   return {unit, number, {Tessivar::Int, {value}}};
@@ -148,7 +149,7 @@ inline DDS_ReadSelectionI taking(DDS_Long max = DDS_LENGTH_UNLIMITED) {
   return selection;
 }
 
-/// Through a loan; what came before is replaced.
+/// Reads or takes through a loan. Replaces the content of `received`.
 inline DDS_ReturnCode_t access(DDSDataReader* reader, const DDS_ReadSelectionI& selection,
                                std::vector<Received>& received) {
   received.clear();
@@ -163,7 +164,7 @@ inline DDS_ReturnCode_t access(DDSDataReader* reader, const DDS_ReadSelectionI& 
   return reader->return_loan_untypedI(buffer.lent_samples, buffer.lent_maximum, infos);
 }
 
-/// Takes until `count` samples have come in all; 0: what is there.
+/// Takes until `count` samples were received in total; 0: takes the samples that are present.
 inline std::vector<Received> take(DDSDataReader* reader, std::size_t count = 0) {
   std::vector<Received> all, some;
   eventually([&] {
@@ -179,7 +180,7 @@ inline std::vector<DDS_UnsignedLong> numbers(const std::vector<Received>& receiv
   return result;
 }
 
-/// Takes until one of that number, with that value, has come.
+/// Takes until a sample with this number and value was received.
 inline bool comes(DDSDataReader* reader, DDS_UnsignedLong number, DDS_Long value = 0,
                   std::chrono::milliseconds limit = 20s) {
   return eventually(

@@ -28,7 +28,7 @@ void run_peer(std::istringstream role) {
   CommandDataWriter* writer = side.writer(lively<DDS_DataWriterQos>(history > 0));
   const auto first = static_cast<DDS_UnsignedLong>(getpid()) * 100000u;
   for (DDS_UnsignedLong i = 0; i < history;)
-    i += write(writer, first + 2 * i + 1) == DDS_RETCODE_OK;  // else it blocked
+    i += write(writer, first + 2 * i + 1) == DDS_RETCODE_OK;  // otherwise the write was blocked
   CommandDataReader* reader = side.reader(lively<DDS_DataReaderQos>(history > 0));
   send(child_channel, "r", 1, 0);
   for (pollfd end = {child_channel, POLLIN, 0}; poll(&end, 1, 1) == 0;) {
@@ -39,14 +39,14 @@ void run_peer(std::istringstream role) {
 
 constexpr std::string_view peer_mark = "peer ";
 
-/// In a child, which has its role for a name, that takes the place of the tests.
+/// Runs in a child process. Its program name contains its role, which runs in place of the tests.
 class Child : public testing::Environment {
  public:
   void SetUp() override {
     const std::string_view name = program_invocation_name;
     if (!name.starts_with(peer_mark)) return;
     run_peer(std::istringstream(std::string(name.substr(peer_mark.size()))));
-    std::exit(0);  // leak checks included
+    std::exit(0);  // with leak checks
   }
 };
 

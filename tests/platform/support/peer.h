@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Another process of this test program, for what happens between processes.
+// A second process of this test program, for tests between processes.
 #pragma once
 
 #include "support/bus.h"
@@ -8,14 +8,14 @@
 namespace platform_test {
 
 /// Has one participant, named "peer", with a writer and a reader of one topic, which do not match each other. It writes
-/// `history` commands, each of an instance of its own with an odd number, and from then on answers every command that
-/// it receives under an even number with the next number. With a history the two keep it for late joiners, without they
-/// are volatile.
+/// `history` commands, each of its own instance with an odd number. Then it replies to each received command with an
+/// even number by writing a command with the next number. If it has a history, writer and reader are transient-local,
+/// otherwise volatile.
 class Peer {
  public:
-  /// Returns when the history is written.
+  /// Returns when the history was written.
   explicit Peer(int history = 0, DDS_Duration_t lease = {2, 800000000}, const std::string& topic = own_topic());
-  /// Lets it continue and end, which must succeed unless it was killed.
+  /// Lets the process continue and end. It must end successfully unless it was killed.
   ~Peer();
   void signal(int number);
 
@@ -25,7 +25,7 @@ class Peer {
   bool killed_ = false;
 };
 
-/// With the liveliness that the peer's endpoints have too.
+/// The liveliness that the peer's endpoints also have.
 template <class Qos>
 Qos lively(bool history) {
   Qos qos = reliable<Qos>(history);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Makes the description of each type, as support/any_type.h has it, of its table.
+// Makes the description of each type (support/any_type.h) from its table.
 #pragma once
 
 #include "tessivar/types/family/plugin.h"
@@ -47,7 +47,7 @@ void add(std::vector<AnyType>& types, const char* room) {
   (types.push_back(any_type<Kinds>(room)), ...);
 }
 
-// Each in a file of its own: they take long to compile.
+// Each group is in its own file, because the compilation takes long.
 void add_core_and_command(std::vector<AnyType>& types);
 void add_routing(std::vector<AnyType>& types);
 void add_log_messages(std::vector<AnyType>& types);

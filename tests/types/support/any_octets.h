@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What holds for whatever octets come in as a sample of a type, or as a key of it.
+// The rules that hold for any received octets as a sample or a key of a type.
 #pragma once
 
 #include "tests/types/support/encoding.h"
@@ -12,12 +12,12 @@ inline std::string hash_of(const AnySample& sample) {
   return sample.type().plugin->instance_to_keyhash(nullptr, &hash, sample.get()) ? to_hex(hash) : "none";
 }
 
-/// Reads octets in every way there is. Its samples keep what earlier octets left in them, as those of readers do.
+/// Decodes octets with all decoders. Its samples keep the content of earlier octets, as the samples of readers do.
 class AnyOctets {
  public:
   explicit AnyOctets(const AnyType& type) : type_(type), plugin_(*type.plugin), into_(type), second_(type) {}
 
-  /// The first rule that is broken; null when all hold.
+  /// Returns the first broken rule, or null if all rules hold.
   const char* broken_rule(const std::uint8_t* octets, std::size_t size) {
     DDS_KeyHash_t hash;
     const bool accepted = plugin_.check(octets, size, &hash);
@@ -47,7 +47,7 @@ class AnyOctets {
     return hash_of(second_) == to_hex(hash) ? nullptr : "a decoded key has the hash of its encoding";
   }
 
-  /// The functions on streams leave the padding behind a sample to their caller.
+  /// The functions on streams do not read the padding after a sample; their caller does.
   const char* broken_by_streams(const Octets& octets, bool accepted) {
     Stream stream(octets), skipped(octets), hashed(octets), keyed(octets);
     void* into = second_.get();
@@ -64,11 +64,11 @@ class AnyOctets {
                : "all end at the same octet";
   }
 
-  /// What was decoded is a value like any other.
+  /// A decoded value follows the same rules as every other value.
   const char* broken_by_value() {
     const std::string text = into_.text();
     for (const bool little_endian : {true, false}) {
-      const auto again = encoding_of(into_, little_endian);  // which has room for the largest one
+      const auto again = encoding_of(into_, little_endian);  // a buffer for the largest encoding
       if (!again || again->size() < type_.min_size(nullptr, RTI_TRUE, 0, 0)) return "it encodes within the bounds";
       if (!decode(second_, *again) || second_.text() != text) return "it decodes to the same value";
       if (encoding_of(second_, little_endian) != again) return "it encodes the same again";

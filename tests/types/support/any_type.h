@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Every type of the data model behind one face, to run a test on all of them.
+// One interface for all types of the data model, to run a test on each of them.
 #pragma once
 
 #include "tessivar/platform/cdr_stream.h"
@@ -33,15 +33,15 @@ struct AnyType {
   bool (*stream_to_key)(void* key, RTICdrStream*);
 
   json (*value)(const void* sample);
-  std::string (*text)(const void* sample);          // as it is printed
-  void (*assign)(void* sample, const json& value);  // throws on what does not fit
+  std::string (*text)(const void* sample);          // the printed sample
+  void (*assign)(void* sample, const json& value);  // throws if the value does not fit
   void (*randomize)(void* sample, Random&);
   void (*reset)(void* sample);
 };
 
-/// In the order of the IDL files.
+/// All types in the order of the IDL files.
 const std::vector<AnyType>& all_types();
-/// Throws for a name that there is not.
+/// Throws if no type has this name.
 const AnyType& type_named(std::string_view name);
 
 /// A sample that frees itself.
@@ -67,7 +67,7 @@ class AnySample {
   void* sample_;
 };
 
-/// One of a type that is known.
+/// A sample of a type that is known at compile time.
 template <class T>
 class Sample : public AnySample {
  public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Encodings as octets and hexadecimal text.
+// Functions for encodings as octets and as hexadecimal text.
 #pragma once
 
 #include "tests/types/support/any_type.h"
@@ -36,7 +36,7 @@ inline Octets from_hex(const std::string& text) {
   return octets;
 }
 
-/// A stream over octets of its own.
+/// A stream on its own octets.
 class Stream {
  public:
   explicit Stream(std::size_t room) : octets_(room) { set(); }
@@ -58,7 +58,7 @@ class Stream {
 
 constexpr bool host_is_little_endian = RTI_CDR_HOST_ENDIAN == RTI_CDR_LITTLE_ENDIAN;
 
-/// The encoding with its header in the given order; nothing when it fails.
+/// Returns the encoding with its header in the given octet order. Returns nothing on failure.
 inline std::optional<Octets> encoding_of(const AnySample& sample, bool little_endian) {
   const AnyType& type = sample.type();
   Stream stream(type.plugin->get_serialized_sample_max_size(nullptr, RTI_TRUE, 0, 0));

@@ -12,7 +12,7 @@
 
 #if __has_feature(thread_sanitizer)
 
-// This sanitizer's own operators cannot be replaced: it counts, and calls us.
+// The operators of this sanitizer cannot be replaced. It counts allocations and calls our functions.
 #include <sanitizer/allocator_interface.h>
 
 namespace types_test {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Counts the memory that operator new hands out in this test program, and lets it fail.
+// Counts the allocations of operator new in this test program, and can let them fail.
 #pragma once
 
 #include <atomic>
@@ -8,19 +8,19 @@
 
 namespace types_test {
 
-/// Octets that are allocated and not yet freed, of all threads.
+/// Returns the allocated octets of all threads.
 std::size_t live_octets();
-/// How often this thread has allocated.
+/// Returns the number of allocations of this thread.
 std::size_t allocations();
 
-/// As long as it lives, some allocations fail: operator new throws, or returns null if that is its way to fail. One at
-/// a time. Does not exist under the thread sanitizer.
+/// During its lifetime some allocations fail: operator new throws, or returns null if it is its nothrow form. Only one
+/// object may exist at a time. Not available with the thread sanitizer.
 class FailingAllocations {
  public:
   enum class Which { one, all_later };
   enum class Where { this_thread, everywhere };
 
-  /// Of the allocations from now on, counted from 0: that one, or that one and all later ones.
+  /// Counted from 0: the allocation that fails, or the first of those that fail.
   explicit FailingAllocations(int first, Which which = Which::one, Where where = Where::this_thread);
   ~FailingAllocations();
   FailingAllocations(const FailingAllocations&) = delete;

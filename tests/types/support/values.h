@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Values of samples as JSON, and random ones, for every kind.
+// Functions that convert samples to and from JSON, and that make random samples, for every kind.
 #pragma once
 
 #include "tessivar/types/family/memory.h"
@@ -12,7 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
-// In the namespace of the kinds, where overloads for each kind find each other.
+// In the namespace of the kinds, so that the overloads for each kind find each other.
 namespace tessivar::types {
 
 using nlohmann::json;
@@ -72,7 +72,7 @@ json json_of(Union<T>, const T& value) {
   return {{"_d", json_of(typename Table<T>::Discriminator(), value._d)}, {"_u", branches}};
 }
 
-// --- from JSON: throws on what is not there
+// --- from JSON: throws if a value does not fit
 
 template <class T>
 void assign_json(Number<T>, T& value, const json& from) {
@@ -132,9 +132,9 @@ void assign_json(Union<T>, T& value, const json& from) {
   });
 }
 
-// --- random
+// --- random values
 
-/// 0 … most, often one of the ends.
+/// Returns a number from 0 to `most`; often 0 or `most`.
 inline std::size_t pick(Random& random, std::size_t most) {
   switch (random() % 8) {
     case 0:
