@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# Builds a tree in which every rule of scripts/check-layers is broken once, and expects each break to be named and
-# nothing else.
+# Makes a tree that violates every rule of scripts/check-layers once, and expects that the script reports exactly these
+# violations.
 set -euo pipefail
 
 check=$1
@@ -14,7 +14,7 @@ put() { # put FILE LINE...
   printf '%s\n' "${@:2}" >"$tree/$1"
 }
 
-# Everything here is allowed.
+# These includes are allowed.
 put tessivar/tessivar.h '#include "tessivar/control/client.h"'
 put tessivar/platform/system/osapi.cpp '#include "tessivar/platform/osapi.h"' '#include <pthread.h>' '#include <pugixml.hpp>'
 put tessivar/platform/cyclone/engine.cpp '#include "tessivar/platform/cyclone/engine.h"' '#include <dds/dds.h>'

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# configure_test.sh SOURCE_DIR CXX: what the build's options and its surroundings may change, and what not.
+# configure_test.sh SOURCE_DIR CXX: tests the configuration of the build in different environments.
 set -euo pipefail
 
 source=$1
@@ -18,7 +18,7 @@ configure() { # configure BUILD ARGUMENT...
   env PATH="$path" cmake -G Ninja -B "$work/$1" "${@:2}" >"$work/log" 2>&1 || fail "cmake ${*:2}" "$(cat "$work/log")"
 }
 
-# A ccache that appears after the first configuration changes no command.
+# If ccache is installed after the first configuration, no command changes.
 mkdir "$work/with" "$work/without"
 for tool in /usr/bin/* "$(command -v "$CXX")"; do
   [ "${tool##*/}" = ccache ] || ln -sf "$tool" "$work/without/"
@@ -31,7 +31,7 @@ path=$work/with:$PATH
 configure once -S "$source"
 cmp "$work/before" "$work/once/compile_commands.json" || fail "ccache that appeared later changes the commands"
 
-# A file that includes the engine's header and ours does not compile, and says so first, in either order.
+# A file that includes the engine's header and our header does not compile. The first error says why, in both orders.
 engine='#include <dds/dds.h>' ours='#include "tessivar/types/command/command.h"'
 for order in "$engine"$'\n'"$ours" "$ours"$'\n'"$engine"; do
   # shellcheck disable=SC2046  # flags are words
@@ -41,7 +41,7 @@ for order in "$engine"$'\n'"$ours" "$ours"$'\n'"$engine"; do
   grep -q 'a.file.includes.*not.both' <<<"$said" || fail "not the reason:" "$said"
 done
 
-# As a part of another project it leaves that project's build type and flags alone.
+# As a subproject, the library does not change the build type and the flags of the other project.
 mkdir "$work/parent"
 cat >"$work/parent/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.22)

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# install_test.sh BUILD_DIR CXX: installs the library somewhere else and uses it as a stranger would: through its CMake
-# package and through pkg-config.
+# install_test.sh BUILD_DIR CXX: installs the library in a temporary folder and uses it as an application does, with its
+# CMake package and with pkg-config.
 set -euo pipefail
 
 build=$1
@@ -23,7 +23,7 @@ cmake -S "$consumer" -B "$work/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" 
 }
 cmake --build "$work/consumer" -- --quiet
 "$work/consumer/consumer"
-# A topic type of the application's own, with nothing but what is installed.
+# An application defines a topic type, with only the installed files.
 [ "$(DDS_ALLOWED_INTERFACES=lo "$work/consumer/weather" 213)" = "roof: -1.5 degrees" ]
 
 config=$(dirname "$(find "$prefix" -name tessivardds.pc)")
@@ -33,5 +33,5 @@ export PKG_CONFIG_PATH=$config
 "$CXX" -std=c++20 -Wall -Wextra -Wpedantic -Werror "$consumer/main.cpp" $(pkg-config --cflags --libs tessivardds) -o "$work/with-pkg-config"
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir tessivardds) "$work/with-pkg-config"
 
-# What is internal is not installed.
+# No internal header is installed.
 ! find "$prefix/include" -path '*/internal/*' -o -path '*/tessivar/platform/*/*' -not -path '*/detail/*' -type f | grep .

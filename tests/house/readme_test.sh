@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# readme_test.sh SOURCE_DIR CXX: pastes README.md, block by block, into a shell in a clean copy of the tree: sh blocks are
-# run, the cpp and cmake blocks become the files that the text names. scripts/demo and scripts/test are left to those who
-# type them: the one shows itself, the other runs this.
+# readme_test.sh SOURCE_DIR CXX: runs the blocks of README.md in a clean copy of the tree. It runs the sh blocks in a
+# shell, and writes the cpp and cmake blocks to the files that the text names. It does not run scripts/demo, which
+# checks itself, and scripts/test, which runs this test.
 set -euo pipefail
 
 source=$1
 export CXX=$2
 work=$(mktemp -d)
 pasted=$work/pasted
-# What is pasted leaves programs in the background: those of its process group.
+# The blocks start programs in the background. They are in the process group of the shell, and are killed at the end.
 trap '[ -z "${shell:-}" ] || kill -- "-$shell" 2>/dev/null || true; rm -rf "$work"' EXIT
 
 mkdir "$work/tree" "$work/home"
@@ -40,7 +40,7 @@ awk -v taste="$HOME/taste" '
 }
 
 cd "$work/tree"
-set -m # a process group for what is pasted
+set -m # the shell gets its own process group
 bash -e -o pipefail "$pasted" >"$work/log" 2>&1 </dev/null &
 shell=$!
 wait "$shell" || {

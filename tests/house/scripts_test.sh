@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# scripts_test.sh SCRIPTS: what the scripts say while a command takes long, and to a user without rights.
+# scripts_test.sh SCRIPTS: tests the output of scripts/progress during a long command, and of scripts/bootstrap for a
+# user without rights.
 set -euo pipefail
 
 scripts=$1
@@ -13,7 +14,7 @@ fail() {
   exit 1
 }
 
-# Into a pipe: a line from time to time, the output only of a command that fails, and its exit code.
+# With a pipe as output: a line from time to time, the full output only if the command fails, and its exit code.
 mkfifo "$work/go"
 shown=$("$scripts/progress" sh -c "echo hidden; echo '[3/9] step'; cat '$work/go'" | {
   read -r line
@@ -26,7 +27,7 @@ code=0
 said=$("$scripts/progress" sh -c 'echo reason; exit 3' 2>&1) || code=$?
 [[ $code == 3 && $said == reason ]] || fail "progress of a failure: $code, $said"
 
-# Neither root nor sudo, and nothing is installed.
+# A user without root rights and without sudo, and no package is installed.
 mkdir "$work/bin"
 for tool in bash dirname; do ln -s "$(command -v "$tool")" "$work/bin"; done
 printf '#!/bin/sh\necho 1000\n' >"$work/bin/id"

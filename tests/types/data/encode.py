@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Encodes the values of wire.json anew and compares: the second opinion on the wire format, which shares nothing with
-the library but the IDL files.
+"""Encodes the values of wire.json and compares the results with its encodings. This encoder is independent of the
+library: it uses only the IDL files.
 
     encode.py IDL_DIR [WIRE_JSON]             compares; exit code 1 and one line for each difference
     encode.py --write IDL_DIR [WIRE_JSON]     writes the encodings and key hashes of all values into the file
 
-Plain CDR and parameter lists of CDR version 1 (DDS-XTypes 1.3, 7.4.1), key hashes (DDSI-RTPS 2.3, 9.6.3.8). What
-"read_too" and "malformed" hold was written by hand.
+Plain CDR and parameter lists of CDR version 1 (DDS-XTypes 1.3, 7.4.1), key hashes (DDSI-RTPS 2.3, 9.6.3.8). The
+encodings in "read_too" and "malformed" were written by hand.
 """
 import hashlib
 import json
@@ -183,7 +183,7 @@ class Encoder:
             self.number("H", 0)
 
     def parameter(self, number, kind, value):
-        """A short header, and the member as if it stood at an aligned position; the length is padded to 4."""
+        """Writes a short header and the member, aligned as at the start of a buffer; the length is padded to 4."""
         self.align(4)
         inner = Encoder(self.types, self.order == ">")
         if value is not None:
