@@ -28,7 +28,7 @@ class ReportBook;
 /// Any thread may call any function at any time, and the nodes' readers and writers are thread-safe. create(), start()
 /// and cleanUp() wait for each other. Do not use the nodes while another thread is in create() or cleanUp(). create()
 /// and cleanUp() block for some milliseconds; cleanUp() blocks longer if samples are not acknowledged. Every failure
-/// logs one line and returns false. TessivarNode and TessivarClient own such services; applications rarely need them.
+/// logs one line and returns false. TessivarNode and TessivarClient own their services; applications rarely need them.
 class TESSIVAR_API TessivarServices {
  public:
   TessivarServices();

@@ -41,7 +41,7 @@ class ProfileOverride {
   ProfileOverride(const ProfileOverride&) = delete;
   ProfileOverride& operator=(const ProfileOverride&) = delete;
 
-  /// Returns true if the node has a reader or writer, and all that it has have the budget.
+  /// Returns true if the node has a reader or a writer, and each of them has the budget.
   template <class Node>
   static bool reaches(const Node& node) {
     DDS_DataReaderQos reader;

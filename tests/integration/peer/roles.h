@@ -33,17 +33,16 @@ class Answer {
 };
 
 /// A device of the control family. Uses QoS profiles if NDDS_QOS_PROFILES is set.
-/// Commands: unit ADDRESS NAME · remove ADDRESS · value ADDRESS NUMBER INT · metadata ADDRESS NUMBER NAME ·
-/// dispose ADDRESS NUMBER · filter ADDRESS… · stream PERIOD_MS ADDRESS… (counts up command 1 of each, until the next
+/// Commands: unit ADDRESS NAME · remove ADDRESS · value ADDRESS NUMBER INT · metadata ADDRESS NUMBER NAME · dispose
+/// ADDRESS NUMBER · filter ADDRESS… · stream PERIOD_MS ADDRESS… (increments command 1 of each address, until the next
 /// stream) · answer complete|echo|refuse REASON|none|throw|progress COUNT PERIOD_MS.
 /// Events: request ADDRESS NUMBER INT · interest ADDRESS MIN MAX · interest-removed ADDRESS MIN MAX.
 std::unique_ptr<Role> make_device(TessivarDDS::DDSDomain* domain);
 
 /// A controller of the control family. Uses QoS profiles if NDDS_QOS_PROFILES is set.
-/// Commands: create (a command of its own, so that interest can be registered before) · interest ADDRESS [MIN MAX] ·
-/// no-interest ADDRESS [MIN MAX] ·
-/// match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER COUNT WINDOW ·
-/// counts.
+/// Commands: create (separate, so that a test can register interest earlier) · interest ADDRESS [MIN MAX] · no-interest
+/// ADDRESS [MIN MAX] · match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER
+/// COUNT WINDOW · counts.
 /// Events: unit-added ADDRESS NAME · unit-removed ADDRESS · metadata ADDRESS NUMBER NAME · value ADDRESS NUMBER INT ·
 /// set true|false MILLISECONDS · reason TEXT · begun · flood COMPLETED LOST FOREIGN REFUSED · counts UNITS COMMANDS.
 std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
@@ -51,18 +50,18 @@ std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
 /// A device with routers.
 /// Commands: announce ADDRESS NAME · withdraw ADDRESS · batching on|off · port ADDRESS INDEX NAME (a source, a
 /// destination, a source and a destination association of that index) · fill ADDRESS MATRICES PORTS ASSOCIATIONS
-/// (sources and destinations, associations of both with routes, so many in each matrix, named by their indexes) · route
-/// ADDRESS DEST SOURCE · protect ADDRESS INDEX · stream PERIOD_MS ADDRESS… (counts up the source of destination 0 of
-/// each, and renames its source 0, until the next stream) · readers ·
-/// answer complete|echo|refuse REASON|none|progress COUNT PERIOD_MS (all but `complete` leave the route as it is).
-/// Events: request ADDRESS DEST SOURCE · readers COUNT (that the sources' writer is matched with).
+/// (publishes in each matrix PORTS sources and destinations, ASSOCIATIONS associations on each side, and routes, named
+/// by their indexes) · route ADDRESS DEST SOURCE · protect ADDRESS INDEX · stream PERIOD_MS ADDRESS… (for each address,
+/// increments the source of destination 0 and renames source 0, until the next stream) · readers · answer
+/// complete|echo|refuse REASON|none|progress COUNT PERIOD_MS (only `complete` changes the route).
+/// Events: request ADDRESS DEST SOURCE · readers COUNT (the readers that match the writer of sources).
 std::unique_ptr<Role> make_router(TessivarDDS::DDSDomain* domain);
 
 /// A controller of routers.
 /// Commands: create · subscribe ADDRESS… · set ADDRESS DEST SOURCE (waits for the last reply) · flood ADDRESS FIRST
-/// COUNT WINDOW (routes to the destinations from FIRST on) · count (from now on, instead of reporting) · await SOURCES
-/// DESTINATIONS SOURCE_ASSOCIATIONS DESTINATION_ASSOCIATIONS ROUTES (until so many different ones were counted) ·
-/// clean-up (afterwards everything is as at the start).
+/// COUNT WINDOW (routes to the destinations from FIRST on) · count (counts the later samples and does not report them)
+/// · await SOURCES DESTINATIONS SOURCE_ASSOCIATIONS DESTINATION_ASSOCIATIONS ROUTES (waits until these numbers of
+/// different samples were counted) · clean-up (resets the controller to its initial state).
 /// Events: router-added ADDRESS NAME · router-removed ADDRESS · source|destination|source-association|
 /// destination-association ADDRESS INDEX NAME · protected ADDRESS INDEX · route ADDRESS DEST SOURCE · result RESULT
 /// [REASON], for each reply · set RESULT, -1 without one · begun · flood COMPLETED LOST FOREIGN REFUSED · misnamed
