@@ -12,8 +12,8 @@ struct DDS_TypeCode;
 ///
 /// `compile` runs on the thread that creates a filtered topic or changes its parameters. `evaluate` runs on the
 /// engine's receive threads, on a thread that writes to a reader of its own participant, and on the thread that fetches
-/// history after a change of the parameters. Several threads may call `evaluate` with the same compile data at the same
-/// time. `finalize` is called when no thread uses the compile data any more.
+/// history after a change of the parameters. For one reader only one thread at a time calls `evaluate`; readers of the
+/// same filtered topic share the compile data. `finalize` is called when no thread uses the compile data any more.
 ///
 /// An exception that leaves `evaluate` is logged, and the sample is rejected. During these calls the engine or the
 /// platform may hold a lock. Therefore read, take, write, wait, and creating or deleting entities fail in them, each

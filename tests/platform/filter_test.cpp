@@ -23,6 +23,9 @@ class AtLeast : public DDSContentFilter {
     return DDS_RETCODE_OK;
   }
   DDS_Boolean evaluate(void* data, const void* sample, const DDS_FilterSampleInfo*) override {
+    if (++evaluating > 1) ++overlaps;
+    std::this_thread::sleep_for(delay.load());
+    --evaluating;
     const DDS_Long value = static_cast<const Command*>(sample)->value._u.intValue;
     if (value == 13) throw 13;
     return value >= *static_cast<DDS_Long*>(data);
@@ -31,7 +34,8 @@ class AtLeast : public DDSContentFilter {
     delete static_cast<DDS_Long*>(data);
     --compiled;
   }
-  std::atomic<int> compiled = 0;
+  std::atomic<int> compiled = 0, evaluating = 0, overlaps = 0;
+  std::atomic<std::chrono::microseconds> delay = 0us;  // of each evaluation
 };
 
 class FilterTest : public testing::Test {
@@ -43,6 +47,7 @@ class FilterTest : public testing::Test {
   ~FilterTest() override {
     participant.delete_contained_entities();
     EXPECT_EQ(filter.compiled, 0);
+    EXPECT_EQ(filter.overlaps, 0) << "evaluations for one reader, at the same time";
   }
   DDSContentFilteredTopic* filtered(const char* name, DDSTopic* related, const char* expression,
                                     const std::vector<std::string>& parameters, const char* by = "at least") {
@@ -215,20 +220,28 @@ TEST_F(FilterTest, ChangesWhileDataFlowsAndOthersRead) {
     void on_data_available(DDSDataReader* from) override { take(from); }
   } listener;
   CommandDataReader* some = reader(true, &listener);
+  filter.delay = 50us;
   std::atomic<bool> stop = false;
-  std::thread writing([&] {
+  const auto write_on = [&](CommandDataWriter* by, DDS_UnsignedLong first) {
     for (DDS_UnsignedLong i = 0; !stop; ++i) {
-      write(writer, i % 20, static_cast<DDS_Long>(50 + i));
-      if (i % 50 == 0) dispose(writer, i % 20);
-      std::this_thread::sleep_for(100us);
+      write(by, first + i % 20, static_cast<DDS_Long>(50 + i));
+      if (i % 50 == 0) dispose(by, first + i % 20);
+      std::this_thread::sleep_for(500us);
     }
-  });
+  };
+  std::thread writing([&] { write_on(writer, 0); });
+  std::thread writing_here(write_on, side.writer(), 20);  // calls the filter itself, for its own participant
   std::thread reading([&] {
     while (!stop) take(some);
   });
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(set({"50"}), DDS_RETCODE_OK);
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_EQ(set({"50"}), DDS_RETCODE_OK);
+    std::this_thread::sleep_for(2ms);  // it catches up meanwhile
+  }
   stop = true;
+  filter.delay = 0us;
   writing.join();
+  writing_here.join();
   reading.join();
   some->set_listener(nullptr, DDS_STATUS_MASK_NONE);
   write(writer, 777, 1 << 30);

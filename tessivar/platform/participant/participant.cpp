@@ -14,6 +14,7 @@
 using tessivar::platform::BuiltinReader;
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
+using tessivar::platform::in_callback;
 using tessivar::platform::refuse;
 using tessivar::platform::refused_in_callback;
 using tessivar::platform::refused_in_filter;
@@ -82,7 +83,8 @@ void DDSDomainParticipant::Impl::await_unpinned(std::unique_lock<tessivar::platf
 // --- enabling --------------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
-  if (!engine && refused_in_callback("DDSDomainParticipant::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
+  if (engine && in_callback()) return DDS_RETCODE_OK;  // the thread may hold `enabling` already
+  if (refused_in_callback("DDSDomainParticipant::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const std::lock_guard enabling_lock(enabling);
   if (engine) return DDS_RETCODE_OK;
   tessivar::platform::EngineParticipantConfig config;

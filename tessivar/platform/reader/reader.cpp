@@ -67,7 +67,7 @@ void DDSDataReader::Impl::close() {
 }
 
 std::unique_ptr<ReaderSide> DDSDataReader::Impl::make_side(std::shared_ptr<CompiledFilter> filter) {
-  return std::make_unique<ReaderSide>(*type, *this, std::move(filter), ++sources, counters);
+  return std::make_unique<ReaderSide>(*type, *this, std::move(filter), filter_mutex, ++sources, counters);
 }
 
 /// Logs a failure of the engine.
@@ -88,7 +88,11 @@ DDS_ReturnCode_t DDSDataReader::Impl::open(ReaderSide& opened) {
 }
 
 DDS_ReturnCode_t DDSDataReader::Impl::enable() {
-  if (!side && participant.impl().cannot_enable_entity("DDSDataReader::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
+  {
+    const std::lock_guard lock(status_mutex);  // not `structure`: the caller may be a filter that runs under it
+    if (side) return DDS_RETCODE_OK;
+  }
+  if (participant.impl().cannot_enable_entity("DDSDataReader::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
   DDS_StatusMask changed = 0;
   {
     const std::lock_guard lock(structure);

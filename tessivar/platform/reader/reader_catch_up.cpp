@@ -132,7 +132,10 @@ void DDSDataReader::Impl::remove_rejected(const CompiledFilter& filter) {
       continue;
     }
     const DDS_FilterSampleInfo info = {tessivar::platform::to_time(latest.source_timestamp)};
-    if (!filter.accepts(sample.get(), info)) cache->remove(latest);
+    std::unique_lock lock(filter_mutex);
+    const bool accepted = filter.accepts(sample.get(), info);
+    lock.unlock();
+    if (!accepted) cache->remove(latest);
   }
   update_conditions();
 }

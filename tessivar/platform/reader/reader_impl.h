@@ -82,7 +82,8 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   bool catching_up = false;
   std::thread catch_up_thread;
   std::shared_ptr<tessivar::platform::CompiledFilter> next_filter;  // the filter to catch up with next, or null
-  std::unique_ptr<tessivar::platform::ReaderSide> joining;          // the side that will replace `side`
+  tessivar::platform::Mutex filter_mutex;  // held while a filter evaluates a sample, by one thread for all sides
+  std::unique_ptr<tessivar::platform::ReaderSide> joining;  // the side that will replace `side`
 
   tessivar::platform::Mutex access;
   std::unique_ptr<tessivar::platform::ReaderSide> side;  // null until enabled; changed with the first three locks held

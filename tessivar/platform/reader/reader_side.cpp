@@ -30,8 +30,13 @@ thread_local const ReaderSide* refused_by = nullptr;
 }  // namespace
 
 ReaderSide::ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
-                       ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters)
-    : type_(type), events_(events), source_(source), counters_(std::move(counters)), filter_(std::move(filter)) {
+                       Mutex& filter_mutex, ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters)
+    : type_(type),
+      events_(events),
+      source_(source),
+      counters_(std::move(counters)),
+      filter_mutex_(filter_mutex),
+      filter_(std::move(filter)) {
   slots_.reserve(at_first);
   if (filter_) scratch_ = type_.create_sample();
 }

@@ -39,9 +39,10 @@ class ReaderSideEvents {
 
 class ReaderSide final : public EngineFilter, public EngineReaderEvents {
  public:
-  /// If `filter` is null, every sample is accepted. `source` is the number of this side in the cache.
+  /// If `filter` is null, every sample is accepted. The side locks `filter_mutex` while a filter evaluates; all sides
+  /// of a data reader share it. `source` is the number of this side in the cache.
   ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
-             ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters);
+             Mutex& filter_mutex, ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters);
   ~ReaderSide();
 
   /// Callbacks may begin before it returns, also on the calling thread.
@@ -89,7 +90,7 @@ class ReaderSide final : public EngineFilter, public EngineReaderEvents {
   DDS_SubscriptionMatchedStatus matched_ = {};
   DDS_LivelinessChangedStatus liveliness_ = {};
 
-  Mutex filter_mutex_;  // held while the filter evaluates a sample
+  Mutex& filter_mutex_;  // held while a filter evaluates a sample; guards what follows
   std::shared_ptr<CompiledFilter> filter_;
   std::shared_ptr<CompiledFilter> narrower_;  // null: none
   void* scratch_ = nullptr;                   // the decoded sample for the filter
