@@ -215,33 +215,38 @@ TEST_F(FilterTest, WhatThereWasNoMemoryToEvaluateIsEvaluatedAtTheNextAccess) {
   EXPECT_EQ(some->counters()->read().filtered, 2u);
 }
 
+TEST_F(FilterTest, IsCalledByOneThreadAtATimeForAReader) {
+  CommandDataWriter* here = side.writer();  // its thread calls the filter
+  CommandDataReader* some = reader(true);
+  for (DDS_UnsignedLong i = 0; i < 20; ++i) write(here, i, 60);
+  filter.delay = 2ms;
+  EXPECT_EQ(set({"55"}), DDS_RETCODE_OK);
+  EXPECT_TRUE(eventually([&] { return filter.evaluating > 0; })) << "on the thread that catches up";
+  for (DDS_UnsignedLong i = 20; i < 40; ++i) write(here, i, 60);
+  filter.delay = 0us;
+  EXPECT_EQ(some->wait_for_historical_data(patience), DDS_RETCODE_OK);
+  EXPECT_EQ(take(some, 40).size(), 40u);
+}
+
 TEST_F(FilterTest, ChangesWhileDataFlowsAndOthersRead) {
   struct : DDSDataReaderListener {
     void on_data_available(DDSDataReader* from) override { take(from); }
   } listener;
   CommandDataReader* some = reader(true, &listener);
-  filter.delay = 50us;
   std::atomic<bool> stop = false;
-  const auto write_on = [&](CommandDataWriter* by, DDS_UnsignedLong first) {
+  std::thread writing([&] {
     for (DDS_UnsignedLong i = 0; !stop; ++i) {
-      write(by, first + i % 20, static_cast<DDS_Long>(50 + i));
-      if (i % 50 == 0) dispose(by, first + i % 20);
-      std::this_thread::sleep_for(500us);
+      write(writer, i % 20, static_cast<DDS_Long>(50 + i));
+      if (i % 50 == 0) dispose(writer, i % 20);
+      std::this_thread::sleep_for(100us);
     }
-  };
-  std::thread writing([&] { write_on(writer, 0); });
-  std::thread writing_here(write_on, side.writer(), 20);  // calls the filter itself, for its own participant
+  });
   std::thread reading([&] {
     while (!stop) take(some);
   });
-  for (int i = 0; i < 20; ++i) {
-    EXPECT_EQ(set({"50"}), DDS_RETCODE_OK);
-    std::this_thread::sleep_for(2ms);  // it catches up meanwhile
-  }
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(set({"50"}), DDS_RETCODE_OK);
   stop = true;
-  filter.delay = 0us;
   writing.join();
-  writing_here.join();
   reading.join();
   some->set_listener(nullptr, DDS_STATUS_MASK_NONE);
   write(writer, 777, 1 << 30);
