@@ -74,12 +74,15 @@ class DDSSequence {
   DDSSequence(const DDSSequence& other) { copy(other); }
   DDSSequence(DDSSequence&& other) noexcept { swap(other); }
   DDSSequence& operator=(const DDSSequence& other) {
-    copy(other);
+    if (this != &other) copy(other);
     return *this;
   }
   DDSSequence& operator=(DDSSequence&& other) noexcept {
-    if (absolute_maximum_ != other.absolute_maximum_) return *this = std::as_const(other);  // a member keeps its bound
-    swap(other);
+    if (absolute_maximum_ != other.absolute_maximum_) {
+      copy(other);  // a member keeps its bound
+    } else {
+      swap(other);
+    }
     return *this;
   }
   ~DDSSequence() { finalize(); }

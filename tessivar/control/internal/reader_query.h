@@ -103,10 +103,8 @@ class ReaderQuery {
     const DDS_ReturnCode_t code = reader()->read_instance(samples, infos, 1, instance, DDS_ANY_SAMPLE_STATE,
                                                           DDS_ANY_VIEW_STATE, DDS_ALIVE_INSTANCE_STATE);
     const char* fault = nullptr;
-    if (code != DDS_RETCODE_OK && !reader()->is_alive_untypedI(instance)) {
-      fault = "Invalid data";
-    } else if (code != DDS_RETCODE_OK) {
-      fault = " Error returned from read instance";
+    if (code != DDS_RETCODE_OK) {
+      fault = reader()->is_alive_untypedI(instance) ? " Error returned from read instance" : "Invalid data";
     } else if (samples.length() != 1) {
       fault = "Unexpected length";
     } else if (!infos[0].valid_data) {

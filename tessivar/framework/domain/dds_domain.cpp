@@ -81,6 +81,7 @@ bool DDSDomain::createDomainParticipant(int domainId) {
   return createDomainParticipant(domainId, qos, true);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface has it by value
 bool DDSDomain::createDomainParticipant(int domainId, std::vector<std::string> qosFiles, const std::string& library,
                                         const std::string& profile) {
   constexpr const char* signature = TESSIVAR_SIGNATURE_CREATE

@@ -88,7 +88,7 @@ bool WaitSetThread::attachRunner(WaitSetThreadRunnerBase* runner, bool owned) {
 
 bool WaitSetThread::attachRunner(std::unique_ptr<WaitSetThreadRunnerBase> runner) {
   if (!attachRunner(runner.get(), true)) return false;
-  runner.release();
+  static_cast<void>(runner.release());  // the thread owns it
   return true;
 }
 

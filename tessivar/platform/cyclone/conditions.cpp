@@ -63,7 +63,7 @@ DDS_ReturnCode_t WaitSet::wait(std::int64_t timeout, std::vector<void*>& cookies
     const dds_return_t count = dds_waitset_wait(entity_, triggered.data(), triggered.size(), to_engine_duration(left));
     if (count < 0) return to_return_code(count);
     for (std::size_t i = 0; i < static_cast<std::size_t>(count) && i < triggered.size(); ++i)
-      cookies.push_back(reinterpret_cast<void*>(triggered[i]));
+      cookies.push_back(reinterpret_cast<void*>(triggered[i]));  // NOLINT(performance-no-int-to-ptr): attached as such
     if (count > 0) return DDS_RETCODE_OK;
     if (timeout == never) continue;
     // The engine waits by the wall clock, which may have been set forward.

@@ -39,6 +39,7 @@ DDS_EntityNameQosPolicy::DDS_EntityNameQosPolicy(const DDS_EntityNameQosPolicy& 
     : name(DDS_String_dup(other.name)), role_name(DDS_String_dup(other.role_name)) {}
 
 DDS_EntityNameQosPolicy& DDS_EntityNameQosPolicy::operator=(const DDS_EntityNameQosPolicy& other) {
+  if (this == &other) return *this;
   DDS_String_replace(&name, other.name);
   DDS_String_replace(&role_name, other.role_name);
   return *this;
@@ -53,6 +54,7 @@ DDS_Property_t::DDS_Property_t(const DDS_Property_t& other)
     : name(DDS_String_dup(other.name)), value(DDS_String_dup(other.value)), propagate(other.propagate) {}
 
 DDS_Property_t& DDS_Property_t::operator=(const DDS_Property_t& other) {
+  if (this == &other) return *this;
   DDS_String_replace(&name, other.name);
   DDS_String_replace(&value, other.value);
   propagate = other.propagate;

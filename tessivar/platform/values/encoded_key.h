@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace tessivar::platform {
@@ -16,6 +17,7 @@ class EncodedKey {
   /// `encode(buffer, capacity)` returns the size of the key and writes the key only if it fits, like
   /// PRESTypePlugin::encode_key.
   template <class Encode>
+  requires std::is_invocable_r_v<std::size_t, Encode, std::uint8_t*, std::size_t>
   explicit EncodedKey(Encode&& encode) {
     size_ = encode(near_, sizeof near_);
     if (size_ > sizeof near_) {

@@ -39,6 +39,7 @@ bool assignTexts(DDS_StringSeq& texts, const std::vector<std::string>& entries) 
 
 std::vector<std::string> toTexts(const DDS_StringSeq& texts) {
   std::vector<std::string> entries;
+  entries.reserve(static_cast<std::size_t>(texts.length()));
   for (DDS_Long i = 0; i < texts.length(); ++i) entries.emplace_back(texts[i] ? texts[i] : "");
   return entries;
 }

@@ -30,7 +30,7 @@ class RecentClients {
     guids_.push_front(guid);
     places_[guid] = guids_.begin();
     if (guids_.size() <= most_) return {};
-    const std::string oldest = guids_.back();
+    std::string oldest = guids_.back();
     places_.erase(oldest);
     guids_.pop_back();
     return oldest;

@@ -62,9 +62,11 @@ std::string requestPeerText(const DDS_InstanceHandle_t& writer) {
 }
 
 bool requestGuidFromText(const std::string& text, DDS_OctetSeq& guid) {
-  if (text.size() != 2 * requestGuidLength || !guid.ensure_length(requestGuidLength, requestGuidLength)) return false;
+  if (text.size() != 2 * std::size_t{requestGuidLength} || !guid.ensure_length(requestGuidLength, requestGuidLength))
+    return false;
   for (DDS_Long i = 0; i < requestGuidLength; ++i) {
-    const char pair[] = {text[static_cast<std::size_t>(2 * i)], text[static_cast<std::size_t>(2 * i + 1)], '\0'};
+    const std::size_t at = 2 * static_cast<std::size_t>(i);
+    const char pair[] = {text[at], text[at + 1], '\0'};
     guid[i] = static_cast<DDS_Octet>(std::strtol(pair, nullptr, 16));
   }
   return true;
