@@ -153,5 +153,19 @@ TEST_F(ReaderCacheTest, SamplesExpireUnreadOrNot) {
   EXPECT_TRUE(cache.is_alive(hash(1)));
 }
 
+TEST_F(ReaderCacheTest, WhatIsCountedAsNewIsReadAsNew) {
+  const std::int64_t now = std::chrono::system_clock::now().time_since_epoch() / 1ns;
+  insert(1, 1, now - 3000);
+  access(false);
+  insert(1, 1, now - 2000, disposed, false);
+  insert(1, 1, now - 1000, alive, true, 2, 500);  // alive again, so new; expires at once
+  ReaderSelection fresh;
+  fresh.view_states = DDS_NEW_VIEW_STATE;
+  std::vector<EngineSlot> slots;
+  EXPECT_EQ(cache.count(fresh, -1), 1u) << "the sample from before";
+  ASSERT_TRUE(cache.access(fresh, 10, slots, nullptr));
+  EXPECT_EQ(slots.size(), 1u);
+}
+
 }  // namespace
 }  // namespace platform_test

@@ -19,7 +19,7 @@ struct EngineLogCapture::Lines {
     std::string text;
   };
   std::vector<Line> lines;
-  mutable bool reported = false;
+  mutable std::size_t reported = 0;
 };
 
 namespace {
@@ -73,8 +73,10 @@ EngineLogCapture::EngineLogCapture() : lines_(new Lines), outer_(innermost) {
 
 EngineLogCapture::~EngineLogCapture() {
   innermost = outer_;
-  for (const Lines::Line& line : lines_->lines)
-    if (!lines_->reported || line.level < LogLevel::warning) log(line.level, context, line.text);
+  for (std::size_t i = 0; i < lines_->lines.size(); ++i) {
+    const Lines::Line& line = lines_->lines[i];
+    if (i >= lines_->reported || line.level < LogLevel::warning) log(line.level, context, line.text);
+  }
   delete lines_;
 }
 
@@ -82,7 +84,7 @@ std::string EngineLogCapture::text() const {
   std::string result;
   for (const Lines::Line& line : lines_->lines)
     if (line.level >= LogLevel::warning) result += "; " + line.text;
-  lines_->reported = true;
+  lines_->reported = lines_->lines.size();
   return result;
 }
 

@@ -174,6 +174,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
 
   // A reader that is created from now on starts with the new filter.
   std::vector<DDSDataReader*> concerned;
+  std::shared_ptr<CompiledFilter> before;  // goes without a lock, because it may call the application's finalize()
   {
     const std::lock_guard lock(mutex);
     const std::lock_guard topic_lock(impl.mutex);
@@ -182,7 +183,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
     DDS_StringSeq own;
     if (!own.copy(parameters)) return DDS_RETCODE_OUT_OF_RESOURCES;
     impl.parameters = std::move(own);  // nothing throws from here on
-    impl.compiled = compiled;
+    before = std::exchange(impl.compiled, compiled);
     for (DDSDataReader* reader : readers) {
       if (reader->impl().filtered_topic != &topic) continue;
       concerned.push_back(reader);

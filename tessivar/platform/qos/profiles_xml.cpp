@@ -184,7 +184,7 @@ bool read_value(const Walk& walk, pugi::xml_node node, DDS_OctetSeq& value) {
     const DDS_Long length = octets.length();
     DDS_Octet octet = 0;
     if (!parse_number(trimmed(rest.substr(0, comma)), octet))
-      return fail_value(walk, node, text, "octets parted by commas (0 to 255, or 0x00 to 0xff)");
+      return fail_value(walk, node, text, "octets with commas between them (0 to 255, or 0x00 to 0xff)");
     if (!octets.ensure_length(length + 1, 2 * length + 16)) return fail_memory(walk, node);
     octets[length] = octet;
     rest.remove_prefix(std::min(comma + 1, rest.size()));

@@ -144,11 +144,10 @@ void ReaderCache::emit_all(const ReaderSelection& selection, std::size_t max, st
     if (Instance* const instance = find(*selection.instance)) emit(*instance, selection, max, slots, loan);
     return;
   }
-  // The instances in `read_` are alive and not new, and all their samples are read: other selections need only
-  // `unread_`.
-  const bool news_only = !(selection.sample_states & DDS_READ_SAMPLE_STATE) ||
-                         !(selection.view_states & DDS_NOT_NEW_VIEW_STATE) ||
-                         !(selection.instance_states & DDS_ALIVE_INSTANCE_STATE);
+  // The instances in `read_` are alive, and all their samples are read: other selections need only `unread_`. Some in
+  // `read_` may be new: alive again, with samples from before, and what came since has expired.
+  const bool news_only =
+      !(selection.sample_states & DDS_READ_SAMPLE_STATE) || !(selection.instance_states & DDS_ALIVE_INSTANCE_STATE);
   // Read samples arrived earlier, so they come first.
   for (Link* link = read_.next; !news_only && max > 0 && link != &read_;) {
     auto& instance = static_cast<Instance&>(*link);

@@ -54,7 +54,7 @@ struct RTIOsapiSemaphore {
 
 RTIOsapiSemaphore* RTIOsapiSemaphore_new(int kind, const RTIOsapiSemaphoreProperty* property) {
   if (kind != RTI_OSAPI_SEMAPHORE_KIND_BINARY) {
-    tessivar::platform::log(LogLevel::error, "RTIOsapiSemaphore_new", "only binary semaphores are there");
+    tessivar::platform::log(LogLevel::error, "RTIOsapiSemaphore_new", "only binary semaphores are supported");
     return nullptr;
   }
   return new (std::nothrow) RTIOsapiSemaphore(property && property->count > 0);
@@ -156,7 +156,7 @@ RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFactory* factor
     return nullptr;
   }
   if (priority != 0 || options != 0 || processor_mask) {
-    tessivar::platform::log(LogLevel::error, context, "only default priority, options and processors are there");
+    tessivar::platform::log(LogLevel::error, context, "only default priority, options and processors are supported");
     return nullptr;
   }
   std::unique_ptr<RTIOsapiThread> thread(new (std::nothrow) RTIOsapiThread);

@@ -178,7 +178,7 @@ bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
     if (use.closing()) return false;
     if (timeoutMs == -1) continue;
     timeoutMs -= detail::match_poll_milliseconds;
-    if (timeoutMs <= 0) {
+    if (timeoutMs <= 0 && calculateMatchCount() == 0) {
       logInfo() << where() << " timed out waiting for reader/writers to match.";
       requestNode_.warnIfAlone(where().c_str());
       return false;
