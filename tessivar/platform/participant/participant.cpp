@@ -19,8 +19,6 @@ using tessivar::platform::refuse;
 using tessivar::platform::refused_in_callback;
 using tessivar::platform::refused_in_filter;
 
-namespace {}  // namespace
-
 DDSDomainParticipant::Impl::Impl(DDS_DomainId_t domain, const DDS_DomainParticipantQos& its_qos)
     : domain_id(domain), qos(its_qos) {}
 
