@@ -66,12 +66,17 @@ else()
     $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<BOOL:${TESSIVAR_WERROR}>:-Werror>)
 endif()
 
-# tessivar_export_map(TARGET FILE): limits the exports of the shared library with a version script, if the linker
-# accepts one (ELF). Otherwise only visibility decides.
+# tessivar_linker_rules(TARGET FILE): limits the exports of the shared library with a version script, if the linker
+# accepts one (ELF); otherwise only visibility decides. Every symbol that the library uses must be defined when it is
+# linked, except in a sanitizer's build, where the program defines the sanitizer's symbols.
 check_linker_flag(CXX LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/tessivardds.map TESSIVAR_HAS_VERSION_SCRIPT)
-function(tessivar_export_map target file)
+check_linker_flag(CXX LINKER:-z,defs TESSIVAR_HAS_Z_DEFS)
+function(tessivar_linker_rules target file)
   if(TESSIVAR_HAS_VERSION_SCRIPT)
     target_link_options(${target} PRIVATE LINKER:--version-script=${file})
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${file})
+  endif()
+  if(TESSIVAR_HAS_Z_DEFS AND NOT TESSIVAR_SANITIZE)
+    target_link_options(${target} PRIVATE LINKER:-z,defs)
   endif()
 endfunction()

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 namespace tessivar::platform::cyclone {
 namespace {
@@ -18,6 +19,11 @@ using std::chrono::steady_clock;
 // announcement the participant is considered gone.
 constexpr std::chrono::hours ignored_kept(1);
 constexpr std::size_t ignored_kept_always = 64;
+
+// Discovery data that the engine has queued for a participant may still be sent after the participant is dropped. If
+// the participant received this data after the farewell, it would match our readers again, and its reliable writers
+// would wait for them for ever. The second farewell is for networks that lose the first one.
+constexpr std::chrono::milliseconds farewell_delays[] = {std::chrono::milliseconds(100), std::chrono::seconds(1)};
 
 char* duplicate(const char* text) {
   return text ? DDS_String_dup(text) : nullptr;
@@ -194,9 +200,16 @@ void Discovery::ignore(const Guid& remote) {
   known.ignored = true;
   known.last_seen = steady_clock::now();
   if (being_shown_ == remote) return;
-  worker_.post([this, remote, own = own_guid_] {
-    if (is_present(remote)) cyclone_part_from_participant(gv_, own.data(), remote.data());
-  });
+  worker_.post([this, remote, own = own_guid_] { part_from(remote, own); });
+}
+
+void Discovery::part_from(const Guid& remote, const Guid& own) {
+  if (!is_present(remote)) return;
+  const std::shared_ptr<cyclone_farewell> farewell(cyclone_part_from_participant(gv_, own.data(), remote.data()),
+                                                   cyclone_free_farewell);
+  if (!farewell) return;
+  for (const auto delay : farewell_delays)
+    worker_.post([this, farewell] { cyclone_send_farewell(gv_, farewell.get()); }, delay);
 }
 
 void Discovery::rediscover(const Guid& remote) {

@@ -2,11 +2,14 @@
 
 #include "tessivar/platform/cyclone/worker.h"
 
+#include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/system/signals_blocked.h"
 
 #include <pthread.h>
 
 namespace tessivar::platform::cyclone {
+
+using std::chrono::steady_clock;
 
 Worker::Worker() {
   const SignalsBlocked blocked;
@@ -28,25 +31,28 @@ void Worker::stop() {
   if (thread_.joinable()) thread_.join();
 }
 
-void Worker::post(std::function<void()> task) {
+void Worker::post(std::function<void()> task, steady_clock::duration delay) {
   {
     const std::lock_guard guard(lock_);
     if (stopping_) return;
-    tasks_.push_back(std::move(task));
+    tasks_.emplace(steady_clock::now() + delay, std::move(task));
   }
   wake_.notify_one();
 }
 
 void Worker::run() {
   std::unique_lock guard(lock_);
-  for (;;) {
-    wake_.wait(guard, [this] { return stopping_ || !tasks_.empty(); });
-    if (stopping_) return;
-    const std::function<void()> task = std::move(tasks_.front());
-    tasks_.pop_front();
-    guard.unlock();
-    task();
-    guard.lock();
+  while (!stopping_) {
+    if (tasks_.empty()) {
+      wake_.wait(guard);
+    } else if (const auto due = tasks_.begin()->first; due > steady_clock::now()) {
+      wake_.wait_until(guard, due);
+    } else {
+      const auto next = tasks_.extract(tasks_.begin());
+      guard.unlock();
+      guarded("engine", false, [&] { return next.mapped()(), true; });
+      guard.lock();
+    }
   }
 }
 

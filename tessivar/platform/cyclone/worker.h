@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// A thread that runs tasks in order, for work that must not run on the engine's own threads.
+// A thread that runs tasks, for work that must not run on the engine's own threads.
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
 
-#include <deque>
+#include <chrono>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <thread>
 
@@ -17,8 +18,9 @@ class Worker {
  public:
   Worker();
   ~Worker();
+  /// Runs `task` after `delay`. An exception of the task is logged. Tasks without delay run in the order of the calls.
   /// Does nothing after stop(). Throws std::bad_alloc.
-  void post(std::function<void()> task);
+  void post(std::function<void()> task, std::chrono::steady_clock::duration delay = {});
   /// Waits for the end of the current task and drops the others. Must not be called from a task.
   void stop();
 
@@ -27,7 +29,7 @@ class Worker {
 
   Mutex lock_;
   Condition wake_;
-  std::deque<std::function<void()>> tasks_;
+  std::multimap<std::chrono::steady_clock::time_point, std::function<void()>> tasks_;  // by the time they are due
   bool stopping_ = false;
   std::thread thread_;
 };

@@ -267,27 +267,42 @@ static void write_farewell(uint8_t message[FAREWELL_SIZE], const uint8_t own_gui
   }
 }
 
+struct cyclone_farewell {
+  struct addrset* addresses;
+  uint8_t message[FAREWELL_SIZE];
+};
+
+struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_octets[16],
+                                                       const uint8_t octets[16]) {
+  const ddsi_guid_t guid = to_guid(octets);
+  struct cyclone_farewell* farewell = NULL;
+  struct thread_state* thread = lookup_thread_state();
+  thread_state_awake(thread, gv);
+  const struct ddsi_proxy_participant* participant = entidx_lookup_proxy_participant_guid(gv->entity_index, &guid);
+  if (participant != NULL && (farewell = malloc(sizeof *farewell)) != NULL) {
+    write_farewell(farewell->message, own_octets, octets);
+    farewell->addresses = ref_addrset(participant->as_meta);
+  }
+  if (participant != NULL) (void)ddsi_delete_proxy_participant_by_guid(gv, &guid, ddsrt_time_wallclock(), 1);
+  thread_state_asleep(thread);
+  return farewell;
+}
+
 static void send_farewell(const ddsi_xlocator_t* to, void* message) {
   const ddsrt_iovec_t vector = {.iov_base = message, .iov_len = FAREWELL_SIZE};
   (void)ddsi_conn_write(to->conn, &to->c, 1, &vector, 0);
 }
 
-bool cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_octets[16], const uint8_t octets[16]) {
-  const ddsi_guid_t guid = to_guid(octets);
+void cyclone_send_farewell(struct ddsi_domaingv* gv, struct cyclone_farewell* farewell) {
   struct thread_state* thread = lookup_thread_state();
   thread_state_awake(thread, gv);
-  const struct ddsi_proxy_participant* participant = entidx_lookup_proxy_participant_guid(gv->entity_index, &guid);
-  const bool known = participant != NULL;
-  if (known) {
-    uint8_t message[FAREWELL_SIZE];
-    write_farewell(message, own_octets, octets);
-    struct addrset* addresses = ref_addrset(participant->as_meta);
-    (void)ddsi_delete_proxy_participant_by_guid(gv, &guid, ddsrt_time_wallclock(), 1);
-    addrset_forall(addresses, send_farewell, message);
-    unref_addrset(addresses);
-  }
+  addrset_forall(farewell->addresses, send_farewell, farewell->message);
   thread_state_asleep(thread);
-  return known;
+}
+
+void cyclone_free_farewell(struct cyclone_farewell* farewell) {
+  if (farewell != NULL) unref_addrset(farewell->addresses);
+  free(farewell);
 }
 
 // Replaces the engine's own interface, which the engine calls for every entity that is created or deleted.
@@ -446,6 +461,16 @@ void cyclone_announce(struct ddsi_domaingv* gv, const uint8_t participant_guid[1
 }
 bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t guid[16]) {
   return (void)gv, (void)guid, false;
+}
+struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
+                                                       const uint8_t guid[16]) {
+  return (void)gv, (void)own_guid, (void)guid, NULL;
+}
+void cyclone_send_farewell(struct ddsi_domaingv* gv, struct cyclone_farewell* farewell) {
+  (void)gv, (void)farewell;
+}
+void cyclone_free_farewell(struct cyclone_farewell* farewell) {
+  (void)farewell;
 }
 struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct cyclone_watcher* watcher) {
   return (void)gv, (void)watcher, NULL;

@@ -68,9 +68,18 @@ void cyclone_announce(struct ddsi_domaingv* gv, const uint8_t participant_guid[1
 /// Forgets a remote participant with all its endpoints; its next announcement makes it known again. Must not be called
 /// on one of the engine's threads. Returns false if the participant was not known.
 bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t guid[16]);
-/// The same, and announces the end of `own_guid` to the remote participant, so that its reliable writers do not wait
-/// for us for ever.
-bool cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16], const uint8_t guid[16]);
+
+/// The message that announces the end of our participant to one remote participant, and the addresses of that
+/// participant.
+struct cyclone_farewell;
+
+/// Does the same as cyclone_drop_participant(). Returns the farewell to send, or null if the participant was not known
+/// or memory is short. The caller frees it before the domain is deleted.
+struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
+                                                       const uint8_t guid[16]);
+/// Must not be called on one of the engine's threads. May be called again for the same farewell.
+void cyclone_send_farewell(struct ddsi_domaingv* gv, struct cyclone_farewell* farewell);
+void cyclone_free_farewell(struct cyclone_farewell* farewell);
 
 struct cyclone_locator {
   int32_t kind;
