@@ -66,6 +66,12 @@ else()
     $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<BOOL:${TESSIVAR_WERROR}>:-Werror>)
 endif()
 
+# Clang checks the marks of tessivar/platform/detail/thread_safety.h. The beta checks the order of locks.
+set(tessivar_thread_safety_flags -Wthread-safety -Wthread-safety-beta -Werror=thread-safety)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(tessivar_flags INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${tessivar_thread_safety_flags}>")
+endif()
+
 # tessivar_linker_rules(TARGET FILE): limits the exports of the shared library with a version script, if the linker
 # accepts one (ELF); otherwise only visibility decides. Every symbol that the library uses must be defined when it is
 # linked, except in a sanitizer's build, where the program defines the sanitizer's symbols.
