@@ -3,16 +3,12 @@
 // The listeners that an application attached to one service object.
 #pragma once
 
-#include "tessivar/framework/log/detail/guarded.h"
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/framework/pointers/detail/listener_entries.h"
 #include "tessivar/framework/sync/sync.h"
 
-#include <algorithm>
 #include <atomic>
 #include <thread>
-#include <type_traits>
-#include <utility>
-#include <vector>
 
 namespace TessivarDDS {
 
@@ -36,12 +32,7 @@ class ListenerList {
   void attachListener(L* listener, bool owned) {
     Lock lock(*this);
     if (!lock) return reportLocking("attachListener(class ", " *,bool)");
-    const auto entry = find(listener);
-    if (entry != entries_.end()) {
-      entry->owned = owned;
-    } else {
-      entries_.push_back({listener, owned});
-    }
+    entries_.attach(listener, owned);
   }
 
   /// Removes `listener` from the list. It is not deleted, even if it is owned: the caller owns it again. Returns true
@@ -53,23 +44,20 @@ class ListenerList {
       reportLocking("detachListener(class ", " *)");
       return false;
     }
-    const auto entry = find(listener);
-    if (entry != entries_.end()) entries_.erase(entry);
+    entries_.detach(listener);
     return true;
   }
 
   /// Removes all listeners and deletes each owned listener once.
   void clear() {
     const tessivar::platform::LogHold hold;  // delays messages that destructors of listeners log
-    std::vector<Entry> entries;
+    detail::ListenerEntries<L> entries;
     {
       Lock lock(*this);
       if (!lock) return reportLocking("clear(void)");
       entries.swap(entries_);
     }
-    for (const Entry& entry : entries) {
-      if (entry.owned) delete entry.listener;
-    }
+    entries.deleteOwned();
   }
 
   /// Calls `call(listener)` for each listener, in order. `call` may return bool; false ends the calls. An exception is
@@ -83,9 +71,7 @@ class ListenerList {
       return false;
     }
     notifier_ = std::this_thread::get_id();
-    for (const Entry& entry : entries_) {
-      if (entry.listener && !callGuarded(signature, call, *entry.listener)) break;
-    }
+    entries_.notify(signature, call);
     notifier_ = std::thread::id();
     return true;
   }
@@ -94,11 +80,6 @@ class ListenerList {
   bool isNotifying() const { return notifier_ == std::this_thread::get_id(); }
 
  private:
-  struct Entry {
-    L* listener;
-    bool owned;
-  };
-
   class Lock {
    public:
     explicit Lock(ListenerList& list) : mutex_(list.mutex_), held_(!list.isNotifying() && mutex_.lock(1000)) {}
@@ -114,24 +95,6 @@ class ListenerList {
     bool held_;
   };
 
-  auto find(L* listener) {
-    return std::find_if(entries_.begin(), entries_.end(),
-                        [&](const Entry& entry) { return entry.listener == listener; });
-  }
-
-  template <class F>
-  static bool callGuarded(const char* signature, F& call, L& listener) noexcept {
-    bool more = true;
-    tessivar::framework::guarded(signature, [&] {
-      if constexpr (std::is_same_v<decltype(call(listener)), bool>) {
-        more = call(listener);
-      } else {
-        call(listener);
-      }
-    });
-    return more;
-  }
-
   /// `operation` is the text up to the name of L in the parameters. `rest` is the text after that name, or null if the
   /// parameters do not contain it.
   void reportLocking(const char* operation, const char* rest = nullptr) const {
@@ -142,7 +105,7 @@ class ListenerList {
   }
 
   const char* listenerClass_;
-  std::vector<Entry> entries_;
+  detail::ListenerEntries<L> entries_;
   TessivarMutex mutex_;
   std::atomic<std::thread::id> notifier_{};
 };

@@ -3,14 +3,13 @@
 // The client listeners of a request/reply node.
 #pragma once
 
-#include "tessivar/framework/log/detail/guarded.h"
+#include "tessivar/framework/pointers/detail/listener_entries.h"
 #include "tessivar/framework/requestreply/request_reply_listeners.h"
 #include "tessivar/platform/detail/mutex.h"
 
-#include <algorithm>
 #include <memory>
 #include <mutex>
-#include <vector>
+#include <utility>
 
 namespace TessivarDDS {
 
@@ -18,14 +17,14 @@ namespace TessivarDDS {
 /// Thread-safe.
 class ClientListeners {
  public:
-  typedef std::vector<RequestReplyNodeClientListener*> List;
+  typedef detail::ListenerEntries<RequestReplyNodeClientListener> List;
 
   /// Does nothing if `listener` is attached already.
   void attach(RequestReplyNodeClientListener* listener) {
+    if (!listener) return;
     const std::lock_guard lock(mutex_);
-    if (!listener || std::find(list_->begin(), list_->end(), listener) != list_->end()) return;
     List longer = *list_;
-    longer.push_back(listener);
+    longer.attach(listener, false);
     list_ = std::make_shared<const List>(std::move(longer));
   }
 
@@ -40,10 +39,7 @@ class ClientListeners {
   /// `signature` is as in log/detail/guarded.h.
   template <class Signature, class Call>
   void notify(const Signature& signature, Call&& call) const {
-    const std::shared_ptr<const List> listeners = current();  // attach() does not change this list
-    for (RequestReplyNodeClientListener* listener : *listeners) {
-      tessivar::framework::guarded(signature, [&] { call(*listener); });
-    }
+    current()->notify(signature, call);  // attach() does not change this list
   }
 
  private:
