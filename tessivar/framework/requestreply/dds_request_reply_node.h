@@ -6,7 +6,6 @@
 #include "tessivar/framework/nodes/dds_filtered_node.h"
 #include "tessivar/framework/requestreply/detail/client_listeners.h"
 #include "tessivar/framework/requestreply/detail/guid_content_filter.h"
-#include "tessivar/framework/requestreply/detail/listener_slot.h"
 #include "tessivar/framework/requestreply/detail/match_listeners.h"
 #include "tessivar/framework/requestreply/detail/pending_tickets.h"
 #include "tessivar/framework/requestreply/detail/recent_clients.h"
@@ -19,6 +18,7 @@
 #include "tessivar/framework/sync/detail/use_gate.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
 #include "tessivar/platform/detail/callback.h"
+#include "tessivar/platform/detail/listener_slot.h"
 
 #include <atomic>
 #include <cstdint>
@@ -198,7 +198,7 @@ class TESSIVAR_API DDSRequestReplyNode {
   bool created_ = false;
   UseGate gate_;  // counts the calls that use readers and writers
   DDS_OctetSeq guid_;
-  ListenerSlot<RequestReplyServerListener<Req, Rep>> serverListener_;
+  tessivar::platform::ListenerSlot<RequestReplyServerListener<Req, Rep>> serverListener_;
   int livelinessMs_ = -1;
   std::int64_t requestLifespan_ = tessivar::platform::never;  // nanoseconds; only a server uses it
   bool useQosProfiles_ = false;

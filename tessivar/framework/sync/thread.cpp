@@ -2,12 +2,12 @@
 
 #include "tessivar/framework/sync/thread.h"
 
+#include "tessivar/framework/log/detail/guarded.h"
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/sync/internal/thread_factory.h"
 #include "tessivar/framework/sync/ntp_time.h"
 #include "tessivar/framework/sync/sync.h"
 
-#include <exception>
 #include <string>
 #include <utility>
 
@@ -22,13 +22,8 @@ struct TessivarThread::Private {
     constexpr const char* signature = "void __cdecl TessivarDDS::TessivarThread::run(void)";
     auto* self = static_cast<TessivarThread*>(argument);
     self->private_->started.signal();
-    try {
-      self->run();
-    } catch (const std::exception& exception) {
-      logError() << signature << " Exception in the thread: " << exception.what();
-    } catch (...) {
-      logError() << signature << " Exception in the thread.";
-    }
+    tessivar::framework::guarded(
+        signature, [self] { self->run(); }, "the thread");
     return nullptr;
   }
 };

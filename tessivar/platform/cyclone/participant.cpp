@@ -5,12 +5,12 @@
 #include "tessivar/platform/cyclone/configuration.h"
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/network/network.h"
-#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/reader.h"
 #include "tessivar/platform/cyclone/translate.h"
 #include "tessivar/platform/cyclone/writer.h"
 #include "tessivar/platform/detail/log.h"
+#include "tessivar/platform/system/guarded.h"
 
 #include <algorithm>
 #include <atomic>
@@ -42,7 +42,7 @@ void report_missing_internals() {
 
 DDS_ReturnCode_t Participant::create(const EngineParticipantConfig& config, EngineParticipantEvents* events,
                                      std::unique_ptr<EngineParticipant>& result, std::string& error) {
-  return without_exceptions(error, [&] {
+  return guarded(error, DDS_RETCODE_OUT_OF_RESOURCES, [&] {
     std::unique_ptr<Participant> participant(new Participant);
     const DDS_ReturnCode_t code = participant->start(config, events, error);
     if (code == DDS_RETCODE_OK) result = std::move(participant);
@@ -116,12 +116,14 @@ std::vector<std::string> Participant::interfaces() const {
 
 DDS_ReturnCode_t Participant::create_writer(const EngineWriterConfig& config, EngineWriterEvents* events,
                                             std::unique_ptr<EngineWriter>& result, std::string& error) {
-  return without_exceptions(error, [&] { return Writer::create(*this, config, events, result, error); });
+  return guarded(error, DDS_RETCODE_OUT_OF_RESOURCES,
+                 [&] { return Writer::create(*this, config, events, result, error); });
 }
 
 DDS_ReturnCode_t Participant::create_reader(const EngineReaderConfig& config, EngineReaderEvents* events,
                                             std::unique_ptr<EngineReader>& result, std::string& error) {
-  return without_exceptions(error, [&] { return Reader::create(*this, config, events, result, error); });
+  return guarded(error, DDS_RETCODE_OUT_OF_RESOURCES,
+                 [&] { return Reader::create(*this, config, events, result, error); });
 }
 
 DDS_ReturnCode_t Participant::ignore(const DDS_InstanceHandle_t& remote_participant) {

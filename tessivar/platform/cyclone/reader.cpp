@@ -4,10 +4,10 @@
 
 #include "tessivar/platform/cyclone/engine_log.h"
 #include "tessivar/platform/cyclone/listener.h"
-#include "tessivar/platform/cyclone/no_throw.h"
 #include "tessivar/platform/cyclone/qos.h"
 #include "tessivar/platform/cyclone/sample.h"
 #include "tessivar/platform/cyclone/translate.h"
+#include "tessivar/platform/system/guarded.h"
 
 #include <algorithm>
 #include <chrono>
@@ -121,7 +121,7 @@ DDS_ReturnCode_t Reader::take(std::vector<EngineSlot>& slots) {
   const std::size_t room = slots.capacity();
   Scratch& scratch = Scratch::of_this_thread();
   std::string error;
-  const DDS_ReturnCode_t prepared = without_exceptions(error, [&] {
+  const DDS_ReturnCode_t prepared = guarded(error, DDS_RETCODE_OUT_OF_RESOURCES, [&] {
     scratch.make_room(room);
     return room > 0 ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
   });

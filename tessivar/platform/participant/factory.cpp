@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/detail/immortal.h"
 #include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/detail/mutex.h"

@@ -2,6 +2,7 @@
 
 #include "tessivar/platform/participant.h"
 
+#include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/participant/participant_config.h"
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"

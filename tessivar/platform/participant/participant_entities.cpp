@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The operations of a participant on its types, topics, filters, writers, readers and peers.
+#include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant/participant_config.h"
 #include "tessivar/platform/participant/participant_impl.h"

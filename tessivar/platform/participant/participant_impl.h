@@ -4,11 +4,12 @@
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
+#include "tessivar/platform/detail/listener_slot.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/engine/engine.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant/builtin_reader.h"
-#include "tessivar/platform/participant/listener_slot.h"
 
 #include <atomic>
 #include <map>

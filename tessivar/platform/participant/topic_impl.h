@@ -3,8 +3,8 @@
 // The implementation of topics and filtered topics.
 #pragma once
 
+#include "tessivar/platform/detail/listener_slot.h"
 #include "tessivar/platform/detail/mutex.h"
-#include "tessivar/platform/participant/listener_slot.h"
 #include "tessivar/platform/reader/compiled_filter.h"
 #include "tessivar/platform/topic.h"
 #include "tessivar/platform/type_plugin.h"

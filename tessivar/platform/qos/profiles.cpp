@@ -5,13 +5,13 @@
 #include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/qos/embedded_profiles.h"
 #include "tessivar/platform/qos/profiles_xml.h"
+#include "tessivar/platform/system/guarded.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <fnmatch.h>
 #include <functional>
 #include <iterator>
@@ -242,73 +242,70 @@ bool QosProfiles::Impl::read(const Profile& profile, const char* topic_name, Qos
 }
 
 template <class Qos>
-bool QosProfiles::Impl::lookup(const char* library, const char* profile, Qos& qos, std::string& error) const try {
-  if (!library || !profile) {
-    error = "QoS library or profile is null";
-    return false;
-  }
-  const Profile* found = find(library, profile, error);
-  Qos read_qos;
-  bool applied = false;
-  if (!found || !read(*found, nullptr, read_qos, applied, error)) return false;
-  qos = read_qos;
-  return true;
-} catch (const std::exception& exception) {
-  error = exception.what();
-  return false;
+bool QosProfiles::Impl::lookup(const char* library, const char* profile, Qos& qos, std::string& error) const {
+  return guarded(error, false, [&] {
+    if (!library || !profile) {
+      error = "QoS library or profile is null";
+      return false;
+    }
+    const Profile* found = find(library, profile, error);
+    Qos read_qos;
+    bool applied = false;
+    if (!found || !read(*found, nullptr, read_qos, applied, error)) return false;
+    qos = read_qos;
+    return true;
+  });
 }
 
 template <class Qos>
-bool QosProfiles::Impl::lookup_default(const char* topic_name, Qos& qos, std::string& error) const try {
-  error.clear();
-  if (default_name.empty()) return false;
-  Qos read_qos;
-  bool applied = false;
-  if (!read(profiles.find(default_name)->second, topic_name, read_qos, applied, error) || !applied) return false;
-  qos = read_qos;
-  return true;
-} catch (const std::exception& exception) {
-  error = exception.what();
-  return false;
+bool QosProfiles::Impl::lookup_default(const char* topic_name, Qos& qos, std::string& error) const {
+  return guarded(error, false, [&] {
+    error.clear();
+    if (default_name.empty()) return false;
+    Qos read_qos;
+    bool applied = false;
+    if (!read(profiles.find(default_name)->second, topic_name, read_qos, applied, error) || !applied) return false;
+    qos = read_qos;
+    return true;
+  });
 }
 
 QosProfiles::QosProfiles() : impl_(std::make_unique<Impl>()) {}
 
 QosProfiles::~QosProfiles() = default;
 
-bool QosProfiles::load(const DDS_ProfileQosPolicy& policy, std::string& error) try {
-  auto fresh = std::make_unique<Impl>();
-  bool all = true;
-  const auto note = [&](bool added, const std::string& failure) {
-    if (!added && all) error = failure;
-    all = all && added;
-  };
-  std::string failure;
-  note(fresh->add("embedded QoS profiles", embedded_qos_profiles, failure), failure);
-  if (const char* listed = std::getenv("NDDS_QOS_PROFILES"); listed && !policy.ignore_environment_profile) {
-    for (std::string_view rest = listed; !rest.empty();) {
-      const std::size_t end = std::min(rest.find(';'), rest.size());
-      if (end > 0) {
-        note(fresh->add_file(path_of(rest.substr(0, end)), failure), failure + " (a file of NDDS_QOS_PROFILES)");
+bool QosProfiles::load(const DDS_ProfileQosPolicy& policy, std::string& error) {
+  return guarded(error, false, [&] {
+    auto fresh = std::make_unique<Impl>();
+    bool all = true;
+    const auto note = [&](bool added, const std::string& failure) {
+      if (!added && all) error = failure;
+      all = all && added;
+    };
+    std::string failure;
+    note(fresh->add("embedded QoS profiles", embedded_qos_profiles, failure), failure);
+    if (const char* listed = std::getenv("NDDS_QOS_PROFILES"); listed && !policy.ignore_environment_profile) {
+      for (std::string_view rest = listed; !rest.empty();) {
+        const std::size_t end = std::min(rest.find(';'), rest.size());
+        if (end > 0) {
+          note(fresh->add_file(path_of(rest.substr(0, end)), failure), failure + " (a file of NDDS_QOS_PROFILES)");
+        }
+        rest.remove_prefix(std::min(end + 1, rest.size()));
       }
-      rest.remove_prefix(std::min(end + 1, rest.size()));
     }
-  }
-  if (!policy.ignore_user_profile && access(user_file, F_OK) == 0) note(fresh->add_file(user_file, failure), failure);
-  for (DDS_Long i = 0; i < policy.url_profile.length(); ++i) {
-    const char* name = policy.url_profile[i];
-    if (name) note(fresh->add_file(path_of(name), failure), failure);
-  }
-  for (DDS_Long i = 0; i < policy.string_profile.length(); ++i) {
-    const char* text = policy.string_profile[i];
-    if (text) note(fresh->add("string_profile[" + std::to_string(i) + "]", text, failure), failure);
-  }
-  fresh->warn_of_unused();
-  impl_ = std::move(fresh);
-  return all;
-} catch (const std::exception& exception) {
-  error = exception.what();
-  return false;
+    if (!policy.ignore_user_profile && access(user_file, F_OK) == 0) note(fresh->add_file(user_file, failure), failure);
+    for (DDS_Long i = 0; i < policy.url_profile.length(); ++i) {
+      const char* name = policy.url_profile[i];
+      if (name) note(fresh->add_file(path_of(name), failure), failure);
+    }
+    for (DDS_Long i = 0; i < policy.string_profile.length(); ++i) {
+      const char* text = policy.string_profile[i];
+      if (text) note(fresh->add("string_profile[" + std::to_string(i) + "]", text, failure), failure);
+    }
+    fresh->warn_of_unused();
+    impl_ = std::move(fresh);
+    return all;
+  });
 }
 
 bool QosProfiles::participant(const char* library, const char* profile, DDS_DomainParticipantQos& qos,

@@ -3,6 +3,7 @@
 // The data reader: life cycle, statuses, conditions and the public class.
 #include "tessivar/platform/reader.h"
 
+#include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/condition_impl.h"
 #include "tessivar/platform/participant/participant_impl.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Reading and taking: decodes samples of the cache for the application.
+#include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/condition_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"

@@ -4,6 +4,7 @@
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/reader/reader_impl.h"
+#include "tessivar/platform/system/application_call.h"
 
 #include <algorithm>
 
@@ -31,8 +32,8 @@ DDS_StatusMask changed(DDSDataReader::Impl& reader, const ReaderSide& from, Stat
 /// Calls the reader's listener or, if the reader has none for this status, the participant's.
 template <class Call>
 void tell(DDSDataReader::Impl& reader, DDS_StatusMask status, const Call& call) {
-  if (!reader.listener.call(status, "DDSDataReaderListener", call)) {
-    reader.participant.impl().listener.call(status, "DDSDomainParticipantListener", call);
+  if (!call_listener(reader.listener, status, "DDSDataReaderListener", call)) {
+    call_listener(reader.participant.impl().listener, status, "DDSDomainParticipantListener", call);
   }
 }
 

@@ -9,8 +9,8 @@
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
+#include "tessivar/platform/detail/listener_slot.h"
 #include "tessivar/platform/detail/mutex.h"
-#include "tessivar/platform/participant/listener_slot.h"
 #include "tessivar/platform/reader.h"
 #include "tessivar/platform/reader/loans.h"
 #include "tessivar/platform/reader/reader_cache.h"

@@ -4,20 +4,17 @@
 
 #include "tessivar/platform/detail/log.h"
 
-#include <exception>
 #include <new>
 
 namespace tessivar::platform {
 
-void log_exception(const char* operation) noexcept {
-  try {
-    throw;
-  } catch (const std::bad_alloc&) {
-    log(LogLevel::error, operation, "no memory");
-  } catch (const std::exception& exception) {
-    log(LogLevel::error, operation, exception.what());
-  } catch (...) {
+void log_exception(const char* operation, const std::exception* exception) noexcept {
+  if (!exception) {
     log(LogLevel::error, operation, "an exception of unknown type");
+  } else if (dynamic_cast<const std::bad_alloc*>(exception)) {
+    log(LogLevel::error, operation, "no memory");
+  } else {
+    log(LogLevel::error, operation, exception->what());
   }
 }
 

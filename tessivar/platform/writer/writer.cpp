@@ -7,6 +7,7 @@
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
+#include "tessivar/platform/system/application_call.h"
 #include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/values/sequence_fill.h"
 #include "tessivar/platform/writer/writer_impl.h"
@@ -110,13 +111,11 @@ DDS_ReturnCode_t DDSDataWriter::Impl::enable() {
     std::string error;
     DDS_ReturnCode_t result = bus->create_writer(config, this, owned_engine, error);
     if (result == DDS_RETCODE_OK && qos.batch.enable) {
-      try {
+      result = tessivar::platform::guarded(error, DDS_RETCODE_OUT_OF_RESOURCES, [&] {
         batch = std::make_unique<tessivar::platform::Batch>(qos.batch, *owned_engine);
-      } catch (const std::exception& exception) {
-        error = exception.what();
-        owned_engine.reset();
-        result = DDS_RETCODE_OUT_OF_RESOURCES;
-      }
+        return DDS_RETCODE_OK;
+      });
+      if (!batch) owned_engine.reset();
     }
     if (result != DDS_RETCODE_OK) {
       log(LogLevel::error, "DDSDataWriter::enable", "topic \"" + topic.impl().name + "\": " + error);
@@ -283,8 +282,8 @@ void tell(DDSDataWriter::Impl& writer, Status& seen, DDS_StatusMask status,
     }
     (listener.*callback)(writer.self, now);
   };
-  if (!writer.listener.call(status, "DDSDataWriterListener", call)) {
-    writer.topic.get_participant()->impl().listener.call(status, "DDSDomainParticipantListener", call);
+  if (!call_listener(writer.listener, status, "DDSDataWriterListener", call)) {
+    call_listener(writer.topic.get_participant()->impl().listener, status, "DDSDomainParticipantListener", call);
   }
 }
 

@@ -4,9 +4,9 @@
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
+#include "tessivar/platform/detail/listener_slot.h"
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/engine/engine.h"
-#include "tessivar/platform/participant/listener_slot.h"
 #include "tessivar/platform/topic.h"
 #include "tessivar/platform/writer.h"
 #include "tessivar/platform/writer/batch.h"

@@ -4,33 +4,27 @@
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/platform/detail/guard.h"
 
-#include <exception>
 #include <type_traits>
 
 namespace tessivar::framework {
 
 /// Calls `call`. Logs an exception that `call` throws and does not pass it on. The message begins with `signature`, the
-/// signature of the calling function: a text, or a function that returns a text. Returns true if `call` threw no
-/// exception.
+/// signature of the calling function: a text, or a function that returns a text. `code` says which code
+/// threw it. Returns true if `call` threw no exception.
 template <class Signature, class Call>
-bool guarded(const Signature& signature, Call&& call) noexcept {
-  const auto begin = [&]() -> decltype(auto) {
+bool guarded(const Signature& signature, Call&& call, const char* code = "the application's code") noexcept {
+  return tessivar::platform::guard(call, [&](const std::exception* exception) {
+    TessivarDDS::LogRecord line = TessivarDDS::logError();
     if constexpr (std::is_invocable_v<const Signature&>) {
-      return signature();
+      line << signature();
     } else {
-      return (signature);
+      line << signature;
     }
-  };
-  try {
-    call();
-    return true;
-  } catch (const std::exception& exception) {
-    TessivarDDS::logError() << begin() << " Exception in the application's code: " << exception.what();
-  } catch (...) {
-    TessivarDDS::logError() << begin() << " Exception in the application's code.";
-  }
-  return false;
+    line << " Exception in " << code;
+    exception ? line << ": " << exception->what() : line << '.';
+  });
 }
 
 }  // namespace tessivar::framework
