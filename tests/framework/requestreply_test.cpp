@@ -3,9 +3,9 @@
 #include "tessivar/framework/requestreply/detail/instances.h"
 #include "tessivar/framework/requestreply/detail/request_guid.h"
 #include "tests/framework/support/samples.h"
-#include "tests/support/failing_engine.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/loopback.h"
+#include "tests/support/test_engine.h"
 
 #include <future>
 #include <set>
@@ -175,7 +175,7 @@ class RequestReply : public Test {
   }
 
   LogRecorder log{LogDebug};
-  FailingEngine engine;
+  TestEngine engine;
   LoopbackDomain here{domain_id}, there{domain_id};
   Server serving;
   Client listening;
@@ -245,7 +245,8 @@ TEST_F(RequestReply, counts_and_logs_everything_that_is_lost) {
 TEST_F(RequestReply, says_why_a_request_is_not_sent) {
   ASSERT_TRUE(start());
   const auto failure = [&](DDS_ReturnCode_t code, int discriminator) {
-    engine.fail_writes(code);
+    engine.script.clear();
+    if (code != DDS_RETCODE_OK) engine.script.add({.call = Call::write, .effect = Effect::refuse, .code = code});
     DDSPtr<Request> sample = client.createRequest(command("u", 1).get());
     sample->newValue.value._d = static_cast<Tessivar::CommandType>(discriminator);
     RequestFailure why = RequestFailure::None;
