@@ -3,19 +3,11 @@
 #include "tessivar/platform/cyclone/worker.h"
 
 #include "tessivar/platform/system/guarded.h"
-#include "tessivar/platform/system/signals_blocked.h"
-
-#include <pthread.h>
-
 namespace tessivar::platform::cyclone {
 
 using std::chrono::steady_clock;
 
-Worker::Worker() {
-  const SignalsBlocked blocked;
-  thread_ = std::thread([this] { run(); });
-  pthread_setname_np(thread_.native_handle(), "tessivar-engine");
-}
+Worker::Worker() : thread_("tessivar-engine", [this] { run(); }) {}
 
 Worker::~Worker() {
   stop();
@@ -28,7 +20,7 @@ void Worker::stop() {
     tasks_.clear();
   }
   wake_.notify_one();
-  if (thread_.joinable()) thread_.join();
+  thread_.join();
 }
 
 void Worker::post(std::function<void()> task, steady_clock::duration delay) {

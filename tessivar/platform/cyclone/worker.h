@@ -4,12 +4,12 @@
 #pragma once
 
 #include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/system/thread.h"
 
 #include <chrono>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <thread>
 
 namespace tessivar::platform::cyclone {
 
@@ -31,7 +31,7 @@ class Worker {
   Condition wake_;
   std::multimap<std::chrono::steady_clock::time_point, std::function<void()>> tasks_;  // by the time they are due
   bool stopping_ = false;
-  std::thread thread_;
+  Thread thread_;
 };
 
 }  // namespace tessivar::platform::cyclone

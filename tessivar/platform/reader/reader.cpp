@@ -61,7 +61,7 @@ void DDSDataReader::Impl::close() {
     closing = true;
   }
   structure_changed.notify_all();
-  if (catch_up_thread.joinable()) catch_up_thread.join();
+  catch_up_thread.join();
   std::unique_ptr<ReaderSide> closed;  // destroyed after the locks are released
   const std::scoped_lock locks(structure, access, status_mutex);
   closed.swap(side);

@@ -11,7 +11,6 @@
 #include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
-#include "tessivar/platform/system/signals_blocked.h"
 
 #include <algorithm>
 #include <chrono>
@@ -59,11 +58,10 @@ DDS_ReturnCode_t DDSDataReader::Impl::set_filter(const std::shared_ptr<CompiledF
   if (joining) joining->narrow(filter);
   next_filter = filter;
   if (catching_up) return DDS_RETCODE_OK;
-  if (catch_up_thread.joinable()) catch_up_thread.join();  // the thread is about to end
+  catch_up_thread.join();  // the thread is about to end
   try {
-    const tessivar::platform::SignalsBlocked blocked;
     catching_up = true;
-    catch_up_thread = std::thread([this] { catch_up(); });
+    catch_up_thread = tessivar::platform::Thread("tessivar_filter", [this] { catch_up(); });
   } catch (const std::exception&) {
     catching_up = false;
     log_joined(LogLevel::error, "DDSDataReader",

@@ -15,12 +15,12 @@
 #include "tessivar/platform/reader/loans.h"
 #include "tessivar/platform/reader/reader_cache.h"
 #include "tessivar/platform/reader/reader_side.h"
+#include "tessivar/platform/system/thread.h"
 #include "tessivar/platform/topic.h"
 
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
@@ -80,7 +80,7 @@ struct DDSDataReader::Impl : tessivar::platform::ReaderSideEvents {
   tessivar::platform::ReaderCache::Source sources = 0;  // number of sides created so far
   // The catch-up with a new filter.
   bool catching_up = false;
-  std::thread catch_up_thread;
+  tessivar::platform::Thread catch_up_thread;
   std::shared_ptr<tessivar::platform::CompiledFilter> next_filter;  // the filter to catch up with next, or null
   tessivar::platform::Mutex filter_mutex;  // held while a filter evaluates a sample, by one thread for all sides
   std::unique_ptr<tessivar::platform::ReaderSide> joining;  // the side that will replace `side`

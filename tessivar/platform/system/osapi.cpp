@@ -4,21 +4,17 @@
 
 #include "tessivar/platform/detail/fork.h"
 #include "tessivar/platform/detail/log.h"
-#include "tessivar/platform/system/signals_blocked.h"
+#include "tessivar/platform/system/guarded.h"
+#include "tessivar/platform/system/thread.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
-#include <memory>
 #include <mutex>
 #include <new>
-#include <pthread.h>
-#include <string>
 #include <thread>
 
 using tessivar::platform::LogLevel;
-using tessivar::platform::SignalsBlocked;
 
 namespace {
 
@@ -100,44 +96,8 @@ int RTIOsapiSemaphore_give(RTIOsapiSemaphore* semaphore) {
 struct RTIOsapiThreadFactory {};
 
 struct RTIOsapiThread {
-  pthread_t thread;
-  const tessivar::platform::MadeHere made_here = {};
+  tessivar::platform::Thread thread;
 };
-
-namespace {
-
-struct Start {
-  char name[16];
-  RTIOsapiThreadFunction entry;
-  void* argument;
-};
-
-void* run(void* argument) {
-  const std::unique_ptr<Start> start(static_cast<Start*>(argument));
-  pthread_setname_np(pthread_self(), start->name);
-  try {
-    return start->entry(start->argument);
-  } catch (...) {
-    tessivar::platform::log(LogLevel::error, start->name, "the thread ended by an exception");
-    return nullptr;
-  }
-}
-
-/// Starts the thread. Returns 0 or the error number of the system.
-int create(pthread_t& thread, int stack_size, Start* start) {
-  pthread_attr_t attributes;
-  int error = pthread_attr_init(&attributes);
-  if (error) return error;
-  if (stack_size != -1) error = pthread_attr_setstacksize(&attributes, static_cast<std::size_t>(stack_size));
-  if (!error) {
-    const SignalsBlocked blocked;
-    error = pthread_create(&thread, &attributes, run, start);
-  }
-  pthread_attr_destroy(&attributes);
-  return error;
-}
-
-}  // namespace
 
 RTIOsapiThreadFactory* RTIOsapiThreadFactory_newDefault() {
   return new (std::nothrow) RTIOsapiThreadFactory;
@@ -159,27 +119,13 @@ RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFactory* factor
     tessivar::platform::log(LogLevel::error, context, "only default priority, options and processors are supported");
     return nullptr;
   }
-  std::unique_ptr<RTIOsapiThread> thread(new (std::nothrow) RTIOsapiThread);
-  std::unique_ptr<Start> start(new (std::nothrow) Start{{}, entry, argument});
-  if (!thread || !start) return nullptr;
-  std::snprintf(start->name, sizeof start->name, "%s", name);
-  if (const int error = create(thread->thread, stack_size, start.get())) {
-    tessivar::platform::log(LogLevel::error, context, "no thread, system error " + std::to_string(error));
-    return nullptr;
-  }
-  start.release();  // now owned by the thread
-  return thread.release();
+  return tessivar::platform::guarded(context, static_cast<RTIOsapiThread*>(nullptr), [&] {
+    return new RTIOsapiThread{
+        {name, [=] { entry(argument); }, stack_size == -1 ? 0 : static_cast<std::size_t>(stack_size)}};
+  });
 }
 
 void RTIOsapiThreadFactory_destroyThread(RTIOsapiThreadFactory*, RTIOsapiThread* thread) {
-  if (!thread) return;
-  if (thread->made_here.inherited()) {
-    // The thread belongs to the parent process.
-  } else if (pthread_equal(thread->thread, pthread_self())) {
-    pthread_detach(thread->thread);
-  } else {
-    pthread_join(thread->thread, nullptr);
-  }
   delete thread;
 }
 

@@ -4,13 +4,11 @@
 
 #include "tessivar/platform/detail/immortal.h"
 #include "tessivar/platform/detail/log.h"
-#include "tessivar/platform/system/signals_blocked.h"
+#include "tessivar/platform/system/thread.h"
 
 #include <algorithm>
 #include <chrono>
-#include <pthread.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tessivar::platform {
@@ -28,9 +26,7 @@ class FlushClock {
     std::unique_lock lock(mutex_);
     stopped_.wait(lock, [&] { return !stopping_; });
     if (!thread_.joinable()) {
-      const SignalsBlocked blocked;
-      thread_ = std::thread([this] { run(); });
-      pthread_setname_np(thread_.native_handle(), "tessivar_flush");
+      thread_ = Thread("tessivar_flush", [this] { run(); });
     }
     batches_.push_back(&batch);
     changed_.notify_one();
@@ -38,7 +34,7 @@ class FlushClock {
 
   /// Waits for the end of a flush of `batch`. Must not be called from a flush.
   void remove(Batch& batch) {
-    std::thread ended;
+    Thread ended;
     {
       std::unique_lock lock(mutex_);
       flushed_.wait(lock, [&] { return flushing_ != &batch; });
@@ -109,7 +105,7 @@ class FlushClock {
   Condition changed_;
   Condition flushed_;
   Condition stopped_;
-  std::thread thread_;
+  Thread thread_;
   bool stopping_ = false;
   std::vector<Batch*> batches_;
   const Batch* flushing_ = nullptr;
