@@ -9,7 +9,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -145,7 +144,7 @@ class TESSIVAR_API EndpointList {
 
  private:
   mutable Mutex mutex_;
-  std::vector<std::weak_ptr<const EndpointCounters>> endpoints_;
+  std::vector<std::weak_ptr<const EndpointCounters>> endpoints_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace tessivar::platform

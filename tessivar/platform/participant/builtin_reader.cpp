@@ -21,9 +21,9 @@ DDS_Time_t now() {
 
 }  // namespace
 
-void SeenParticipants::seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
-                            bool alive) {
-  const std::lock_guard lock(mutex_);
+void DiscoveredParticipants::update(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
+                                    bool alive) {
+  const MutexLock lock(mutex_);
   auto participant = std::find_if(participants_.begin(), participants_.end(), [&](const Participant& known) {
     return DDS_InstanceHandle_equals(&known.handle, &handle) != DDS_BOOLEAN_FALSE;
   });
@@ -34,19 +34,19 @@ void SeenParticipants::seen(const DDS_ParticipantBuiltinTopicData& data, const D
   }
   if (alive && !participant->alive) participant->viewed = false;
   participant->alive = alive;
-  (alive ? participant->announcement : participant->departure) = {true, false, now()};
+  (alive ? participant->announcement : participant->loss) = {true, false, now()};
   if (alive) {
     participant->data = data;
     return;
   }
-  const auto gone = [](const Participant& one) { return !one.alive; };
-  if (static_cast<std::size_t>(std::count_if(participants_.begin(), participants_.end(), gone)) > most_gone) {
-    participants_.erase(std::find_if(participants_.begin(), participants_.end(), gone));
+  const auto lost = [](const Participant& one) { return !one.alive; };
+  if (static_cast<std::size_t>(std::count_if(participants_.begin(), participants_.end(), lost)) > max_lost) {
+    participants_.erase(std::find_if(participants_.begin(), participants_.end(), lost));
   }
 }
 
-bool SeenParticipants::fits(const BuiltinSelection& selection, const Participant& participant,
-                            const Sample& sample) const {
+bool DiscoveredParticipants::selects(const BuiltinSelection& selection, const Participant& participant,
+                                     const Sample& sample) const {
   const DDS_UnsignedLong sample_state = sample.read ? DDS_READ_SAMPLE_STATE : DDS_NOT_READ_SAMPLE_STATE;
   const DDS_UnsignedLong view_state = participant.viewed ? DDS_NOT_NEW_VIEW_STATE : DDS_NEW_VIEW_STATE;
   const DDS_UnsignedLong instance_state =
@@ -55,17 +55,17 @@ bool SeenParticipants::fits(const BuiltinSelection& selection, const Participant
          (selection.instance_states & instance_state);
 }
 
-DDS_ReturnCode_t SeenParticipants::access(const BuiltinSelection& selection,
-                                          DDS_ParticipantBuiltinTopicDataSeq& samples, DDS_SampleInfoSeq& infos) {
+DDS_ReturnCode_t DiscoveredParticipants::access(const BuiltinSelection& selection,
+                                                DDS_ParticipantBuiltinTopicDataSeq& samples, DDS_SampleInfoSeq& infos) {
   if (selection.max_samples < DDS_LENGTH_UNLIMITED || selection.max_samples == 0) return DDS_RETCODE_BAD_PARAMETER;
   if (!samples.has_ownership() || !infos.has_ownership()) return DDS_RETCODE_PRECONDITION_NOT_MET;
   const auto max = static_cast<std::size_t>(selection.max_samples);  // DDS_LENGTH_UNLIMITED becomes the largest number
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
 
   std::size_t count = 0;
   for (const Participant& participant : participants_) {
-    count += fits(selection, participant, participant.announcement);
-    count += fits(selection, participant, participant.departure);
+    count += selects(selection, participant, participant.announcement);
+    count += selects(selection, participant, participant.loss);
   }
   count = std::min(count, max);
   if (!make_length(samples, count) || !make_length(infos, count)) return DDS_RETCODE_OUT_OF_RESOURCES;
@@ -73,10 +73,10 @@ DDS_ReturnCode_t SeenParticipants::access(const BuiltinSelection& selection,
 
   DDS_Long index = 0;
   for (auto participant = participants_.begin(); participant != participants_.end();) {
-    const bool selected[] = {fits(selection, *participant, participant->announcement),
-                             fits(selection, *participant, participant->departure)};
+    const bool selected[] = {selects(selection, *participant, participant->announcement),
+                             selects(selection, *participant, participant->loss)};
     bool yielded = false;
-    for (Sample* sample : {&participant->announcement, &participant->departure}) {
+    for (Sample* sample : {&participant->announcement, &participant->loss}) {
       const bool valid = sample == &participant->announcement;
       if (!selected[valid ? 0 : 1] || index == static_cast<DDS_Long>(count)) continue;
       samples[index] = participant->data;
@@ -95,7 +95,7 @@ DDS_ReturnCode_t SeenParticipants::access(const BuiltinSelection& selection,
       yielded = true;
     }
     if (yielded) participant->viewed = true;
-    const bool finished = !participant->alive && !participant->announcement.there && !participant->departure.there;
+    const bool finished = !participant->alive && !participant->announcement.there && !participant->loss.there;
     participant = finished ? participants_.erase(participant) : std::next(participant);
   }
   return DDS_RETCODE_OK;

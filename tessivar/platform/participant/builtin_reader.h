@@ -8,7 +8,6 @@
 #include "tessivar/platform/reader/reader_impl.h"
 
 #include <list>
-#include <mutex>
 
 namespace tessivar::platform {
 
@@ -21,16 +20,16 @@ struct BuiltinSelection {
   DDS_InstanceStateMask instance_states;
 };
 
-/// Keeps two samples of each remote participant: its latest announcement and its departure. Thread-safe.
-class SeenParticipants {
+/// Keeps two samples of each remote participant: its latest announcement, and its loss. Thread-safe.
+class DiscoveredParticipants {
  public:
-  void seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle, bool alive);
+  void update(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle, bool alive);
   DDS_ReturnCode_t access(const BuiltinSelection& selection, DDS_ParticipantBuiltinTopicDataSeq& samples,
                           DDS_SampleInfoSeq& infos);
 
  private:
-  /// The largest number of departed participants that are kept, because the application may not read them at all.
-  static constexpr std::size_t most_gone = 256;
+  /// The largest number of lost participants that are kept, because the application may not read them at all.
+  static constexpr std::size_t max_lost = 256;
 
   struct Sample {
     bool there = false;
@@ -43,22 +42,22 @@ class SeenParticipants {
     bool alive = true;
     bool viewed = false;
     Sample announcement;
-    Sample departure;
+    Sample loss;
   };
 
-  bool fits(const BuiltinSelection& selection, const Participant& participant, const Sample& sample) const;
+  bool selects(const BuiltinSelection& selection, const Participant& participant, const Sample& sample) const;
 
   Mutex mutex_;
-  std::list<Participant> participants_;
+  std::list<Participant> participants_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 /// The implementation behind a DDSParticipantBuiltinTopicDataDataReader.
 struct BuiltinReader final : DDSDataReader::Impl {
-  BuiltinReader(DDSDomainParticipant& its_participant, DDSSubscriber* its_subscriber)
-      : Impl(its_participant, nullptr, nullptr, its_subscriber, {}) {}
+  BuiltinReader(DDSDomainParticipant& owner, DDSSubscriber* builtin_subscriber)
+      : Impl(owner, nullptr, nullptr, builtin_subscriber, {}) {}
   DDS_ReturnCode_t enable() override { return DDS_RETCODE_OK; }
 
-  SeenParticipants participants;
+  DiscoveredParticipants participants;
 };
 
 }  // namespace tessivar::platform

@@ -31,7 +31,7 @@ EndpointCounts EndpointCounters::read() const {
 }
 
 void EndpointList::add(const std::shared_ptr<const EndpointCounters>& endpoint) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(endpoints_, [&](const auto& known) {
     const auto alive = known.lock();
     return !alive || alive == endpoint;
@@ -40,13 +40,13 @@ void EndpointList::add(const std::shared_ptr<const EndpointCounters>& endpoint) 
 }
 
 void EndpointList::clear() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   endpoints_.clear();
 }
 
 std::vector<EndpointCounts> EndpointList::read() const {
   std::vector<EndpointCounts> counts;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const auto& known : endpoints_) {
     if (const auto endpoint = known.lock()) counts.push_back(endpoint->read());
   }

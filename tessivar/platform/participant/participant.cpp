@@ -152,7 +152,7 @@ void DDSDomainParticipant::Impl::participant_seen(const DDS_ParticipantBuiltinTo
     changed.wait_for(lock, std::chrono::seconds(1), [&] { return !starting; });
   }
   DDSDataReader::Impl& reader = builtin_reader->impl();
-  static_cast<BuiltinReader&>(reader).participants.seen(data, handle, alive);
+  static_cast<BuiltinReader&>(reader).participants.update(data, handle, alive);
   reader.report(DDS_DATA_AVAILABLE_STATUS);
 }
 

@@ -24,7 +24,7 @@ Loans::~Loans() {
 }
 
 Loan* Loans::lend(std::size_t count) noexcept {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::unique_ptr<Loan> loan;
   try {
     out_.reserve(out_.size() + 1);
@@ -79,7 +79,7 @@ Loans::Sample Loans::idle_sample() {
 }
 
 std::unique_ptr<Loan> Loans::take_back(const void* lent) noexcept {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto loan = std::find_if(out_.begin(), out_.end(), [&](const std::unique_ptr<Loan>& one) {
     return one->samples.data() == lent || one->pointers.get() == lent;
   });
@@ -90,12 +90,12 @@ std::unique_ptr<Loan> Loans::take_back(const void* lent) noexcept {
 }
 
 void Loans::keep(std::unique_ptr<Loan> loan) noexcept {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   retire(std::move(loan));
 }
 
 bool Loans::any_out() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return !out_.empty();
 }
 
@@ -115,7 +115,7 @@ void Loans::retire(std::unique_ptr<Loan> loan) {
 /// list cannot grow.
 template <class T>
 void Loans::keep_idle(std::vector<T>& idle, T& one, std::size_t octets) {
-  if (idle_octets_ + octets > most_idle_octets) return;
+  if (idle_octets_ + octets > max_idle_octets) return;
   try {
     idle.push_back(std::move(one));
   } catch (const std::bad_alloc&) {

@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace tessivar::platform {
@@ -25,10 +24,10 @@ struct Loan {
 };
 
 /// Thread-safe. Public functions do not throw. Returned samples and loans are reused, so that in steady state nothing
-/// is allocated. Idle samples and loans use at most `most_idle_octets` octets; what exceeds this limit is freed.
+/// is allocated. Idle samples and loans use at most `max_idle_octets` octets; what exceeds this limit is freed.
 class Loans {
  public:
-  static constexpr std::size_t most_idle_octets = std::size_t{1} << 20;
+  static constexpr std::size_t max_idle_octets = std::size_t{1} << 20;
 
   explicit Loans(const PRESTypePlugin& type) : type_(type) {}
   /// Also destroys the samples of loans that were not returned.
@@ -42,7 +41,7 @@ class Loans {
   /// Ends a loan. `lent` is the address of its samples or of its pointers. Returns null if this reader did not lend it.
   /// The caller passes the result to keep().
   std::unique_ptr<Loan> take_back(const void* lent) noexcept;
-  /// Keeps the samples and the memory of `loan` for later loans, up to `most_idle_octets`.
+  /// Keeps the samples and the memory of `loan` for later loans, up to `max_idle_octets`.
   void keep(std::unique_ptr<Loan> loan) noexcept;
   bool any_out() const;
 
@@ -52,18 +51,18 @@ class Loans {
     std::size_t octets;
   };
 
-  std::unique_ptr<Loan> idle_loan(std::size_t count);
-  Sample idle_sample();
-  void retire(std::unique_ptr<Loan> loan);
+  std::unique_ptr<Loan> idle_loan(std::size_t count) TESSIVAR_REQUIRES(mutex_);
+  Sample idle_sample() TESSIVAR_REQUIRES(mutex_);
+  void retire(std::unique_ptr<Loan> loan) TESSIVAR_REQUIRES(mutex_);
   template <class T>
-  void keep_idle(std::vector<T>& idle, T& one, std::size_t octets);
+  void keep_idle(std::vector<T>& idle, T& one, std::size_t octets) TESSIVAR_REQUIRES(mutex_);
 
   const PRESTypePlugin& type_;
   mutable Mutex mutex_;
-  std::size_t idle_octets_ = 0;
-  std::vector<Sample> idle_samples_;
-  std::vector<std::unique_ptr<Loan>> idle_;
-  std::vector<std::unique_ptr<Loan>> out_;
+  std::size_t idle_octets_ TESSIVAR_GUARDED_BY(mutex_) = 0;
+  std::vector<Sample> idle_samples_ TESSIVAR_GUARDED_BY(mutex_);
+  std::vector<std::unique_ptr<Loan>> idle_ TESSIVAR_GUARDED_BY(mutex_);
+  std::vector<std::unique_ptr<Loan>> out_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace tessivar::platform

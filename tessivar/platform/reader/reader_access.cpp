@@ -166,7 +166,7 @@ void DDSDataReader::Impl::drop_slots(std::size_t first, std::size_t end) {
   } else {
     slots.erase(slots.begin() + static_cast<std::ptrdiff_t>(first), slots.begin() + static_cast<std::ptrdiff_t>(end));
   }
-  if (slots.empty() && slots.capacity() * sizeof(EngineSlot) > Loans::most_idle_octets)
+  if (slots.empty() && slots.capacity() * sizeof(EngineSlot) > Loans::max_idle_octets)
     std::vector<EngineSlot>().swap(slots);
   StateSet states = 0;
   for (const EngineSlot& slot : slots)

@@ -14,7 +14,7 @@ namespace tessivar::platform {
 namespace {
 
 /// The number of other writers whose last sample is remembered for one instance.
-constexpr std::size_t most_other_writers = 16;
+constexpr std::size_t max_other_writers = 16;
 
 }  // namespace
 
@@ -207,22 +207,22 @@ void ReaderCache::drop_expired() {
 // --- what the sources deliver ----------------------------------------------------------------------------------------
 
 void ReaderCache::set_source(Source source) {
-  const std::lock_guard lock(mutex_);
-  source_ = source;
+  const MutexLock lock(mutex_);
+  current_ = source;
 }
 
 ReaderCache::Change ReaderCache::insert(Source from, const std::vector<EngineSlot>& slots) {
   Change change;
-  const std::lock_guard lock(mutex_);
-  const bool joining = from == joining_;
-  if (from == 0 || (from != source_ && !joining)) {
+  const MutexLock lock(mutex_);
+  const bool from_replacement = from == replacement_;
+  if (from == 0 || (from != current_ && !from_replacement)) {
     change.count = slots.size();
     return change;
   }
   drop_expired();
   try {
     for (; change.count < slots.size(); ++change.count) {
-      if (merge(slots[change.count], joining)) change.news = true;
+      if (merge(slots[change.count], from_replacement)) change.news = true;
     }
   } catch (const std::bad_alloc&) {  // `change.count` says how many slots were processed
   }
@@ -230,7 +230,7 @@ ReaderCache::Change ReaderCache::insert(Source from, const std::vector<EngineSlo
 }
 
 /// Returns true if a sample was added or the instance ended.
-bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
+bool ReaderCache::merge(const EngineSlot& slot, bool from_replacement) {
   const KeyHash hash = key_hash_of(slot.sample->key_hash);
   const std::int64_t timestamp = to_nanoseconds(slot.info.source_timestamp);
   Instance* instance = find(hash);
@@ -238,7 +238,7 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
   // Disposes reach every reader of the participant. This reader ignores disposes of instances that are not in its
   // cache.
   if (!slot.info.valid_data && !here) return false;
-  if (joining && !here) {
+  if (from_replacement && !here) {
     const auto ended = ended_meanwhile_.find(hash);
     if (ended != ended_meanwhile_.end() && timestamp <= ended->second) return false;
   }
@@ -250,7 +250,7 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
       const Publications::Number number;
       ~Reference() { publications.release(number); }
     } const writer{publications_, publications_.hold(slot.info.publication_handle, slot.lifespan)};
-    if (!here || !joining_ || !is_repetition(*instance, writer.number, timestamp, joining)) {
+    if (!here || !replacement_ || !is_repetition(*instance, writer.number, timestamp, from_replacement)) {
       if (slot.lifespan != never && expiries_.size() == expiries_.capacity())
         expiries_.reserve(2 * expiries_.size() + 1);
       Sample* const sample = samples_.make();
@@ -269,7 +269,7 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
       sample->source_timestamp = timestamp;
       sample->writer = writer.number;
       publications_.hold(writer.number);
-      append(*instance, *sample, slot, joining);
+      append(*instance, *sample, slot, from_replacement);
       if (slot.lifespan != never) {
         expiries_.push_back({expiry(*sample), hash});
         std::push_heap(expiries_.begin(), expiries_.end());
@@ -277,21 +277,21 @@ bool ReaderCache::merge(const EngineSlot& slot, bool joining) {
       news = true;
     }
   }
-  if (joining) {
-    instance->known_to_joining = true;
-    instance->end_of_joining = 0;
+  if (from_replacement) {
+    instance->known_to_replacement = true;
+    instance->end_in_replacement = 0;
   } else {
-    instance->known_to_source = true;
+    instance->known_to_current = true;
   }
   if (slot.info.instance_state == DDS_ALIVE_INSTANCE_STATE) return news;
-  // The present source decides as long as it is in use. If the joining source reports an instance without writers, this
-  // is not final: the history of another writer may still arrive.
+  // The current source decides as long as it is in use. If the replacement reports an instance without writers, this is
+  // not final: the history of another writer may still arrive.
   const bool without_writers = slot.info.instance_state == DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
-  if (joining && (instance->known_to_source || without_writers)) {
-    instance->end_of_joining = static_cast<std::uint8_t>(slot.info.instance_state) & 7u;
+  if (from_replacement && (instance->known_to_current || without_writers)) {
+    instance->end_in_replacement = static_cast<std::uint8_t>(slot.info.instance_state) & 7u;
     return news;
   }
-  if (!joining && joining_) {
+  if (!from_replacement && replacement_) {
     ended_meanwhile_.insert_or_assign(hash, std::max(timestamp, instance->last_timestamp));
   }
   return end(*instance, slot.info.instance_state, slot.sample, timestamp) || news;
@@ -306,15 +306,15 @@ void ReaderCache::revive(Instance& instance) {
   instance.disposed_generations = instance.no_writers_generations = 0;
   instance.knows_generation = false;
   instance.state = DDS_ALIVE_INSTANCE_STATE;
-  instance.viewed = instance.known_to_source = instance.known_to_joining = false;
-  instance.end_of_joining = 0;
+  instance.viewed = instance.known_to_current = instance.known_to_replacement = false;
+  instance.end_in_replacement = 0;
 }
 
-void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& slot, bool joining) {
+void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& slot, bool from_replacement) {
   const auto generation =
       static_cast<std::uint16_t>(slot.info.disposed_generation_count + slot.info.no_writers_generation_count);
   const auto missed = static_cast<std::uint16_t>(generation - instance.source_generation);
-  const bool comparable = !joining && instance.knows_generation;
+  const bool comparable = !from_replacement && instance.knows_generation;
   const bool alive = instance.state == DDS_ALIVE_INSTANCE_STATE;
   // The sample was written before the end of the instance, which the cache already knows, and arrived after it.
   const bool late = comparable && missed == 0 && slot.info.instance_state != DDS_ALIVE_INSTANCE_STATE;
@@ -328,7 +328,7 @@ void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& s
     instance.disposed_generations += missed;
     instance.viewed = false;
   }
-  if (!joining) {
+  if (!from_replacement) {
     instance.source_generation = generation;
     instance.knows_generation = true;
   }
@@ -377,14 +377,14 @@ bool ReaderCache::end(Instance& instance, DDS_InstanceStateKind state, const Sam
 /// Returns true if the other source has already delivered the sample, or if the sample is history that is older than
 /// the samples in the cache.
 bool ReaderCache::is_repetition(const Instance& instance, Publications::Number writer, std::int64_t timestamp,
-                                bool joining) const {
+                                bool from_replacement) const {
   if (writer == instance.last_writer) return timestamp <= instance.last_timestamp;
   if (instance.has_other_writers) {
     for (const LastOfWriter& last : other_writers_.find(instance.hash)->second) {
       if (last.writer == writer) return timestamp <= last.timestamp;
     }
   }
-  return joining && timestamp < instance.last_timestamp;
+  return from_replacement && timestamp < instance.last_timestamp;
 }
 
 void ReaderCache::note_writer(Instance& instance, Publications::Number writer, std::int64_t timestamp) {
@@ -393,14 +393,14 @@ void ReaderCache::note_writer(Instance& instance, Publications::Number writer, s
     if (catches_up_ && instance.last_writer != Publications::none && instance.state == DDS_ALIVE_INSTANCE_STATE) {
       std::vector<LastOfWriter>& others = other_writers_[instance.hash];
       instance.has_other_writers = true;
-      others.reserve(most_other_writers);
-      const auto dropped = [&](const LastOfWriter& last) {
+      others.reserve(max_other_writers);
+      const auto dropped = [&](const LastOfWriter& last) TESSIVAR_REQUIRES(mutex_) {
         const bool drops = last.writer == writer || last.writer == instance.last_writer;
         if (drops) publications_.release(last.writer);
         return drops;
       };
       std::erase_if(others, dropped);
-      if (others.size() == most_other_writers) {
+      if (others.size() == max_other_writers) {
         publications_.release(others.front().writer);
         others.erase(others.begin());
       }

@@ -2,9 +2,9 @@
 
 // The cache of one data reader: the samples that it holds for the application.
 //
-// The sources of the cache are engine readers: usually one, and two while the data reader catches up with a new filter.
-// They insert the samples that they receive. Reads and takes get samples from the cache, with the states, counts and
-// ranks of OMG DDS 1.4, 2.2.2.5.
+// The sources of the cache are subscriptions (subscription.h): usually one. While the data reader catches up with a new
+// filter there are two, the current source and its replacement. They insert the samples that they receive. Reads and
+// takes get samples from the cache, with the states, counts and ranks of OMG DDS 1.4, 2.2.2.5.
 //
 // Instances with unread samples have a list of their own. An access that selects only unread samples, new instances or
 // instances that are no longer alive visits only this list. An instance that is no longer alive leaves the cache when
@@ -19,7 +19,6 @@
 #include "tessivar/platform/values/key_hash.h"
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -44,7 +43,7 @@ struct ReaderSelection {
 /// allocates throws std::bad_alloc if memory is short, and then changes nothing.
 class ReaderCache {
  public:
-  /// The caller's number of an engine reader. 0 means no reader.
+  /// The number of a subscription, which the caller gives it. 0 means none.
   typedef std::uint32_t Source;
 
   /// `catches_up` must be true if begin_catch_up() will be used.
@@ -65,14 +64,14 @@ class ReaderCache {
 
   // --- change of the filter
 
-  /// From now on samples of `joining` are accepted, too. A sample that both sources deliver is inserted once. History
-  /// of `joining` that is older than the samples of the instance in the cache is not inserted.
-  void begin_catch_up(Source joining);
-  /// Ends the catch-up without a result. Samples of the joining source are no longer accepted.
+  /// From now on samples of `replacement` are accepted, too. A sample that both sources deliver is inserted once.
+  /// History of `replacement` that is older than the samples of the instance in the cache is not inserted.
+  void begin_catch_up(Source replacement);
+  /// Ends the catch-up without a result. Samples of the replacement are no longer accepted.
   void abandon_catch_up();
-  /// The joining source replaces the present source. `complete` says that it has delivered the whole history: then
+  /// The replacement becomes the current source. `complete` says that it has delivered the whole history: then
   /// instances that it does not know are no longer alive. Returns true if an instance ended. After std::bad_alloc
-  /// samples of the joining source are still accepted, and the call can be repeated.
+  /// samples of the replacement are still accepted, and the call can be repeated.
   bool end_catch_up(bool complete);
   struct Latest {
     SampleRef data;
@@ -124,7 +123,7 @@ class ReaderCache {
   enum class List : std::uint8_t { none, unread, read, ended };
   /// Read samples precede unread samples. Only the last sample can be invalid (without data).
   struct Instance : Link {
-    explicit Instance(const KeyHash& its_hash) : hash(its_hash) {}
+    explicit Instance(const KeyHash& key_hash) : hash(key_hash) {}
 
     const KeyHash hash;
     Instance* next_in_bucket = nullptr;
@@ -141,14 +140,14 @@ class ReaderCache {
     std::uint32_t unread_count = 0;
     DDS_Long disposed_generations = 0;
     DDS_Long no_writers_generations = 0;
-    std::uint16_t source_generation = 0;  // of the source's last sample, modulo 65536
+    std::uint16_t source_generation = 0;  // of the last sample of the current source, modulo 65536
     std::uint8_t state : 3 = DDS_ALIVE_INSTANCE_STATE;
-    std::uint8_t end_of_joining : 3 = 0;  // the state in which the joining source ended it, or 0
+    std::uint8_t end_in_replacement : 3 = 0;  // the state in which the replacement ended it, or 0
     bool viewed : 1 = false;
     bool knows_generation : 1 = false;
     List list : 2 = List::none;
-    bool known_to_source : 1 = false;
-    bool known_to_joining : 1 = false;
+    bool known_to_current : 1 = false;
+    bool known_to_replacement : 1 = false;
     bool has_other_writers : 1 = false;
   };
 
@@ -167,64 +166,73 @@ class ReaderCache {
   static std::int64_t now();
 
   // The table of instances.
-  Instance* find(const KeyHash& hash) const;
-  Instance& add_instance(const KeyHash& hash);
-  void erase(Instance& instance);
+  Instance* find(const KeyHash& hash) const TESSIVAR_REQUIRES(mutex_);
+  Instance& add_instance(const KeyHash& hash) TESSIVAR_REQUIRES(mutex_);
+  void erase(Instance& instance) TESSIVAR_REQUIRES(mutex_);
 
   // Insertion.
-  bool merge(const EngineSlot& slot, bool joining);
-  void revive(Instance& instance);
-  void append(Instance& instance, Sample& sample, const EngineSlot& slot, bool joining);
-  bool end(Instance& instance, DDS_InstanceStateKind state, const SampleRef& data, std::int64_t timestamp);
-  bool is_repetition(const Instance& instance, Publications::Number writer, std::int64_t timestamp, bool joining) const;
-  void note_writer(Instance& instance, Publications::Number writer, std::int64_t timestamp);
-  void forget_other_writers(Instance& instance);
-  void drop_expired();
+  bool merge(const EngineSlot& slot, bool from_replacement) TESSIVAR_REQUIRES(mutex_);
+  void revive(Instance& instance) TESSIVAR_REQUIRES(mutex_);
+  void append(Instance& instance, Sample& sample, const EngineSlot& slot, bool from_replacement)
+      TESSIVAR_REQUIRES(mutex_);
+  bool end(Instance& instance, DDS_InstanceStateKind state, const SampleRef& data, std::int64_t timestamp)
+      TESSIVAR_REQUIRES(mutex_);
+  bool is_repetition(const Instance& instance, Publications::Number writer, std::int64_t timestamp,
+                     bool from_replacement) const TESSIVAR_REQUIRES(mutex_);
+  void note_writer(Instance& instance, Publications::Number writer, std::int64_t timestamp) TESSIVAR_REQUIRES(mutex_);
+  void forget_other_writers(Instance& instance) TESSIVAR_REQUIRES(mutex_);
+  void drop_expired() TESSIVAR_REQUIRES(mutex_);
 
   // Samples of an instance.
-  void unlink(Instance& instance, Sample* previous, Sample& sample, bool unread);
-  void drop_first(Instance& instance);
-  void drop_invalid(Instance& instance);
-  void drop_samples(Instance& instance);
-  bool keep_key(Instance& instance, const Sample& sample) const;
-  std::int64_t expiry(const Sample& sample) const;
+  void unlink(Instance& instance, Sample* previous, Sample& sample, bool unread) TESSIVAR_REQUIRES(mutex_);
+  void drop_first(Instance& instance) TESSIVAR_REQUIRES(mutex_);
+  void drop_invalid(Instance& instance) TESSIVAR_REQUIRES(mutex_);
+  void drop_samples(Instance& instance) TESSIVAR_REQUIRES(mutex_);
+  bool keep_key(Instance& instance, const Sample& sample) const TESSIVAR_REQUIRES(mutex_);
+  std::int64_t expiry(const Sample& sample) const TESSIVAR_REQUIRES(mutex_);
 
   // Lists and counts.
-  void move_to(Instance& instance, List list);
-  void update_list(Instance& instance);
+  void move_to(Instance& instance, List list) TESSIVAR_REQUIRES(mutex_);
+  void update_list(Instance& instance) TESSIVAR_REQUIRES(mutex_);
   /// Adds (1) or subtracts (-1) the instance's samples to or from the counts.
-  void count_samples(const Instance& instance, int sign);
+  void count_samples(const Instance& instance, int sign) TESSIVAR_REQUIRES(mutex_);
 
   // Access.
-  std::size_t matching(const Instance& instance, const ReaderSelection& selection) const;
-  void emit_all(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots, const void* loan);
+  std::size_t matching(const Instance& instance, const ReaderSelection& selection) const TESSIVAR_REQUIRES(mutex_);
+  void emit_all(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots, const void* loan)
+      TESSIVAR_REQUIRES(mutex_);
   std::size_t emit(Instance& instance, const ReaderSelection& selection, std::size_t max,
-                   std::vector<EngineSlot>& slots, const void* loan);
-  void fill(DDS_SampleInfo& info, const Instance& instance, const Sample& sample, bool read) const;
-  void forget_ended();
+                   std::vector<EngineSlot>& slots, const void* loan) TESSIVAR_REQUIRES(mutex_);
+  void fill(DDS_SampleInfo& info, const Instance& instance, const Sample& sample, bool read) const
+      TESSIVAR_REQUIRES(mutex_);
+  void forget_ended() TESSIVAR_REQUIRES(mutex_);
 
   const PRESTypePlugin& type_;
   const std::uint32_t depth_;  // samples that are kept of each instance; UINT32_MAX: all
   const bool catches_up_;
 
   mutable Mutex mutex_;
-  std::vector<Instance*> buckets_;
-  std::size_t size_ = 0;
-  Slab<Instance> instances_;
-  Slab<Sample> samples_;
-  Publications publications_;
-  Link unread_;  // instances with unread samples, in the order in which their first unread sample arrived
-  Link read_;    // instances with read samples only
-  Link ended_;   // instances that ended and have no samples, but whose key the application may still ask for
-  std::size_t counts_[12] = {};
-  std::vector<Expiry> expiries_;  // a heap; entries of removed samples have no effect
-  std::unordered_map<KeyHash, std::vector<LastOfWriter>, KeyHashHasher> other_writers_;
-  /// Instances that ended during a catch-up, with the time of their last sample: the joining source may still deliver
-  /// that sample.
-  std::unordered_map<KeyHash, std::int64_t, KeyHashHasher> ended_meanwhile_;
-  std::vector<KeyHash> order_;  // all hashes, sorted, perhaps also of erased instances; empty: must be rebuilt
-  Source source_ = 0;
-  Source joining_ = 0;
+  std::vector<Instance*> buckets_ TESSIVAR_GUARDED_BY(mutex_);
+  std::size_t size_ TESSIVAR_GUARDED_BY(mutex_) = 0;
+  Slab<Instance> instances_ TESSIVAR_GUARDED_BY(mutex_);
+  Slab<Sample> samples_ TESSIVAR_GUARDED_BY(mutex_);
+  Publications publications_ TESSIVAR_GUARDED_BY(mutex_);
+  /// Instances with unread samples, in the order in which their first unread sample arrived.
+  Link unread_ TESSIVAR_GUARDED_BY(mutex_);
+  /// Instances with read samples only.
+  Link read_ TESSIVAR_GUARDED_BY(mutex_);
+  /// Instances that ended and have no samples, but whose key the application may still ask for.
+  Link ended_ TESSIVAR_GUARDED_BY(mutex_);
+  std::size_t counts_[12] TESSIVAR_GUARDED_BY(mutex_) = {};
+  std::vector<Expiry> expiries_ TESSIVAR_GUARDED_BY(mutex_);  // a heap; entries of removed samples have no effect
+  std::unordered_map<KeyHash, std::vector<LastOfWriter>, KeyHashHasher> other_writers_ TESSIVAR_GUARDED_BY(mutex_);
+  /// Instances that ended during a catch-up, with the time of their last sample: the replacement may still deliver that
+  /// sample.
+  std::unordered_map<KeyHash, std::int64_t, KeyHashHasher> ended_meanwhile_ TESSIVAR_GUARDED_BY(mutex_);
+  /// All hashes, sorted, perhaps also of erased instances. If it is empty, it must be rebuilt.
+  std::vector<KeyHash> order_ TESSIVAR_GUARDED_BY(mutex_);
+  Source current_ TESSIVAR_GUARDED_BY(mutex_) = 0;
+  Source replacement_ TESSIVAR_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace tessivar::platform

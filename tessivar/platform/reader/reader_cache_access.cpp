@@ -34,7 +34,7 @@ StateSet states_of(DDS_SampleStateMask samples, DDS_ViewStateMask views, DDS_Ins
 }
 
 StateSet ReaderCache::states(std::size_t* unread) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   drop_expired();
   unsigned set = 0;
   for (std::size_t place = 0; place < std::size(counts_); ++place) {
@@ -45,13 +45,13 @@ StateSet ReaderCache::states(std::size_t* unread) {
 }
 
 bool ReaderCache::knows(const KeyHash& hash) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const Instance* const instance = find(hash);
   return instance && (instance->list != List::ended || instance->loan);
 }
 
 bool ReaderCache::is_alive(const KeyHash& hash) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const Instance* const instance = find(hash);
   return instance && instance->state == DDS_ALIVE_INSTANCE_STATE;
 }
@@ -61,7 +61,7 @@ DDS_ReturnCode_t ReaderCache::copy_key(const KeyHash& hash, void* key_holder) co
     // The key was checked when it arrived, so it can fail only if memory is short.
     return type_.decode_key(key_holder, key, size) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
   };
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const Instance* const instance = find(hash);
   if (!instance) return DDS_RETCODE_BAD_PARAMETER;
   if (instance->key) {
@@ -83,7 +83,7 @@ DDS_ReturnCode_t ReaderCache::copy_key(const KeyHash& hash, void* key_holder) co
 }
 
 std::optional<KeyHash> ReaderCache::next(const ReaderSelection& selection, const std::optional<KeyHash>& after) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (order_.empty()) {
     order_.reserve(size_);
     for (const Instance* instance : buckets_) {
@@ -111,7 +111,7 @@ std::size_t ReaderCache::matching(const Instance& instance, const ReaderSelectio
 }
 
 std::size_t ReaderCache::count(const ReaderSelection& selection, DDS_Long max) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   drop_expired();
   forget_ended();
   std::size_t count = 0;
@@ -128,7 +128,7 @@ std::size_t ReaderCache::count(const ReaderSelection& selection, DDS_Long max) {
 
 bool ReaderCache::access(const ReaderSelection& selection, std::size_t max, std::vector<EngineSlot>& slots,
                          const void* loan) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   try {
     emit_all(selection, max, slots, loan);
     return true;
@@ -245,7 +245,7 @@ void ReaderCache::forget_ended() {
 }
 
 void ReaderCache::loan_returned(const void* loan) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (Link* link = ended_.next; link != &ended_; link = link->next) {
     auto& instance = static_cast<Instance&>(*link);
     if (instance.loan == loan) instance.loan = nullptr;

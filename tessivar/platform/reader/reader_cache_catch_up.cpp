@@ -26,9 +26,9 @@ struct KeyOnly : EncodedSample {
 
 }  // namespace
 
-void ReaderCache::begin_catch_up(Source joining) {
-  const std::lock_guard lock(mutex_);
-  joining_ = joining;
+void ReaderCache::begin_catch_up(Source replacement) {
+  const MutexLock lock(mutex_);
+  replacement_ = replacement;
   ended_meanwhile_.clear();
 }
 
@@ -37,9 +37,9 @@ void ReaderCache::abandon_catch_up() {
 }
 
 bool ReaderCache::end_catch_up(bool complete) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   bool news = false;
-  const auto for_each_instance = [&](auto&& visit) {
+  const auto for_each_instance = [&](auto&& visit) TESSIVAR_REQUIRES(mutex_) {
     for (Instance* instance : buckets_) {
       while (instance) {
         Instance* const next = instance->next_in_bucket;
@@ -49,9 +49,9 @@ bool ReaderCache::end_catch_up(bool complete) {
     }
   };
   // The steps that allocate come first. They can be repeated.
-  for_each_instance([&](Instance& instance) {
-    unsigned state = instance.end_of_joining;
-    if (complete && !instance.known_to_joining && instance.state == DDS_ALIVE_INSTANCE_STATE) {
+  for_each_instance([&](Instance& instance) TESSIVAR_REQUIRES(mutex_) {
+    unsigned state = instance.end_in_replacement;
+    if (complete && !instance.known_to_replacement && instance.state == DDS_ALIVE_INSTANCE_STATE) {
       // Without data it is not known whether the filter rejects the instance. A rejected instance is removed, not
       // ended.
       if (instance.count == 0) return erase(instance);
@@ -63,18 +63,18 @@ bool ReaderCache::end_catch_up(bool complete) {
   });
   for_each_instance([](Instance& instance) {
     instance.knows_generation = false;
-    instance.known_to_source = instance.known_to_joining;
-    instance.known_to_joining = false;
-    instance.end_of_joining = 0;
+    instance.known_to_current = instance.known_to_replacement;
+    instance.known_to_replacement = false;
+    instance.end_in_replacement = 0;
   });
-  source_ = std::exchange(joining_, Source{0});
+  current_ = std::exchange(replacement_, Source{0});
   ended_meanwhile_.clear();
   return news;
 }
 
 std::vector<ReaderCache::Latest> ReaderCache::latest() const {
   std::vector<Latest> result;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   result.reserve(size_);
   for (const Instance* instance : buckets_) {
     for (; instance; instance = instance->next_in_bucket) {
@@ -86,7 +86,7 @@ std::vector<ReaderCache::Latest> ReaderCache::latest() const {
 }
 
 void ReaderCache::remove(const Latest& sample) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Instance* const instance = find(key_hash_of(sample.data->key_hash));
   if (instance && instance->state == DDS_ALIVE_INSTANCE_STATE && instance->last &&
       instance->last->data.get() == sample.data.get()) {

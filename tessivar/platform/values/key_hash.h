@@ -38,8 +38,8 @@ inline DDS_InstanceHandle_t handle_of(const KeyHash& hash) {
   return handle;
 }
 
-/// Returns true if the handle belongs to the instance with that key hash, or if the handle is nil.
-inline bool may_mean(const DDS_InstanceHandle_t& handle, const KeyHash& hash) {
+/// Returns true if the handle is nil, or if it is the handle of the instance with that key hash.
+inline bool is_nil_or_handle_of(const DDS_InstanceHandle_t& handle, const KeyHash& hash) {
   return !handle.isValid || std::memcmp(handle.keyHash.value, hash.data(), hash.size()) == 0;
 }
 

@@ -203,7 +203,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::identify(const EncodedKey& key, const void
     if (!added) return refuse(name_of(kind), no_memory, DDS_RETCODE_OUT_OF_RESOURCES);
     instance = {*added, true};
   }
-  if (!tessivar::platform::may_mean(handle, instance.hash))
+  if (!tessivar::platform::is_nil_or_handle_of(handle, instance.hash))
     return refuse(name_of(kind), "the handle is another instance's");
   return DDS_RETCODE_OK;
 }

@@ -15,15 +15,15 @@ WriterInstances::ByKey::value_type* WriterInstances::known(const EncodedKey& key
 
 std::optional<KeyHash> WriterInstances::add(const EncodedKey& key, const void* sample, bool written,
                                             const DDS_InstanceHandle_t& meant) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (ByKey::value_type* instance = known(key)) {
-    if (may_mean(meant, instance->second.hash)) instance->second.written |= written;
+    if (is_nil_or_handle_of(meant, instance->second.hash)) instance->second.written |= written;
     return instance->second.hash;
   }
   DDS_KeyHash_t octets = {};
   if (!type_.instance_to_keyhash(nullptr, &octets, sample)) return std::nullopt;
   const KeyHash hash = key_hash_of(octets.value);
-  if (!may_mean(meant, hash)) return hash;
+  if (!is_nil_or_handle_of(meant, hash)) return hash;
   try {
     const auto added = by_key_.emplace(key.bytes(), Known{hash, written}).first;
     try {
@@ -39,13 +39,13 @@ std::optional<KeyHash> WriterInstances::add(const EncodedKey& key, const void* s
 }
 
 std::optional<WriterInstances::Known> WriterInstances::find(const EncodedKey& key) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const ByKey::value_type* instance = known(key);
   return instance ? std::optional(instance->second) : std::nullopt;
 }
 
 void WriterInstances::remove(const EncodedKey& key) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto instance = by_key_.find(key.bytes());
   if (instance == by_key_.end()) return;
   by_hash_.erase(instance->second.hash);
@@ -55,7 +55,7 @@ void WriterInstances::remove(const EncodedKey& key) {
 
 std::optional<std::string> WriterInstances::key_of(const DDS_InstanceHandle_t& handle) {
   if (!handle.isValid) return std::nullopt;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto instance = by_hash_.find(key_hash_of(handle.keyHash.value));
   return instance == by_hash_.end() ? std::nullopt : std::optional(*instance->second);
 }

@@ -10,7 +10,6 @@
 #include "tessivar/platform/values/encoded_key.h"
 #include "tessivar/platform/values/key_hash.h"
 
-#include <mutex>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -43,14 +42,15 @@ class WriterInstances {
   };
   typedef std::unordered_map<std::string, Known, Hasher, std::equal_to<>> ByKey;
 
-  /// The caller holds the lock. Returns null if the instance is unknown.
-  ByKey::value_type* known(const EncodedKey& key);
+  /// Returns null if the instance is unknown.
+  ByKey::value_type* known(const EncodedKey& key) TESSIVAR_REQUIRES(mutex_);
 
   const PRESTypePlugin& type_;
   Mutex mutex_;
-  ByKey by_key_;
-  ByKey::value_type* latest_ = nullptr;  // writers often use the same instance again
-  std::unordered_map<KeyHash, const std::string*, KeyHashHasher> by_hash_;
+  ByKey by_key_ TESSIVAR_GUARDED_BY(mutex_);
+  /// Writers often use the same instance again.
+  ByKey::value_type* latest_ TESSIVAR_GUARDED_BY(mutex_) = nullptr;
+  std::unordered_map<KeyHash, const std::string*, KeyHashHasher> by_hash_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace tessivar::platform
