@@ -2,7 +2,7 @@
 
 // Tests every public call in every callback: the call works or is refused, and never hangs.
 #include "tessivar/framework/domain/domain_manager.h"
-#include "tests/control/support/listeners.h"
+#include "tests/control/support/device_and_controller.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,28 +13,22 @@ namespace {
 using namespace tessivar::testing;
 using namespace ::testing;
 
-constexpr int domain_id = 95;
-
 /// A device and a controller. In each callback they make the calls of the table once.
-class Callbacks : public Test {
+class ControlCallbackTest : public DeviceAndController {
  protected:
   typedef std::vector<std::pair<const char*, std::function<void()>>> Calls;
 
-  Callbacks() {
-    listener_.answer = [this](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
+  ControlCallbackTest() {
+    node_listener_.answer = [this](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
       make("commandChangeRequested", {&ofNode_});
       return DeviceListener::complete(node, request);
     };
-    heard_.during = [this](const std::string& text) { make(text.substr(0, text.find(' ')), {&ofClient_}); };
-    node_.attachListener(&listener_, false);
-    client_.attachListener(&heard_, false);
-    node_.attachDomain(&device_);
-    client_.attachDomain(&controller_);
+    client_listener_.during = [this](const std::string& text) { make(text.substr(0, text.find(' ')), {&ofClient_}); };
+    attach();
   }
-  ~Callbacks() override {
+  void TearDown() override {
     DomainManager::instance().installDomainHook({});
-    node_.cleanUp();
-    client_.cleanUp();
+    DeviceAndController::TearDown();
   }
 
   /// Makes the calls when `callback` happens for the first time.
@@ -69,18 +63,12 @@ class Callbacks : public Test {
   }
 
   struct Matches : RequestReplyNodeClientListener {
-    explicit Matches(Callbacks& its_test) : test(its_test) {}
+    explicit Matches(ControlCallbackTest& its_test) : test(its_test) {}
     void matchCountChanged(int count) override {
       if (count > 1) test.make("matchCountChanged", {&test.ofClient_, &test.ofNode_, &test.ofDomain_, &test.ofBus_});
     }
     void ticketChanged(unsigned short) override { test.make("ticketChanged", {&test.ofClient_}); }
-    Callbacks& test;
-  };
-
-  struct Asking : Logger {
-    explicit Asking(Callbacks& its_test) : test(its_test) {}
-    void log(int, const std::string&) override { test.make("log", {&test.ofDomain_}); }
-    Callbacks& test;
+    ControlCallbackTest& test;
   };
 
   TessivarRequestReplyService& service() { return *client_.services()->commandService(); }
@@ -88,22 +76,14 @@ class Callbacks : public Test {
   std::mutex mutex_;
   std::set<std::string> begun_;
   std::map<std::string, const char*> running_;
-  Events done_, unused_;
-  LoopbackDomain device_{domain_id}, controller_{domain_id};
-  DeviceListener listener_{unused_};
-  ControllerListener heard_{unused_};
-  TessivarNode node_;
-  TessivarClient client_;
+  Events done_;
   Matches matches_{*this};
-  DDSPtr<Tessivar::Command> command_{Helper::createCommand(camera, 1, 5)};
   const DDSPtr<Tessivar::Command> copy_{Helper::createCommand(camera, 1, 0)};
-  const DDSPtr<Tessivar::Unit> unit_{Helper::createUnit(camera, "camera")};
-  const DDSPtr<Tessivar::CommandMetadata> metadata_{Helper::createMetadata(camera, 1)};
 
   const Calls ofClient_{
       {"create", [&] { client_.create(); }},
       {"cleanUp", [&] { client_.cleanUp(); }},
-      {"attachListener", [&] { client_.attachListener(&heard_, false); }},
+      {"attachListener", [&] { client_.attachListener(&client_listener_, false); }},
       {"detachListener", [&] { client_.detachListener(nullptr); }},
       {"waitForMatch", [&] { client_.waitForMatch(-1); }},
       {"waitForHistoricalData", [&] { client_.waitForHistoricalData(1000); }},
@@ -127,7 +107,7 @@ class Callbacks : public Test {
   const Calls ofNode_{
       {"create", [&] { node_.create(); }},
       {"cleanUp", [&] { node_.cleanUp(); }},
-      {"attachListener", [&] { node_.attachListener(&listener_, false); }},
+      {"attachListener", [&] { node_.attachListener(&node_listener_, false); }},
       {"detachListener", [&] { node_.detachListener(nullptr); }},
       {"addUnit", [&] { node_.addUnit(unit_); }},
       {"publishCommand", [&] { node_.publishCommand(command_); }},
@@ -136,34 +116,34 @@ class Callbacks : public Test {
       {"setFilterAddresses", [&] { node_.setFilterAddresses({camera}); }},
   };
   const Calls ofDomain_{
-      {"registerContentFilter", [&] { controller_.registerContentFilter("none", nullptr); }},
-      {"contentFilter", [&] { controller_.contentFilter("none"); }},
-      {"addPeerAddress", [&] { controller_.addPeerAddress("127.0.0.1"); }},
+      {"registerContentFilter", [&] { controller_->registerContentFilter("none", nullptr); }},
+      {"contentFilter", [&] { controller_->contentFilter("none"); }},
+      {"addPeerAddress", [&] { controller_->addPeerAddress("127.0.0.1"); }},
       {"sharedDomain",
        [&] {
-         DDSDomain* const domain = DomainManager::instance().sharedDomain(domain_id, "", "", nullptr);
+         DDSDomain* const domain = DomainManager::instance().sharedDomain(control_domain, "", "", nullptr);
          if (domain) DomainManager::instance().releaseSharedDomain(domain, nullptr);
        }},
   };
   const Calls ofBus_{
-      {"domain cleanUp", [&] { controller_.cleanUp(); }},
+      {"domain cleanUp", [&] { controller_->cleanUp(); }},
       {"services cleanUp", [&] { client_.services()->commandService()->cleanUp(); }},
       {"node cleanUp", [&] { service().replyNode().cleanUp(); }},
       {"delete_datareader",
        [&] {
          DDSDataReader* const reader = service().replyNode().dataReader();
-         EXPECT_EQ(controller_.participant()->delete_datareader(reader), DDS_RETCODE_ILLEGAL_OPERATION);
+         EXPECT_EQ(controller_->participant()->delete_datareader(reader), DDS_RETCODE_ILLEGAL_OPERATION);
        }},
       {"delete_datawriter",
        [&] {
          DDSDataWriter* const writer = service().requestNode().dataWriter();
          EXPECT_EQ(writer->wait_for_acknowledgments(DDS_DURATION_INFINITE), DDS_RETCODE_ILLEGAL_OPERATION);
-         EXPECT_EQ(controller_.participant()->delete_datawriter(writer), DDS_RETCODE_ILLEGAL_OPERATION);
+         EXPECT_EQ(controller_->participant()->delete_datawriter(writer), DDS_RETCODE_ILLEGAL_OPERATION);
        }},
       {"create",
        [&] {
          TessivarClient another;
-         another.attachDomain(&controller_);
+         another.attachDomain(controller_.get());
          EXPECT_FALSE(another.create());
        }},
       {"wait",
@@ -175,17 +155,17 @@ class Callbacks : public Test {
   };
 };
 
-TEST_F(Callbacks, NeverHangWhateverIsCalled) {
+TEST_F(ControlCallbackTest, NoCallHangs) {
   setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
   DomainManager::instance().installDomainHook([this](int, DDSDomain&) { make("hook", {&ofDomain_}); });
   ASSERT_TRUE(client_.create());
   service().attachListener(&matches_);
   ASSERT_TRUE(node_.create());
   TessivarNode second;  // its match comes when all objects exist
-  second.attachDomain(&device_);
+  second.attachDomain(device_.get());
   ASSERT_TRUE(client_.waitForMatch(20000) && second.create());
   await({"matchCountChanged", "hook"});
-  setLogger(new Asking(*this));
+  setLogger(new LogFunction([this](int, const std::string&) { make("log", {&ofDomain_}); }));
   EXPECT_TRUE(client_.registerInterest(camera));
   EXPECT_TRUE(node_.addUnit(unit_) && node_.publishCommand(command_));
   EXPECT_TRUE(client_.setCommand(command_, 20000));
@@ -193,7 +173,7 @@ TEST_F(Callbacks, NeverHangWhateverIsCalled) {
   setLogger(nullptr);
   EXPECT_TRUE(client_.setCommand(command_, 20000)) << "all of it still works";
   node_.cleanUp();
-  EXPECT_TRUE(unused_.happens("no unit 0001:02:0A"));  // callbacks also come while the client is cleaned up
+  EXPECT_TRUE(client_hears_.happens("no unit 0001:02:0A"));  // callbacks also come while the client is cleaned up
 }
 
 }  // namespace

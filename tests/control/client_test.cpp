@@ -12,7 +12,7 @@ namespace {
 using namespace tessivar::testing;
 using namespace ::testing;
 
-class Client : public DeviceAndController {
+class TessivarClientTest : public DeviceAndController {
  protected:
   bool publish(const AddressEx& unit, int value) {
     return node_.publishCommand(Helper::createCommand(unit, 1, value), true);
@@ -20,7 +20,7 @@ class Client : public DeviceAndController {
   std::size_t pending() { return client_.services()->commandService()->pendingTickets(); }
 };
 
-TEST_F(Client, RefusesEverythingBeforeItIsCreatedAndIsCreatedOnce) {
+TEST_F(TessivarClientTest, RefusesCallsBeforeCreateAndASecondCreate) {
   Tessivar::UnitSeq units;
   Tessivar::CommandSeq commands;
   DDS_SampleInfoSeq infos;
@@ -33,7 +33,7 @@ TEST_F(Client, RefusesEverythingBeforeItIsCreatedAndIsCreatedOnce) {
   EXPECT_THAT(log_.lines(), AllOf(SizeIs(8), Each(EndsWith(" not created."))));
   EXPECT_FALSE(client_.create());
   for (int round = 0; round < 2; ++round) {
-    client_.attachDomain(&controller_);
+    client_.attachDomain(controller_.get());
     ASSERT_TRUE(client_.create());
     EXPECT_FALSE(client_.create() || client_.setCommand(command_, 100)) << "twice, and without a device";
     EXPECT_THAT(log_.lines(), Contains(EndsWith("TessivarClient::create(void)Already created")));
@@ -41,7 +41,7 @@ TEST_F(Client, RefusesEverythingBeforeItIsCreatedAndIsCreatedOnce) {
   }
 }
 
-TEST_F(Client, HearsOnceOfAUnitThatGoesBeforeItIsRead) {
+TEST_F(TessivarClientTest, ReportsAUnitRemovedBeforeItWasReadOnce) {
   client_listener_.during = [&](const std::string& text) {
     if (text != "unit 0001:02:0B") return;
     auto* const gone = client_.services()->unitNode()->dataReader()->create_readcondition(
@@ -57,7 +57,7 @@ TEST_F(Client, HearsOnceOfAUnitThatGoesBeforeItIsRead) {
   EXPECT_THAT(client_hears_.take(0), ElementsAre("unit 0001:02:0B", "unit 0001:02:0A"));
 }
 
-TEST_F(Client, FindsWhatIsAliveOnlyAndReportsARemovalOnce) {
+TEST_F(TessivarClientTest, FindsOnlyUnitsAndCommandsThatAreAlive) {
   const auto units = [&] {
     Tessivar::UnitSeq found;
     DDS_SampleInfoSeq infos;
@@ -99,7 +99,7 @@ TEST_F(Client, FindsWhatIsAliveOnlyAndReportsARemovalOnce) {
   EXPECT_THAT(units(), IsEmpty());
 }
 
-TEST_F(Client, KeepsWhatItFollowsWhileInterestsChange) {
+TEST_F(TessivarClientTest, KeepsValuesWhileInterestsChange) {
   constexpr unsigned commands = 2000;
   std::atomic<unsigned> told = 0;
   client_listener_.during = [&](const std::string& text) { told += text.starts_with("value"); };
@@ -131,7 +131,7 @@ TEST_F(Client, KeepsWhatItFollowsWhileInterestsChange) {
   EXPECT_LT(spent, std::chrono::seconds(10)) << "ten calls";
 }
 
-TEST_F(Client, LeavesNoTicketBehind) {
+TEST_F(TessivarClientTest, SetCommandRemovesItsTicket) {
   node_listener_.answer = [](auto*, auto* request) {
     const auto number = request->newValue.commandNumber;
     return number == 3 ? nullptr
@@ -149,7 +149,7 @@ TEST_F(Client, LeavesNoTicketBehind) {
   }
 }
 
-TEST_F(Client, SetsQueriesRegistersAndThrowsInItsCallbacks) {
+TEST_F(TessivarClientTest, CallbacksMayCallTheClientAndThrow) {
   Events others;
   ControllerListener other(others);
   client_listener_.during = [&](const std::string& text) {

@@ -20,9 +20,9 @@ struct Router : RoutingServices {
 };
 
 template <class Part>
-class Refusals : public Test {};
+class EngineFailureTest : public Test {};
 typedef Types<TessivarNode, TessivarClient, Router, RoutingClient> Parts;
-TYPED_TEST_SUITE(Refusals, Parts);
+TYPED_TEST_SUITE(EngineFailureTest, Parts);
 
 /// Returns what a log line says about the entity that the engine refused.
 std::string said_of(const TestEngine::Refusal& refused) {
@@ -31,7 +31,7 @@ std::string said_of(const TestEngine::Refusal& refused) {
          refused.topic + '"';
 }
 
-TYPED_TEST(Refusals, OfAnyStepAreToldAndLeaveNothingBehind) {
+TYPED_TEST(EngineFailureTest, CreateLogsAFailureAndCanBeRepeated) {
   LogRecorder log(LogError);
   TestEngine engine;
   LoopbackDomain domain(93);

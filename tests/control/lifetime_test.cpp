@@ -2,10 +2,8 @@
 
 // Tests domains, nodes and clients that are destroyed in any order, at the end of the process and in forked processes.
 #include "tessivar/framework/domain/domain_manager.h"
-#include "tests/control/support/listeners.h"
+#include "tests/control/support/device_and_controller.h"
 
-#include <array>
-#include <atomic>
 #include <cstdlib>
 #include <sys/wait.h>
 #include <thread>
@@ -17,43 +15,33 @@ namespace {
 using namespace tessivar::testing;
 using namespace ::testing;
 
-constexpr int domain_id = 94;
-
-bool set(TessivarClient& client) {
-  DDSPtr command(Helper::createCommand(camera, 1, 5));
-  return client.setCommand(command, 20000);
-}
-
-/// Two nodes and two clients on two domains.
-struct Bus {
-  Bus() {
-    nodes[0].attachListener(&listener, false);
-    nodes[0].attachDomain(domains[0].get());
-    nodes[1].attachDomain(domains[1].get());
-    for (TessivarNode& node : nodes) EXPECT_TRUE(node.create());
-    for (TessivarClient& client : clients) {
-      client.attachDomain(domains[1].get());
-      EXPECT_TRUE(client.create() && client.waitForMatch(20000) && set(client));
-    }
+/// A second node and a second client are on the controller's domain.
+class LifetimeTest : public DeviceAndController {
+ protected:
+  void SetUp() override {
+    start();
+    other_node_.attachDomain(controller_.get());
+    other_client_.attachDomain(controller_.get());
+    ASSERT_TRUE(other_node_.create() && other_client_.create() && other_client_.waitForMatch(20000) && usable());
   }
+  void TearDown() override {
+    other_node_.cleanUp();
+    other_client_.cleanUp();
+    DeviceAndController::TearDown();
+  }
+  bool usable() { return client_.setCommand(command_, 20000) && other_client_.setCommand(command_, 20000); }
 
-  Events events;
-  DeviceListener listener{events};
-  std::array<TessivarNode, 2> nodes;
-  std::array<TessivarClient, 2> clients;
-  std::array<std::unique_ptr<LoopbackDomain>, 2> domains{std::make_unique<LoopbackDomain>(domain_id),
-                                                         std::make_unique<LoopbackDomain>(domain_id)};
+  TessivarNode other_node_;
+  TessivarClient other_client_;
 };
 
-TEST(Lifetime, ADomainCarriesSeveralAndMayGoBeforeThem) {
-  LogRecorder log;
-  Bus bus;
-  for (auto& domain : bus.domains) domain.reset();
-  EXPECT_THAT(log.lines(), AllOf(SizeIs(2), Each(HasSubstr("is released while topics on it are in use: Orvel."))));
-  for (TessivarClient& client : bus.clients) EXPECT_TRUE(set(client));
-  for (TessivarNode& node : bus.nodes) node.cleanUp();
-  for (TessivarClient& client : bus.clients) client.cleanUp();
-  EXPECT_THAT(log.lines(), IsEmpty());
+TEST_F(LifetimeTest, DomainMayBeDestroyedBeforeItsNodes) {
+  device_.reset();
+  controller_.reset();
+  EXPECT_THAT(log_.lines(), AllOf(SizeIs(2), Each(HasSubstr("is released while topics on it are in use: Orvel."))));
+  EXPECT_TRUE(usable());
+  TearDown();
+  EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
 /// A participant with a writer, made with the platform only.
@@ -67,8 +55,8 @@ struct Participant {
     DDS_DomainParticipantQos qos;
     DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.transport.UDPv4.builtin.parent.allow_interfaces", "lo",
                                              DDS_BOOLEAN_FALSE);
-    made =
-        DDSDomainParticipantFactory::get_instance()->create_participant(domain_id, qos, nullptr, DDS_STATUS_MASK_NONE);
+    made = DDSDomainParticipantFactory::get_instance()->create_participant(control_domain, qos, nullptr,
+                                                                           DDS_STATUS_MASK_NONE);
     if (!made || made->enable() != DDS_RETCODE_OK) return false;
     const char* const type = Tessivar::UnitTypeSupport::get_type_name();
     if (Tessivar::UnitTypeSupport::register_type(made, type) != DDS_RETCODE_OK) return false;
@@ -93,58 +81,57 @@ T* staticObject(Arguments... arguments) {
   for (const char which : order) {
     if (which == 'c') client = staticObject<TessivarClient>();
     if (which == 'n') node = staticObject<TessivarNode>();
-    if (which == 'd') domain = staticObject<LoopbackDomain>(domain_id);
+    if (which == 'd') domain = staticObject<LoopbackDomain>(control_domain);
     if (which == 'p') participant = staticObject<Participant>();
   }
   setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
-  client->attachDomain(DomainManager::instance().sharedDomain(domain_id, "", "", nullptr));
+  client->attachDomain(DomainManager::instance().sharedDomain(control_domain, "", "", nullptr));
   node->attachDomain(domain);
   const bool made = participant->make() && client->create() && node->create() && client->waitForMatch(20000);
   std::exit(made ? 0 : 1);
 }
 
-TEST(Lifetime, ProcessesEndCleanlyWhateverTheOrderOfStaticObjects) {
+TEST(StaticObjectsTest, AreDestroyedInAnyOrder) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a separate process
   // The last line is the manager's message about the domain that was not released. Before it comes only the named
   // warning.
   const std::pair<const char*, const char*> cases[] = {
-      {"dcnp", "^[^\n]*Domain '94' still alive! Ref count: 1\n$"},
+      {"dcnp", "^[^\n]*Domain '90' still alive! Ref count: 1\n$"},
       {"pncd",
-       "^[^\n]*is released while topics on it are in use:[^\n]*\n[^\n]*Domain '94' still alive! Ref count: 1\n$"},
-      {"cpdn", "^[^\n]*Domain '94' still alive! Ref count: 1\n$"},
+       "^[^\n]*is released while topics on it are in use:[^\n]*\n[^\n]*Domain '90' still alive! Ref count: 1\n$"},
+      {"cpdn", "^[^\n]*Domain '90' still alive! Ref count: 1\n$"},
   };
   for (const auto& [order, expected] : cases) {
     EXPECT_EXIT(useStaticObjects(order), ExitedWithCode(0), ContainsRegex(expected)) << order;
   }
 }
 
-TEST(Lifetime, ForkedProcessesMayDestroyWhatTheyInherit) {
-  Bus bus;
-  std::atomic<bool> more{true};
-  std::jthread traffic([&] {  // so that locks are held during the fork
-    const DDSPtr command(Helper::createCommand(camera, 1, 5));
-    while (more) bus.nodes[0].publishCommand(command);
+TEST_F(LifetimeTest, ForkedProcessMayDestroyInheritedObjects) {
+  std::jthread traffic([&](const std::stop_token& stop) {  // so that locks are held during the fork
+    while (!stop.stop_requested()) node_.publishCommand(command_);
   });
   for (int round = 0; round < 10; ++round) {
     const pid_t child = fork();
     if (child == 0) {
       alarm(20);
-      bus.clients[0].cleanUp();
-      for (TessivarNode& node : bus.nodes) node.cleanUp();
-      for (auto& domain : bus.domains) domain.reset();  // before the second client is cleaned up
-      bus.clients[1].cleanUp();
+      setLogger(nullptr);
+      client_.cleanUp();
+      node_.cleanUp();
+      other_node_.cleanUp();
+      device_.reset();
+      controller_.reset();  // before the second client is cleaned up
+      other_client_.cleanUp();
       _exit(0);
     }
     int status = -1;
     EXPECT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
   }
-  more = false;
-  EXPECT_TRUE(set(bus.clients[0]) && set(bus.clients[1]));
+  traffic = {};
+  EXPECT_TRUE(usable());
 }
 
-TEST(Lifetime, ProgramsExecutedHaveNoneOfTheSockets) {
-  const Bus bus;
+TEST_F(LifetimeTest, ExecutedProgramInheritsNoSocket) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   const pid_t child = fork();

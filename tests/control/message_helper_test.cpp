@@ -16,7 +16,7 @@ using Helper = TessivarMessageHelper;
 const AddressEx camera(1, 2, 10);
 const AddressEx longest(std::string(64, 'a').c_str()), too_long(std::string(65, 'a').c_str());
 
-TEST(MessageHelper, FillsSamplesAndCutsAReasonThatIsTooLong) {
+TEST(MessageHelperTest, FillsSamplesAndTruncatesReasons) {
   const std::pair<DDSPtr<Tessivar::Command>, Tessivar::CommandType> cases[] = {
       {DDSPtr(Helper::createCommand(longest, 4294967295ul, 7)), Tessivar::Int},
       {DDSPtr(Helper::createCommand(longest, 4294967295ul, 0.1)), Tessivar::Float},
@@ -47,7 +47,7 @@ TEST(MessageHelper, FillsSamplesAndCutsAReasonThatIsTooLong) {
   EXPECT_EQ(DDSPtr(Helper::createReply(request.get(), Tessivar::COMPLETE, nullptr))->ex, nullptr);
 }
 
-TEST(MessageHelper, RefusesWhatWouldNotFitTheSample) {
+TEST(MessageHelperTest, RefusesTextsThatAreTooLong) {
   tessivar::testing::LogRecorder log;
   const std::string name(33, 'n');
   EXPECT_EQ(Helper::createCommand(too_long, 1, 7), nullptr);

@@ -8,17 +8,15 @@ namespace {
 using namespace tessivar::testing;
 using namespace ::testing;
 
-class Node : public DeviceAndController {
+class TessivarNodeTest : public DeviceAndController {
  protected:
   bool set(const AddressEx& unit, int timeout = 20000) {
     DDSPtr command(Helper::createCommand(unit, 1, 5));
     return client_.setCommand(command, timeout);
   }
-
-  const DDSPtr<Tessivar::CommandMetadata> metadata_{Helper::createMetadata(camera, 1)};
 };
 
-TEST_F(Node, RefusesWhatComesTooEarlyTwiceOrIsNothing) {
+TEST_F(TessivarNodeTest, RefusesCallsBeforeCreateAndNullSamples) {
   const auto all_fail = [&](const char* with) {
     EXPECT_FALSE(node_.removeUnit(camera) || node_.disposeCommand(camera, 1) || node_.disposeMetadata(camera, 1));
     EXPECT_THAT(log_.lines(), Each(EndsWith(with)));
@@ -28,7 +26,7 @@ TEST_F(Node, RefusesWhatComesTooEarlyTwiceOrIsNothing) {
   all_fail(" not created.");
   EXPECT_FALSE(node_.setFilterAddresses({camera}) || node_.create());
   for (int round = 0; round < 2; ++round) {
-    node_.attachDomain(&device_);
+    node_.attachDomain(device_.get());
     ASSERT_TRUE(node_.create());
     log_.lines();
     EXPECT_FALSE(node_.create());
@@ -44,7 +42,7 @@ TEST_F(Node, RefusesWhatComesTooEarlyTwiceOrIsNothing) {
   }
 }
 
-TEST_F(Node, MistakesThatTheBusDoesNotRefuseAreSaidOnce) {
+TEST_F(TessivarNodeTest, WarnsOnceOfEachMistake) {
   start();
   const char* const bad[] = {"nonsense", "1:2:3", "0001:02:0A:7", "0001:02:0a", ""};
   for (int twice = 0; twice < 2; ++twice) {
@@ -68,18 +66,14 @@ TEST_F(Node, MistakesThatTheBusDoesNotRefuseAreSaidOnce) {
     // One at a time, because a reader keeps only the latest announcement.
     EXPECT_TRUE(device->addUnit(unit_) && client_hears_.happens("unit 0001:02:0A"));
   }
-  std::vector<std::string> lines;
-  EXPECT_TRUE(eventually([&] {
-    for (const std::string& line : log_.lines()) lines.push_back(line);
-    return lines.size() >= 3;
-  }));
   const std::string twice = " Unit 0001:02:0A is announced by more than one device: ";
-  EXPECT_THAT(lines, UnorderedElementsAre(HasSubstr(twice + "writer "), HasSubstr(twice + "this device and writer "),
-                                          HasSubstr("this device")));
+  EXPECT_THAT(log_.lines(3),
+              UnorderedElementsAre(HasSubstr(twice + "writer "), HasSubstr(twice + "this device and writer "),
+                                   HasSubstr("this device")));
   second.cleanUp();
 }
 
-TEST_F(Node, FirstReplyWinsAndMoreMayFollow) {
+TEST_F(TessivarNodeTest, SendsTheFirstReplyOfItsListeners) {
   struct Heard : RequestReplyNodeClientListener {
     void ticketChanged(unsigned short) override { interim.signal(); }
     TessivarEvent interim;
@@ -104,7 +98,7 @@ TEST_F(Node, FirstReplyWinsAndMoreMayFollow) {
   client_.cleanUp();
 }
 
-TEST_F(Node, HearsOfItsOwnUnitsAloneFromTheFirstMoment) {
+TEST_F(TessivarNodeTest, ReceivesRequestsForItsOwnUnitsOnly) {
   start({lamp});
   ASSERT_TRUE(client_.registerInterest({lamp, camera}));
   LoopbackDomain another(control_domain);

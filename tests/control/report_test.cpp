@@ -22,9 +22,9 @@ EndpointReport find(const Report& report, const std::string& topic, bool writer)
   return {};
 }
 
-class Reports : public DeviceAndController {};
+class ReportTest : public DeviceAndController {};
 
-TEST_F(Reports, CountWhatPassesAndNameWhoIsThere) {
+TEST_F(ReportTest, CountsSamplesAndListsPeers) {
   Report during;
   node_listener_.answer = [&](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
     if (during.domainId < 0) during = node->report();
@@ -65,7 +65,7 @@ TEST_F(Reports, CountWhatPassesAndNameWhoIsThere) {
   EXPECT_EQ(json["peers"][0]["admitted"], true);
   EXPECT_THAT(json["peers"][0]["addresses"], StartsWith("127.0.0.1:"));
   std::ostringstream text;
-  text << controller_.report();
+  text << controller_->report();
   EXPECT_THAT(text.str(), AllOf(StartsWith("DDSDomain on domain 90, last change 20"), HasSubstr(" admitted 127.0.0.1:"),
                                 HasSubstr(", type 7, since 20"),
                                 HasSubstr("  reader Orvel.Tessivar.Commands (Tessivar::Command), matched 1")));
@@ -73,16 +73,16 @@ TEST_F(Reports, CountWhatPassesAndNameWhoIsThere) {
   client_.cleanUp();
   EXPECT_THAT(client_.report().endpoints, IsEmpty());
   node_.cleanUp();
-  device_.cleanUp();
-  EXPECT_TRUE(eventually([&] { return controller_.report().peers.empty(); })) << "it has left";
+  device_->cleanUp();
+  EXPECT_TRUE(eventually([&] { return controller_->report().peers.empty(); })) << "it has left";
 }
 
-TEST_F(Reports, AreMadeWhileAnotherThreadCreatesAndCleansUp) {
+TEST_F(ReportTest, IsMadeDuringCreateAndCleanUp) {
   std::atomic<bool> done{false};
   std::thread reporting([&] {
     while (!done) {
       EXPECT_LE(node_.report().exchanges.size(), 1u);
-      EXPECT_FALSE(to_text(client_.report()).empty() || to_json(controller_.report()).empty());
+      EXPECT_FALSE(to_text(client_.report()).empty() || to_json(controller_->report()).empty());
     }
   });
   for (int round = 0; round < 5; ++round) {

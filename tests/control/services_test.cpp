@@ -11,7 +11,7 @@ namespace {
 
 using namespace ::testing;
 
-class Services : public Test {
+class TessivarServicesTest : public Test {
  protected:
   bool verified() {
     const bool all[] = {services_.verifyUnitNode(), services_.verifyCommandNode(), services_.verifyMetadataNode(),
@@ -25,7 +25,7 @@ class Services : public Test {
   TessivarServices services_;
 };
 
-TEST_F(Services, GiveEachSideItsEndpointsAndAreBuiltAnewByASecondCreate) {
+TEST_F(TessivarServicesTest, CreateTheEndpointsOfEachSide) {
   EXPECT_FALSE(services_.create(true, {}) || verified());
   EXPECT_THAT(log_.lines(),
               ElementsAre(EndsWith("No domain is attached."), EndsWith("Unit node not created."),
@@ -50,7 +50,7 @@ TEST_F(Services, GiveEachSideItsEndpointsAndAreBuiltAnewByASecondCreate) {
   EXPECT_THAT(log_.lines(), ElementsAre(EndsWith("TessivarServices have already been created.")));
 }
 
-TEST_F(Services, GetAllTheirQosFromProfilesWhenToldSoBeforeCreate) {
+TEST_F(TessivarServicesTest, UseQosProfilesIfSetBeforeCreate) {
   typedef tessivar::testing::ProfileOverride Override;
   const Override profiles({"tessivar_Library::tessivar_UnitQos", "tessivar_Library::tessivar_MetadataQos",
                            "tessivar_Library::tessivar_InterestQos", "requestReplyLib::requestNodeQos",

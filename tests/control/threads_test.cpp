@@ -15,9 +15,9 @@ DDSPtr<Tessivar::Command> command() {
   return DDSPtr(Helper::createCommand(camera, 1, 5));
 }
 
-typedef DeviceAndController Threads;
+typedef DeviceAndController ControlThreadSafetyTest;
 
-TEST_F(Threads, CallNodesAndClientsThatAreCreatedAndCleanedUp) {
+TEST_F(ControlThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
   DeviceListener passing(node_hears_);
   std::atomic<int> answered{0}, published{0}, found{0};
   client_listener_.during = [&](const std::string&) {
@@ -34,12 +34,12 @@ TEST_F(Threads, CallNodesAndClientsThatAreCreatedAndCleanedUp) {
   };
   const auto createNode = [&] {
     node_.attachListener(&node_listener_, false);
-    node_.attachDomain(&device_);
+    node_.attachDomain(device_.get());
     node_.create({camera});
   };
   const auto createClient = [&] {
     client_.attachListener(&client_listener_, false);
-    client_.attachDomain(&controller_);
+    client_.attachDomain(controller_.get());
     client_.create();
   };
   const Calls changing = {[&] { createNode(), node_.cleanUp(); }, [&] { createClient(), client_.cleanUp(); }};
@@ -52,7 +52,9 @@ TEST_F(Threads, CallNodesAndClientsThatAreCreatedAndCleanedUp) {
       [&] { node_.setFilterAddresses({camera}); },
       [&] { node_.sendReply(DDSPtr(Tessivar::CommandChangeReplyTypeSupport::create_data())); },
       [&] { node_.disposeCommand(camera, 1), node_.disposeMetadata(camera, 1), node_.removeUnit(camera); },
-      [&] { node_.services()->verifyInterestsNode(), node_.services()->inCallback(), node_.report(); },
+      [&] { node_.services()->verifyUnitNode(), node_.services()->inCallback(), node_.report(); },
+      [&] { node_.services()->verifyMetadataNode(), node_.services()->verifyInterestsNode(); },
+      [&] { node_.services()->unitNode(), node_.services()->metadataNode(), node_.services()->interestsNode(); },
       [&] { client_.setUseQosProfiles(false); },
       [&] { client_.waitForMatch(1), client_.waitForHistoricalData(-1); },
       [&] { client_.registerInterest(camera), client_.registerInterest({camera}); },
@@ -83,6 +85,7 @@ TEST_F(Threads, CallNodesAndClientsThatAreCreatedAndCleanedUp) {
         client_.completeSetCommand(ticket);
       },
       [&] { client_.services()->verifyCommandNode(), client_.services()->start(), client_.report(); },
+      [&] { client_.services()->domain(), client_.services()->commandService(); },
   };
   storm(300, changing, calls);
   EXPECT_GT(published, 0);
@@ -95,27 +98,6 @@ TEST_F(Threads, CallNodesAndClientsThatAreCreatedAndCleanedUp) {
   createClient();
   DDSPtr wanted = command();
   EXPECT_TRUE(client_.waitForMatch(20000) && client_.setCommand(wanted, 20000)) << "all of it still works";
-}
-
-TEST_F(Threads, CallServicesThatAreCreatedAndCleanedUp) {
-  TessivarServices services;
-  const Calls changing = {[&] {
-    services.attachDomain(&device_);
-    services.create(true, {camera.guid()});
-    services.cleanUp();
-  }};
-  std::atomic<int> verified{0};
-  storm(200, changing,
-        {
-            [&] { services.setUseQosProfiles(false), services.setAutoStartThread(true), services.start(); },
-            [&] { verified += services.verifyUnitNode() && services.verifyCommandNode(); },
-            [&] { services.verifyMetadataNode(), services.verifyInterestsNode(); },
-            [&] { services.inCallback(), services.domain(), services.unitNode(), services.commandService(); },
-            [&] { services.metadataNode(), services.interestsNode(), services.report(); },
-        });
-  EXPECT_GT(verified, 0);
-  services.attachDomain(&device_);
-  EXPECT_TRUE(services.create(false, {}) && services.verifyUnitNode());
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests our device with a participant from another vendor. The participant knows only the device's IDL and topics.
-#include "peer.h"
+#include "participant.h"
 #include "samples.h"
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 #include <stdexcept>
 #include <string>
@@ -16,12 +16,12 @@ using namespace fastdds_peer;
 
 const std::string unit_id = "0001:02:00";
 
-class FastDdsPeer : public ::testing::Test {
+class FastDdsTest : public ::testing::Test {
  protected:
   void TearDown() override { EXPECT_TRUE(device_.quits()); }
 
-  tessivar::testing::Peer device_{"device"};
-  Peer peer_{tessivar::testing::own_domain()};
+  tessivar::testing::BusPeer device_{"device"};
+  FastDdsParticipant participant_{tessivar::testing::own_domain()};
 };
 
 bool has_sample(const Arrival& arrival) {
@@ -37,7 +37,7 @@ void expect_own_hash(const Arrival& arrival, const Reader& reader) {
 
 /// Returns the first sample of a late joiner.
 template <class Sample>
-Sample arrives(Peer& peer, const std::string& topic) {
+Sample arrives(FastDdsParticipant& peer, const std::string& topic) {
   Reader reader = peer.reader<Sample>(topic, true);
   const auto arrival = reader.await(has_sample);
   if (!arrival) throw std::runtime_error("nothing arrives on " + topic);
@@ -45,18 +45,18 @@ Sample arrives(Peer& peer, const std::string& topic) {
   return Sample::decode(arrival->encoding);
 }
 
-TEST_F(FastDdsPeer, FindsTheUnitThatWasThereBefore) {
+TEST_F(FastDdsTest, LateJoinerReceivesUnit) {
   ASSERT_TRUE(device_.does("unit " + unit_id + " Mixer"));
-  const auto unit = arrives<Unit>(peer_, "Orvel.Tessivar.Units");
+  const auto unit = arrives<Unit>(participant_, "Orvel.Tessivar.Units");
   EXPECT_EQ(unit.unit_id, unit_id);
   EXPECT_EQ(unit.name, "Mixer");
   EXPECT_FALSE(unit.has_rc_address);
   EXPECT_EQ(unit.host, "");
 }
 
-TEST_F(FastDdsPeer, SeesTheUnitGo) {
+TEST_F(FastDdsTest, ReceivesDisposeOfUnit) {
   ASSERT_TRUE(device_.does("unit " + unit_id + " Mixer"));
-  Reader units = peer_.reader<Unit>("Orvel.Tessivar.Units", true);
+  Reader units = participant_.reader<Unit>("Orvel.Tessivar.Units", true);
   const auto there = units.await(has_sample);
   ASSERT_TRUE(there);
 
@@ -67,23 +67,23 @@ TEST_F(FastDdsPeer, SeesTheUnitGo) {
   EXPECT_EQ(gone->key_hash, there->key_hash);
 }
 
-TEST_F(FastDdsPeer, ReceivesValuesAndMetadata) {
+TEST_F(FastDdsTest, ReceivesValuesAndMetadata) {
   ASSERT_TRUE(device_.does("value " + unit_id + " 7 -40"));
   ASSERT_TRUE(device_.does("metadata " + unit_id + " 7 Gain"));
-  const auto command = arrives<Command>(peer_, "Orvel.Tessivar.Commands");
+  const auto command = arrives<Command>(participant_, "Orvel.Tessivar.Commands");
   EXPECT_EQ(command.unit_id, unit_id);
   EXPECT_EQ(command.number, 7U);
   EXPECT_EQ(command.value, -40);
-  const auto metadata = arrives<Metadata>(peer_, "Orvel.Tessivar.Metadata");
+  const auto metadata = arrives<Metadata>(participant_, "Orvel.Tessivar.Metadata");
   EXPECT_EQ(metadata.unit_id, unit_id);
   EXPECT_EQ(metadata.number, 7U);
   EXPECT_EQ(metadata.name, "Gain");
 }
 
-TEST_F(FastDdsPeer, ReceivesTheSourceOfARouter) {
-  tessivar::testing::Peer router("router");
+TEST_F(FastDdsTest, ReceivesSourceOfRouter) {
+  tessivar::testing::BusPeer router("router");
   ASSERT_TRUE(router.does("port 0001:03:00 31 Camera"));
-  const auto source = arrives<Source>(peer_, "Orvel.Routing.Sources");
+  const auto source = arrives<Source>(participant_, "Orvel.Routing.Sources");
   EXPECT_EQ(source.unit_id, "0001:03:00");
   EXPECT_EQ(source.matrix, 0U);
   EXPECT_EQ(source.level, 0U);
@@ -91,17 +91,17 @@ TEST_F(FastDdsPeer, ReceivesTheSourceOfARouter) {
   EXPECT_EQ(source.name, "Camera");
 }
 
-TEST_F(FastDdsPeer, ReceivesALogMessage) {
+TEST_F(FastDdsTest, ReceivesLogMessage) {
   tessivar::testing::ChildProcess publisher = tessivar::testing::example("log_publisher", "0001:04:00");
   ASSERT_TRUE(publisher.send("fan 2 stopped"));
-  const auto message = arrives<LogMessage>(peer_, "Orvel.Tessivar.Logging");
+  const auto message = arrives<LogMessage>(participant_, "Orvel.Tessivar.Logging");
   EXPECT_EQ(message.address, "0001:04:00");
   EXPECT_EQ(message.header, "fan");
   EXPECT_EQ(message.value, "stopped");
   EXPECT_GT(message.seconds, 1'700'000'000U);
 }
 
-class FastDdsRequester : public FastDdsPeer {
+class FastDdsRequestTest : public FastDdsTest {
  protected:
   void SetUp() override {
     ASSERT_TRUE(device_.does("filter " + unit_id));
@@ -128,12 +128,12 @@ class FastDdsRequester : public FastDdsPeer {
   }
 
   const Bytes identity_ = {0xfa, 0x57, 0xdd, 0x50, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
-  Reader replies_ = peer_.reader<Reply>("Orvel.Tessivar.Commands.Reply", true);
-  Writer requests_ = peer_.writer<Request>("Orvel.Tessivar.Commands.Requests");
+  Reader replies_ = participant_.reader<Reply>("Orvel.Tessivar.Commands.Reply", true);
+  Writer requests_ = participant_.writer<Request>("Orvel.Tessivar.Commands.Requests");
 };
 
-TEST_F(FastDdsRequester, HasAValueChanged) {
-  Reader values = peer_.reader<Command>("Orvel.Tessivar.Commands", true);
+TEST_F(FastDdsRequestTest, RequestChangesValue) {
+  Reader values = participant_.reader<Command>("Orvel.Tessivar.Commands", true);
   const auto reply = ask(1, 12);
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->result, Reply::complete);
@@ -144,7 +144,7 @@ TEST_F(FastDdsRequester, HasAValueChanged) {
   EXPECT_EQ(Command::decode(value->encoding).value, 12);
 }
 
-TEST_F(FastDdsRequester, IsToldWhyNot) {
+TEST_F(FastDdsRequestTest, RefusedRequestGetsReason) {
   ASSERT_TRUE(device_.does("answer refuse locked"));
   const auto reply = ask(65534, 12);
   ASSERT_TRUE(reply);

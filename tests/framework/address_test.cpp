@@ -11,7 +11,7 @@ namespace {
 
 using TessivarDDS::AddressEx;
 
-TEST(AddressEx, has_a_text_and_numbers_however_it_is_made) {
+TEST(AddressExTest, EachConstructorGivesTextAndNumbers) {
   const struct {
     AddressEx address;
     const char* text;
@@ -34,7 +34,7 @@ TEST(AddressEx, has_a_text_and_numbers_however_it_is_made) {
   }
 }
 
-TEST(AddressEx, compares_texts_and_without_them_numbers) {
+TEST(AddressExTest, ComparesTexts) {
   const AddressEx none, low("\x01"), high("\xFF");  // characters are compared as unsigned
   const struct {
     AddressEx a, b;

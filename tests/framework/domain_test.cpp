@@ -18,7 +18,7 @@ using namespace testing;
 
 constexpr int domain_id = 60;
 
-TEST(Domain, says_what_it_refuses_and_goes_on) {
+TEST(DDSDomainTest, LogsWhatItRefusesAndStaysUsable) {
   LogRecorder log;
   DDSDomain domain;
   const std::pair<std::function<bool()>, std::string> cases[] = {
@@ -47,33 +47,25 @@ TEST(Domain, says_what_it_refuses_and_goes_on) {
   EXPECT_TRUE(domain.createDomainParticipant(domain_id));
 }
 
-/// Calls the domain for each log line, on the thread of the call and on a new thread.
-struct Asking : Logger {
-  explicit Asking(DDSDomain& its_domain, std::atomic<int>& its_answers) : domain(its_domain), answers(its_answers) {}
-  void log(int level, const std::string&) override {
-    if (level < LogWarning) return;
-    const auto ask = [this] { answers += domain.contentFilter(AddressContentFilter::name) != nullptr; };
-    ask();
-    std::thread(ask).join();
-  }
-  DDSDomain& domain;
-  std::atomic<int>& answers;
-};
-
-TEST(Domain, holds_no_lock_while_it_logs) {
+TEST(DDSDomainTest, HoldsNoLockWhileItLogs) {
   struct Other : AddressContentFilter {
   } other;
   LoopbackDomain domain(domain_id);
   EXPECT_TRUE(domain.registerContentFilter(AddressContentFilter::name, &AddressContentFilter::instance()));
   std::atomic<int> answers{0};
-  setLogger(new Asking(domain, answers));
+  setLogger(new LogFunction([&](int level, const std::string&) {
+    if (level < LogWarning) return;
+    const auto ask = [&] { answers += domain.contentFilter(AddressContentFilter::name) != nullptr; };
+    ask();
+    std::thread(ask).join();
+  }));
   EXPECT_FALSE(domain.registerContentFilter(AddressContentFilter::name, &other));
   EXPECT_FALSE(domain.unregisterContentFilter(&other));
   setLogger(nullptr);
   EXPECT_GE(answers, 4);
 }
 
-TEST(ParticipantTypes, are_parsed) {
+TEST(ParticipantTypesTest, AreParsed) {
   LogRecorder log;
   EXPECT_THAT(BuiltinParticipantListener::parseTypes("x,3, 5,-1,65536,4a,65535,"), ElementsAre(3, 5, 65535));
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("'x'"), HasSubstr("'-1'"), HasSubstr("'65536'"), HasSubstr("'4a'")));
@@ -88,7 +80,7 @@ TEST(ParticipantTypes, are_parsed) {
   }
 }
 
-TEST(ParticipantTypes, admit_nobody_when_no_number_can_be_read) {
+TEST(ParticipantTypesTest, AdmitNobodyIfNoneIsANumber) {
   LogRecorder log;
   DDS_DomainParticipantQos qos;
   DDSPropertyQosPolicyHelper::add_property(qos.property, "tessivarddscore.allowed_participant_types", "red;7", 0);
@@ -102,9 +94,9 @@ TEST(ParticipantTypes, admit_nobody_when_no_number_can_be_read) {
 }
 
 /// Unsets the environment variables at the end.
-class Environment : public Test {
+class EnvironmentTest : public Test {
  protected:
-  ~Environment() override {
+  ~EnvironmentTest() override {
     for (const char* variable : {"TESSIVAR_PEERS", "TESSIVAR_MULTICAST", "NDDS_QOS_PROFILES"}) unsetenv(variable);
     setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
     DDSDomainParticipantFactory::get_instance()->reload_profiles();
@@ -127,7 +119,7 @@ class Environment : public Test {
   LogRecorder log;
 };
 
-TEST_F(Environment, fills_in_what_the_application_leaves_open) {
+TEST_F(EnvironmentTest, CompletesTheSettingsOfTheApplication) {
   setenv("DDS_ALLOWED_INTERFACES", "lo, eth7", 1);
   setenv("TESSIVAR_PEERS", "10.0.0.1,tower:7410 4@builtin.udpv4://10.0.0.2", 1);
   setenv("TESSIVAR_MULTICAST", "1", 1);
@@ -146,7 +138,7 @@ TEST_F(Environment, fills_in_what_the_application_leaves_open) {
               ElementsAre(HasSubstr("Multicast is off: the initial_peers ofprofile of the QoS are ignored")));
 }
 
-TEST_F(Environment, bad_values_get_one_line_and_the_domain_is_made) {
+TEST_F(EnvironmentTest, LogsInvalidValuesAndCreatesTheDomain) {
   setenv("TESSIVAR_PEERS", "10.0.0.1:port", 1);
   setenv("TESSIVAR_MULTICAST", "yes", 1);
   setenv("NDDS_QOS_PROFILES", "missing.xml", 1);
@@ -159,7 +151,7 @@ TEST_F(Environment, bad_values_get_one_line_and_the_domain_is_made) {
   DomainManager::instance().releaseSharedDomain(domain, nullptr);
 }
 
-TEST_F(Environment, a_missing_qos_file_harms_no_later_domain) {
+TEST_F(EnvironmentTest, MissingQosFileDoesNotAffectLaterDomains) {
   DDSDomain failing, later;
   EXPECT_FALSE(failing.createDomainParticipant(domain_id, {"missing.xml"}, "tessivar_Library", "State"));
   ASSERT_TRUE(later.createDomainParticipant(domain_id));
@@ -178,17 +170,17 @@ struct Client : DomainManagerClient {
   int deletions = 0;
 };
 
-class Manager : public Test {
+class DomainManagerTest : public Test {
  protected:
-  Manager() { setenv("DDS_ALLOWED_INTERFACES", "lo", 1); }
-  ~Manager() override { manager.installQosHook({}); }
+  DomainManagerTest() { setenv("DDS_ALLOWED_INTERFACES", "lo", 1); }
+  ~DomainManagerTest() override { manager.installQosHook({}); }
   DDSDomain* shared(DomainManagerClient* client = nullptr) { return manager.sharedDomain(domain_id, "", "", client); }
 
   DomainManager& manager = DomainManager::instance();
   LogRecorder log;
 };
 
-TEST_F(Manager, shares_one_domain_of_an_id_until_the_last_release) {
+TEST_F(DomainManagerTest, SharesADomainUntilTheLastRelease) {
   Client a, b, stranger;
   DDSDomain* const domain = shared(&a);
   DDSDomain* const exclusive = manager.exclusiveDomain(domain_id, "", "");
@@ -207,7 +199,7 @@ TEST_F(Manager, shares_one_domain_of_an_id_until_the_last_release) {
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("was released already")));
 }
 
-TEST_F(Manager, gives_handles_that_release) {
+TEST_F(DomainManagerTest, HandlesReleaseTheirDomain) {
   DDSDomain* released = nullptr;
   {
     DomainHandle first = DomainHandle::shared(domain_id), second = DomainHandle::shared(domain_id);
@@ -227,7 +219,7 @@ TEST_F(Manager, gives_handles_that_release) {
   EXPECT_FALSE(DomainHandle::shared(233));
 }
 
-TEST_F(Manager, gives_threads_that_ask_at_once_the_same_domain) {
+TEST_F(DomainManagerTest, ConcurrentCallsGetTheSameDomain) {
   std::atomic<int> hooks{0};
   manager.installQosHook([&](int, auto&&, auto&&, DDS_DomainParticipantQos& qos) {
     ++hooks;

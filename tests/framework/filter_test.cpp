@@ -13,9 +13,9 @@ using namespace TessivarDDS;
 using namespace tessivar::testing;
 using namespace testing;
 
-class AddressFilter : public Test {
+class AddressContentFilterTest : public Test {
  protected:
-  ~AddressFilter() override { filter.finalize(data); }
+  ~AddressContentFilterTest() override { filter.finalize(data); }
   DDS_ReturnCode_t compile(const char* expression, const std::vector<std::string>& addresses = {}) {
     DDS_StringSeq parameters;
     assignTexts(parameters, addresses);
@@ -28,7 +28,7 @@ class AddressFilter : public Test {
   void* data = nullptr;
 };
 
-TEST_F(AddressFilter, passes_the_wanted_units_by_their_text) {
+TEST_F(AddressContentFilterTest, AcceptsUnitsByTheirText) {
   const struct {
     std::vector<std::string> wanted;
     const char* unit;
@@ -43,7 +43,7 @@ TEST_F(AddressFilter, passes_the_wanted_units_by_their_text) {
   }
 }
 
-TEST_F(AddressFilter, knows_the_types_by_the_name_in_the_expression) {
+TEST_F(AddressContentFilterTest, RefusesUnknownTypesInTheExpression) {
   const char* const form = "Expected expression in the form typeName=Type";
   const std::pair<const char*, const char*> cases[] = {
       {nullptr, "Expression was null"},

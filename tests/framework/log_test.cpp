@@ -4,7 +4,7 @@
 
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/log/readable_logger.h"
-#include "tests/support/log_lines.h"
+#include "tests/support/log_recorder.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -38,14 +38,14 @@ class Collector : public Logger {
   Messages& messages_;
 };
 
-class FrameworkLog : public testing::Test {
+class LoggerTest : public testing::Test {
  protected:
-  FrameworkLog() { setLogger(new Collector(messages)); }
-  ~FrameworkLog() override { setLogger(nullptr); }
+  LoggerTest() { setLogger(new Collector(messages)); }
+  ~LoggerTest() override { setLogger(nullptr); }
   Messages messages;
 };
 
-TEST_F(FrameworkLog, delivers_once_what_is_above_the_threshold) {
+TEST_F(LoggerTest, ReceivesLinesAboveTheThresholdOnce) {
   const Messages all = {{1, "4000"}, {2, "65 1"}, {4, "-1"}, {8, "e"}};
   const std::pair<int, Messages> cases[] = {{0, {}}, {15, all}, {3, {all[2], all[3]}}, {9, {}}, {-1, all}};
   for (const auto& [threshold, expected] : cases) {
@@ -60,7 +60,7 @@ TEST_F(FrameworkLog, delivers_once_what_is_above_the_threshold) {
   setLogThreshold(15);
 }
 
-TEST_F(FrameworkLog, keeps_a_logger_that_is_replaced_as_long_as_it_is_busy) {
+TEST_F(LoggerTest, ReplacedLoggerLivesUntilItReturns) {
   struct Busy : Collector {
     ~Busy() override { logError() << "last words"; }
     using Collector::Collector;
@@ -100,7 +100,7 @@ void logsWith(const char* first, const char* expected, int threshold = -1) {
   unsetenv("TESSIVAR_LOG");
 }
 
-TEST(ReadableLog, shows_what_the_environment_or_the_application_chooses) {
+TEST(ReadableLoggerTest, ShowsTheChosenLevels) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";  // a new process reads the environment
   const std::string t = "20..-..-.. ..:..:..[.]... ";
   const std::string debug = t + "debug control: Own 1 \n" + t + "debug engine: its\n";
@@ -115,7 +115,7 @@ TEST(ReadableLog, shows_what_the_environment_or_the_application_chooses) {
   logsWith("error", ("^" + info + warnings + "$").c_str(), 2);
 }
 
-TEST(ReadableLog, knows_the_room_of_each_class_that_logs) {
+TEST(ReadableLoggerTest, KnowsTheRoomOfEachClassThatLogs) {
   const std::regex signature("__cdecl (TessivarDDS::[A-Za-z]+)");
   for (const std::string room : {"framework", "control", "routing"}) {
     for (const auto& file : std::filesystem::recursive_directory_iterator(TESSIVAR_SOURCE_DIR "/tessivar/" + room)) {
@@ -129,12 +129,12 @@ TEST(ReadableLog, knows_the_room_of_each_class_that_logs) {
   }
 }
 
-TEST(LogCauses, reach_the_logger_and_nothing_goes_to_standard_error) {
+TEST_F(LoggerTest, ReceivesAllCausesOfAFailure) {
   using testing::ElementsAre, testing::AllOf, testing::HasSubstr, testing::_;
   const std::string file = testing::TempDir() + "log_test.xml";
   std::ofstream(file) << "<dds>\n<qos_library name='l'>\n<qos_profil/>\n</qos_library>\n</dds>\n";
   testing::internal::CaptureStderr();
-  tessivar_test::LogLines log;
+  tessivar::testing::LogRecorder log;
   DDSDomain domain;
   EXPECT_FALSE(domain.createDomainParticipant(3, {"/nowhere.xml"}, "l", "p"));
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("/nowhere.xml"), HasSubstr("Failed to load participant Qos")));

@@ -33,9 +33,9 @@ std::vector<std::string> received(Node& node, std::size_t count) {
   return texts;
 }
 
-class Nodes : public Test {
+class DDSNodeTest : public Test {
  protected:
-  Nodes() {
+  DDSNodeTest() {
     for (DDSDomain* domain : {&here, &there}) domain->registerContentFilter(filter_name, filter);
     qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
@@ -45,7 +45,7 @@ class Nodes : public Test {
   DDS_TopicQos qos;
 };
 
-TEST_F(Nodes, refuse_what_comes_too_early_twice_or_makes_no_sense) {
+TEST_F(DDSNodeTest, RefusesCallsInTheWrongOrder) {
   FilteredNode node;
   const std::string expression = AddressContentFilter::expression("Tessivar::Command");
   const auto filtered = [&](const char* text) { return node.createContentFilteredTopic(filter, filter_name, text); };
@@ -73,7 +73,7 @@ TEST_F(Nodes, refuse_what_comes_too_early_twice_or_makes_no_sense) {
   node.cleanUp();
 }
 
-TEST_F(Nodes, read_what_the_filter_lets_through) {
+TEST_F(DDSNodeTest, ReadsSamplesThatTheFilterAccepts) {
   const std::unique_ptr<Node> writer(Node::create(&here, "Node.Test", qos, false));
   FilteredNode reader;
   reader.attachDomain(&there);

@@ -28,7 +28,7 @@ class ListenerListTest : public Test {
   ListenerList<Listener> list{"TessivarDDS::Listener"};
 };
 
-TEST_F(ListenerListTest, notifies_each_once_in_the_order_of_attachment_whatever_one_throws) {
+TEST_F(ListenerListTest, NotifiesEachOnceInOrderDespiteExceptions) {
   for (Listener* listener : {&b, &a, static_cast<Listener*>(nullptr), &c, &b}) list.attachListener(listener, false);
   const auto notify = [&](Listener& listener) {
     calls.push_back(listener.name);
@@ -42,7 +42,7 @@ TEST_F(ListenerListTest, notifies_each_once_in_the_order_of_attachment_whatever_
   EXPECT_THAT(calls, ElementsAre("b", "a", "b", "c"));
 }
 
-TEST_F(ListenerListTest, deletes_owned_listeners_only_and_once) {
+TEST_F(ListenerListTest, DeletesOwnedListenersOnce) {
   std::vector<Listener*> own;
   for (const char* name : {"owned", "owned later", "given back"}) own.push_back(new Listener{name, calls});
   {
@@ -55,7 +55,7 @@ TEST_F(ListenerListTest, deletes_owned_listeners_only_and_once) {
   delete own[2];
 }
 
-TEST_F(ListenerListTest, gives_up_on_a_lock_held_for_a_second) {
+TEST_F(ListenerListTest, FailsIfTheLockIsHeldForASecond) {
   list.attachListener(&a, false);
   // All at the same time, each on its own thread, while a notification holds the lock.
   list.notify("", [&](Listener&) {
@@ -69,7 +69,7 @@ TEST_F(ListenerListTest, gives_up_on_a_lock_held_for_a_second) {
   list.notify("", [&](Listener& listener) { EXPECT_EQ(&listener, &a) << "unchanged"; });
 }
 
-TEST(DDSPtr, releases_with_the_last_holder) {
+TEST(DDSPtrTest, DeletesWithItsLastCopy) {
   struct Counted {
     explicit Counted(int& count) : released(count) {}
     ~Counted() { ++released; }

@@ -49,7 +49,7 @@ bool received(const DDSPtr<Ticket>& ticket) {
   return ticket && eventually([&] { return ticket->received.load(); });
 }
 
-TEST(RequestGuid, is_sixteen_octets_none_of_which_is_255) {
+TEST(RequestGuidTest, HasSixteenOctetsAndNoneIs255) {
   std::set<std::string> seen;
   for (int i = 0; i < 500; ++i) {
     DDS_OctetSeq guid;
@@ -62,7 +62,7 @@ TEST(RequestGuid, is_sixteen_octets_none_of_which_is_255) {
   EXPECT_EQ(seen.size(), 500u);
 }
 
-TEST(RequestGuid, differs_between_processes_that_are_forked) {
+TEST(RequestGuidTest, DiffersInAForkedProcess) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   DDS_OctetSeq guid;
@@ -78,7 +78,7 @@ TEST(RequestGuid, differs_between_processes_that_are_forked) {
   for (const int end : ends) close(end);
 }
 
-TEST(RequestGuid, is_written_as_hexadecimal_digits) {
+TEST(RequestGuidTest, ConvertsToAndFromHexadecimalText) {
   const std::string hex = "00010f107f80abfe0102030405060708";
   const DDS_Octet octets[] = {0x00, 0x01, 0x0f, 0x10, 0x7f, 0x80, 0xab, 0xfe, 1, 2, 3, 4, 5, 6, 7, 8};
   DDS_OctetSeq guid, parsed;
@@ -93,13 +93,13 @@ TEST(RequestGuid, is_written_as_hexadecimal_digits) {
   }
 }
 
-TEST(RecentClients, are_those_answered_last) {
+TEST(RecentClientsTest, ForgetsTheClientAnsweredLongestAgo) {
   RecentClients clients(2);
   const std::pair<const char*, const char*> cases[] = {{"a", ""}, {"b", ""}, {"a", ""}, {"c", "b"}, {"a", ""}};
   for (const auto& [answered, forgotten] : cases) EXPECT_EQ(clients.answered(answered), forgotten);
 }
 
-TEST(ClientListeners, are_called_to_the_end_when_one_of_them_attaches_another) {
+TEST(ClientListenersTest, CallsAllIfOneAttachesAnother) {
   ClientListeners listeners;
   Client first, second, third;
   first.during = [&] { listeners.attach(&third); };
@@ -112,7 +112,7 @@ TEST(ClientListeners, are_called_to_the_end_when_one_of_them_attaches_another) {
   EXPECT_THAT(third.events.take(1), SizeIs(1)) << "from the second round on";
 }
 
-TEST(RequestReplyAlone, numbers_tickets_of_several_threads_apart_and_never_65535) {
+TEST(UnconnectedRequestReplyTest, NumbersTicketsOfAllThreads) {
   Exchange client(true);
   std::vector<std::vector<unsigned short>> numbers(5);
   std::vector<std::thread> threads;
@@ -129,7 +129,7 @@ TEST(RequestReplyAlone, numbers_tickets_of_several_threads_apart_and_never_65535
   EXPECT_EQ(client.createRequest()->ticketId, 1);
 }
 
-TEST(RequestReplyAlone, refuses_what_it_is_not_ready_for) {
+TEST(UnconnectedRequestReplyTest, RefusesCallsForWhichItIsNotReady) {
   LogRecorder log;
   Exchange client(true), server(false);
   Server serverListener;
@@ -155,7 +155,7 @@ TEST(RequestReplyAlone, refuses_what_it_is_not_ready_for) {
   EXPECT_FALSE(client.waitForMatch(20));
 }
 
-class RequestReply : public Test {
+class RequestReplyTest : public Test {
  protected:
   bool start() {
     server.setListener(&serving);
@@ -182,7 +182,7 @@ class RequestReply : public Test {
   Exchange server{false}, client{true};
 };
 
-TEST_F(RequestReply, lets_several_replies_fill_the_ticket_that_waits_for_them) {
+TEST_F(RequestReplyTest, TicketReceivesSeveralReplies) {
   serving.answer = [](const Request& request) {
     EXPECT_EQ(text(request.newValue), "u/1=0");
     return reply(Tessivar::IN_PROGRESS);
@@ -203,7 +203,7 @@ TEST_F(RequestReply, lets_several_replies_fill_the_ticket_that_waits_for_them) {
   EXPECT_THAT(log.lines(), Each(StartsWith("1 ")));
 }
 
-TEST_F(RequestReply, counts_and_logs_everything_that_is_lost) {
+TEST_F(RequestReplyTest, CountsAndLogsLostRequestsAndReplies) {
   client.setMaxPendingTickets(2);
   serving.answer = [](const Request&) { return nullptr; };
   ASSERT_TRUE(start());
@@ -242,7 +242,7 @@ TEST_F(RequestReply, counts_and_logs_everything_that_is_lost) {
   EXPECT_THAT(server_counts, ElementsAre(3, 131, 1, 1));
 }
 
-TEST_F(RequestReply, says_why_a_request_is_not_sent) {
+TEST_F(RequestReplyTest, ReportsWhyARequestIsNotSent) {
   ASSERT_TRUE(start());
   const auto failure = [&](DDS_ReturnCode_t code, int discriminator) {
     engine.script.clear();
@@ -261,7 +261,7 @@ TEST_F(RequestReply, says_why_a_request_is_not_sent) {
   EXPECT_TRUE(received(request()));
 }
 
-TEST_F(RequestReply, never_gives_the_number_of_a_pending_ticket_again) {
+TEST_F(RequestReplyTest, DoesNotReuseNumbersOfPendingTickets) {
   std::atomic<bool> answering{false};
   serving.answer = [&](const Request&) { return answering ? reply(Tessivar::COMPLETE) : nullptr; };
   ASSERT_TRUE(start());
@@ -284,7 +284,7 @@ TEST_F(RequestReply, never_gives_the_number_of_a_pending_ticket_again) {
   EXPECT_EQ(last->ticketId, tickets[4711]->ticketId);
 }
 
-TEST_F(RequestReply, loses_no_reply_with_profiles_and_a_slow_listener) {
+TEST_F(RequestReplyTest, LosesNoReplyIfTheListenerIsSlow) {
   server.setUseQosProfiles(true);
   client.setUseQosProfiles(true);
   listening.during = [] { std::this_thread::sleep_for(std::chrono::microseconds(200)); };
@@ -294,7 +294,7 @@ TEST_F(RequestReply, loses_no_reply_with_profiles_and_a_slow_listener) {
   EXPECT_THAT(tickets, Each(Truly(received)));
 }
 
-TEST_F(RequestReply, runs_on_a_thread_that_is_lent_until_it_is_cleaned_up) {
+TEST_F(RequestReplyTest, RunsOnAThreadOfTheApplication) {
   auto lent = std::make_unique<WaitSetThread>("Lent");
   WaitSetThread& thread = *lent;
   ASSERT_TRUE(thread.create());
@@ -314,7 +314,7 @@ TEST_F(RequestReply, runs_on_a_thread_that_is_lent_until_it_is_cleaned_up) {
   client.cleanUp();
 }
 
-TEST_F(RequestReply, may_be_called_while_it_is_created_and_cleaned_up) {
+TEST_F(RequestReplyTest, CallsMayRunDuringCreateAndCleanUp) {
   server.setListener(&serving);
   ASSERT_TRUE(server.create("RR.Test", &here));
   setLogThreshold(0);
@@ -342,7 +342,7 @@ TEST_F(RequestReply, may_be_called_while_it_is_created_and_cleaned_up) {
   setLogThreshold(15);
 }
 
-TEST_F(RequestReply, ends_waiting_for_a_match_when_it_is_cleaned_up) {
+TEST_F(RequestReplyTest, CleanUpEndsAWaitForAMatch) {
   ASSERT_TRUE(client.create("RR.Test", &there));
   auto matched = std::async(std::launch::async, [&] { return client.waitForMatch(-1); });
   EXPECT_EQ(matched.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);

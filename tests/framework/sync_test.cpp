@@ -14,7 +14,7 @@ namespace {
 using namespace TessivarDDS;
 using namespace testing;
 
-TEST(Mutex, is_held_by_one_at_a_time) {
+TEST(TessivarMutexTest, HasOneHolderAtATime) {
   TessivarMutex mutex;
   EXPECT_TRUE(mutex.lock(0));
   EXPECT_FALSE(mutex.lock(20) || mutex.lock(-7)) << "not recursive; a negative time is none";
@@ -23,7 +23,7 @@ TEST(Mutex, is_held_by_one_at_a_time) {
   EXPECT_FALSE(mutex.lock(0)) << "unlocked twice counts once";
 }
 
-TEST(Thread, starts_once_and_contains_an_exception) {
+TEST(TessivarThreadTest, StartsOnceAndLogsItsException) {
   struct Worker : TessivarThread {
     explicit Worker(TessivarEvent& event) : go(event) {}
     ~Worker() override { join(); }

@@ -40,9 +40,9 @@ class Recorder : public WaitSetThreadRunner<Tessivar::Command> {
   Events& events_;
 };
 
-class WaitSet : public Test {
+class WaitSetThreadTest : public Test {
  protected:
-  WaitSet() {
+  WaitSetThreadTest() {
     DDS_TopicQos qos;
     qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
@@ -72,7 +72,7 @@ class WaitSet : public Test {
   WaitSetThread thread{"WaitSetTest"};
 };
 
-TEST_F(WaitSet, tells_of_instances_that_come_and_go_also_unread) {
+TEST_F(WaitSetThreadTest, ReportsNewAndEndedInstances) {
   write("u", 1, 10);
   ASSERT_EQ(writer->dataWriter()->dispose(*command("u", 1), DDS_HANDLE_NIL), DDS_RETCODE_OK);
   write("v", 2);
@@ -82,7 +82,7 @@ TEST_F(WaitSet, tells_of_instances_that_come_and_go_also_unread) {
   EXPECT_THAT(events.take(1), ElementsAre("v/2=11"));
 }
 
-TEST_F(WaitSet, attaches_and_detaches_runners_while_it_runs) {
+TEST_F(WaitSetThreadTest, AttachesAndDetachesRunnersWhileItRuns) {
   ASSERT_TRUE(thread.create());
   thread.start();
   for (int round = 0; round < 20; ++round) {
@@ -96,7 +96,7 @@ TEST_F(WaitSet, attaches_and_detaches_runners_while_it_runs) {
   }
 }
 
-TEST_F(WaitSet, serves_every_ready_runner_within_two_waits) {
+TEST_F(WaitSetThreadTest, ServesReadyRunnersInTurn) {
   // Does not read, so that its reader stays ready.
   struct Busy : WaitSetThreadRunnerBase {
     Busy(std::string its_name, DDSDataReader* its_reader, Events& its_events)
@@ -126,7 +126,7 @@ TEST_F(WaitSet, serves_every_ready_runner_within_two_waits) {
   EXPECT_THAT(std::vector(served.begin(), served.begin() + 6), ElementsAre("a", "b", "c", "a", "b", "c"));
 }
 
-TEST_F(WaitSet, stops_whatever_run_does) {
+TEST_F(WaitSetThreadTest, StopsIfRunThrowsOrLoops) {
   struct Overriding : WaitSetThread {
     explicit Overriding(bool throws) : failing(throws) {}
     ~Overriding() override { stop(); }
@@ -144,7 +144,7 @@ TEST_F(WaitSet, stops_whatever_run_does) {
   EXPECT_THAT(log.lines(), ElementsAre(EndsWith(" Exception in the thread: no run")));
 }
 
-TEST_F(WaitSet, detaches_no_runner_that_is_at_work) {
+TEST_F(WaitSetThreadTest, DetachWaitsForTheRunner) {
   std::promise<void> entered, go;
   begin({}, [&](const auto&) {
     EXPECT_TRUE(thread.isCurrent());
@@ -164,7 +164,7 @@ TEST_F(WaitSet, detaches_no_runner_that_is_at_work) {
   EXPECT_THAT(events.take(2), ElementsAre("u/1=0", "deleted"));
 }
 
-TEST_F(WaitSet, survives_handlers_that_throw) {
+TEST_F(WaitSetThreadTest, ContinuesAfterAnExceptionOfARunner) {
   for (unsigned number = 1; number <= 3; ++number) write("u", number);
   begin({}, [&](const Tessivar::Command& sample) {
     if (sample.commandNumber == 1) throw std::runtime_error("first");
@@ -178,7 +178,7 @@ TEST_F(WaitSet, survives_handlers_that_throw) {
   EXPECT_TRUE(reader->cleanUpDataReader()) << "no loan is left";
 }
 
-TEST(HandleSumOrder, orders_by_the_sum_of_the_octets) {
+TEST(HandleSumOrderTest, AddsTheOctetsOfTheKeyHash) {
   const auto sum = [](const DDS_Octet(&octets)[16], DDS_UnsignedLong length = 16) {
     DDS_InstanceHandle_t handle = {{{0}, length}, DDS_BOOLEAN_TRUE};
     std::copy_n(octets, 16, handle.keyHash.value);

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests the discovery of devices that start, that already run, and that end.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 #include <csignal>
 
 namespace tessivar::testing {
 namespace {
 
-TEST(Discovery, LateJoinerGetsUnitsValuesAndMetadata) {
-  Peer device("device");
+TEST(DeviceDiscoveryTest, LateJoinerReceivesUnitsValuesAndMetadata) {
+  BusPeer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
   ASSERT_TRUE(device.does("unit 0001:02:0B lamp"));
   constexpr int commands = 100;
@@ -20,7 +20,7 @@ TEST(Discovery, LateJoinerGetsUnitsValuesAndMetadata) {
     ASSERT_TRUE(device.does("metadata" + command + "name" + std::to_string(i)));
   }
 
-  Peer client("client");
+  BusPeer client("client");
   ASSERT_TRUE(client.does("create"));
   EXPECT_TRUE(client.sees("unit-added 0001:02:0A camera"));
   EXPECT_TRUE(client.sees("unit-added 0001:02:0B lamp"));
@@ -38,11 +38,11 @@ TEST(Discovery, LateJoinerGetsUnitsValuesAndMetadata) {
   EXPECT_TRUE(device.quits());
 }
 
-TEST(Discovery, UnitsThatGoAreReportedAndFoundAgain) {
-  Peer client("client");
+TEST(DeviceDiscoveryTest, ReportsRemovedUnitsAndFindsThemAgain) {
+  BusPeer client("client");
   ASSERT_TRUE(client.does("create"));
   {
-    Peer device("device");
+    BusPeer device("device");
     ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
     ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
     ASSERT_TRUE(device.does("remove 0001:02:0A"));
@@ -52,7 +52,7 @@ TEST(Discovery, UnitsThatGoAreReportedAndFoundAgain) {
     device.kill();
   }
   ASSERT_TRUE(client.sees("unit-removed 0001:02:0A"));
-  Peer device("device");
+  BusPeer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A again"));
   EXPECT_TRUE(client.sees("unit-added 0001:02:0A again"));
   ASSERT_TRUE(client.does("match 20000"));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests the examples, each in its own process, with peers whose samples contradict their announcements.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 #include "tessivar/framework/domain/domain_handle.h"
 #include "tessivar/routing/message_helper.h"
 #include "tessivar/routing/services.h"
@@ -16,7 +16,7 @@ void expect(ChildProcess& process, std::initializer_list<const char*> lines) {
   for (const char* line : lines) EXPECT_TRUE(process.event(line)) << line << '\n' << process.transcript();
 }
 
-TEST(Examples, ControllerSetsCommandsOfTheDevices) {
+TEST(ExamplesTest, ControllerSetsCommandsOfTheDevices) {
   ChildProcess device = example("device", ""), slow = example("slow_device", ""),
                controller = example("controller", "");
   expect(controller, {"command 1 of 0001:02:0A is called gain, from 0 to 24",
@@ -29,7 +29,7 @@ TEST(Examples, ControllerSetsCommandsOfTheDevices) {
   }
 }
 
-TEST(Examples, ProtectorProtectsADestination) {
+TEST(ExamplesTest, ProtectorProtectsADestination) {
   ChildProcess router = example("protected_router", "0001:03:09");
   ChildProcess controller = example("routing_controller", "");
   controller.send("subscribe 0001:03:09");
@@ -42,7 +42,7 @@ TEST(Examples, ProtectorProtectsADestination) {
   EXPECT_NE(example("protector", {"0001:03:09", "4", "1"}).wait(), 0) << "there is no such destination";
 }
 
-TEST(Examples, RoutingControllerSurvivesRoutersThatDoNotKeepToTheirCounts) {
+TEST(ExamplesTest, RoutingControllerSurvivesWrongCounts) {
   ChildProcess controller = example("routing_controller", "");
   const DomainHandle domain = DomainHandle::shared(own_domain());
   RoutingServices liar;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests which samples pass the address filters on both sides, and changes of the filters while data flows.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 #include <string>
 
@@ -14,14 +14,14 @@ const std::string lamp = "0001:02:0B";
 const std::string mixer = "0001:02:0C";
 const std::string nobody = "0FFF:FF:FF";
 
-TEST(Interest, DeliversTheUnitsCurrentValuesAndNoOthers) {
-  Peer device("device");
+TEST(InterestTest, DeliversCurrentValuesOfItsUnitsOnly) {
+  BusPeer device("device");
   for (const std::string& unit : {camera, lamp}) {
     ASSERT_TRUE(device.does("value " + unit + " 1 11"));
     ASSERT_TRUE(device.does("value " + unit + " 2 12"));
     ASSERT_TRUE(device.does("metadata " + unit + " 1 gain"));
   }
-  Peer client("client");
+  BusPeer client("client");
   ASSERT_TRUE(client.does("interest " + nobody));
   ASSERT_TRUE(client.does("create"));
   ASSERT_TRUE(client.does("match 20000"));
@@ -46,9 +46,9 @@ TEST(Interest, DeliversTheUnitsCurrentValuesAndNoOthers) {
   EXPECT_TRUE(client.sees("counts 0 2"));
 }
 
-TEST(Interest, FiltersHoldWhileTheyChangeAndDataFlows) {
-  Peer device("device");
-  Peer client("client");
+TEST(InterestTest, FiltersApplyWhileTheyChangeAndDataFlows) {
+  BusPeer device("device");
+  BusPeer client("client");
   ASSERT_TRUE(client.does("interest " + nobody));
   ASSERT_TRUE(client.does("create"));
   ASSERT_TRUE(client.does("match 20000"));
@@ -78,10 +78,10 @@ TEST(Interest, FiltersHoldWhileTheyChangeAndDataFlows) {
   ASSERT_TRUE(device.does("stream"));
 }
 
-TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
-  Peer device("device");
+TEST(InterestTest, DeviceReceivesRequestsForItsUnitsOnly) {
+  BusPeer device("device");
   ASSERT_TRUE(device.does("filter " + camera));
-  Peer client("client");
+  BusPeer client("client");
   ASSERT_TRUE(client.does("create"));
   ASSERT_TRUE(client.does("match 20000"));
   ASSERT_TRUE(client.does("interest " + lamp));
@@ -105,13 +105,13 @@ TEST(Interest, DeviceGetsRequestsAndInterestsOfItsUnitsOnly) {
   EXPECT_TRUE(device.saw_nothing_of("request " + camera + " 1 7"));
 }
 
-TEST(Interest, IsWithdrawnRangeByRangeAndFoundByADeviceThatFiltersLater) {
-  Peer device("device");
+TEST(InterestTest, RangesAreRemovedOneByOneAndFoundByLaterFilters) {
+  BusPeer device("device");
   ASSERT_TRUE(device.does("filter " + mixer));
   ASSERT_TRUE(device.does("value " + lamp + " 1 11"));
-  Peer client("client");
-  Peer other("client");
-  for (Peer* each : {&client, &other}) {
+  BusPeer client("client");
+  BusPeer other("client");
+  for (BusPeer* each : {&client, &other}) {
     ASSERT_TRUE(each->does("create"));
     ASSERT_TRUE(each->does("interest " + camera));
   }
@@ -138,7 +138,7 @@ TEST(Interest, IsWithdrawnRangeByRangeAndFoundByADeviceThatFiltersLater) {
   ASSERT_TRUE(device.does("value " + camera + " 1 13"));
   ASSERT_TRUE(other.sees("value " + camera + " 1 13"));
   for (const std::string& unit : {camera, lamp}) EXPECT_TRUE(client.saw_nothing_of("value " + unit + " 1 13"));
-  Peer late("device");
+  BusPeer late("device");
   EXPECT_TRUE(late.sees("interest " + camera)) << "the other one's";
   EXPECT_TRUE(late.saw_nothing_of("interest " + lamp));
   EXPECT_TRUE(device.saw_nothing_of("interest-removed " + camera));
@@ -146,12 +146,12 @@ TEST(Interest, IsWithdrawnRangeByRangeAndFoundByADeviceThatFiltersLater) {
   EXPECT_TRUE(device.sees("interest-removed " + camera));
 }
 
-TEST(Interest, IsSeenByTheDeviceUntilTheLastClientIsGone) {
-  Peer device("device");
-  Peer staying("client");
+TEST(InterestTest, EndsForTheDeviceWithTheLastClient) {
+  BusPeer device("device");
+  BusPeer staying("client");
   {
-    Peer leaving("client");
-    for (Peer* client : {&staying, &leaving}) {
+    BusPeer leaving("client");
+    for (BusPeer* client : {&staying, &leaving}) {
       ASSERT_TRUE(client->does("create"));
       ASSERT_TRUE(client->does("interest " + camera));
       ASSERT_TRUE(device.sees("interest " + camera + " 0 4294967295"));

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests the examples for logging, each in its own process: a browser reads stored messages in pages.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 namespace tessivar::testing {
 namespace {
 
-TEST(LogHistory, ComesInPagesToWhoAsks) {
+TEST(LogHistoryTest, BrowserReadsItInPages) {
   ChildProcess publisher = example("log_publisher", "0001:04:01");
   for (int i = 1; i <= 55; ++i) ASSERT_TRUE(publisher.send("fan 0 message" + std::to_string(i)));
   ChildProcess history = example("log_history", "");

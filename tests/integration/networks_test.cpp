@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests devices and controllers on two hosts, on one network and on two networks.
+#include "support/bus_peer.h"
 #include "support/hosts.h"
-#include "support/peer.h"
 
 #include <iostream>
 #include <memory>
@@ -24,15 +24,15 @@ std::string alone(const std::string& interface, const std::string& peers) {
          ", peers " + peers + ", multicast off, other participants seen: 0";
 }
 
-TEST(TwoHosts, MeetByPeersOrMulticastAndSayWhyNot) {
+TEST(TwoHostsTest, DiscoverEachOtherByPeersOrMulticast) {
   if (!Hosts::permitted()) {
     std::cerr << not_permitted;
-    Peer client({"/usr/bin/env", "TESSIVAR_PEERS=10.255.255.1"}, "client");
+    BusPeer client({"/usr/bin/env", "TESSIVAR_PEERS=10.255.255.1"}, "client");
     ASSERT_TRUE(client.does("create"));
     client.begin("match 100");
     EXPECT_TRUE(client.sees("did match failed"));
     EXPECT_THAT(client.transcript(), HasSubstr(alone("lo (127.0.0.1)", "10.255.255.1")));
-    Peer device({"/usr/bin/env", "TESSIVAR_MULTICAST=1"}, "device");
+    BusPeer device({"/usr/bin/env", "TESSIVAR_MULTICAST=1"}, "device");
     EXPECT_TRUE(client.does("match 20000"));
     return;
   }
@@ -40,9 +40,9 @@ TEST(TwoHosts, MeetByPeersOrMulticastAndSayWhyNot) {
   for (const std::string& setting : {"TESSIVAR_PEERS=" + hosts.addresses("a"), std::string("TESSIVAR_MULTICAST=1")}) {
     SCOPED_TRACE(setting);
     const bool multicast = setting == "TESSIVAR_MULTICAST=1";
-    Peer device(hosts.on("a", {multicast ? setting : "TESSIVAR_MULTICAST=0"}), "device");
+    BusPeer device(hosts.on("a", {multicast ? setting : "TESSIVAR_MULTICAST=0"}), "device");
     {
-      Peer lonely(hosts.on("b"), "client");
+      BusPeer lonely(hosts.on("b"), "client");
       ASSERT_TRUE(lonely.does("create"));
       for (const char* command : {"match 100", "set 0001:02:0A 1 5 100"}) {
         const std::size_t before = lonely.transcript().size();
@@ -51,14 +51,14 @@ TEST(TwoHosts, MeetByPeersOrMulticastAndSayWhyNot) {
         EXPECT_THAT(lonely.transcript().substr(before), HasSubstr(alone("red (10.90.0.2)", "none")));
       }
     }
-    Peer client(hosts.on("b", {setting}), "client");
+    BusPeer client(hosts.on("b", {setting}), "client");
     ASSERT_TRUE(client.does("create"));
     EXPECT_TRUE(client.does("match 20000"));
   }
 }
 
 /// A device and a controller on two hosts with two networks. The parameter is the way of discovery.
-class TwoNetworks : public ::testing::TestWithParam<const char*> {
+class TwoNetworksTest : public ::testing::TestWithParam<const char*> {
  protected:
   void start() {
     if (Hosts::permitted()) hosts = std::make_unique<Hosts>(std::vector<std::string>{"red", "blue"});
@@ -69,8 +69,8 @@ class TwoNetworks : public ::testing::TestWithParam<const char*> {
       if (!hosts) return {"/usr/bin/env", setting};
       return hosts->on(host, {setting});
     };
-    device = std::make_unique<Peer>(launcher("a", "b"), "device");
-    client = std::make_unique<Peer>(launcher("b", "a"), "client");
+    device = std::make_unique<BusPeer>(launcher("a", "b"), "device");
+    client = std::make_unique<BusPeer>(launcher("b", "a"), "client");
     ASSERT_TRUE(device->does(std::string("unit ") + unit + " camera"));
     ASSERT_TRUE(client->does("create"));
     ASSERT_TRUE(client->does("match 20000"));
@@ -90,11 +90,11 @@ class TwoNetworks : public ::testing::TestWithParam<const char*> {
   }
 
   std::unique_ptr<Hosts> hosts;
-  std::unique_ptr<Peer> device, client;
+  std::unique_ptr<BusPeer> device, client;
   int value = 0;
 };
 
-TEST_P(TwoNetworks, EitherIsEnough) {
+TEST_P(TwoNetworksTest, OneOfThemIsEnough) {
   start();
   works("both networks");
   if (!hosts) {
@@ -120,7 +120,7 @@ TEST_P(TwoNetworks, EitherIsEnough) {
   works("both healed");
 }
 
-INSTANTIATE_TEST_SUITE_P(By, TwoNetworks, ::testing::Values("multicast", "peers"),
+INSTANTIATE_TEST_SUITE_P(By, TwoNetworksTest, ::testing::Values("multicast", "peers"),
                          [](const auto& test) { return std::string(test.param); });
 
 }  // namespace

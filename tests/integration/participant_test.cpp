@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests participants: admission by type, several in one process, shared and exclusive, repeated creation and deletion.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 #include "tessivar/control/client.h"
 #include "tessivar/control/message_helper.h"
 #include "tessivar/control/node.h"
@@ -22,11 +22,11 @@ using namespace TessivarDDS;
 // Set here, so that it also applies if the program is started by hand.
 [[maybe_unused]] const int on_loopback = ::setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
 
-TEST(Participant, IsAdmittedByItsType) {
-  Peer client("client", {"type=1", "allow=3,5"});
+TEST(BusParticipantTest, IsAdmittedByItsType) {
+  BusPeer client("client", {"type=1", "allow=3,5"});
   ASSERT_TRUE(client.does("create"));
-  Peer denied("device", {"type=4"});
-  Peer allowed("device", {"type=5"});
+  BusPeer denied("device", {"type=4"});
+  BusPeer allowed("device", {"type=5"});
   ASSERT_TRUE(allowed.does("filter 0005:00:00"));
   ASSERT_TRUE(denied.does("unit 0004:00:00 denied"));
   ASSERT_TRUE(denied.does("value 0004:00:00 1 4"));
@@ -37,7 +37,7 @@ TEST(Participant, IsAdmittedByItsType) {
 
   // A second client without a list receives both. A sample that the first client has not received by then was not
   // admitted.
-  Peer open("client", {"type=1"});
+  BusPeer open("client", {"type=1"});
   ASSERT_TRUE(open.does("create"));
   ASSERT_TRUE(open.sees("value 0004:00:00 1 4"));
   ASSERT_TRUE(open.sees("value 0005:00:00 1 5"));
@@ -100,9 +100,9 @@ void expect_set(OwnClient& client, const AddressEx& address) {
   EXPECT_TRUE(client->setCommand(command, 30000)) << address.guid();
 }
 
-class Participants : public ::testing::TestWithParam<int> {};
+class BusParticipantCountTest : public ::testing::TestWithParam<int> {};
 
-TEST_P(Participants, OfOneProcessMeet) {
+TEST_P(BusParticipantCountTest, DiscoverEachOtherInOneProcess) {
   std::vector<std::unique_ptr<OwnDevice>> devices;
   for (int i = 0; i < GetParam() - 1; ++i) {
     devices.push_back(std::make_unique<OwnDevice>());
@@ -112,9 +112,10 @@ TEST_P(Participants, OfOneProcessMeet) {
   for (int i = 0; i < GetParam() - 1; ++i) expect_set(client, AddressEx(1, 2, i));
 }
 
-INSTANTIATE_TEST_SUITE_P(Numbers, Participants, ::testing::Values(2, 10), ::testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Numbers, BusParticipantCountTest, ::testing::Values(2, 10),
+                         ::testing::PrintToStringParamName());
 
-TEST(Participant, IsSharedByDomainUntilTheLastRelease) {
+TEST(BusParticipantTest, IsSharedUntilTheLastRelease) {
   DomainManager& manager = DomainManager::instance();
   DDSDomain* first = manager.sharedDomain(own_domain(), "", "", nullptr);
   DDSDomain* second = manager.sharedDomain(own_domain(), "", "", nullptr);
@@ -146,7 +147,7 @@ long resident() {
   return -1;
 }
 
-TEST(Participant, TwoHundredRoundsLeaveNothingBehind) {
+TEST(BusParticipantTest, LeaksNothingInTwoHundredRounds) {
   const AddressEx address(1, 2, 3);
   const int threshold = logThreshold();
   setLogThreshold(LogWarning);
@@ -173,8 +174,8 @@ TEST(Participant, TwoHundredRoundsLeaveNothingBehind) {
   setLogThreshold(threshold);
 }
 
-TEST(Participant, CleanUpInTheMiddleOfTraffic) {
-  Peer device("device");
+TEST(BusParticipantTest, CleansUpDuringTraffic) {
+  BusPeer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
   ASSERT_TRUE(device.does("stream 1 0001:02:0A 0001:02:0B"));
   for (int i = 0; i < 10; ++i) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests processes that are stopped for longer than every lease, and then continue.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 #include <csignal>
 #include <thread>
@@ -10,7 +10,7 @@ namespace tessivar::testing {
 namespace {
 
 // The pause must be longer than the leases of the participant and of the replies.
-void pause(const Peer& peer) {
+void pause(const BusPeer& peer) {
   peer.signal(SIGSTOP);
   std::this_thread::sleep_for(std::chrono::seconds(5));
   peer.signal(SIGCONT);
@@ -18,7 +18,7 @@ void pause(const Peer& peer) {
 
 // Within a lease after a pause each side detects that the other side had lost it. A request in this time may be lost,
 // because requests are volatile.
-void expect_usable(Peer& device, Peer& client, int value) {
+void expect_usable(BusPeer& device, BusPeer& client, int value) {
   const std::string number = std::to_string(value);
   bool set = false;
   for (int attempt = 0; attempt < 5 && !set; ++attempt) {
@@ -32,10 +32,10 @@ void expect_usable(Peer& device, Peer& client, int value) {
   EXPECT_TRUE(client.sees("value 0001:02:0A 2 " + number));
 }
 
-TEST(Pause, StoppedDeviceIsUsableAgainWithoutRestart) {
-  Peer device("device");
+TEST(PauseTest, StoppedDeviceIsUsableAgainWithoutRestart) {
+  BusPeer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
-  Peer client("client");
+  BusPeer client("client");
   ASSERT_TRUE(client.does("create"));
   expect_usable(device, client, 1);
   ASSERT_TRUE(client.sees("unit-added 0001:02:0A camera"));
@@ -46,10 +46,10 @@ TEST(Pause, StoppedDeviceIsUsableAgainWithoutRestart) {
   expect_usable(device, client, 2);
 }
 
-TEST(Pause, StoppedClientIsUsableAgainWithoutRestart) {
-  Peer device("device");
+TEST(PauseTest, StoppedClientIsUsableAgainWithoutRestart) {
+  BusPeer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A camera"));
-  Peer client("client");
+  BusPeer client("client");
   ASSERT_TRUE(client.does("create"));
   expect_usable(device, client, 1);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests the change of commands with request and reply.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::chrono::milliseconds long_time{120000};
 
-class Request : public ::testing::Test {
+class CommandRequestTest : public ::testing::Test {
  protected:
   // A device with one unit, and a client that has discovered it.
   void start() {
@@ -22,18 +22,18 @@ class Request : public ::testing::Test {
     join(*client_);
   }
 
-  static void join(Peer& client) {
+  static void join(BusPeer& client) {
     ASSERT_TRUE(client.does("create"));
     ASSERT_TRUE(client.does("match 20000"));
     ASSERT_TRUE(client.sees("unit-added 0001:02:0A"));
   }
 
-  Peer& device() { return *device_; }
-  Peer& client() { return *client_; }
+  BusPeer& device() { return *device_; }
+  BusPeer& client() { return *client_; }
 
  private:
-  std::optional<Peer> device_;
-  std::optional<Peer> client_;
+  std::optional<BusPeer> device_;
+  std::optional<BusPeer> client_;
 };
 
 // Returns the milliseconds of an event "set false MILLISECONDS".
@@ -41,7 +41,7 @@ int spent(const std::optional<std::string>& event) {
   return event ? std::stoi(event->substr(event->rfind(' '))) : -1;
 }
 
-TEST_F(Request, EndsAsTheDeviceAnswers) {
+TEST_F(CommandRequestTest, EndsWithTheReplyOfTheDevice) {
   start();
   ASSERT_TRUE(client().does("set 0001:02:0A 1 42 20000"));
   EXPECT_TRUE(client().sees("set true"));
@@ -73,9 +73,9 @@ TEST_F(Request, EndsAsTheDeviceAnswers) {
   EXPECT_TRUE(device().quits());
 }
 
-TEST_F(Request, TwoClientsGetOnlyTheirOwnReplies) {
+TEST_F(CommandRequestTest, TwoClientsReceiveOnlyTheirOwnReplies) {
   start();
-  Peer other("client");
+  BusPeer other("client");
   join(other);
   ASSERT_TRUE(device().does("answer echo"));
   // Both clients use the same ticket numbers. The copied values show which request a reply belongs to.
@@ -85,14 +85,14 @@ TEST_F(Request, TwoClientsGetOnlyTheirOwnReplies) {
   EXPECT_TRUE(other.sees("flood 2000 0 0", long_time));
 }
 
-TEST_F(Request, TenThousandPipelinedLoseNone) {
+TEST_F(CommandRequestTest, TenThousandPendingRequestsLoseNone) {
   start();
   ASSERT_TRUE(device().does("answer echo"));
   client().begin("flood 0001:02:0A 1 10000 10000");
   EXPECT_TRUE(client().sees("flood 10000 0 0", long_time)) << client().transcript();
 }
 
-TEST_F(Request, NoneIsRefusedWhileTheDeviceIsPaused) {
+TEST_F(CommandRequestTest, PausedDeviceRepliesToAllRequestsLater) {
   start();
   ASSERT_TRUE(device().does("answer echo"));
   device().signal(SIGSTOP);
@@ -102,7 +102,7 @@ TEST_F(Request, NoneIsRefusedWhileTheDeviceIsPaused) {
   EXPECT_TRUE(client().sees("flood 5000 0 0 0", long_time)) << client().transcript();
 }
 
-TEST_F(Request, IsNotCarriedOutAfterItsLifespan) {
+TEST_F(CommandRequestTest, IsNotProcessedAfterItsLifespan) {
   const std::string profiles = ::testing::TempDir() + "lifespan_" + std::to_string(own_domain()) + ".xml";
   const std::string common =
       "<reliability><kind>RELIABLE_RELIABILITY_QOS</kind></reliability>"
@@ -123,7 +123,7 @@ TEST_F(Request, IsNotCarriedOutAfterItsLifespan) {
   EXPECT_TRUE(device().saw_nothing_of("request 0001:02:0A 1 42"));
 }
 
-TEST_F(Request, DeviceKilledInMidRequestGivesTimeoutAndUnitRemoved) {
+TEST_F(CommandRequestTest, TimesOutIfTheDeviceIsKilled) {
   start();
   ASSERT_TRUE(device().does("answer none"));
   client().begin("set 0001:02:0A 1 42 1500");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests the change of routes: tickets with a router that replies, refuses, is slow or does not exist.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 #include <optional>
 
@@ -15,7 +15,7 @@ const std::string pending = "0", complete = "1", in_progress = "2", failed = "3"
 
 const std::string router = "0001:03:01";
 
-class RouteRequest : public ::testing::Test {
+class RouteRequestTest : public ::testing::Test {
  protected:
   void start() {
     device_.emplace("router");
@@ -24,7 +24,7 @@ class RouteRequest : public ::testing::Test {
   }
 
   /// Waits until requests arrive.
-  void join(Peer& controller) {
+  void join(BusPeer& controller) {
     ASSERT_TRUE(device().does("port " + router + " 1 port"));
     ASSERT_TRUE(device().does("route " + router + " 1 0"));
     ASSERT_TRUE(controller.does("create"));
@@ -39,17 +39,17 @@ class RouteRequest : public ::testing::Test {
     device().events("");
   }
 
-  Peer& device() { return *device_; }
-  Peer& controller() { return *controller_; }
+  BusPeer& device() { return *device_; }
+  BusPeer& controller() { return *controller_; }
 
  private:
-  std::optional<Peer> device_;
-  std::optional<Peer> controller_;
+  std::optional<BusPeer> device_;
+  std::optional<BusPeer> controller_;
 };
 
-TEST_F(RouteRequest, EndsAsTheRouterAnswers) {
+TEST_F(RouteRequestTest, EndsWithTheReplyOfTheRouter) {
   start();
-  Peer other("controller");
+  BusPeer other("controller");
   join(other);
   controller().events("");
   ASSERT_TRUE(controller().does("set " + router + " 7 42"));
@@ -75,15 +75,15 @@ TEST_F(RouteRequest, EndsAsTheRouterAnswers) {
   EXPECT_TRUE(controller().sees("result " + complete));
 }
 
-TEST_F(RouteRequest, FiveThousandInFlightLoseNone) {
+TEST_F(RouteRequestTest, FiveThousandPendingRequestsLoseNone) {
   start();
   ASSERT_TRUE(device().does("answer echo"));
   controller().begin("flood " + router + " 1 5000 5000");
   EXPECT_TRUE(controller().sees("flood 5000 0 0", long_time)) << controller().transcript();
 }
 
-TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
-  Peer controller("controller");
+TEST_F(RouteRequestTest, FailsAtOnceWithoutRouter) {
+  BusPeer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   controller.begin("set " + router + " 7 42");
   EXPECT_FALSE(controller.did("set")) << "a ticket before any subscription";
@@ -92,7 +92,7 @@ TEST_F(RouteRequest, FailsAtOnceWhenNoRouterIsThere) {
   EXPECT_TRUE(controller.sees("set " + failed));
   // A subscription that was changed before any router existed also finds a router.
   ASSERT_TRUE(controller.does("subscribe " + router));
-  Peer device("router");
+  BusPeer device("router");
   ASSERT_TRUE(device.does("route " + router + " 1 0"));
   ASSERT_TRUE(controller.sees("route " + router + " 1 0"));
   for (int tries = 0; tries < 100; ++tries) {

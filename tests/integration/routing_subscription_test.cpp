@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests controllers and their subscriptions to routers: samples that arrive and that do not, peers that start and end.
-#include "support/peer.h"
+#include "support/bus_peer.h"
 
 #include <chrono>
 #include <filesystem>
@@ -16,30 +16,30 @@ const std::string second = "0001:03:02";
 constexpr std::chrono::milliseconds long_time{110000};
 
 /// All events of a subscription to the router, for port 5 and with source 3 routed to it.
-void expect_state(Peer& controller, const std::string& router, const std::string& name) {
+void expect_state(BusPeer& controller, const std::string& router, const std::string& name) {
   for (const char* kind : {"source ", "destination ", "source-association ", "destination-association "})
     EXPECT_TRUE(controller.sees(kind + router + " 5 " + name));
   EXPECT_TRUE(controller.sees("route " + router + " 5 3"));
 }
 
-void expect_nothing_of(Peer& controller, const std::string& router) {
+void expect_nothing_of(BusPeer& controller, const std::string& router) {
   for (const char* kind : {"source ", "destination ", "source-association ", "destination-association ", "route "})
     EXPECT_TRUE(controller.saw_nothing_of(kind + router));
 }
 
-void publish_state(Peer& device, const std::string& router, const std::string& name) {
+void publish_state(BusPeer& device, const std::string& router, const std::string& name) {
   ASSERT_TRUE(device.does("port " + router + " 5 " + name));
   ASSERT_TRUE(device.does("route " + router + " 5 3"));
 }
 
-TEST(RoutingSubscription, BringsTheStateOfTheChosenRoutersAndNoOthers) {
-  Peer one("router");
-  Peer other("router");
+TEST(RouterSubscriptionTest, DeliversTheStateOfChosenRoutersOnly) {
+  BusPeer one("router");
+  BusPeer other("router");
   ASSERT_TRUE(one.does("announce " + first + " one"));
   ASSERT_TRUE(other.does("announce " + second + " other"));
   publish_state(one, first, "early");
   publish_state(other, second, "early");
-  Peer controller("controller");
+  BusPeer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   EXPECT_TRUE(controller.sees("router-added " + first + " one"));
   EXPECT_TRUE(controller.sees("router-added " + second + " other"));
@@ -69,16 +69,16 @@ TEST(RoutingSubscription, BringsTheStateOfTheChosenRoutersAndNoOthers) {
   EXPECT_TRUE(controller.sees("protected " + first + " 5"));
 }
 
-std::size_t threads_of(const Peer& peer) {
+std::size_t threads_of(const BusPeer& peer) {
   const std::filesystem::directory_iterator tasks("/proc/" + std::to_string(peer.pid()) + "/task");
   return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
 }
 
-TEST(RoutingSubscription, LeavesNothingBehindWhenItMovesAHundredTimes) {
-  Peer device("router");
+TEST(RouterSubscriptionTest, LeaksNothingInAHundredChanges) {
+  BusPeer device("router");
   publish_state(device, first, "one");
   publish_state(device, second, "other");
-  Peer controller("controller");
+  BusPeer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   ASSERT_TRUE(controller.does("subscribe " + first));
   expect_state(controller, first, "one");
@@ -100,12 +100,12 @@ TEST(RoutingSubscription, LeavesNothingBehindWhenItMovesAHundredTimes) {
   EXPECT_TRUE(controller.quits());
 }
 
-TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
-  Peer controller("controller");
+TEST(RouterSubscriptionTest, ReportsAKilledRouterAndFindsItAgain) {
+  BusPeer controller("controller");
   ASSERT_TRUE(controller.does("create"));
   ASSERT_TRUE(controller.does("subscribe " + first));
   {
-    Peer device("router");
+    BusPeer device("router");
     ASSERT_TRUE(device.does("announce " + first + " one"));
     publish_state(device, first, "early");
     ASSERT_TRUE(controller.sees("router-added " + first + " one"));
@@ -113,7 +113,7 @@ TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
     device.kill();
   }
   ASSERT_TRUE(controller.sees("router-removed " + first));
-  Peer device("router");
+  BusPeer device("router");
   ASSERT_TRUE(device.does("announce " + first + " again"));
   publish_state(device, first, "late");
   EXPECT_TRUE(controller.sees("router-added " + first + " again"));
@@ -124,11 +124,11 @@ TEST(RoutingSubscription, KilledRouterIsReportedGoneAndFoundAgain) {
   EXPECT_TRUE(controller.sees("router-removed " + first));
 }
 
-TEST(RoutingSubscription, CleansUpInTrafficAndBeginsAnew) {
-  Peer device("router");
+TEST(RouterSubscriptionTest, CleansUpAndStartsAgainDuringTraffic) {
+  BusPeer device("router");
   ASSERT_TRUE(device.does("announce " + first + " one"));
   ASSERT_TRUE(device.does("stream 1 " + first));
-  Peer controller("controller");
+  BusPeer controller("controller");
   for (int round = 0; round < 10 && !HasFailure(); ++round) {
     ASSERT_TRUE(controller.does("create"));
     ASSERT_TRUE(controller.does("subscribe " + first));
@@ -144,33 +144,33 @@ TEST(RoutingSubscription, CleansUpInTrafficAndBeginsAnew) {
   EXPECT_TRUE(device.quits());
 }
 
-class LargeRouter : public ::testing::TestWithParam<const char*> {};
+class LargeRouterTest : public ::testing::TestWithParam<const char*> {};
 
 // Four matrices of 2,000 by 2,000 ports, each with 4,000 associations on both sides and 4,000 routes.
-TEST_P(LargeRouter, ReachesEarlyAndLateControllersCompletely) {
-  const auto follow = [](Peer& controller) {
+TEST_P(LargeRouterTest, ReachesEarlyAndLateControllers) {
+  const auto follow = [](BusPeer& controller) {
     ASSERT_TRUE(controller.does("count"));
     ASSERT_TRUE(controller.does("create"));
     ASSERT_TRUE(controller.does("subscribe " + first));
     controller.begin("await 8000 8000 16000 16000 16000");
   };
-  const auto expect_everything = [](Peer& controller) {
+  const auto expect_everything = [](BusPeer& controller) {
     EXPECT_TRUE(controller.sees("did await ok", long_time));
     EXPECT_TRUE(controller.sees("misnamed 0"));
   };
-  Peer early("controller");
+  BusPeer early("controller");
   follow(early);
-  Peer device("router");
+  BusPeer device("router");
   ASSERT_TRUE(device.does(std::string("batching ") + GetParam()));
   device.begin("fill " + first + " 4 2000 4000");
   ASSERT_TRUE(device.sees("did fill ok", long_time));
   expect_everything(early);
-  Peer late("controller");
+  BusPeer late("controller");
   follow(late);
   expect_everything(late);
 }
 
-INSTANTIATE_TEST_SUITE_P(Batching, LargeRouter, ::testing::Values("on", "off"),
+INSTANTIATE_TEST_SUITE_P(Batching, LargeRouterTest, ::testing::Values("on", "off"),
                          [](const auto& tested) { return std::string(tested.param); });
 
 }  // namespace

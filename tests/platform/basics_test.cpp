@@ -22,10 +22,10 @@ class SequenceTest : public testing::Test {
     for (DDS_Long i = 0; i < 3; ++i) DDS_String_replace(&commands[i].unitId, "unit");
   }
   Tessivar::CommandSeq commands;
-  LogLines log;
+  LogRecorder log;
 };
 
-TEST_F(SequenceTest, TellsWhyItFailsAndStaysAsItIs) {
+TEST_F(SequenceTest, LogsWhyACallFailsAndStaysUnchanged) {
   Command one = {};
   Tessivar::CommandSeq loaned;
   ASSERT_TRUE(loaned.loan_contiguous(&one, 1, 1));
@@ -47,7 +47,7 @@ TEST_F(SequenceTest, TellsWhyItFailsAndStaysAsItIs) {
   EXPECT_EQ(commands[7].commandNumber, 0u);
 }
 
-TEST_F(SequenceTest, IsCopiedDeeplyBetweenAllKindsOfBuffersAndKeepsWhatFits) {
+TEST_F(SequenceTest, CopiesElementsBetweenAllKindsOfBuffers) {
   Tessivar::CommandSeq copy(commands), scattered;
   DDS_String_replace(&commands[0].unitId, "changed");
   EXPECT_STREQ(copy[0].unitId, "unit");
@@ -67,7 +67,7 @@ TEST_F(SequenceTest, IsCopiedDeeplyBetweenAllKindsOfBuffersAndKeepsWhatFits) {
   }
 }
 
-TEST(OsapiThread, RunsUnderItsCutNameAndLeavesSignalsToTheApplication) {
+TEST(OsapiThreadTest, TruncatesItsNameAndBlocksSignals) {
   struct Seen {
     char name[16];
     sigset_t mask;

@@ -59,8 +59,8 @@ struct Trying : DDSDataReaderListener, DDSContentFilter {
   std::map<std::string, Results> all;
 };
 
-TEST(Callbacks, RefuseWhatTheEngineWouldWaitForForEver) {
-  LogLines log;
+TEST(CallbackTest, RefusesCallsThatWouldHang) {
+  LogRecorder log;
   Trying trying;
   {
     Side side;  // its reader and writer match each other

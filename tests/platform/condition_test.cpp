@@ -27,7 +27,7 @@ class WaitSetTest : public testing::Test {
   DDSWaitSet wait_set;
 };
 
-TEST_F(WaitSetTest, YieldsTheTriggeredConditionsInTheOrderOfTheirAttachment) {
+TEST_F(WaitSetTest, ReturnsTriggeredConditionsInOrderOfAttachment) {
   DDSGuardCondition guards[4];
   for (const int i : {2, 0, 3, 1, 0}) EXPECT_EQ(wait_set.attach_condition(&guards[i]), DDS_RETCODE_OK);
   EXPECT_THAT(wait(at_once), SizeIs(0));
@@ -39,7 +39,7 @@ TEST_F(WaitSetTest, YieldsTheTriggeredConditionsInTheOrderOfTheirAttachment) {
   EXPECT_THAT(wait(), ElementsAre(&guards[3], &guards[1]));
 }
 
-TEST_F(WaitSetTest, WaitsItsTimeWhenItIsEmptyAndWakesForWhatIsAttachedThen) {
+TEST_F(WaitSetTest, TimesOutAndWakesForConditionsAttachedMeanwhile) {
   DDSConditionSeq active, woken;
   EXPECT_EQ(wait_set.wait(active, {-1, 0}), DDS_RETCODE_BAD_PARAMETER);
   const auto begin = std::chrono::steady_clock::now();
@@ -57,7 +57,7 @@ TEST_F(WaitSetTest, WaitsItsTimeWhenItIsEmptyAndWakesForWhatIsAttachedThen) {
   EXPECT_THAT(all(woken), ElementsAre(&guard));
 }
 
-TEST_F(WaitSetTest, ForgetsConditionsThatAreDeletedAndOutlivesNobody) {
+TEST_F(WaitSetTest, ForgetsDeletedConditions) {
   DDSGuardCondition survivor;
   {
     DDSGuardCondition guard;

@@ -64,7 +64,7 @@ class FilterTest : public testing::Test {
     return topic->set_expression_parameters(strings(parameters));
   }
 
-  LogLines log;
+  LogRecorder log;
   AtLeast filter;
   Side side, peer;
   DDSDomainParticipant& participant = *side.participant;
@@ -72,7 +72,7 @@ class FilterTest : public testing::Test {
   DDSContentFilteredTopic* topic = nullptr;
 };
 
-TEST_F(FilterTest, MistakesAreToldAndWhatIsInUseStays) {
+TEST_F(FilterTest, LogsMistakesAndKeepsEntitiesInUse) {
   EXPECT_EQ(filtered("F", side.topic, "value", {"1"}, "unknown"), nullptr);
   EXPECT_EQ(filtered("F", peer.topic, "value", {"1"}), nullptr);
   EXPECT_EQ(filtered("F", side.topic, "value", {}), nullptr);
@@ -90,7 +90,7 @@ TEST_F(FilterTest, MistakesAreToldAndWhatIsInUseStays) {
   EXPECT_EQ(participant.delete_contentfilteredtopic(topic), DDS_RETCODE_PRECONDITION_NOT_MET);
 }
 
-TEST_F(FilterTest, NewParametersHoldForWhatIsToComeAndEndsOfWhatWasRefusedAreNotHeard) {
+TEST_F(FilterTest, NewParametersApplyToLaterSamples) {
   CommandDataReader* some = reader(false);
   write(writer, 1, 5);
   write(writer, 2, 60);
@@ -112,7 +112,7 @@ TEST_F(FilterTest, NewParametersHoldForWhatIsToComeAndEndsOfWhatWasRefusedAreNot
   EXPECT_EQ(counts.waiting, 0u);
 }
 
-TEST_F(FilterTest, HistoryComesForWhatIsNewWhileTheRestStaysAndFiguresGoOn) {
+TEST_F(FilterTest, NewParametersBringTheHistoryThatTheyAccept) {
   struct : DDSDataReaderListener {
     void on_subscription_matched(DDSDataReader*, const DDS_SubscriptionMatchedStatus&) override { ++calls; }
     void on_liveliness_changed(DDSDataReader*, const DDS_LivelinessChangedStatus&) override { ++calls; }
@@ -192,7 +192,7 @@ struct ForgetfulType : PRESTypePlugin {
   inline static const PRESTypePlugin original = *std::unique_ptr<PRESTypePlugin>(Tessivar::CommandPlugin_new());
 };
 
-TEST_F(FilterTest, WhatThereWasNoMemoryToEvaluateIsEvaluatedAtTheNextAccess) {
+TEST_F(FilterTest, EvaluatesAtTheNextAccessIfMemoryWasShort) {
   participant.register_type("Forgetful", ForgetfulType());
   DDSTopic* all = participant.create_topic(own_topic(".F").c_str(), "Forgetful", reliable<DDS_TopicQos>(), nullptr, 0);
   side.topic = all;
@@ -228,7 +228,7 @@ TEST_F(FilterTest, IsCalledByOneThreadAtATimeForAReader) {
   EXPECT_EQ(take(some, 40).size(), 40u);
 }
 
-TEST_F(FilterTest, ChangesWhileDataFlowsAndOthersRead) {
+TEST_F(FilterTest, ChangesWhileOtherThreadsWriteAndRead) {
   struct : DDSDataReaderListener {
     void on_data_available(DDSDataReader* from) override { take(from); }
   } listener;

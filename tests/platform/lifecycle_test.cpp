@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Lifecycle, NothingGrowsOverManyRounds) {
+TEST(LifecycleTest, LeaksNothingInManyRounds) {
   const auto rounds = [](int count) {
     for (int i = 0; i < count; ++i) {
       Side side, other;

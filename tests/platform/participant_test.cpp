@@ -15,7 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST(Configuration, PeersAreReadInAllTheirForms) {
+TEST(ConfigurationTest, ReadsPeersInAllForms) {
   const std::pair<const char*, const char*> cases[] = {
       // the peer, and its <address> or the reason for a refusal
       {"builtin.udpv4://studio-1:7410", "<studio-1:7410>"},
@@ -34,7 +34,7 @@ TEST(Configuration, PeersAreReadInAllTheirForms) {
     EXPECT_EQ(cyclone::resolve_peer(bad), std::nullopt) << bad;
 }
 
-TEST(Configuration, InterfacesAreChosenByNameAddressOrPattern) {
+TEST(ConfigurationTest, ChoosesInterfacesByNameAddressOrPattern) {
   const cyclone::Interface lo = {"lo", "127.0.0.1", true}, a = {"eth0", "10.1.2.3", false},
                            b = {"eth1", "10.2.0.7", false};
   const std::pair<std::vector<std::string>, std::vector<cyclone::Interface>> cases[] = {
@@ -45,7 +45,7 @@ TEST(Configuration, InterfacesAreChosenByNameAddressOrPattern) {
   EXPECT_THAT(error, AllOf(HasSubstr("\"eth7\" \"10.9.*\""), HasSubstr("lo (127.0.0.1) eth0 (10.1.2.3)")));
 }
 
-TEST(Configuration, GetsFromTheQosToTheEngine) {
+TEST(ConfigurationTest, PassesTheQosToTheEngine) {
   DDS_DomainParticipantQos qos = loopback_qos();
   qos.discovery.initial_peers = strings({"builtin.udpv4://127.0.0.9", "builtin.shmem://", "40@127.0.0.8", "a.invalid"});
   EngineParticipantConfig config;
@@ -60,7 +60,7 @@ TEST(Configuration, GetsFromTheQosToTheEngine) {
   }
 }
 
-TEST(Factory, RefusesWhatCannotBeWithOneLine) {
+TEST(FactoryTest, RefusesInvalidSettingsWithOneLogLine) {
   typedef DDS_DomainParticipantQos Qos;
   DDS_DomainId_t domain = own_domain();
   const std::pair<std::function<void(Qos&)>, const char*> cases[] = {
@@ -71,7 +71,7 @@ TEST(Factory, RefusesWhatCannotBeWithOneLine) {
       {[](Qos& qos) { DDS_String_replace(&qos.property.value[0].value, "none0"); }, "lo (127.0.0.1)"},
       {[&](Qos&) { domain = 233; }, "domain 233: domain ids are 0 to 232"},
   };
-  LogLines log;
+  LogRecorder log;
   for (const auto& [spoil, reason] : cases) {
     Qos qos = loopback_qos();
     spoil(qos);
@@ -80,8 +80,8 @@ TEST(Factory, RefusesWhatCannotBeWithOneLine) {
   }
 }
 
-TEST(Participant, EnablingBringsAllThatWasMadeBeforeOnceItHasANumber) {
-  LogLines log;
+TEST(ParticipantTest, EnableAlsoEnablesItsEntities) {
+  LogRecorder log;
   DDS_DomainParticipantFactoryQos disabled;
   disabled.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
   factory().set_qos(disabled);
@@ -127,32 +127,27 @@ TEST(Participant, EnablingBringsAllThatWasMadeBeforeOnceItHasANumber) {
   EXPECT_EQ(participant->set_qos(loopback_qos()), DDS_RETCODE_IMMUTABLE_POLICY);
 }
 
-TEST(Participant, NamesTopicPeerAndPoliciesOfAnEndpointThatDoesNotMatchOnBothSidesOnce) {
-  LogLines log;
+TEST(ParticipantTest, LogsMismatchedQosOnceOnBothSides) {
+  LogRecorder log;
   Side one(loopback_qos("the writing one")), other(loopback_qos("the reading one"));
   DDS_DataReaderQos requested = reliable<DDS_DataReaderQos>();
   requested.liveliness.lease_duration = {2, 0};
   other.reader(requested);
   one.writer(reliable<DDS_DataWriterQos>(false));
   one.writer();  // only the lease does not match
-  std::vector<std::string> lines;
-  EXPECT_TRUE(eventually([&] {
-    for (const std::string& line : log.lines()) lines.push_back(line);
-    return lines.size() >= 3;
-  }));
   const auto line = [](const char* side, const char* peer, const std::string& policy) {
     return AllOf(HasSubstr(std::string(side) + ": topic \"" + own_topic() + "\""), HasSubstr(peer),
                  HasSubstr("; " + policy));
   };
   const std::string durability = "durability: VOLATILE is offered, TRANSIENT_LOCAL is requested; ";
   const std::string lease = "liveliness lease: infinite is offered, 2000 ms is requested";
-  EXPECT_THAT(lines, testing::UnorderedElementsAre(line("Reader", "a writer of participant", durability + lease),
-                                                   line("Reader", "the writing one", lease),
-                                                   line("Writer", "the reading one", "")));
+  EXPECT_THAT(log.lines(3), testing::UnorderedElementsAre(line("Reader", "a writer of participant", durability + lease),
+                                                          line("Reader", "the writing one", lease),
+                                                          line("Writer", "the reading one", "")));
 }
 
-TEST(Participant, TopicsHaveNamesOfTheirOwnAndTheTypeThatIsRegistered) {
-  LogLines log;
+TEST(ParticipantTest, RefusesDuplicateTopicNamesAndUnknownTypes) {
+  LogRecorder log;
   Side side;
   DDSDomainParticipant* participant = side.participant;
   const auto create = [&](const char* name, const char* type) {

@@ -55,7 +55,7 @@ std::string with_depth(int depth) {
          "</depth></history></topic_qos></qos_profile></qos_library></dds>";
 }
 
-TEST_F(QosProfilesTest, EveryPolicyIsRead) {
+TEST_F(QosProfilesTest, ReadsEveryPolicy) {
   policy.url_profile = strings({TESSIVAR_TEST_DATA "/every_policy.xml"});
   ASSERT_TRUE(load()) << error;
   DDS_TopicQos topic;
@@ -109,7 +109,7 @@ TEST_F(QosProfilesTest, EveryPolicyIsRead) {
   EXPECT_STREQ(qos.participant_name.role_name, "r");
 }
 
-TEST_F(QosProfilesTest, LaterSourcesOverrideProfileByProfile) {
+TEST_F(QosProfilesTest, LaterSourcesOverrideEarlierOnes) {
   const auto loaded = [&] {
     EXPECT_TRUE(load()) << error;
     return depth();
@@ -132,7 +132,7 @@ TEST_F(QosProfilesTest, LaterSourcesOverrideProfileByProfile) {
   EXPECT_EQ(loaded(), -1);
 }
 
-TEST_F(QosProfilesTest, ProfilesAreBasedOnOthersAndGiveTopicsTheirQosByName) {
+TEST_F(QosProfilesTest, InheritsFromBasesAndSelectsByTopicName) {
   policy.url_profile = strings({TESSIVAR_TEST_DATA "/every_policy.xml"});
   ASSERT_TRUE(load()) << error;
   DDS_TopicQos topic;
@@ -148,7 +148,7 @@ TEST_F(QosProfilesTest, ProfilesAreBasedOnOthersAndGiveTopicsTheirQosByName) {
   }
 }
 
-TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
+TEST_F(QosProfilesTest, ReportsTheLineOfAMistakeAndKeepsOthers) {
   const std::string good =
       "<qos_profile name='good'><topic_qos><history><depth>9</depth></history></topic_qos></qos_profile>";
   const std::pair<const char*, const char*> cases[] = {
@@ -173,8 +173,8 @@ TEST_F(QosProfilesTest, AMistakeIsToldWithItsLineAndLeavesTheOthersUsable) {
   EXPECT_EQ(error, "unknown QoS profile \"l::x\"");
 }
 
-TEST_F(QosProfilesTest, AMisspelledProfileThatOverridesNothingIsSaidOnce) {
-  LogLines log;
+TEST_F(QosProfilesTest, WarnsOnceOfMisspelledProfileNames) {
+  LogRecorder log;
   const std::string topic = "<topic_qos/></qos_profile>";
   policy.string_profile = strings({"<dds><qos_library name='tessivar_Library'><qos_profile name='tessivar_UnitsQos'>" +
                                    topic + "<qos_profile name='State'>" + topic + "<qos_profile name='base'>" + topic +
@@ -189,7 +189,7 @@ TEST_F(QosProfilesTest, AMisspelledProfileThatOverridesNothingIsSaidOnce) {
                                      HasSubstr("tessivar_Library::tessivar_UnitQos"))));
 }
 
-TEST_F(QosProfilesTest, ASourceThatCannotBeUsedIsLeftOutAndTold) {
+TEST_F(QosProfilesTest, ReportsAndSkipsUnusableSources) {
   write("good.xml", with_depth(6));
   policy.url_profile = strings({"good.xml", "bad.xml"});
   EXPECT_FALSE(load());
@@ -220,10 +220,10 @@ class DefaultProfileTest : public QosProfilesTest {
   }
 
   DDS_DomainParticipantFactoryQos before;
-  LogLines log;
+  LogRecorder log;
 };
 
-TEST_F(DefaultProfileTest, ReachesWritersAndReadersByTheirTopic) {
+TEST_F(DefaultProfileTest, AppliesToWritersAndReadersByTopic) {
   policy.string_profile =
       strings({"<dds><qos_library name='l'><qos_profile name='p' is_default_qos='true'>"
                "<datawriter_qos><history><depth>4</depth></history></datawriter_qos>"
@@ -248,7 +248,7 @@ TEST_F(DefaultProfileTest, ReachesWritersAndReadersByTheirTopic) {
   }
 }
 
-TEST_F(DefaultProfileTest, IsTheBuiltInOneWithOneLineWhenAFileIsBad) {
+TEST_F(DefaultProfileTest, IsTheBuiltInProfileIfAFileIsBad) {
   write("bad.xml", "<dds>\n<qos_library name='l'>\n</dds>");
   policy.url_profile = strings({"bad.xml"});
   set(policy);

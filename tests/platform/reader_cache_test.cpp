@@ -76,7 +76,7 @@ class ReaderCacheTest : public testing::Test {
   ReaderCache cache{*Encoding::type, {DDS_KEEP_LAST_HISTORY_QOS, 2}, true};
 };
 
-TEST_F(ReaderCacheTest, CountsGenerationsAndRanksAndForgetsAnEndThatWasHandedOut) {
+TEST_F(ReaderCacheTest, CountsGenerationsAndRemovesEndedInstances) {
   for (const std::int64_t time : {10, 20, 30}) insert(1, 7, time);
   EXPECT_THAT(news(), ElementsAre(20, 30)) << "as many as it keeps";
   EXPECT_TRUE(insert(1, 7, 40, disposed, false));
@@ -105,7 +105,7 @@ TEST_F(ReaderCacheTest, CountsGenerationsAndRanksAndForgetsAnEndThatWasHandedOut
   CommandSupport::delete_data(key);
 }
 
-TEST_F(ReaderCacheTest, TwoSourcesAreHeardAsOne) {
+TEST_F(ReaderCacheTest, MergesTheSamplesOfTwoSources) {
   insert(1, 1, 10);
   insert(1, 2, 10);
   insert(1, 3, 10);
@@ -137,7 +137,7 @@ TEST_F(ReaderCacheTest, TwoSourcesAreHeardAsOne) {
   EXPECT_FALSE(cache.is_alive(hash(7)));
 }
 
-TEST_F(ReaderCacheTest, SamplesExpireUnreadOrNot) {
+TEST_F(ReaderCacheTest, DropsExpiredSamples) {
   const std::int64_t now = std::chrono::system_clock::now().time_since_epoch() / 1ns;
   insert(1, 1, now - 1000, alive, true, 1, 500);
   insert(1, 2, now, alive, true, 2, 3600000000000);
@@ -153,7 +153,7 @@ TEST_F(ReaderCacheTest, SamplesExpireUnreadOrNot) {
   EXPECT_TRUE(cache.is_alive(hash(1)));
 }
 
-TEST_F(ReaderCacheTest, WhatIsCountedAsNewIsReadAsNew) {
+TEST_F(ReaderCacheTest, CountsAndReadsTheSameNewInstances) {
   const std::int64_t now = std::chrono::system_clock::now().time_since_epoch() / 1ns;
   insert(1, 1, now - 3000);
   access(false);

@@ -19,7 +19,7 @@ using testing::UnorderedElementsAre;
 /// Reader and writer in one participant: a sample has arrived when the write returns.
 class ReaderTest : public testing::Test {
  protected:
-  LogLines log;
+  LogRecorder log;
   Side side;
   CommandDataWriter* writer = side.writer();
   CommandDataReader* reader = side.reader();
@@ -81,7 +81,7 @@ TEST_F(ReaderTest, SelectsByConditionsAndInstances) {
   }
 }
 
-TEST_F(ReaderTest, KnowsAnInstanceUntilTheLastOfItIsTaken) {
+TEST_F(ReaderTest, KnowsAnInstanceUntilItsLastSampleIsTaken) {
   const auto known = [&] { return reader->lookup_instance(command(9)).isValid != DDS_BOOLEAN_FALSE; };
   EXPECT_FALSE(known());
   write(writer, 9);
@@ -109,7 +109,7 @@ TEST_F(ReaderTest, KnowsAnInstanceUntilTheLastOfItIsTaken) {
   EXPECT_FALSE(known());
 }
 
-TEST_F(ReaderTest, DoesNotHearOfTheEndOfWhatItNeverSaw) {
+TEST_F(ReaderTest, ReportsNoEndOfInstancesThatItNeverReceived) {
   write(writer, 1);
   write(writer, 2);
   CommandDataReader* late = side.reader(reliable<DDS_DataReaderQos>(false));
@@ -144,7 +144,7 @@ struct CarefulType : PRESTypePlugin {
   inline static const PRESTypePlugin original = *std::unique_ptr<PRESTypePlugin>(Tessivar::CommandPlugin_new());
 };
 
-TEST_F(ReaderTest, DropsMalformedSamplesWithOneLine) {
+TEST_F(ReaderTest, DropsMalformedSamplesWithOneLogLine) {
   const std::string topic = own_topic(".Careful");
   const CarefulType type;
   side.participant->register_type("Careful", type);
@@ -177,7 +177,7 @@ struct Acting : DDSDataReaderListener {
   std::atomic<int> begun = 0, ended = 0;
 };
 
-TEST_F(ReaderTest, ItsListenerHearsWhatCameWhileItWasMadeMayThrowAndRemoveItself) {
+TEST_F(ReaderTest, ReportsEarlierSamplesToItsListener) {
   Acting listener([](DDSDataReader* from) {
     from->set_listener(nullptr, DDS_STATUS_MASK_NONE);
     throw std::runtime_error("a fault of the test");
@@ -190,7 +190,7 @@ TEST_F(ReaderTest, ItsListenerHearsWhatCameWhileItWasMadeMayThrowAndRemoveItself
   EXPECT_EQ(listener.begun, 1);
 }
 
-TEST_F(ReaderTest, RemovingAListenerWaitsForItsCallback) {
+TEST_F(ReaderTest, WaitsForTheCallbackOfARemovedListener) {
   std::promise<void> leave;
   Acting listener([&](DDSDataReader*) { leave.get_future().wait(); });
   reader->set_listener(&listener, DDS_DATA_AVAILABLE_STATUS);
@@ -205,7 +205,7 @@ TEST_F(ReaderTest, RemovingAListenerWaitsForItsCallback) {
   EXPECT_TRUE(removal.get());
 }
 
-TEST_F(ReaderTest, CallsEndWithIt) {
+TEST_F(ReaderTest, CallsNoListenerAfterItsDeletion) {
   Side other;
   auto qos = reliable<DDS_DataWriterQos>(false);
   qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;

@@ -16,7 +16,7 @@ using testing::HasSubstr;
 
 class WriterTest : public testing::Test {
  protected:
-  LogLines log;
+  LogRecorder log;
   Side side;
   CommandDataWriter* writer = side.writer();
 };
@@ -40,7 +40,7 @@ TEST_F(WriterTest, KnowsItsInstancesUntilTheyAreUnregistered) {
   EXPECT_EQ(writer->unregister_instance(sample, handle), DDS_RETCODE_PRECONDITION_NOT_MET);
 }
 
-TEST_F(WriterTest, CountsWhatAllThreadsWriteAndNotesTheTimeOfTheLast) {
+TEST_F(WriterTest, CountsSamplesOfAllThreadsAndTheTimeOfTheLast) {
   ASSERT_EQ(writer->write_w_timestamp(command(1), DDS_HANDLE_NIL, {1, 0}), DDS_RETCODE_OK);
   EXPECT_GT(writer->counters()->read().last_change, std::int64_t{1700000000} * 1000000000) << "not the sample's time";
   constexpr std::uint64_t each = 20000;
@@ -55,7 +55,7 @@ TEST_F(WriterTest, CountsWhatAllThreadsWriteAndNotesTheTimeOfTheLast) {
   EXPECT_EQ(writer->counters()->read().sent, 1 + 3 * each);
 }
 
-TEST_F(WriterTest, RefusesWhatCannotBeWrittenWithOneLine) {
+TEST_F(WriterTest, RefusesInvalidSamplesWithOneLogLine) {
   const Command good = command(1);
   std::string long_text(65, 'x');
   Command too_long = good;
@@ -81,7 +81,7 @@ TEST_F(WriterTest, RefusesWhatCannotBeWrittenWithOneLine) {
   EXPECT_FALSE(writer->register_instance(bad_key).isValid);
 }
 
-TEST_F(WriterTest, IsAnnouncedAndReportedUnderTheNameThatItsTypeIsRegisteredUnder) {
+TEST_F(WriterTest, ReportsTheNameItsTypeWasRegisteredWith) {
   Side peer(loopback_qos(), own_topic(".Later"));
   DDSTopic* const later = peer.topic;
   CommandSupport::register_type(peer.participant, "Other");
@@ -101,7 +101,7 @@ TEST_F(WriterTest, IsAnnouncedAndReportedUnderTheNameThatItsTypeIsRegisteredUnde
                                        HasSubstr("TTypeSupport::unregister_type: type \"Unknown\" is not")));
 }
 
-TEST_F(WriterTest, BlocksWhenItKeepsAllAndTimesOut) {
+TEST_F(WriterTest, BlocksAndTimesOutIfItKeepsAllSamples) {
   Peer peer;
   auto qos = lively<DDS_DataWriterQos>(false);
   CommandDataWriter* keep_all = side.writer(qos);
@@ -137,7 +137,7 @@ class BatchTest : public WriterTest {
   CommandDataReader* reader = peer.reader(reliable<DDS_DataReaderQos>(false));
 };
 
-TEST_F(BatchTest, IsHeldBackUntilItIsFlushedFullOrItsDelayIsOver) {
+TEST_F(BatchTest, IsSentWhenFlushedFullOrAfterItsDelay) {
   CommandDataWriter* endless = batched(DDS_DURATION_INFINITE);
   CommandDataWriter* limited[] = {batched(DDS_DURATION_INFINITE, 100), batched(DDS_DURATION_INFINITE, any, 5),
                                   batched({0, 30000000})};
@@ -165,7 +165,7 @@ TEST_F(BatchTest, IsHeldBackUntilItIsFlushedFullOrItsDelayIsOver) {
   }
 }
 
-TEST_F(BatchTest, WritersComeAndGoBesideOthersThatStillSendAtOnce) {
+TEST_F(BatchTest, DoesNotDelayWritersWithoutBatches) {
   std::atomic<bool> stop = false;
   const auto come_and_go = [&] {
     while (!stop) {
@@ -186,7 +186,7 @@ TEST_F(BatchTest, WritersComeAndGoBesideOthersThatStillSendAtOnce) {
   second.join();
 }
 
-TEST(History, IsCompleteWhenTheWaitEndsAndNotClaimedOfAStoppedWriter) {
+TEST(HistoryTest, IsCompleteWhenTheWaitSucceeds) {
   constexpr std::size_t each = 10000;
   Peer peers[] = {Peer(each), Peer(each), Peer(each)};
   Side side;

@@ -63,15 +63,15 @@ class Listener : public RoutingClientListener {
   Events& events_;
 };
 
-class RoutingClientOnBus : public Test,
-                           RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>,
-                           RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply> {
+class RoutingClientTest : public Test,
+                          RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>,
+                          RequestReplyServerListener<DestinationChangeRequest, DestinationChangeReply> {
  protected:
-  RoutingClientOnBus() {
+  RoutingClientTest() {
     attach();
     device_.attachDomain(&device_domain_);
   }
-  ~RoutingClientOnBus() override {
+  ~RoutingClientTest() override {
     client_.cleanUp();
     device_.cleanUp();
   }
@@ -125,7 +125,7 @@ class RoutingClientOnBus : public Test,
   DDSPtr<Destination> destination_ = make<Destination>("0001:03:01", 5);
 };
 
-TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce) {
+TEST_F(RoutingClientTest, FailsBeforeCreateAndWithoutRouters) {
   EXPECT_FALSE(client_.subscribe({}));
   EXPECT_THAT(log_.lines(), Contains(EndsWith("Failed to attach runner to thread")));
   client_.cleanUp();
@@ -164,7 +164,7 @@ TEST_F(RoutingClientOnBus, NeedsADomainAndCreateBeforeSubscribeAndIsCreatedOnce)
   EXPECT_FALSE(client_.beginSetRoute(none));
 }
 
-TEST_F(RoutingClientOnBus, LetsListenersSetRoutesAndRefusesWhatWouldWaitForThem) {
+TEST_F(RoutingClientTest, CallbacksMaySetRoutesButNotCleanUp) {
   DDSPtr<RoutingClient::Ticket> begun;
   listener_.during = [&](const std::string& what) {
     EXPECT_FALSE(client_.subscribe({})) << what;
@@ -190,7 +190,7 @@ TEST_F(RoutingClientOnBus, LetsListenersSetRoutesAndRefusesWhatWouldWaitForThem)
                                           EndsWith(" Cannot clean up from within a callback.")}));
 }
 
-class Subscription : public RoutingClientOnBus {
+class RoutingSubscriptionTest : public RoutingClientTest {
  protected:
   typedef std::set<unsigned> Units;
 
@@ -264,7 +264,7 @@ class Subscription : public RoutingClientOnBus {
   const Units all = {1, 2, 3};
 };
 
-TEST_F(Subscription, ChangesWithoutAGapAndReportsOnlyWhatIsNew) {
+TEST_F(RoutingSubscriptionTest, KeepsCommonStateAndReportsNewState) {
   start_device();
   publishAll(all);
   ASSERT_TRUE(client_.create());
@@ -308,7 +308,7 @@ TEST_F(Subscription, ChangesWithoutAGapAndReportsOnlyWhatIsNew) {
   }
 }
 
-TEST_F(RoutingClientOnBus, HearsOfWhatIsWithdrawnAndProtectsDestinations) {
+TEST_F(RoutingClientTest, ReportsDisposalsAndProtectsDestinations) {
   start();
   EXPECT_TRUE(comesAndGoes(*device_.sourcesNode(), make<Source>("a", 1), "source 1", "no source 1"));
   EXPECT_TRUE(

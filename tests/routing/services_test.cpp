@@ -22,7 +22,7 @@ class RoutingServicesTest : public Test {
   LogRecorder log_;
 };
 
-TEST_F(RoutingServicesTest, ProtectServiceOfAClientNeedsTheAddressFilter) {
+TEST_F(RoutingServicesTest, ProtectServiceNeedsTheAddressFilter) {
   ProtectRequestReplyService client(true, {AddressEx(1, 3, 1)});
   EXPECT_FALSE(client.create("Orvel.Routing.DestinationsChanges", &domain_));
   EXPECT_THAT(log_.lines(), Contains(EndsWith("Custom filter not registered!")));
@@ -33,7 +33,7 @@ TEST_F(RoutingServicesTest, ProtectServiceOfAClientNeedsTheAddressFilter) {
   EXPECT_FALSE(services_.createClientProtectService({})) << "it exists";
 }
 
-TEST_F(RoutingServicesTest, GetAllTheirQosFromProfilesWhenToldSoBeforehand) {
+TEST_F(RoutingServicesTest, UseQosProfilesIfSetBeforeCreate) {
   const ProfileOverride profiles({"tessivar_Library::tessivar_RouterQos", "tessivar_Library::tessivar_RouterPortQos",
                                   "requestReplyLib::requestNodeQos", "requestReplyLib::replyNodeQos",
                                   "requestReplyLib::valueNodeQos"});

@@ -29,7 +29,7 @@ struct Listener : RoutingClientListener {
   std::function<void()> during = [] {};
 };
 
-TEST(RoutingThreads, CallClientsAndServicesThatAreCreatedAndCleanedUp) {
+TEST(RoutingThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
   LoopbackDomain near(domain_id), far(domain_id);
   RoutingServices device;
   RoutingClient client;

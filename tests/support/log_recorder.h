@@ -1,55 +1,44 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Records the log lines of the library during a test.
+// Loggers for tests.
 #pragma once
 
 #include "tessivar/framework/log/logger.h"
+#include "tests/support/wait.h"
 
 #include <memory>
-#include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace tessivar::testing {
+
+/// Calls a function with the level and the text of each line.
+class LogFunction : public TessivarDDS::Logger {
+ public:
+  typedef std::function<void(int, const std::string&)> Function;
+
+  explicit LogFunction(Function function) : function_(std::move(function)) {}
+  void log(int level, const std::string& text) override { function_(level, text); }
+
+ private:
+  const Function function_;
+};
 
 /// Records lines of at least one level as "LEVEL TEXT", during its lifetime.
 class LogRecorder {
  public:
-  explicit LogRecorder(int least = TessivarDDS::LogWarning) : messages_(std::make_shared<Messages>()) {
-    TessivarDDS::setLogger(new Recorder(messages_, least));
+  explicit LogRecorder(int least = TessivarDDS::LogWarning) {
+    TessivarDDS::setLogger(new LogFunction([lines = lines_, least](int level, const std::string& text) {
+      if (level >= least) lines->add(std::to_string(level) + ' ' + text);
+    }));
   }
   ~LogRecorder() { TessivarDDS::setLogger(nullptr); }
   LogRecorder(const LogRecorder&) = delete;
   LogRecorder& operator=(const LogRecorder&) = delete;
 
-  /// Returns the lines since the last call.
-  std::vector<std::string> lines() {
-    const std::lock_guard guard(messages_->lock);
-    return std::exchange(messages_->lines, {});
-  }
+  /// Waits for `count` lines. Returns all lines since the last call.
+  std::vector<std::string> lines(std::size_t count = 0) { return lines_->take(count); }
 
  private:
-  struct Messages {
-    std::mutex lock;
-    std::vector<std::string> lines;
-  };
-
-  class Recorder : public TessivarDDS::Logger {
-   public:
-    Recorder(std::shared_ptr<Messages> messages, int least) : messages_(std::move(messages)), least_(least) {}
-    void log(int level, const std::string& message) override {
-      if (level < least_) return;
-      const std::lock_guard guard(messages_->lock);
-      messages_->lines.push_back(std::to_string(level) + ' ' + message);
-    }
-
-   private:
-    std::shared_ptr<Messages> messages_;
-    int least_;
-  };
-
-  std::shared_ptr<Messages> messages_;
+  const std::shared_ptr<Events> lines_ = std::make_shared<Events>();
 };
 
 }  // namespace tessivar::testing

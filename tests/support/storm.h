@@ -3,29 +3,20 @@
 // Calls one object from many threads.
 #pragma once
 
-#include "tessivar/framework/log/logger.h"
+#include "tests/support/log_recorder.h"
 
 #include <atomic>
-#include <chrono>
-#include <functional>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 namespace tessivar::testing {
 
 typedef std::vector<std::function<void()>> Calls;
 
 /// Calls each of `changes` repeatedly on two threads, and meanwhile all `calls`, one after the other, on three more
-/// threads. Ends after a number of changes, or after at most five seconds. Log lines are dropped meanwhile.
+/// threads. Ends after a number of changes, or after at most three seconds. Log lines are dropped meanwhile.
 inline void storm(int changes, const Calls& changing, const Calls& calls) {
-  struct Silent : TessivarDDS::Logger {
-    void log(int, const std::string&) override {}
-  };
-  TessivarDDS::setLogger(new Silent);
+  TessivarDDS::setLogger(new LogFunction([](int, const std::string&) {}));
   std::atomic<int> left{changes};
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
   const auto goesOn = [&] { return left > 0 && std::chrono::steady_clock::now() < end; };
   {
     std::vector<std::jthread> threads;

@@ -23,7 +23,7 @@ bool is_encodable(const AnySample& sample) {
   return has_size;
 }
 
-TEST(Encoding, RefusesWhatIsOverItsBound) {
+TEST(EncodingTest, RefusesValuesOverTheirBound) {
   const Command sample(command_name);
   const std::string longest(64, 'x');
   DDS_String_replace(&sample->unitId, longest.c_str());
@@ -42,7 +42,7 @@ TEST(Encoding, RefusesWhatIsOverItsBound) {
   }
 }
 
-TEST(Encoding, NeedsRoomInItsStream) {
+TEST(EncodingTest, FailsIfTheStreamIsTooShort) {
   const Command sample(command_name);
   char octets[256];
   RTICdrStream stream;
@@ -53,7 +53,7 @@ TEST(Encoding, NeedsRoomInItsStream) {
   }
 }
 
-TEST(Decoding, RefusesABooleanOfMoreThanOneAndLeavesNothingBehind) {
+TEST(DecodingTest, RefusesInvalidBooleansAndClearsTheSample) {
   const Sample<Tessivar::CommandValue> sample("Tessivar::CommandValue");
   EXPECT_TRUE(decode(sample, from_hex("000100000200000001")));
   for (const char* octets : {"000100000200000002", "0001000000000000040000006e657700ffffffff"}) {
@@ -63,7 +63,7 @@ TEST(Decoding, RefusesABooleanOfMoreThanOneAndLeavesNothingBehind) {
   }
 }
 
-TEST(Decoding, EmptiesTheBranchesThatAreNotThere) {
+TEST(DecodingTest, ClearsUnionBranchesThatAreNotSelected) {
   const Sample<Tessivar::CommandValue> sample("Tessivar::CommandValue",
                                               {{"_d", "String"}, {"_u", {{"stringValue", "old"}}}});
   ASSERT_TRUE(decode(sample, from_hex("000100000200000001")));
@@ -71,7 +71,7 @@ TEST(Decoding, EmptiesTheBranchesThatAreNotThere) {
   EXPECT_EQ(sample->_u.boolValue, DDS_BOOLEAN_TRUE);
 }
 
-TEST(Decoding, ReusesTheBuffersOfTheSample) {
+TEST(DecodingTest, ReusesTheBuffersOfTheSample) {
   Metadata sample(metadata_name);
   Random random(1);
   sample.randomize(random);

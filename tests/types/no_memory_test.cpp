@@ -35,14 +35,14 @@ struct AtLeast : DDSContentFilter {
 };
 
 /// Reader and writer share a participant: a sample has arrived when the write returns.
-class NoMemory : public testing::Test {
+class NoMemoryTest : public testing::Test {
  protected:
-  NoMemory() {
+  NoMemoryTest() {
     side.participant->register_contentfilter("at least", &filter);
     DDSPropertyQosPolicyHelper::add_property(catching_up.property, "dds.data_reader.state.filter_redundant_samples",
                                              "0", DDS_BOOLEAN_FALSE);
   }
-  ~NoMemory() override {
+  ~NoMemoryTest() override {
     side.participant->delete_contained_entities();  // also the topic that uses the filter
     CommandTypeSupport::delete_data(sample);
   }
@@ -93,7 +93,7 @@ class NoMemory : public testing::Test {
     return result;
   }
 
-  tessivar_test::LogLines log;
+  tessivar::testing::LogRecorder log;
   AtLeast filter;
   platform_test::Side side;
   DDS_DataReaderQos catching_up = reliable<DDS_DataReaderQos>();
@@ -103,7 +103,7 @@ class NoMemory : public testing::Test {
   int failures = 0;
 };
 
-TEST_F(NoMemory, ATypeIsRegisteredOrNot) {
+TEST_F(NoMemoryTest, RegisterTypeSucceedsOrReportsFailure) {
   std::string name;
   fail_each(
       "register_type", [&] { return CommandTypeSupport::register_type(side.participant, name.c_str()); },
@@ -112,7 +112,7 @@ TEST_F(NoMemory, ATypeIsRegisteredOrNot) {
       });
 }
 
-TEST_F(NoMemory, AWriteReachesAllLocalReadersOrLeavesNoInstanceBehind) {
+TEST_F(NoMemoryTest, WriteReachesAllLocalReadersOrNone) {
   struct Hears : DDSDataReaderListener {
     void on_data_available(DDSDataReader*) override { ++calls; }
     int calls = 0;
@@ -151,7 +151,7 @@ TEST_F(NoMemory, AWriteReachesAllLocalReadersOrLeavesNoInstanceBehind) {
   EXPECT_GT(failures, 0);
 }
 
-TEST_F(NoMemory, AnEndReachesALocalReaderOnce) {
+TEST_F(NoMemoryTest, DisposeAndUnregisterReachALocalReaderOnce) {
   CommandDataReader* const reader = side.reader();
   const auto ends = [&] {
     const auto received = platform_test::take(reader);
@@ -170,7 +170,7 @@ TEST_F(NoMemory, AnEndReachesALocalReaderOnce) {
       });
 }
 
-TEST_F(NoMemory, KeysAndInstances) {
+TEST_F(NoMemoryTest, KeysAndInstancesAreFoundOrFailureIsReported) {
   CommandDataReader* const reader = side.reader();
   Command key;
   DDS_InstanceHandle_t handle;
@@ -206,9 +206,9 @@ struct Form {
   bool take, own_sequences, by_instance;
   friend std::ostream& operator<<(std::ostream& out, const Form& form) { return out << form.name; }
 };
-class NoMemoryToRead : public NoMemory, public testing::WithParamInterface<Form> {};
+class NoMemoryReadTest : public NoMemoryTest, public testing::WithParamInterface<Form> {};
 
-TEST_P(NoMemoryToRead, LosesNothing) {
+TEST_P(NoMemoryReadTest, LosesNoSample) {
   const Form form = GetParam();
   constexpr DDS_Long count = 5;
   CommandDataReader* reader = nullptr;
@@ -273,14 +273,14 @@ TEST_P(NoMemoryToRead, LosesNothing) {
   EXPECT_GT(failures, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, NoMemoryToRead,
+INSTANTIATE_TEST_SUITE_P(Forms, NoMemoryReadTest,
                          testing::Values(Form{"ReadLoan", false, false, false}, Form{"TakeLoan", true, false, false},
                                          Form{"ReadOwn", false, true, false}, Form{"TakeOwn", true, true, false},
                                          Form{"ReadInstance", false, false, true},
                                          Form{"TakeInstance", true, false, true}),
                          [](const auto& form) { return form.param.name; });
 
-TEST_F(NoMemory, TheNextSampleIsThereTheNextTime) {
+TEST_F(NoMemoryTest, TakeNextSampleCanBeRepeated) {
   CommandDataReader* const reader = side.reader();
   Command next;
   DDS_SampleInfo info;
@@ -299,7 +299,7 @@ TEST_F(NoMemory, TheNextSampleIsThereTheNextTime) {
   CommandTypeSupport::finalize_data(&next);
 }
 
-TEST_F(NoMemory, AChangeOfTheFilterIsCarriedOutOrNot) {
+TEST_F(NoMemoryTest, FilterChangeSucceedsOrReportsFailure) {
   DDSContentFilteredTopic* const topic = filtered("1");
   CommandDataReader* const reader = side.reader(catching_up, nullptr, topic);
   DDSTopicDescription* const plain_topic = side.topic;

@@ -32,7 +32,7 @@ bool is_read(const AnySample& sample, const Octets& octets, bool expected) {
   return read && expected;
 }
 
-TEST(ParameterList, IsReadInAnyDialect) {
+TEST(ParameterListTest, IsDecodedInAnyDialect) {
   for_lists("LogMessageEx2", "00030000", "", [](const Octets& octets, const json& reads) {
     const Sample<Tessivar_Logging::LogMessageEx2> sample("Tessivar_Logging::LogMessageEx2");
     DDS_String_replace(&sample->title, "before");
@@ -44,7 +44,7 @@ TEST(ParameterList, IsReadInAnyDialect) {
   });
 }
 
-TEST(OptionalMember, IsReadInAnyDialect) {
+TEST(ParameterListTest, OptionalMemberIsDecodedInAnyDialect) {
   std::string members = "00010000";
   for (int i = 0; i < 6; ++i) members += "0100000000000000";
   for_lists("rcAddress of a Unit", members, "0100000000", [](const Octets& octets, const json& reads) {

@@ -40,7 +40,7 @@ void for_samples(Test&& test) {
   });
 }
 
-TEST(EverySample, IsReadAndCopiedAsItWasWritten) {
+TEST(PropertyTest, SamplesAreDecodedAndCopiedWithoutChange) {
   for_samples([](const Case& one, const AnySample& sample) {
     const auto& [type, plugin, random] = one;
     for (const bool little_endian : {true, false}) {
@@ -60,7 +60,7 @@ TEST(EverySample, IsReadAndCopiedAsItWasWritten) {
   });
 }
 
-TEST(EverySample, HasAnEncodingWithinItsBounds) {
+TEST(PropertyTest, EncodingsAreWithinTheirBounds) {
   for_samples([](const Case& one, const AnySample& sample) {
     const auto& [type, plugin, random] = one;
     const auto octets = encoding_of(sample, true);
@@ -80,7 +80,7 @@ TEST(EverySample, HasAnEncodingWithinItsBounds) {
   });
 }
 
-TEST(EverySample, HasOneKeyHowsoeverItIsAskedFor) {
+TEST(PropertyTest, AllFunctionsGiveTheSameKey) {
   for_samples([](const Case& one, const AnySample& sample) {
     const auto& [type, plugin, random] = one;
     EXPECT_EQ(plugin.get_key_kind(), type.keyed ? PRES_TYPEPLUGIN_USER_KEY : PRES_TYPEPLUGIN_NO_KEY);
@@ -116,7 +116,7 @@ TEST(EverySample, HasOneKeyHowsoeverItIsAskedFor) {
   });
 }
 
-TEST(AnyOctets, AreReadSafely) {
+TEST(PropertyTest, AnyOctetsAreDecodedSafely) {
   for_types([](const Case& one) {
     AnySample sample(one.type);
     AnyOctets reader(one.type);
@@ -125,10 +125,10 @@ TEST(AnyOctets, AreReadSafely) {
       std::copy(octets.begin(), octets.end(), exact.get());
       EXPECT_STREQ(reader.broken_rule(exact.get(), octets.size()), nullptr) << to_hex(octets);
     };
-    for (int i = 0; i < 4; ++i) {
+    for (const bool little_endian : {true, false}) {
       sample.randomize(one.random);
-      const Octets octets = encoding_of(sample, i % 2 == 0).value();
-      const std::size_t step = octets.size() / 200 + 1;  // long encodings are tested at some positions only
+      const Octets octets = encoding_of(sample, little_endian).value();
+      const std::size_t step = octets.size() / 60 + 1;  // long encodings are tested at some positions only
       for (std::size_t at = 0; at < octets.size(); at += step) {
         read({octets.begin(), octets.begin() + static_cast<std::ptrdiff_t>(at)});
         for (const unsigned flip : {0x01u, 0x40u, 0x80u, 0xffu}) {

@@ -13,7 +13,7 @@ constexpr const char* metadata_name = "Tessivar::CommandMetadata";
 
 typedef Sample<Tessivar::CommandMetadata> Metadata;
 
-TEST(Initialize, EmptiesInPlaceWithoutMemory) {
+TEST(SampleTest, InitializeClearsMembersWithoutNewMemory) {
   Metadata sample(metadata_name);
   Random random(1);
   sample.randomize(random);
@@ -26,7 +26,7 @@ TEST(Initialize, EmptiesInPlaceWithoutMemory) {
   EXPECT_EQ(sample->allowedValues.get_contiguous_buffer(), values);
 }
 
-TEST(Initialize, AllocatesOptionalMembersWhenAsked) {
+TEST(SampleTest, InitializeAllocatesOptionalMembersOnRequest) {
   DDS_TypeAllocationParams_t params;
   params.allocate_optional_members = DDS_BOOLEAN_TRUE;
   Tessivar::Unit* unit = Tessivar::UnitPluginSupport_create_data_w_params(&params);
@@ -39,7 +39,7 @@ TEST(Initialize, AllocatesOptionalMembersWhenAsked) {
   Tessivar::UnitPluginSupport_destroy_data(unit);
 }
 
-TEST(Copy, RefusesWhatIsOverItsBound) {
+TEST(SampleTest, CopyRefusesValuesOverTheirBound) {
   const Sample<Tessivar::Guid> guid("Tessivar::Guid");
   Tessivar::Guid source = DDS_String_alloc(65);
   std::fill_n(source, 65, 'x');
@@ -59,7 +59,7 @@ TEST(Copy, RefusesWhatIsOverItsBound) {
 }
 
 /// A sample made without the functions of its type: strings are null and sequences have no memory.
-TEST(PlainSample, IsCopiedEncodedAndPutIntoSequences) {
+TEST(SampleTest, PlainStructureIsCopiedEncodedAndStored) {
   const Metadata empty(metadata_name);
   Tessivar::CommandMetadata plain, copy;
   plain.commandNumber = empty->commandNumber = 7;
@@ -78,7 +78,7 @@ TEST(PlainSample, IsCopiedEncodedAndPutIntoSequences) {
   for (Tessivar::CommandMetadata* each : {&plain, &copy}) Tessivar::CommandMetadata_finalize(each);
 }
 
-TEST(String, IsOverwrittenInPlaceOnlyWithinItsRoom) {
+TEST(SampleTest, StringIsOverwrittenInPlaceIfItFits) {
   const std::string text(20, 'x');
   char* ours = DDS_String_alloc(20);
   char* others = strdup("0123456789");  // the size of its memory is unknown

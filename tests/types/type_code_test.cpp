@@ -33,7 +33,7 @@ std::string idl_file(const std::string& name) {
   return module == std::string::npos ? "" : text.str().substr(module + 1);
 }
 
-TEST(Idl, OfEveryModuleIsWhatItsTablesSay) {
+TEST(IdlTest, MatchesTheTablesOfEveryModule) {
   using namespace Tessivar;
   using namespace Tessivar_Logging;
   EXPECT_EQ(idl_file("core"), module_text("core", "Tessivar", {}));

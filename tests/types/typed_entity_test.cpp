@@ -21,10 +21,10 @@ constexpr DDS_InstanceStateMask any_instance = DDS_ANY_INSTANCE_STATE;
 constexpr DDS_Long all = DDS_LENGTH_UNLIMITED;
 
 /// Reader and writer share a participant: a sample has arrived when the write returns.
-class TypedEntities : public ::testing::Test {
+class TypedEntityTest : public ::testing::Test {
  protected:
-  TypedEntities() { DDS_String_replace(&command->unitId, "0001:02:00"); }
-  ~TypedEntities() override { CommandTypeSupport::delete_data(command); }
+  TypedEntityTest() { DDS_String_replace(&command->unitId, "0001:02:00"); }
+  ~TypedEntityTest() override { CommandTypeSupport::delete_data(command); }
   const Command& numbered(DDS_UnsignedLong number) {
     command->commandNumber = number;
     return *command;
@@ -49,10 +49,10 @@ class TypedEntities : public ::testing::Test {
   Command* const command = CommandTypeSupport::create_data();
   CommandSeq samples;
   DDS_SampleInfoSeq infos;
-  tessivar_test::LogLines log;
+  tessivar::testing::LogRecorder log;
 };
 
-TEST_F(TypedEntities, AreNarrowedToTheirOwnTypeOnly) {
+TEST_F(TypedEntityTest, NarrowsToItsOwnTypeOnly) {
   EXPECT_EQ(UnitDataWriter::narrow(writer), nullptr);
   EXPECT_EQ(UnitDataReader::narrow(reader), nullptr);
   EXPECT_EQ(CommandTypeSupport::register_type(nullptr, "x"), DDS_RETCODE_BAD_PARAMETER);
@@ -61,7 +61,7 @@ TEST_F(TypedEntities, AreNarrowedToTheirOwnTypeOnly) {
                                        HasSubstr("TTypeSupport::register_type: bad parameter: participant")));
 }
 
-TEST_F(TypedEntities, ReadAndTakeInEveryForm) {
+TEST_F(TypedEntityTest, ReadsAndTakesInEveryForm) {
   write({1, 2, 1, 3});
   const DDS_InstanceHandle_t one = reader->lookup_instance(numbered(1));
   DDSReadCondition* fresh = reader->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, any_view, any_instance);
@@ -96,7 +96,7 @@ TEST_F(TypedEntities, ReadAndTakeInEveryForm) {
   }
 }
 
-TEST_F(TypedEntities, LendSamplesThatTakeWhatTheyHold) {
+TEST_F(TypedEntityTest, LendsSamplesThatUseLittleMemory) {
   constexpr std::size_t count = 2000;
   CommandMetadataTypeSupport::register_type(side.participant);
   DDSTopic* topic =
@@ -126,7 +126,7 @@ TEST_F(TypedEntities, LendSamplesThatTakeWhatTheyHold) {
   EXPECT_EQ(types_test::allocations(), allocated);
 }
 
-TEST_F(TypedEntities, HandleInstances) {
+TEST_F(TypedEntityTest, RegistersWritesDisposesAndUnregisters) {
   const DDS_InstanceHandle_t handle = writer->register_instance(numbered(7));
   const DDS_InstanceHandle_t found = writer->lookup_instance(*command);
   EXPECT_TRUE(handle.isValid && DDS_InstanceHandle_equals(&handle, &found));
@@ -148,7 +148,7 @@ TEST_F(TypedEntities, HandleInstances) {
   EXPECT_FALSE(writer->lookup_instance(*command).isValid);
 }
 
-TEST(TypeSupport, HandlesSamples) {
+TEST(TypeSupportTest, CreatesCopiesEncodesAndDeletesSamples) {
   Command* command = CommandTypeSupport::create_data_ex(DDS_BOOLEAN_TRUE);
   Command* copy = CommandTypeSupport::create_data();
   DDS_String_replace(&command->unitId, "0001:02:00");

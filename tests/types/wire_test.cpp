@@ -47,7 +47,7 @@ void for_vectors(Test&& test) {
   }
 }
 
-TEST(WireVectors, AreWritten) {
+TEST(WireVectorTest, EncodesEveryVector) {
   for_vectors([](const Vector& vector) {
     const auto& [entry, sample, plugin, readable] = vector;
     for (const bool little_endian : {true, false}) {
@@ -64,7 +64,7 @@ TEST(WireVectors, AreWritten) {
   });
 }
 
-TEST(WireVectors, AreReadInEveryDialectWithTheirKeyHash) {
+TEST(WireVectorTest, DecodesEveryDialectAndComputesItsKeyHash) {
   for_vectors([](const Vector& vector) {
     const auto& [entry, sample, plugin, readable] = vector;
     EXPECT_EQ(entry.contains("key_hash"), sample.type().keyed);
@@ -87,7 +87,7 @@ TEST(WireVectors, AreReadInEveryDialectWithTheirKeyHash) {
   });
 }
 
-TEST(WireVectors, MalformedOnesGetTheirVerdict) {
+TEST(WireVectorTest, AcceptsOrRefusesMalformedVectorsAsListed) {
   for (const json& entry : entries("malformed")) {
     SCOPED_TRACE(entry.at("id"));
     const bool accepted = entry.at("verdict") == "accept";

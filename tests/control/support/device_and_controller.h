@@ -20,8 +20,8 @@ class DeviceAndController : public ::testing::Test {
   void attach() {
     node_.attachListener(&node_listener_, false);
     client_.attachListener(&client_listener_, false);
-    node_.attachDomain(&device_);
-    client_.attachDomain(&controller_);
+    node_.attachDomain(device_.get());
+    client_.attachDomain(controller_.get());
   }
   /// Creates both and waits for the match. With `units` the node receives only requests and interests for these units.
   void start(const std::vector<TessivarDDS::AddressEx>& units = {}) {
@@ -34,10 +34,12 @@ class DeviceAndController : public ::testing::Test {
   Events node_hears_, client_hears_;
   DeviceListener node_listener_{node_hears_};
   ControllerListener client_listener_{client_hears_};
-  LoopbackDomain device_{control_domain, [](TessivarDDS::DDSDomain& domain) { domain.setType(device_type); }};
-  LoopbackDomain controller_{control_domain};
+  std::unique_ptr<LoopbackDomain> device_ = std::make_unique<LoopbackDomain>(
+      control_domain, [](TessivarDDS::DDSDomain& domain) { domain.setType(device_type); });
+  std::unique_ptr<LoopbackDomain> controller_ = std::make_unique<LoopbackDomain>(control_domain);
   TessivarDDS::TessivarNode node_;
   TessivarDDS::TessivarClient client_;
+  const TessivarDDS::DDSPtr<Tessivar::CommandMetadata> metadata_{Helper::createMetadata(camera, 1)};
   const TessivarDDS::DDSPtr<Tessivar::Unit> unit_{Helper::createUnit(camera, "camera")};
   TessivarDDS::DDSPtr<Tessivar::Command> command_{Helper::createCommand(camera, 1, 5)};
 };

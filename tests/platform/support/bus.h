@@ -5,14 +5,8 @@
 #pragma once
 
 #include "tessivar/types/command/command.h"
-#include "tests/support/log_lines.h"
-
-#include <chrono>
-#include <functional>
-#include <string>
-#include <thread>
-#include <unistd.h>
-#include <vector>
+#include "tests/support/log_recorder.h"
+#include "tests/support/own_domain.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,26 +15,11 @@ namespace platform_test {
 
 using namespace std::chrono_literals;
 using Tessivar::Command, Tessivar::CommandDataReader, Tessivar::CommandDataWriter;
-using tessivar_test::LogLines;
+using tessivar::testing::eventually, tessivar::testing::LogRecorder, tessivar::testing::own_domain;
 typedef Tessivar::CommandTypeSupport CommandSupport;
 
 constexpr DDS_Duration_t patience = {20, 0};
 constexpr DDS_Duration_t at_once = {0, 0};
-
-/// Polls until `holds` returns true. Returns false after `limit`.
-inline bool eventually(const std::function<bool()>& holds, std::chrono::milliseconds limit = 20s) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  while (!holds()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(1ms);
-  }
-  return true;
-}
-
-/// Usually differs between test programs that run at the same time.
-inline DDS_DomainId_t own_domain() {
-  return 100 + getpid() % 130;
-}
 
 /// Only this process and test use this topic, also if two programs use the same domain.
 inline std::string own_topic(const std::string& name = "") {

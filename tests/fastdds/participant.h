@@ -42,7 +42,7 @@ class Reader {
   int hashes_missing() const { return *hashes_asked_; }
 
  private:
-  friend class Peer;
+  friend class FastDdsParticipant;
   eprosima::fastdds::dds::DataReader* reader_ = nullptr;
   std::shared_ptr<std::atomic<int>> hashes_asked_ = std::make_shared<std::atomic<int>>(0);
 };
@@ -53,18 +53,18 @@ class Writer {
   bool write(Bytes encoding);
 
  private:
-  friend class Peer;
+  friend class FastDdsParticipant;
   eprosima::fastdds::dds::DataWriter* writer_ = nullptr;
 };
 
 /// Deletes its readers and writers in its destructor. Only one thread may use it.
-class Peer {
+class FastDdsParticipant {
  public:
   /// Throws std::runtime_error if the participant cannot be made.
-  explicit Peer(int domain);
-  ~Peer();
-  Peer(const Peer&) = delete;
-  Peer& operator=(const Peer&) = delete;
+  explicit FastDdsParticipant(int domain);
+  ~FastDdsParticipant();
+  FastDdsParticipant(const FastDdsParticipant&) = delete;
+  FastDdsParticipant& operator=(const FastDdsParticipant&) = delete;
 
   /// Reliable. If `history` is true, with the history of earlier samples.
   template <class Sample>

@@ -3,14 +3,12 @@
 // A process on the bus that a test controls.
 #pragma once
 
-#include "support/child_process.h"
+#include "tests/support/child_process.h"
+#include "tests/support/own_domain.h"
 
 #include <gtest/gtest.h>
 
 namespace tessivar::testing {
-
-/// The bus domain of this test program only, also if several programs run at the same time.
-int own_domain();
 
 /// Runs one of the examples on this domain. All lines of its output are events.
 ChildProcess example(const std::string& name, const std::vector<std::string>& arguments);
@@ -20,12 +18,12 @@ inline ChildProcess example(const std::string& name, const std::string& argument
 
 /// Runs `bus_peer`. Its commands and events are in the header of its role in peer/. Failure messages contain the end of
 /// its output.
-class Peer : public ChildProcess {
+class BusPeer : public ChildProcess {
  public:
   /// `role` is "device", "client", "router" or "controller", on own_domain(). An example for `options` is "type=3".
-  explicit Peer(const std::string& role, const std::vector<std::string>& options = {});
+  explicit BusPeer(const std::string& role, const std::vector<std::string>& options = {});
   /// Started with a command prefix: see Hosts::on().
-  Peer(const std::vector<std::string>& launcher, const std::string& role);
+  BusPeer(const std::vector<std::string>& launcher, const std::string& role);
 
   /// Sends it a command and waits until the command has succeeded.
   ::testing::AssertionResult does(const std::string& command);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "peer.h"
+#include "participant.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -55,7 +55,7 @@ Entity* require(Entity* entity, const std::string& what) {
 
 }  // namespace
 
-Peer::Peer(int domain) {
+FastDdsParticipant::FastDdsParticipant(int domain) {
   DomainParticipantQos qos;
   qos.name("another maker's");
   const auto transport = std::make_shared<eprosima::fastdds::rtps::UDPv4TransportDescriptor>();
@@ -74,24 +74,24 @@ Peer::Peer(int domain) {
   publisher_ = require(participant_->create_publisher(PUBLISHER_QOS_DEFAULT), "publisher");
 }
 
-Peer::~Peer() {
+FastDdsParticipant::~FastDdsParticipant() {
   participant_->delete_contained_entities();
   DomainParticipantFactory::get_instance()->delete_participant(participant_);
 }
 
-Topic* Peer::topic(const std::string& name, const std::string& type, KeyHash (*key_hash)(const Bytes&),
-                   Counter hashes_asked) {
+Topic* FastDdsParticipant::topic(const std::string& name, const std::string& type, KeyHash (*key_hash)(const Bytes&),
+                                 Counter hashes_asked) {
   TypeSupport(new RawType(type, key_hash, std::move(hashes_asked))).register_type(participant_);
   return require(participant_->create_topic(name, type, TOPIC_QOS_DEFAULT), "topic " + name);
 }
 
-DataReader* Peer::make_reader(Topic* topic, bool history) {
+DataReader* FastDdsParticipant::make_reader(Topic* topic, bool history) {
   DataReaderQos qos;
   make_reliable(qos, history);
   return require(subscriber_->create_datareader(topic, qos), "reader");
 }
 
-DataWriter* Peer::make_writer(Topic* topic) {
+DataWriter* FastDdsParticipant::make_writer(Topic* topic) {
   DataWriterQos qos;
   make_reliable(qos, false);
   return require(publisher_->create_datawriter(topic, qos), "writer");

@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "support/peer.h"
-
-#include <cstdio>
-#include <stdexcept>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include "support/bus_peer.h"
 
 namespace tessivar::testing {
 namespace {
@@ -29,27 +23,12 @@ ChildProcess example(const std::string& name, const std::vector<std::string>& ar
   return ChildProcess(words, "");
 }
 
-int own_domain() {
-  // Reserved with the name of a socket, which the system releases when this process ends.
-  static const int claimed = [] {
-    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    for (int i = ::getpid();; ++i) {
-      const int domain = 100 + i % 100;
-      sockaddr_un name = {AF_UNIX, {}};
-      std::snprintf(name.sun_path + 1, sizeof name.sun_path - 1, "tessivar-test-domain-%d", domain);
-      if (::bind(socket, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0) return domain;
-      if (i > ::getpid() + 100) throw std::runtime_error("no bus domain is free");
-    }
-  }();
-  return claimed;
-}
-
-Peer::Peer(const std::string& role, const std::vector<std::string>& options)
+BusPeer::BusPeer(const std::string& role, const std::vector<std::string>& options)
     : ChildProcess(command_line(role, options)) {
   EXPECT_TRUE(sees("ready"));
 }
 
-Peer::Peer(const std::vector<std::string>& launcher, const std::string& role)
+BusPeer::BusPeer(const std::vector<std::string>& launcher, const std::string& role)
     : ChildProcess([&] {
         std::vector<std::string> words = launcher;
         for (const std::string& word : command_line(role, {})) words.push_back(word);
@@ -58,37 +37,37 @@ Peer::Peer(const std::vector<std::string>& launcher, const std::string& role)
   EXPECT_TRUE(sees("ready"));
 }
 
-AssertionResult Peer::failure(const std::string& what) const {
+AssertionResult BusPeer::failure(const std::string& what) const {
   constexpr std::size_t shown = 20000;
   const std::string text = transcript();
   return AssertionFailure() << what << "; its output ends:\n"
                             << (text.size() > shown ? text.substr(text.size() - shown) : text);
 }
 
-AssertionResult Peer::does(const std::string& command) {
+AssertionResult BusPeer::does(const std::string& command) {
   begin(command);
   return did(command.substr(0, command.find(' ')));
 }
 
-AssertionResult Peer::did(const std::string& verb) {
+AssertionResult BusPeer::did(const std::string& verb) {
   const auto result = event("did " + verb + ' ');
   if (!result) return failure(verb + " did not end");
   if (!result->ends_with(" ok")) return failure(verb + " failed");
   return AssertionSuccess();
 }
 
-AssertionResult Peer::sees(const std::string& prefix, std::chrono::milliseconds timeout) {
+AssertionResult BusPeer::sees(const std::string& prefix, std::chrono::milliseconds timeout) {
   if (event(prefix, timeout)) return AssertionSuccess();
   return failure("it did not see '" + prefix + "'");
 }
 
-AssertionResult Peer::saw_nothing_of(const std::string& prefix) {
+AssertionResult BusPeer::saw_nothing_of(const std::string& prefix) {
   const auto found = events(prefix);
   if (found.empty()) return AssertionSuccess();
   return failure("it saw '" + found.front() + "'");
 }
 
-AssertionResult Peer::quits() {
+AssertionResult BusPeer::quits() {
   send("quit");
   const auto code = wait();
   if (code == 0) return AssertionSuccess();
