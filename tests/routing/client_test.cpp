@@ -3,14 +3,12 @@
 #include "tessivar/routing/client.h"
 
 #include "tessivar/routing/services.h"
+#include "tests/routing/support/listener.h"
 #include "tests/support/log_recorder.h"
-#include "tests/support/loopback.h"
 
 #include <atomic>
+#include <filesystem>
 #include <set>
-#include <thread>
-#include <type_traits>
-#include <utility>
 
 namespace TessivarDDS {
 namespace {
@@ -20,48 +18,6 @@ using namespace tessivar::testing;
 using namespace ::testing;
 
 constexpr int domain_id = 111;
-
-template <class Sample>
-DDSPtr<Sample> make(const std::string& unit, unsigned index = 0) {
-  DDSPtr<Sample> sample(Sample::TypeSupport::create_data());
-  DDS_String_replace(&sample->unitId, unit.c_str());
-  if constexpr (requires { sample->index; }) sample->index = index;
-  if constexpr (requires { sample->dest_index; }) sample->dest_index = index;
-  if constexpr (requires { sample->protect; }) sample->protect = DDS_BOOLEAN_TRUE;
-  return sample;
-}
-
-/// Records its calls as texts, and calls `during` with each text.
-class Listener : public RoutingClientListener {
- public:
-  explicit Listener(Events& events) : events_(events) {}
-  void routerAdded(const Router* router) override { note("added ", router->unitId); }
-  void routerRemoved(const AddressEx& router) override { note("removed ", router.toString()); }
-  void sourceChanged(Source* sample) override { note("source ", std::to_string(sample->index)); }
-  void destinationChanged(Destination* sample) override { note("destination ", std::to_string(sample->index)); }
-  void sourceAssociationChanged(Association* sample) override { note("source of ", std::to_string(sample->index)); }
-  void destinationAssociationChanged(Association* sample) override { note("to ", std::to_string(sample->index)); }
-  void routeChanged(const AssociationRoute* sample) override { note("route ", std::to_string(sample->dest_index)); }
-  void ticketChanged(DDSPtr<RoutingClient::Ticket> ticket) override {
-    note(ticket->reply->result == FAILED ? "failed " : "ticket ", std::to_string(ticket->ticketId));
-  }
-  void protectTicketChanged(DDSPtr<RoutingClient::ProtectTicket> ticket) override {
-    note(ticket->reply->result == FAILED ? "not protected " : "protected ", std::to_string(ticket->ticketId));
-  }
-  void sourceRemoved(const Source* key) override { note("no source ", std::to_string(key->index)); }
-  void destinationRemoved(const Destination* key) override { note("no destination ", std::to_string(key->index)); }
-  void sourceAssociationRemoved(const Association* key) override { note("no source of ", std::to_string(key->index)); }
-  void destinationAssociationRemoved(const Association* key) override { note("none to ", std::to_string(key->index)); }
-  void routeRemoved(const AssociationRoute* key) override { note("no route ", std::to_string(key->dest_index)); }
-  std::function<void(const std::string&)> during = [](const std::string&) {};
-
- private:
-  void note(const char* what, const std::string& which) {
-    events_.add(what + which);
-    during(what + which);
-  }
-  Events& events_;
-};
 
 class RoutingClientTest : public Test,
                           RequestReplyServerListener<AssociationRouteChangeRequest, AssociationRouteChangeReply>,
@@ -88,6 +44,14 @@ class RoutingClientTest : public Test,
     ASSERT_TRUE(device_.createServerServices());
     device_.routingService()->setListener(this);
     device_.protectService()->setListener(this);
+  }
+  /// Sends requests until the device receives one.
+  bool setsRoute() {
+    return eventually([&] {
+      DDSPtr ticket = client_.beginSetRoute(route_);
+      client_.completeSetRoute(ticket);
+      return ticket->reply->result != FAILED;
+    });
   }
   template <class NodeOfSamples, class Sample>
   bool tells(NodeOfSamples& node, const DDSPtr<Sample>& sample, const std::string& what) {
@@ -118,7 +82,7 @@ class RoutingClientTest : public Test,
   LoopbackDomain client_domain_{domain_id}, device_domain_{domain_id};
   RoutingServices device_;
   Events events_;
-  Listener listener_{events_};
+  RoutingListener listener_{events_};
   RoutingClient client_;
   LogRecorder log_;
   DDSPtr<AssociationRoute> route_ = make<AssociationRoute>("0001:03:01", 5);
@@ -162,6 +126,10 @@ TEST_F(RoutingClientTest, FailsBeforeCreateAndWithoutRouters) {
   EXPECT_TRUE(ticket && ticket->received && events_.happens("not protected 1") && client_.completeProtect(ticket));
   DDSPtr<AssociationRoute> none;
   EXPECT_FALSE(client_.beginSetRoute(none));
+
+  ASSERT_TRUE(client_.subscribe({AddressEx(1, 3, 1)})) << "changed before a router exists";
+  start_device();
+  EXPECT_TRUE(setsRoute());
 }
 
 TEST_F(RoutingClientTest, CallbacksMaySetRoutesButNotCleanUp) {
@@ -176,11 +144,7 @@ TEST_F(RoutingClientTest, CallbacksMaySetRoutesButNotCleanUp) {
     }
   };
   start();
-  ASSERT_TRUE(eventually([&] {
-    DDSPtr ticket = client_.beginSetRoute(route_);
-    client_.completeSetRoute(ticket);
-    return ticket->reply->result != FAILED;
-  }));
+  ASSERT_TRUE(setsRoute());
   EXPECT_TRUE(tells(device_.routingService()->valueNode(), route_, "route 5"));
   EXPECT_TRUE(events_.happens("set"));
   EXPECT_TRUE(tells(*device_.routerNode(), make<Router>("a"), "added a"));
@@ -200,13 +164,22 @@ class RoutingSubscriptionTest : public RoutingClientTest {
     for (const unsigned unit : units) addresses.emplace_back(address(unit).c_str());
     return client_.subscribe(addresses);
   }
-  /// Publishes one sample of each kind.
+  void SetUp() override {
+    start_device();
+    other_device_.attachDomain(&other_domain_);
+    ASSERT_TRUE(other_device_.createServerServices());
+    publishAll(all);
+    ASSERT_TRUE(client_.create());
+  }
+  void TearDown() override { other_device_.cleanUp(); }
+  /// Publishes one sample of each kind. Each device has some of the units.
   void publish(unsigned unit, unsigned index) {
-    EXPECT_TRUE(device_.sourcesNode()->writeSample(make<Source>(address(unit), index)) &&
-                device_.destinationsNode()->writeSample(make<Destination>(address(unit), index)) &&
-                device_.sourceAssociations()->writeSample(make<Association>(address(unit), index)) &&
-                device_.destinationAssociations()->writeSample(make<Association>(address(unit), index)) &&
-                device_.routingService()->valueNode().writeSample(make<AssociationRoute>(address(unit), index)));
+    RoutingServices& device = unit == 2 ? other_device_ : device_;
+    EXPECT_TRUE(device.sourcesNode()->writeSample(make<Source>(address(unit), index)) &&
+                device.destinationsNode()->writeSample(make<Destination>(address(unit), index)) &&
+                device.sourceAssociations()->writeSample(make<Association>(address(unit), index)) &&
+                device.destinationAssociations()->writeSample(make<Association>(address(unit), index)) &&
+                device.routingService()->valueNode().writeSample(make<AssociationRoute>(address(unit), index)));
   }
   void publishAll(const Units& units) {
     for (const unsigned unit : units) {
@@ -262,12 +235,11 @@ class RoutingSubscriptionTest : public RoutingClientTest {
 
   static constexpr unsigned marker = 9;
   const Units all = {1, 2, 3};
+  LoopbackDomain other_domain_{domain_id};
+  RoutingServices other_device_;
 };
 
 TEST_F(RoutingSubscriptionTest, KeepsCommonStateAndReportsNewState) {
-  start_device();
-  publishAll(all);
-  ASSERT_TRUE(client_.create());
   const std::pair<const char*, Units> steps[] = {{"first", {1, 2}}, {"overlapping", {2, 3}}, {"disjoint", {1}},
                                                  {"grown", {1, 2}}, {"the same", {1, 2}},    {"shrunk", {2}},
                                                  {"to all", {}},    {"from all", {1, 3}}};
@@ -306,6 +278,22 @@ TEST_F(RoutingSubscriptionTest, KeepsCommonStateAndReportsNewState) {
     EXPECT_THAT(events_.take(markers.size()), UnorderedElementsAreArray(markers));
     before = after;
   }
+}
+
+TEST_F(RoutingSubscriptionTest, LeaksNothingInManyChanges) {
+  const auto threads = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}); };
+  ASSERT_TRUE(subscribe({1}));
+  awaitState({1});
+  const auto before = threads();
+  for (unsigned round = 1; round <= 30 && !HasFailure(); ++round) {
+    ASSERT_TRUE(subscribe({1 + round % 2}));
+    awaitState({1 + round % 2});
+  }
+  EXPECT_TRUE(eventually([&] {
+    DDS_PublicationMatchedStatus readers;
+    device_.sourcesNode()->dataWriter()->get_publication_matched_status(readers);
+    return readers.current_count == 1 && threads() == before;
+  })) << "readers or threads were left";
 }
 
 TEST_F(RoutingClientTest, ReportsDisposalsAndProtectsDestinations) {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests that other threads call every public function while clients and services are created and cleaned up.
-#include "tessivar/routing/client.h"
 #include "tessivar/routing/services.h"
-#include "tests/support/loopback.h"
+#include "tests/routing/support/listener.h"
 #include "tests/support/storm.h"
 
 #include <atomic>
@@ -17,33 +16,24 @@ using namespace tessivar::testing;
 constexpr int domain_id = 112;
 const AddressEx router(1, 3, 1);
 
-struct Listener : RoutingClientListener {
-  void routerAdded(const Router*) override { during(); }
-  void routerRemoved(const AddressEx&) override { during(); }
-  void sourceChanged(Source*) override { during(); }
-  void destinationChanged(Destination*) override {}
-  void sourceAssociationChanged(Association*) override {}
-  void destinationAssociationChanged(Association*) override {}
-  void routeChanged(const AssociationRoute*) override { during(); }
-  void ticketChanged(DDSPtr<RoutingClient::Ticket>) override {}
-  std::function<void()> during = [] {};
-};
-
 TEST(RoutingThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
   LoopbackDomain near(domain_id), far(domain_id);
-  RoutingServices device;
+  RoutingServices device, other;
   RoutingClient client;
-  Listener listener, passing;
+  Events events;
+  RoutingListener listener(events), passing(events);
   std::atomic<int> made{0}, subscribed{0}, asked{0};
   const auto ask = [&] {
-    DDSPtr<AssociationRoute> route(AssociationRouteTypeSupport::create_data());
+    DDSPtr route = make<AssociationRoute>("");
     DDSPtr<RoutingClient::Ticket> ticket = client.beginSetRoute(route);
     asked += client.completeSetRoute(ticket);
-    DDSPtr<Destination> destination(DestinationTypeSupport::create_data());
+    DDSPtr destination = make<Destination>("");
     DDSPtr<RoutingClient::ProtectTicket> protect = client.beginProtect(destination);
     client.completeProtect(protect);
   };
-  listener.during = [&] { ask(), client.cleanUp(), client.create(), client.subscribe({}); };
+  listener.during = [&](const std::string&) { ask(), client.cleanUp(), client.create(), client.subscribe({}); };
+  other.attachDomain(&far);
+  ASSERT_TRUE(other.createServerServices());
   const auto createDevice = [&] {
     device.attachDomain(&far);
     if (!device.createServerServices()) return;
@@ -59,6 +49,8 @@ TEST(RoutingThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
   storm(300, changing,
         {
             ask,
+            [&] { other.sourcesNode()->writeSample(make<Source>(router.guid(), 1)); },
+            [&] { other.routingService()->valueNode().writeSample(make<AssociationRoute>(router.guid(), 1)); },
             [&] { client.attachListener(&passing, false), client.detachListener(&passing); },
             [&] { client.setUseQosProfiles(false), client.report(); },
             [&] {
@@ -80,7 +72,7 @@ TEST(RoutingThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
   createDevice();
   createClient();
   EXPECT_TRUE(eventually([&] {
-    DDSPtr<AssociationRoute> route(AssociationRouteTypeSupport::create_data());
+    DDSPtr route = make<AssociationRoute>("");
     DDSPtr<RoutingClient::Ticket> ticket = client.beginSetRoute(route);
     client.completeSetRoute(ticket);
     return ticket && ticket->failure == RequestFailure::None;

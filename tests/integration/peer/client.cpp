@@ -2,12 +2,12 @@
 
 #include "tessivar/control/client.h"
 
-#include "peer/flood.h"
 #include "peer/roles.h"
 #include "tessivar/control/message_helper.h"
 
 #include <chrono>
 #include <cstdlib>
+#include <deque>
 #include <string>
 #include <thread>
 
@@ -90,13 +90,34 @@ class Client : public Role, public TessivarClientListener {
     return true;
   }
 
+  /// Keeps up to `window` of `count` requests pending. The device copies each value to its reply's text, so that a
+  /// reply to another request is detected.
   bool flood(const std::string& unit, unsigned first, unsigned count, unsigned window) {
-    const auto begin = [&](unsigned value) {
-      DDSPtr command(Helper::createCommand(address(unit), 1, static_cast<int>(value)));
-      return client_.beginSetCommand(command);
-    };
-    return testing::flood(first, count, window, begin,
-                          [&](DDSPtr<Ticket>& ticket) { client_.completeSetCommand(ticket); });
+    const auto deadline = Clock::now() + std::chrono::seconds(120);
+    std::deque<DDSPtr<Ticket>> tickets;
+    unsigned sent = 0, finished = 0, foreign = 0, refused = 0;
+    while (finished < count && Clock::now() < deadline) {
+      if (sent < count && tickets.size() < window) {
+        DDSPtr command(Helper::createCommand(address(unit), 1, static_cast<int>(first + sent)));
+        if (DDSPtr<Ticket> ticket = client_.beginSetCommand(command)) {
+          tickets.push_back(ticket);
+          if (++sent == count) event("begun");
+          continue;
+        }
+        ++refused;
+      }
+      if (!tickets.empty() && tickets.front()->received) {
+        const auto reply = tickets.front()->reply.get();
+        foreign += !reply->ex || std::to_string(first + finished) != reply->ex->message;
+        client_.completeSetCommand(tickets.front());
+        tickets.pop_front();
+        ++finished;
+      } else {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+    }
+    event("flood", finished, count - finished, foreign, refused);
+    return finished == count;
   }
 
   TessivarClient client_;

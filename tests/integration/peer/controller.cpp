@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "peer/flood.h"
 #include "peer/roles.h"
 #include "tessivar/routing/client.h"
+#include "tessivar/routing/message_helper.h"
 
 #include <array>
 #include <atomic>
@@ -23,7 +23,10 @@ using Ticket = RoutingClient::Ticket;
 
 class Controller : public Role, public RoutingClientListener {
  public:
-  explicit Controller(DDSDomain* domain) : domain_(domain) { prepare(); }
+  explicit Controller(DDSDomain* domain) {
+    client_.attachDomain(domain);
+    client_.attachListener(this, false);
+  }
   ~Controller() override { client_.cleanUp(); }
 
   bool perform(const Words& words) override {
@@ -31,20 +34,15 @@ class Controller : public Role, public RoutingClientListener {
     if (verb == "create") return client_.create();
     if (verb == "subscribe") return subscribe(words);
     if (verb == "set") return set(words.at(1), number(words.at(2)), number(words.at(3)));
-    if (verb == "flood") return flood(words.at(1), number(words.at(2)), number(words.at(3)), number(words.at(4)));
     if (verb == "count") return counting_ = true;
     if (verb == "await") return await(words);
-    if (verb == "clean-up") return client_.cleanUp(), prepare(), true;
     return false;
   }
 
   void routerAdded(const Router* router) override { event("router-added", router->unitId, router->name); }
   void routerRemoved(const AddressEx& router) override { event("router-removed", router.guid()); }
   void sourceChanged(Source* source) override { changed(0, "source", *source); }
-  void destinationChanged(Destination* destination) override {
-    changed(1, "destination", *destination);
-    if (destination->protect) event("protected", destination->unitId, destination->index);
-  }
+  void destinationChanged(Destination* destination) override { changed(1, "destination", *destination); }
   void sourceAssociationChanged(Association* association) override { changed(2, "source-association", *association); }
   void destinationAssociationChanged(Association* association) override {
     changed(3, "destination-association", *association);
@@ -60,11 +58,6 @@ class Controller : public Role, public RoutingClientListener {
   }
 
  private:
-  void prepare() {
-    client_.attachDomain(domain_);
-    client_.attachListener(this, false);
-  }
-
   template <class Sample>
   void changed(std::size_t kind, const char* name, const Sample& sample) {
     if (!count(kind, sample.unitId, sample.matrix, sample.index)) {
@@ -100,16 +93,9 @@ class Controller : public Role, public RoutingClientListener {
     return client_.subscribe(addresses);
   }
 
-  DDSPtr<Ticket> begin(const std::string& unit, unsigned destination, unsigned source) {
-    DDSPtr route(AssociationRouteTypeSupport::create_data());
-    DDS_String_replace(&route->unitId, unit.c_str());
-    route->dest_index = destination;
-    route->source_index = source;
-    return client_.beginSetRoute(route);
-  }
-
   bool set(const std::string& unit, unsigned destination, unsigned source) {
-    DDSPtr<Ticket> ticket = begin(unit, destination, source);
+    DDSPtr route(RoutingMessageHelper::createRoute(AddressEx(unit.c_str()), 0, source, destination));
+    DDSPtr<Ticket> ticket = client_.beginSetRoute(route);
     if (!ticket) return false;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     int result = -1;
@@ -121,13 +107,6 @@ class Controller : public Role, public RoutingClientListener {
     return client_.completeSetRoute(ticket);
   }
 
-  bool flood(const std::string& unit, unsigned first, unsigned count, unsigned window) {
-    return testing::flood(
-        first, count, window, [&](unsigned value) { return begin(unit, value, value); },
-        [&](DDSPtr<Ticket>& ticket) { client_.completeSetRoute(ticket); });
-  }
-
-  DDSDomain* const domain_;
   std::atomic<bool> counting_ = false;
   std::atomic<int> misnamed_ = 0;
   std::mutex lock_;

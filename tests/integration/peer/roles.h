@@ -51,21 +51,18 @@ std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
 /// Commands: announce ADDRESS NAME · withdraw ADDRESS · batching on|off · port ADDRESS INDEX NAME (a source, a
 /// destination, a source and a destination association of that index) · fill ADDRESS MATRICES PORTS ASSOCIATIONS
 /// (publishes in each matrix PORTS sources and destinations, ASSOCIATIONS associations on each side, and routes, named
-/// by their indexes) · route ADDRESS DEST SOURCE · protect ADDRESS INDEX · stream PERIOD_MS ADDRESS… (for each address,
-/// increments the source of destination 0 and renames source 0, until the next stream) · readers · answer
-/// complete|echo|refuse REASON|none|progress COUNT PERIOD_MS (only `complete` changes the route).
-/// Events: request ADDRESS DEST SOURCE · readers COUNT (the readers that match the writer of sources).
+/// by their indexes) · route ADDRESS DEST SOURCE · answer complete|refuse REASON|progress COUNT PERIOD_MS (only
+/// `complete` changes the route).
+/// Events: request ADDRESS DEST SOURCE.
 std::unique_ptr<Role> make_router(TessivarDDS::DDSDomain* domain);
 
 /// A controller of routers.
-/// Commands: create · subscribe ADDRESS… · set ADDRESS DEST SOURCE (waits for the last reply) · flood ADDRESS FIRST
-/// COUNT WINDOW (routes to the destinations from FIRST on) · count (counts the later samples and does not report them)
-/// · await SOURCES DESTINATIONS SOURCE_ASSOCIATIONS DESTINATION_ASSOCIATIONS ROUTES (waits until these numbers of
-/// different samples were counted) · clean-up (resets the controller to its initial state).
+/// Commands: create · subscribe ADDRESS… · set ADDRESS DEST SOURCE (waits for the last reply) · count (counts the later
+/// samples and does not report them) · await SOURCES DESTINATIONS SOURCE_ASSOCIATIONS DESTINATION_ASSOCIATIONS ROUTES
+/// (waits until these numbers of different samples were counted).
 /// Events: router-added ADDRESS NAME · router-removed ADDRESS · source|destination|source-association|
-/// destination-association ADDRESS INDEX NAME · protected ADDRESS INDEX · route ADDRESS DEST SOURCE · result RESULT
-/// [REASON], for each reply · set RESULT, -1 without one · begun · flood COMPLETED LOST FOREIGN REFUSED · misnamed
-/// COUNT, with await.
+/// destination-association ADDRESS INDEX NAME · route ADDRESS DEST SOURCE · result RESULT [REASON], for each reply ·
+/// set RESULT, -1 without one · misnamed COUNT, with await.
 std::unique_ptr<Role> make_controller(TessivarDDS::DDSDomain* domain);
 
 }  // namespace tessivar::testing

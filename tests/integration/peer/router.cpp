@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "peer/roles.h"
+#include "tessivar/routing/message_helper.h"
 #include "tessivar/routing/services.h"
 
 #include <chrono>
@@ -13,27 +14,10 @@ namespace {
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
+using Helper = RoutingMessageHelper;
 
-template <class Sample>
-DDSPtr<Sample> make(const std::string& unit) {
-  DDSPtr<Sample> sample(TypeOf<Sample>::TypeSupport::create_data());
-  DDS_String_replace(&sample->unitId, unit.c_str());
-  return sample;
-}
-
-/// Publishes a source, destination or association.
-template <class Sample>
-bool publish(DDSRouterNode<Sample>* node, const std::string& unit, unsigned matrix, unsigned index,
-             const std::string& name) {
-  const auto sample = make<Sample>(unit);
-  sample->matrix = static_cast<MatrixIndex>(matrix);
-  sample->index = index;
-  DDS_String_replace(&sample->name, name.c_str());
-  if constexpr (requires { sample->port_indexes; }) {
-    sample->port_indexes.length(1);
-    sample->port_indexes[0] = index;
-  }
-  return node->writeSample(sample);
+AddressEx address(const std::string& text) {
+  return AddressEx(text.c_str());
 }
 
 class RouterDevice : public Role,
@@ -45,7 +29,6 @@ class RouterDevice : public Role,
     services_.routingService()->setListener(this);
   }
   ~RouterDevice() override {
-    stream_ = {};
     progress_ = {};
     services_.cleanUp();
   }
@@ -58,9 +41,6 @@ class RouterDevice : public Role,
     if (verb == "port") return publishAll(words.at(1), 0, number(words.at(2)), words.at(3));
     if (verb == "fill") return fill(words.at(1), number(words.at(2)), number(words.at(3)), number(words.at(4)));
     if (verb == "route") return route(words.at(1), 0, number(words.at(2)), number(words.at(3)));
-    if (verb == "protect") return protect(words.at(1), number(words.at(2)));
-    if (verb == "stream") return stream(words);
-    if (verb == "readers") return readers();
     if (verb == "answer") return answer_.set(words);
     return false;
   }
@@ -70,46 +50,35 @@ class RouterDevice : public Role,
     event("request", wanted.unitId, wanted.dest_index, wanted.source_index);
     const Words answer = answer_.get();
     const std::string& kind = answer.at(0);
-    if (kind == "none") return nullptr;
-    if (kind == "refuse") return reply(FAILED, answer.at(1).c_str());
-    if (kind == "echo") return reply(COMPLETE, std::to_string(wanted.dest_index).c_str());
-    if (kind == "progress") return beginProgress(*request, std::stoi(answer.at(1)), std::stoi(answer.at(2)));
+    if (kind == "refuse") return Helper::createReply(request, FAILED, answer.at(1).c_str());
+    if (kind == "progress") return beginProgress(request, std::stoi(answer.at(1)), std::stoi(answer.at(2)));
     route(wanted.unitId, wanted.matrix_index, wanted.dest_index, wanted.source_index);
-    return reply(COMPLETE, nullptr);
+    return Helper::createReply(request, COMPLETE, nullptr);
   }
 
  private:
-  static AssociationRouteChangeReply* reply(RequestResult result, const char* reason) {
-    AssociationRouteChangeReply* reply = AssociationRouteChangeReplyTypeSupport::create_data();
-    reply->result = result;
-    if (reason) {
-      reply->ex = AssociationRouteChangeExceptionInfoPluginSupport_create_data();
-      DDS_String_replace(&reply->ex->message, reason);
-    }
-    return reply;
-  }
-
   bool announce(const std::string& unit, const std::string& name) {
-    const auto router = make<Router>(unit);
-    DDS_String_replace(&router->name, name.c_str());
-    router->matrices.length(1);
-    router->matrices[0].levels.length(1);
+    const DDSPtr router(Helper::createRouter(address(unit), name));
+    Helper::addLevel(Helper::addMatrix(router.get(), "", 0, 0), "", 0, 0);
     return services_.routerNode()->writeSample(router);
   }
 
   bool withdraw(const std::string& unit) {
-    RouterDataWriter* writer = services_.routerNode()->dataWriter();
-    const auto key = make<Router>(unit);
-    return writer->dispose(*key, writer->lookup_instance(*key)) == DDS_RETCODE_OK;
+    const DDSPtr key(Helper::createRouter(address(unit), ""));
+    return services_.routerNode()->dataWriter()->dispose(*key, DDS_HANDLE_NIL) == DDS_RETCODE_OK;
   }
 
   bool publishPorts(const std::string& unit, unsigned matrix, unsigned index, const std::string& name) {
-    return publish(services_.sourcesNode(), unit, matrix, index, name) &&
-           publish(services_.destinationsNode(), unit, matrix, index, name);
+    const auto in = static_cast<MatrixIndex>(matrix);
+    return services_.sourcesNode()->writeSample(Helper::createSource(address(unit), in, 0, index, name), true) &&
+           services_.destinationsNode()->writeSample(
+               Helper::createDestination(address(unit), in, 0, index, name, false), true);
   }
   bool publishAssociations(const std::string& unit, unsigned matrix, unsigned index, const std::string& name) {
-    return publish(services_.sourceAssociations(), unit, matrix, index, name) &&
-           publish(services_.destinationAssociations(), unit, matrix, index, name);
+    const DDSPtr sample(
+        Helper::createAssociation(address(unit), static_cast<MatrixIndex>(matrix), index, {index}, name));
+    return services_.sourceAssociations()->writeSample(sample) &&
+           services_.destinationAssociations()->writeSample(sample);
   }
   bool publishAll(const std::string& unit, unsigned matrix, unsigned index, const std::string& name) {
     return publishPorts(unit, matrix, index, name) && publishAssociations(unit, matrix, index, name);
@@ -126,65 +95,24 @@ class RouterDevice : public Role,
   }
 
   bool route(const std::string& unit, unsigned matrix, unsigned destination, unsigned source) {
-    const auto route = make<AssociationRoute>(unit);
-    route->matrix_index = static_cast<MatrixIndex>(matrix);
-    route->dest_index = destination;
-    route->source_index = source;
-    return services_.routingService()->valueNode().writeSample(route);
+    return services_.routingService()->valueNode().writeSample(
+        Helper::createRoute(address(unit), static_cast<MatrixIndex>(matrix), source, destination), true);
   }
 
-  bool protect(const std::string& unit, unsigned index) {
-    const auto destination = make<Destination>(unit);
-    destination->index = index;
-    destination->protect = DDS_BOOLEAN_TRUE;
-    return services_.destinationsNode()->writeSample(destination);
-  }
-
-  bool stream(const Words& words) {
-    stream_ = {};
-    if (words.size() < 2) return true;
-    stream_ = std::jthread([this, words](const std::stop_token& stop) {
-      for (unsigned value = 0; !stop.stop_requested(); ++value) {
-        for (std::size_t i = 2; i < words.size(); ++i) {
-          route(words[i], 0, 0, value);
-          publish(services_.sourcesNode(), words[i], 0, 0, std::to_string(value));
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(words[1])));
-      }
-    });
-    return true;
-  }
-
-  bool readers() {
-    DDS_PublicationMatchedStatus status;
-    if (services_.sourcesNode()->dataWriter()->get_publication_matched_status(status) != DDS_RETCODE_OK) return false;
-    event("readers", status.current_count);
-    return true;
-  }
-
-  /// A reply that is sent later.
-  static DDSPtr<AssociationRouteChangeReply> addressed(const AssociationRouteChangeRequest& request,
-                                                       AssociationRouteChangeReply* reply) {
-    DDSPtr made(reply);
-    made->changeguid.copy(request.changeguid);
-    made->ticketId = request.ticketId;
-    return made;
-  }
-
-  AssociationRouteChangeReply* beginProgress(const AssociationRouteChangeRequest& request, int count, int period) {
-    progress_ = std::jthread([this, count, period, progress = addressed(request, reply(IN_PROGRESS, nullptr)),
-                              done = addressed(request, reply(COMPLETE, nullptr))](const std::stop_token& stop) {
+  AssociationRouteChangeReply* beginProgress(const AssociationRouteChangeRequest* request, int count, int period) {
+    const DDSPtr progress(Helper::createReply(request, IN_PROGRESS, nullptr));
+    const DDSPtr done(Helper::createReply(request, COMPLETE, nullptr));
+    progress_ = std::jthread([=, this](const std::stop_token& stop) {
       for (int i = 0; i <= count && !stop.stop_requested(); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(period));
         services_.routingService()->replyNode().writeSample(i < count ? progress : done);
       }
     });
-    return reply(PENDING, nullptr);
+    return Helper::createReply(request, PENDING, nullptr);
   }
 
   RoutingServices services_;
   Answer answer_;
-  std::jthread stream_;
   std::jthread progress_;
 };
 
