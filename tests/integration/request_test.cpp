@@ -54,9 +54,9 @@ TEST_F(CommandRequestTest, EndsWithTheReplyOfTheDevice) {
   EXPECT_TRUE(client().sees("reason tally"));
 
   // Each interim reply restarts the timeout.
-  ASSERT_TRUE(device().does("answer progress 6 500"));
-  ASSERT_TRUE(client().does("set 0001:02:0A 1 44 2000"));
-  EXPECT_GE(spent(client().event("set true")), 3500) << client().transcript();
+  ASSERT_TRUE(device().does("answer progress 6 300"));
+  ASSERT_TRUE(client().does("set 0001:02:0A 1 44 1500"));
+  EXPECT_GE(spent(client().event("set true")), 1600) << client().transcript();
 
   ASSERT_TRUE(device().does("answer none"));
   ASSERT_TRUE(client().does("set 0001:02:0A 1 45 500"));
@@ -83,13 +83,6 @@ TEST_F(CommandRequestTest, TwoClientsReceiveOnlyTheirOwnReplies) {
   other.begin("flood 0001:02:0A 2000000 2000 50");
   EXPECT_TRUE(client().sees("flood 2000 0 0", long_time));
   EXPECT_TRUE(other.sees("flood 2000 0 0", long_time));
-}
-
-TEST_F(CommandRequestTest, TenThousandPendingRequestsLoseNone) {
-  start();
-  ASSERT_TRUE(device().does("answer echo"));
-  client().begin("flood 0001:02:0A 1 10000 10000");
-  EXPECT_TRUE(client().sees("flood 10000 0 0", long_time)) << client().transcript();
 }
 
 TEST_F(CommandRequestTest, PausedDeviceRepliesToAllRequestsLater) {
@@ -121,16 +114,6 @@ TEST_F(CommandRequestTest, IsNotProcessedAfterItsLifespan) {
   ASSERT_TRUE(client().does("set 0001:02:0A 1 43 20000"));
   EXPECT_TRUE(device().sees("request 0001:02:0A 1 43"));
   EXPECT_TRUE(device().saw_nothing_of("request 0001:02:0A 1 42"));
-}
-
-TEST_F(CommandRequestTest, TimesOutIfTheDeviceIsKilled) {
-  start();
-  ASSERT_TRUE(device().does("answer none"));
-  client().begin("set 0001:02:0A 1 42 1500");
-  ASSERT_TRUE(device().sees("request 0001:02:0A 1 42"));
-  device().kill();
-  EXPECT_GE(spent(client().event("set false")), 1500) << client().transcript();
-  EXPECT_TRUE(client().sees("unit-removed 0001:02:0A"));
 }
 
 }  // namespace
