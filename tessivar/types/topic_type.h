@@ -28,7 +28,7 @@
 #pragma once
 
 #include "tessivar/types/core/detail/core_tables.h"
-#include "tessivar/types/family/define.h"
+#include "tessivar/types/family/type_support_impl.h"
 
 /// Defines all functions and classes of the topic type T of NAMESPACE. Place it outside all namespaces, after the
 /// table, in one .cpp file.

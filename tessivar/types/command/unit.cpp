@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "tessivar/types/command/internal/command_tables.h"
-#include "tessivar/types/family/define.h"
+#include "tessivar/types/family/type_support_impl.h"
 
 namespace Tessivar {
 

@@ -3,7 +3,7 @@
 // The core types of module Tessivar. The types of the other modules use them.
 #pragma once
 
-#include "tessivar/types/declare.h"
+#include "tessivar/types/type_support.h"
 
 namespace Tessivar {
 

@@ -6,9 +6,9 @@
 // one for each kind. The overload for a structure walks over the table of the structure. The members of a type are
 // stated only in its table.
 //
-// Adding a type needs: a structure and a macro of declare.h in MODULE.h; a table in internal/MODULE_tables.h; macros of
-// define.h in a .cpp file of the module; the type in MODULE.idl; a line in tests/types/any_type/, with which every test
-// covers the type.
+// Adding a type needs: a structure and a macro of type_support.h in MODULE.h; a table in internal/MODULE_tables.h;
+// macros of type_support_impl.h in a .cpp file of the module; the type in MODULE.idl; a line in tests/types/any_type/,
+// with which every test covers the type.
 #pragma once
 
 #include "tessivar/platform/sequence.h"

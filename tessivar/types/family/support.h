@@ -4,9 +4,9 @@
 // samples.
 #pragma once
 
-#include "tessivar/types/family/describe.h"
 #include "tessivar/types/family/memory.h"
 #include "tessivar/types/family/print_sample.h"
+#include "tessivar/types/family/type_codes.h"
 
 #include <cstring>
 #include <exception>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tessivar/types/family/define.h"
+#include "tessivar/types/family/type_support_impl.h"
 #include "tessivar/types/logging/internal/logging_tables.h"
 
 namespace Tessivar_Logging {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Defines what declare.h declares: each named function calls the function for the kind of its type. Each type needs one
-// macro, in the namespace of the type. `K` is the kind of the type.
+// Macros that define the functions and classes of type_support.h: each named function calls the function for the kind
+// of its type. Each type needs one macro, in the namespace of the type. `K` is the kind of the type.
 #pragma once
 
 #include "tessivar/platform/detail/member_count.h"
-#include "tessivar/types/declare.h"
 #include "tessivar/types/family/plugin.h"
 #include "tessivar/types/family/typed_entity_impl.h"
+#include "tessivar/types/type_support.h"
 
 #define TESSIVAR_DEFINE_SAMPLE_FUNCTIONS(T, K)                                                         \
   int T##_initialize(T* sample) {                                                                      \
