@@ -52,7 +52,7 @@ void remove(AtomicOwner<Node>& node) {
 /// The state that copies of RoutingServices share.
 class RoutingServices::State {
  public:
-  explicit State(std::shared_ptr<ReportBook> its_book) : book(std::move(its_book)) {}
+  explicit State(std::shared_ptr<ReportBook> reports) : book(std::move(reports)) {}
 
   /// Calls `create` in a turn with the gate closed. Without a domain, and in a callback, logs one line and returns
   /// false.

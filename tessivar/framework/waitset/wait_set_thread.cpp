@@ -137,7 +137,7 @@ void WaitSetThread::run() {
     return;
   }
   struct Running {
-    explicit Running(WaitSetThread& its_thread) : thread(its_thread) {
+    explicit Running(WaitSetThread& owner) : thread(owner) {
       thread.running_ = true;
       thread.thread_ = std::this_thread::get_id();
       current_thread = &thread;
@@ -213,7 +213,7 @@ bool WaitSetThread::serve(DDSCondition* condition) {
   {
     // Not a ScopedLock, because a ScopedLock delays the messages of the runner.
     struct Serving {
-      explicit Serving(WaitSetThread& its_thread) : thread(its_thread) {
+      explicit Serving(WaitSetThread& owner) : thread(owner) {
         thread.runnersLock_.lock(-1);
         thread.serving_ = std::this_thread::get_id();
       }

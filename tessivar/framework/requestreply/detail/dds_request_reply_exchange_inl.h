@@ -87,7 +87,7 @@ typename DDSRequestReplyNode<Req, Rep>::Ticket DDSRequestReplyNode<Req, Rep>::ma
                                                                                           RequestFailure& failure) {
   const UseGate::Use use(gate_);
   Ticket ticket = send(request, failure, use.open());
-  ++(ticket ? counters_.requestsSent : counters_.requestsNotSent);
+  (ticket ? counters_.requestsSent : counters_.requestsNotSent).add();
   return ticket;
 }
 
@@ -137,7 +137,7 @@ bool DDSRequestReplyNode<Req, Rep>::keepTicket(const Ticket& ticket, const Req& 
   if (!pendingTickets_.append(ticket, maxPendingTickets_, evicted)) return false;
   recentUnits_.remember(guid_, request.ticketId, detail::unitOf(request));
   if (evicted) {
-    ++counters_.ticketsEvicted;
+    counters_.ticketsEvicted.add();
     logDebug() << where() << "Evicted ticket " << evicted->ticketId << " for unit "
                << recentUnits_.find(guid_, evicted->ticketId) << ", last answered by "
                << requestPeerText(evicted->sampleInfo->publication_handle) << ": " << maxPendingTickets_
@@ -201,10 +201,10 @@ void DDSRequestReplyNode<Req, Rep>::dispatch(const Rep& reply, const DDS_SampleI
     return signature("void ",
                      "dispatch(const class " + std::string(TypeOf<Rep>::name()) + " &,const struct DDS_SampleInfo &)");
   };
-  ++counters_.repliesReceived;
+  counters_.repliesReceived.add();
   const Ticket ticket = pendingTickets_.find(reply.ticketId);
   if (!ticket) {
-    ++counters_.repliesWithoutTicket;
+    counters_.repliesWithoutTicket.add();
     logDebug() << where() << "Dropped a reply to ticket " << reply.ticketId << " for unit "
                << recentUnits_.find(guid_, reply.ticketId) << " from " << requestPeerText(info.publication_handle)
                << ": the ticket is not pending.";
@@ -225,7 +225,7 @@ template <class Req, class Rep>
 void DDSRequestReplyNode<Req, Rep>::dispatch(const Req& request, const DDS_SampleInfo& info) {
   if (!serverSide()) return;
   if (role_ == RequestReplyRole::Both && ignoreOwnRequests_ && requestGuidsEqual(request.changeguid, guid_)) return;
-  ++counters_.requestsReceived;
+  counters_.requestsReceived.add();
   if (expired(request, info)) return;
   recentUnits_.remember(request.changeguid, request.ticketId, detail::unitOf(request));
   Rep* reply = nullptr;
@@ -240,7 +240,7 @@ bool DDSRequestReplyNode<Req, Rep>::expired(const Req& request, const DDS_Sample
   const std::int64_t now = std::chrono::system_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
   const std::int64_t age = now - tessivar::platform::to_nanoseconds(info.source_timestamp);
   if (age <= requestLifespan_) return false;
-  ++counters_.requestsExpired;
+  counters_.requestsExpired.add();
   logDebug() << signature("bool ", "expired(const class " + std::string(TypeOf<Req>::name()) +
                                        " &,const struct DDS_SampleInfo &)")
              << "Dropped the request of ticket " << request.ticketId << " for unit " << detail::unitOf(request)
@@ -269,7 +269,7 @@ bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
   }
   const DDS_ReturnCode_t code = open ? replyNode_.tryWriteSample(reply.get()) : DDS_RETCODE_PRECONDITION_NOT_MET;
   if (code != DDS_RETCODE_OK) {
-    ++counters_.repliesNotSent;
+    counters_.repliesNotSent.add();
     if (!reply) return false;
     logDebug() << signature("bool ", "sendReply(const class TessivarDDS::DDSPtr<class " +
                                          std::string(TypeOf<Rep>::name()) + "> &)")
@@ -278,12 +278,12 @@ bool DDSRequestReplyNode<Req, Rep>::sendReply(const DDSPtr<Rep>& reply) {
                << requestGuidToText(reply->changeguid) << ": return code " << code << '.';
     return false;
   }
-  ++counters_.repliesSent;
+  counters_.repliesSent.add();
   // Each client that received a reply is an instance of the reply writer. The writer keeps the replies of an instance
   // until the instance is unregistered.
   const std::string forgotten = recentClients_.answered(requestGuidToText(reply->changeguid));
   if (forgotten.empty()) return true;
-  ++counters_.clientsForgotten;
+  counters_.clientsForgotten.add();
   logDebug() << signature("bool ", "sendReply(const class TessivarDDS::DDSPtr<class " +
                                        std::string(TypeOf<Rep>::name()) + "> &)")
              << "Replies to " << forgotten << " are no longer kept: " << detail::remembered_clients

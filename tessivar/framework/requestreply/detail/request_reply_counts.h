@@ -3,7 +3,8 @@
 // The counters of a request/reply node.
 #pragma once
 
-#include <atomic>
+#include "tessivar/platform/detail/counters.h"
+
 #include <cstdint>
 
 namespace TessivarDDS {
@@ -36,24 +37,15 @@ struct RequestReplyCounts {
   std::uint64_t clientsForgotten = 0;
 };
 
-/// A counter that any thread increments.
-class RelaxedCount {
- public:
-  void operator++() { value_.fetch_add(1, std::memory_order_relaxed); }
-  operator std::uint64_t() const { return value_.load(std::memory_order_relaxed); }
-
- private:
-  std::atomic<std::uint64_t> value_{0};
-};
-
 /// The counters behind RequestReplyCounts.
 struct RequestReplyCounters {
-  RelaxedCount requestsSent, requestsNotSent, repliesReceived, repliesWithoutTicket, ticketsEvicted;
-  RelaxedCount requestsReceived, requestsExpired, repliesSent, repliesNotSent, clientsForgotten;
+  tessivar::platform::Count requestsSent, requestsNotSent, repliesReceived, repliesWithoutTicket, ticketsEvicted;
+  tessivar::platform::Count requestsReceived, requestsExpired, repliesSent, repliesNotSent, clientsForgotten;
 
   RequestReplyCounts read(std::uint64_t ticketsPending) const {
-    return {requestsSent,     requestsNotSent, repliesReceived, repliesWithoutTicket, ticketsEvicted,  ticketsPending,
-            requestsReceived, requestsExpired, repliesSent,     repliesNotSent,       clientsForgotten};
+    return {requestsSent.get(),   requestsNotSent.get(), repliesReceived.get(),  repliesWithoutTicket.get(),
+            ticketsEvicted.get(), ticketsPending,        requestsReceived.get(), requestsExpired.get(),
+            repliesSent.get(),    repliesNotSent.get(),  clientsForgotten.get()};
   }
 };
 
