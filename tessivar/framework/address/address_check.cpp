@@ -3,18 +3,16 @@
 #include "tessivar/framework/address/address_check.h"
 
 #include "tessivar/framework/log/logger.h"
+#include "tessivar/platform/detail/immortal.h"
+#include "tessivar/platform/detail/reported_texts.h"
 
 #include <algorithm>
-#include <mutex>
-#include <set>
-#include <string>
 #include <string_view>
 
 namespace TessivarDDS {
 namespace {
 
 constexpr std::string_view form = "0000:00:00";
-constexpr std::size_t most_remembered = 1024;
 
 bool isCanonical(std::string_view text) {
   return text.size() == form.size() && std::equal(text.begin(), text.end(), form.begin(), [](char c, char place) {
@@ -22,12 +20,9 @@ bool isCanonical(std::string_view text) {
          });
 }
 
-bool isFirst(const char* text) {
-  static std::mutex& mutex = *new std::mutex;  // never destroyed: static objects may call this after main()
-  static std::set<std::string>& reported = *new std::set<std::string>;
-  const std::lock_guard lock(mutex);
-  if (reported.size() >= most_remembered) reported.clear();
-  return reported.emplace(text).second;
+tessivar::platform::ReportedTexts& warnings() {
+  static tessivar::platform::Immortal<tessivar::platform::ReportedTexts> all;
+  return *all;
 }
 
 }  // namespace
@@ -35,7 +30,7 @@ bool isFirst(const char* text) {
 void checkAddress(const char* signature, const AddressEx& address) noexcept {
   const char* const text = address.guid();
   try {
-    if (isCanonical(text) || !isFirst(text)) return;
+    if (isCanonical(text) || !warnings().add(text)) return;
     LogRecord record = logWarning();
     record << signature << " \"" << text << "\" is not the address of a unit";
     if (address.packed() != 0)

@@ -2,7 +2,9 @@
 
 #include "tessivar/platform/qos/profiles.h"
 
+#include "tessivar/platform/detail/immortal.h"
 #include "tessivar/platform/detail/log.h"
+#include "tessivar/platform/detail/reported_texts.h"
 #include "tessivar/platform/qos/embedded_profiles.h"
 #include "tessivar/platform/qos/profiles_xml.h"
 #include "tessivar/platform/system/guarded.h"
@@ -16,8 +18,6 @@
 #include <functional>
 #include <iterator>
 #include <map>
-#include <mutex>
-#include <set>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -76,13 +76,10 @@ bool check_named(const QosProfilesXml& xml, pugi::xml_node node, std::string_vie
   return true;
 }
 
-/// Returns true if this line was not logged before. The same profiles may be read many times; each warning is logged
-/// once.
-bool is_first(const std::string& line) {
-  static std::mutex& mutex = *new std::mutex;
-  static std::set<std::string>& logged = *new std::set<std::string>;
-  const std::lock_guard lock(mutex);
-  return logged.insert(line).second;
+/// The same profiles may be read many times; each warning is logged once.
+ReportedTexts& warnings() {
+  static Immortal<ReportedTexts> all;
+  return *all;
 }
 
 }  // namespace
@@ -176,7 +173,7 @@ void QosProfiles::Impl::warn_of_unused() const {
     std::string text;
     profile.xml->fail(profile.node, "nothing in the library asks for profile \"" + key + "\"; it asks for " + names,
                       text);
-    if (is_first(text)) log(LogLevel::warning, "QosProfiles", text);
+    if (warnings().add(text)) log(LogLevel::warning, "QosProfiles", text);
   }
 }
 
