@@ -52,6 +52,13 @@ enum DDS_ReturnCode_t {
 
 typedef DDS_Long DDS_DomainId_t;
 
+namespace tessivar::platform {
+
+/// Participants of a domain with a higher id have no valid ports (DDSI-RTPS 2.3, 9.6.1.1).
+constexpr DDS_DomainId_t highest_domain_id = 232;
+
+}  // namespace tessivar::platform
+
 /// A 16-octet RTPS key hash (DDSI-RTPS 2.3, 9.6.3.8). `length` is 16 if the hash is set, otherwise 0.
 struct DDS_KeyHash_t {
   DDS_Octet value[16];

@@ -15,7 +15,6 @@
 namespace TessivarDDS {
 namespace {
 
-constexpr int highest_domain_id = 232;  // DDSI-RTPS 2.3, 9.6.1.1: a higher domain id has no ports
 constexpr const char* multicast_property = "dds.transport.UDPv4.builtin.multicast_enabled";
 constexpr const char* interfaces_property = "dds.transport.UDPv4.builtin.parent.allow_interfaces";
 constexpr const char* allowed_types_property = "tessivarddscore.allowed_participant_types";
@@ -113,8 +112,9 @@ bool DDSDomain::createDomainParticipant(int domainId, std::vector<std::string> q
 
 bool DDSDomain::createDomainParticipant(int domainId, const DDS_DomainParticipantQos& qos, bool enable) {
   if (refusedBecauseCreated(create_signature)) return false;
-  if (domainId < 0 || domainId > highest_domain_id) {
-    logError() << create_signature << " Domain id " << domainId << " is not within 0 to " << highest_domain_id;
+  if (domainId < 0 || domainId > tessivar::platform::highest_domain_id) {
+    logError() << create_signature << " Domain id " << domainId << " is not within 0 to "
+               << tessivar::platform::highest_domain_id;
     return false;
   }
   logDebug() << create_signature << "Creating domain participant on domain " << domainId;

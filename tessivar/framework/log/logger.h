@@ -9,6 +9,7 @@
 // is "DDSDataWriter::enable: text"; a message of the engine is "engine: text".
 #pragma once
 
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/export.h"
 
 #include <memory>
@@ -20,10 +21,10 @@ namespace TessivarDDS {
 
 /// The severity of a message. Each level is one bit. A message has exactly one level.
 enum LogLevel : int {
-  LogDebug = 1,    ///< progress
-  LogInfo = 2,     ///< information
-  LogWarning = 4,  ///< a fault that the library recovers from
-  LogError = 8,    ///< a failure
+  LogDebug = static_cast<int>(tessivar::platform::LogLevel::debug),      ///< 1: progress
+  LogInfo = static_cast<int>(tessivar::platform::LogLevel::info),        ///< 2: information
+  LogWarning = static_cast<int>(tessivar::platform::LogLevel::warning),  ///< 4: a fault that the library recovers from
+  LogError = static_cast<int>(tessivar::platform::LogLevel::error),      ///< 8: a failure
 };
 
 /// Receives the messages. To write messages to a file, a window or a system log, derive a class from it and install it

@@ -11,8 +11,6 @@
 namespace tessivar::platform::cyclone {
 namespace {
 
-constexpr DDS_DomainId_t highest_domain = 232;  // DDSI-RTPS 2.3, 9.6.1.1: ports end at 65535
-
 std::string element(const char* name, const std::string& content) {
   return std::string("<") + name + ">" + content + "</" + name + ">";
 }
@@ -87,8 +85,9 @@ std::string xml_escaped(const std::string& text) {
 }
 
 std::optional<std::string> engine_configuration(const EngineParticipantConfig& config, std::string& error) {
-  if (config.domain_id < 0 || config.domain_id > highest_domain) {
-    error = "domain id " + std::to_string(config.domain_id) + " is not within 0 to " + std::to_string(highest_domain);
+  if (config.domain_id < 0 || config.domain_id > highest_domain_id) {
+    error =
+        "domain id " + std::to_string(config.domain_id) + " is not within 0 to " + std::to_string(highest_domain_id);
     return std::nullopt;
   }
   if (!is_usable("the participant's lease", config.lease_duration, error) ||

@@ -14,7 +14,7 @@
 
 namespace tessivar::platform {
 
-/// The levels, with the same values as the framework's LogLevel.
+/// The levels. The framework's LogLevel takes its values from here.
 enum class LogLevel { debug = 1, info = 2, warning = 4, error = 8 };
 
 /// Returns the lowest level that is logged; 0: nothing, 15: everything. It is the first of these that exists: the value
@@ -42,5 +42,13 @@ TESSIVAR_API void log(LogLevel level, std::string_view context, std::string_view
 /// The same for a text in several parts. log_joined() joins them; if memory is short, the line is lost, but nothing is
 /// thrown.
 TESSIVAR_API void log_joined(LogLevel level, std::string_view context, std::initializer_list<std::string_view> parts);
+
+/// Logs an error line and returns `result`, for an operation that refuses its arguments or its state:
+/// `return refuse("DDSDataWriter::write", "null sample", DDS_RETCODE_BAD_PARAMETER);`
+template <class Result>
+Result refuse(std::string_view context, std::string_view text, Result result) {
+  log(LogLevel::error, context, text);
+  return result;
+}
 
 }  // namespace tessivar::platform

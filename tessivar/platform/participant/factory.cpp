@@ -15,34 +15,26 @@
 #include <string>
 #include <vector>
 
-using tessivar::platform::log;
-using tessivar::platform::LogLevel;
+using tessivar::platform::highest_domain_id;
 using tessivar::platform::ProfileStore;
 using tessivar::platform::QosProfiles;
+using tessivar::platform::refuse;
 
 namespace {
-
-constexpr DDS_DomainId_t highest_domain_id = 232;  // a higher id has no valid ports (DDSI-RTPS 2.3, 9.6.1.1)
-
-std::string place(const char* operation) {
-  return std::string("DDSDomainParticipantFactory::") + operation;
-}
 
 /// Implements the …_from_profile operations.
 template <class Qos>
 DDS_ReturnCode_t from_profile(const char* operation, Qos& qos, const char* library, const char* profile,
                               bool (QosProfiles::*lookup)(const char*, const char*, Qos&, std::string&) const) {
   if (!library || !profile) {
-    log(LogLevel::error, place(operation), "the name of library or profile is missing");
-    return DDS_RETCODE_BAD_PARAMETER;
+    return refuse(operation, "the name of library or profile is missing", DDS_RETCODE_BAD_PARAMETER);
   }
   std::string error;
   const bool found = ProfileStore::instance().ask(error, [&](const QosProfiles& profiles, std::string& reason) {
     return (profiles.*lookup)(library, profile, qos, reason);
   });
   if (found) return DDS_RETCODE_OK;
-  log(LogLevel::error, place(operation), error);
-  return DDS_RETCODE_ERROR;
+  return refuse(operation, error, DDS_RETCODE_ERROR);
 }
 
 }  // namespace
@@ -67,11 +59,11 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(DDS_Domain
                                                                       const DDS_DomainParticipantQos& qos,
                                                                       DDSDomainParticipantListener* listener,
                                                                       DDS_StatusMask mask) {
-  const auto refuse = [&](const std::string& text) {
-    log(LogLevel::error, place("create_participant"), "domain " + std::to_string(domain_id) + ": " + text);
-    return nullptr;
-  };
-  if (domain_id < 0 || domain_id > highest_domain_id) return refuse("domain ids are 0 to 232");
+  constexpr const char* operation = "DDSDomainParticipantFactory::create_participant";
+  const std::string title = "domain " + std::to_string(domain_id) + ": ";
+  if (domain_id < 0 || domain_id > highest_domain_id) {
+    return refuse(operation, title + "domain ids are 0 to " + std::to_string(highest_domain_id), nullptr);
+  }
   DDS_DomainParticipantQos own;
   if (&qos == &DDS_PARTICIPANT_QOS_DEFAULT) {
     if (get_default_participant_qos(own) != DDS_RETCODE_OK) return nullptr;
@@ -80,7 +72,9 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(DDS_Domain
   }
   tessivar::platform::EngineParticipantConfig config;
   std::string error;
-  if (tessivar::platform::make_config(domain_id, own, config, error) != DDS_RETCODE_OK) return refuse(error);
+  if (tessivar::platform::make_config(domain_id, own, config, error) != DDS_RETCODE_OK) {
+    return refuse(operation, title + error, nullptr);
+  }
 
   auto* participant = new DDSDomainParticipant(std::make_unique<DDSDomainParticipant::Impl>(domain_id, own));
   participant->set_listener(listener, mask);
@@ -154,24 +148,28 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::set_default_participant_qos(const 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_participant_qos_from_profile(DDS_DomainParticipantQos& qos,
                                                                                const char* library,
                                                                                const char* profile) {
-  return from_profile("get_participant_qos_from_profile", qos, library, profile, &QosProfiles::participant);
+  return from_profile("DDSDomainParticipantFactory::get_participant_qos_from_profile", qos, library, profile,
+                      &QosProfiles::participant);
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_topic_qos_from_profile(DDS_TopicQos& qos, const char* library,
                                                                          const char* profile) {
-  return from_profile("get_topic_qos_from_profile", qos, library, profile, &QosProfiles::topic);
+  return from_profile("DDSDomainParticipantFactory::get_topic_qos_from_profile", qos, library, profile,
+                      &QosProfiles::topic);
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_datawriter_qos_from_profile(DDS_DataWriterQos& qos,
                                                                               const char* library,
                                                                               const char* profile) {
-  return from_profile("get_datawriter_qos_from_profile", qos, library, profile, &QosProfiles::datawriter);
+  return from_profile("DDSDomainParticipantFactory::get_datawriter_qos_from_profile", qos, library, profile,
+                      &QosProfiles::datawriter);
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_datareader_qos_from_profile(DDS_DataReaderQos& qos,
                                                                               const char* library,
                                                                               const char* profile) {
-  return from_profile("get_datareader_qos_from_profile", qos, library, profile, &QosProfiles::datareader);
+  return from_profile("DDSDomainParticipantFactory::get_datareader_qos_from_profile", qos, library, profile,
+                      &QosProfiles::datareader);
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::reload_profiles() {

@@ -3,6 +3,7 @@
 #include "tessivar/platform/participant.h"
 
 #include "tessivar/platform/detail/callback.h"
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/participant_config.h"
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"
@@ -93,7 +94,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   {
     const std::lock_guard lock(mutex);
     result = tessivar::platform::make_config(domain_id, qos, config, error);
-    if (result != DDS_RETCODE_OK) return refuse("enable", error, result);
+    if (result != DDS_RETCODE_OK) return refuse("DDSDomainParticipant::enable", error, result);
     starting = true;
     enables_contained = qos.entity_factory.autoenable_created_entities;
   }
@@ -114,7 +115,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   }
   changed.notify_all();
   if (result != DDS_RETCODE_OK) {
-    return refuse("enable", "domain " + std::to_string(domain_id) + ": " + error, result);
+    return refuse("DDSDomainParticipant::enable", "domain " + std::to_string(domain_id) + ": " + error, result);
   }
   if (!enables_contained) return DDS_RETCODE_OK;
 
@@ -167,7 +168,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
   const auto compiled =
       CompiledFilter::compile(impl.filter, impl.expression, parameters, impl.topic.impl().type, result);
   if (!compiled) {
-    return refuse("set_expression_parameters",
+    return refuse("DDSDomainParticipant::set_expression_parameters",
                   "topic \"" + impl.name + "\": filter \"" + impl.filter_name + "\" refused its parameters", result);
   }
 

@@ -39,7 +39,7 @@ bool consume(std::string_view& text, std::string_view prefix) {
 
 std::optional<Peer> parse_peer(std::string_view text, std::string& error) {
   const std::string quoted = '"' + std::string(text) + '"';
-  const auto refuse = [&](const char* reason) {
+  const auto invalid = [&](const char* reason) {
     error = "peer " + quoted + ": " + reason;
     return std::nullopt;
   };
@@ -50,25 +50,25 @@ std::optional<Peer> parse_peer(std::string_view text, std::string& error) {
     const auto [end, code] = std::from_chars(number.data(), number.data() + number.size(), peer.max_index);
     if (code != std::errc() || end != number.data() + number.size() || peer.max_index < 0 ||
         peer.max_index > highest_index) {
-      return refuse("the number before the @ must be 0 to 119");
+      return invalid("the number before the @ must be 0 to 119");
     }
     rest.remove_prefix(at + 1);
   }
   if (consume(rest, "builtin.shmem://")) {
-    if (!rest.empty()) return refuse("builtin.shmem:// takes no address");
+    if (!rest.empty()) return invalid("builtin.shmem:// takes no address");
     return peer;
   }
   if (!consume(rest, "builtin.udpv4://") && rest.find("://") != std::string_view::npos) {
-    return refuse("the transport is neither builtin.udpv4 nor builtin.shmem");
+    return invalid("the transport is neither builtin.udpv4 nor builtin.shmem");
   }
-  if (rest.empty()) return refuse("the address is missing");
-  if (rest.find_first_of(" \t,;/") != std::string_view::npos) return refuse("not an address");
+  if (rest.empty()) return invalid("the address is missing");
+  if (rest.find_first_of(" \t,;/") != std::string_view::npos) return invalid("not an address");
   if (const std::size_t colon = rest.find(':'); colon != std::string_view::npos) {
     unsigned port = 0;
     const char* const last = rest.data() + rest.size();
     const auto [end, code] = std::from_chars(rest.data() + colon + 1, last, port);
     if (colon == 0 || code != std::errc() || end != last || port < 1 || port > 65535) {
-      return refuse("not a host name or IPv4 address with a port of 1 to 65535");
+      return invalid("not a host name or IPv4 address with a port of 1 to 65535");
     }
   }
   peer.address = rest;

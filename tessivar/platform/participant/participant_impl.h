@@ -5,7 +5,6 @@
 
 #include "tessivar/platform/detail/counters.h"
 #include "tessivar/platform/detail/listener_slot.h"
-#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/engine/engine.h"
 #include "tessivar/platform/participant.h"
@@ -93,14 +92,3 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   /// callback if the new entity could match an entity that waits for the callback.
   bool cannot_enable_entity(const char* operation) const;
 };
-
-namespace tessivar::platform {
-
-/// Logs one line about an operation of a participant and returns `result`.
-inline DDS_ReturnCode_t refuse(const char* operation, const std::string& text,
-                               DDS_ReturnCode_t result = DDS_RETCODE_BAD_PARAMETER) {
-  log(LogLevel::error, std::string("DDSDomainParticipant::") + operation, text);
-  return result;
-}
-
-}  // namespace tessivar::platform

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The QoS of a participant, and the default QoS of its topics, writers and readers.
+#include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/participant.h"
 #include "tessivar/platform/participant/participant_config.h"
@@ -48,9 +49,9 @@ DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& q
   std::string error;
   tessivar::platform::make_config(impl_->domain_id, impl_->qos, present, error);
   const DDS_ReturnCode_t result = tessivar::platform::make_config(impl_->domain_id, qos, wanted, error);
-  if (result != DDS_RETCODE_OK) return refuse("set_qos", error, result);
+  if (result != DDS_RETCODE_OK) return refuse("DDSDomainParticipant::set_qos", error, result);
   if (present != wanted) {
-    return refuse("set_qos", "the participant is enabled: only entity_factory can change",
+    return refuse("DDSDomainParticipant::set_qos", "the participant is enabled: only entity_factory can change",
                   DDS_RETCODE_IMMUTABLE_POLICY);
   }
   impl_->qos.entity_factory = qos.entity_factory;
@@ -70,7 +71,9 @@ DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos(const DDS_TopicQos&
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos_w_topic_name(DDS_TopicQos& qos,
                                                                           const char* topic_name) const {
-  if (!topic_name) return refuse("get_default_topic_qos_w_topic_name", "null topic name");
+  if (!topic_name)
+    return refuse("DDSDomainParticipant::get_default_topic_qos_w_topic_name", "null topic name",
+                  DDS_RETCODE_BAD_PARAMETER);
   qos = default_qos(impl_->mutex, impl_->default_topic_qos, topic_name, DDS_TOPIC_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
@@ -88,7 +91,9 @@ DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos(const DDS_Data
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_datawriter_qos_w_topic_name(DDS_DataWriterQos& qos,
                                                                                const char* topic_name) const {
-  if (!topic_name) return refuse("get_default_datawriter_qos_w_topic_name", "null topic name");
+  if (!topic_name)
+    return refuse("DDSDomainParticipant::get_default_datawriter_qos_w_topic_name", "null topic name",
+                  DDS_RETCODE_BAD_PARAMETER);
   qos = default_qos(impl_->mutex, impl_->default_writer_qos, topic_name, DDS_DATAWRITER_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
@@ -106,7 +111,9 @@ DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos(const DDS_Data
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_datareader_qos_w_topic_name(DDS_DataReaderQos& qos,
                                                                                const char* topic_name) const {
-  if (!topic_name) return refuse("get_default_datareader_qos_w_topic_name", "null topic name");
+  if (!topic_name)
+    return refuse("DDSDomainParticipant::get_default_datareader_qos_w_topic_name", "null topic name",
+                  DDS_RETCODE_BAD_PARAMETER);
   qos = default_qos(impl_->mutex, impl_->default_reader_qos, topic_name, DDS_DATAREADER_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }

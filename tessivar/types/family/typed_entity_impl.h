@@ -13,11 +13,6 @@
 
 namespace tessivar::types {
 
-inline DDS_ReturnCode_t refuse(const char* context, const char* text, DDS_ReturnCode_t result) {
-  platform::log(platform::LogLevel::error, context, text);
-  return result;
-}
-
 constexpr DDS_ReturnCode_t ok_or_error(bool good) {
   return good ? DDS_RETCODE_OK : DDS_RETCODE_ERROR;
 }
@@ -27,10 +22,10 @@ constexpr DDS_ReturnCode_t ok_or_error(bool good) {
 template <class T>
 DDS_ReturnCode_t TypedTypeSupport<T>::register_type(DDSDomainParticipant* participant, const char* type_name) {
   constexpr const char* context = "TTypeSupport::register_type";
-  if (!participant) return refuse(context, "bad parameter: participant", DDS_RETCODE_BAD_PARAMETER);
-  if (!type_name) return refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
+  if (!participant) return platform::refuse(context, "bad parameter: participant", DDS_RETCODE_BAD_PARAMETER);
+  if (!type_name) return platform::refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
   PRESTypePlugin* record = PluginRecord<Structure<T>>::create();
-  if (!record) return refuse(context, "creation failure: TPlugin", DDS_RETCODE_OUT_OF_RESOURCES);
+  if (!record) return platform::refuse(context, "creation failure: TPlugin", DDS_RETCODE_OUT_OF_RESOURCES);
   static platform::Immortal<typename T::TypeSupport> support;  // it has no state, so all participants share it
   record->type_support = &*support;
   const DDS_ReturnCode_t result = participant->register_type(type_name, *record);
@@ -41,8 +36,8 @@ DDS_ReturnCode_t TypedTypeSupport<T>::register_type(DDSDomainParticipant* partic
 template <class T>
 DDS_ReturnCode_t TypedTypeSupport<T>::unregister_type(DDSDomainParticipant* participant, const char* type_name) {
   constexpr const char* context = "TTypeSupport::unregister_type";
-  if (!participant) return refuse(context, "bad parameter: participant", DDS_RETCODE_BAD_PARAMETER);
-  if (!type_name) return refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
+  if (!participant) return platform::refuse(context, "bad parameter: participant", DDS_RETCODE_BAD_PARAMETER);
+  if (!type_name) return platform::refuse(context, "bad parameter: type_name", DDS_RETCODE_BAD_PARAMETER);
   const DDS_ReturnCode_t result = participant->unregister_type(type_name);
   if (result == DDS_RETCODE_OK) return result;
   platform::log_joined(platform::LogLevel::error, context,
@@ -114,7 +109,7 @@ DDS_ReturnCode_t TypedTypeSupport<T>::serialize_data_to_cdr_buffer(char* buffer,
     std::snprintf(fault, sizeof fault, "the buffer has %u octets, the sample takes %zu", length, needed);
   else
     P::explain(sample, false, fault, sizeof fault);
-  return refuse("TTypeSupport::serialize_data_to_cdr_buffer", fault, DDS_RETCODE_ERROR);
+  return platform::refuse("TTypeSupport::serialize_data_to_cdr_buffer", fault, DDS_RETCODE_ERROR);
 }
 template <class T>
 DDS_ReturnCode_t TypedTypeSupport<T>::deserialize_data_from_cdr_buffer(T* sample, const char* buffer,
@@ -398,7 +393,7 @@ DDS_ReturnCode_t TypedDataReader<T>::return_loan(Seq& samples, DDS_SampleInfoSeq
   if (samples.has_ownership() && infos.has_ownership()) return DDS_RETCODE_OK;
   const DDS_ReturnCode_t result = return_loan_untypedI(samples.get_discontiguous_buffer(), samples.maximum(), infos);
   if (result != DDS_RETCODE_OK) return result;
-  if (!samples.unloan()) return refuse("TDataReader::return_loan", "unloan sequence", DDS_RETCODE_ERROR);
+  if (!samples.unloan()) return platform::refuse("TDataReader::return_loan", "unloan sequence", DDS_RETCODE_ERROR);
   return DDS_RETCODE_OK;
 }
 

@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The writers and readers of a participant.
+#include "tessivar/platform/detail/callback.h"
+#include "tessivar/platform/detail/log.h"
+#include "tessivar/platform/detail/mutex.h"
+#include "tessivar/platform/participant.h"
+#include "tessivar/platform/participant/participant_impl.h"
+#include "tessivar/platform/participant/quoted.h"
+#include "tessivar/platform/participant/topic_impl.h"
+#include "tessivar/platform/reader/reader_impl.h"
+#include "tessivar/platform/writer/writer_impl.h"
+
+#include <algorithm>
+
+using tessivar::platform::MutexLock;
+using tessivar::platform::quoted;
+using tessivar::platform::refuse;
+using tessivar::platform::refused_in_callback;
+
+namespace {
+
+template <class T>
+bool remove(std::vector<T*>& entities, const T* entity) {
+  return std::erase(entities, entity) > 0;
+}
+
+}  // namespace
+
+DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DDS_DataWriterQos& qos,
+                                                       DDSDataWriterListener* listener, DDS_StatusMask mask) {
+  constexpr const char* operation = "DDSDomainParticipant::create_datawriter";
+  if (!topic) return refuse(operation, "null topic", nullptr);
+  DDS_DataWriterQos own;
+  if (&qos == &DDS_DATAWRITER_QOS_DEFAULT || &qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) {
+    get_default_datawriter_qos_w_topic_name(own, topic->get_name());
+    if (&qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) DDS_DataWriterQos_copy_from_topic_qos(own, topic->impl().qos);
+  } else {
+    own = qos;
+  }
+  DDSDataWriter* writer = nullptr;
+  {
+    const MutexLock lock(impl_->mutex);
+    if (std::find(impl_->topics.begin(), impl_->topics.end(), topic) == impl_->topics.end()) {
+      return refuse(operation, "the topic is not this participant's", nullptr);
+    }
+    writer = topic->impl().type.type_support->create_datawriterI(
+        DDSDataWriter::ImplPtr(new DDSDataWriter::Impl(*topic, impl_->publisher, own)));
+    if (!writer) {
+      return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no writer", nullptr);
+    }
+    writer->set_listener(listener, mask);
+    ++topic->impl().users;
+    impl_->writers.push_back(writer);
+    impl_->endpoints->add(writer->counters());
+  }
+  if (impl_->autoenable() && writer->enable() != DDS_RETCODE_OK) {
+    delete_datawriter(writer);
+    return nullptr;
+  }
+  return writer;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::delete_datawriter(DDSDataWriter* writer) {
+  if (!writer) return DDS_RETCODE_BAD_PARAMETER;
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
+  if (refused_in_callback("DDSDomainParticipant::delete_datawriter")) return DDS_RETCODE_ILLEGAL_OPERATION;
+  {
+    std::unique_lock lock(impl_->mutex);
+    if (!remove(impl_->writers, writer)) return DDS_RETCODE_PRECONDITION_NOT_MET;
+    impl_->await_unpinned(lock, writer);
+  }
+  DDSTopic& topic = writer->impl().topic;
+  writer->impl().close();
+  topic.impl().type.type_support->destroy_datawriterI(writer);
+  const MutexLock lock(impl_->mutex);
+  --topic.impl().users;
+  return DDS_RETCODE_OK;
+}
+
+DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* description, const DDS_DataReaderQos& qos,
+                                                       DDSDataReaderListener* listener, DDS_StatusMask mask) {
+  constexpr const char* operation = "DDSDomainParticipant::create_datareader";
+  if (!description) return refuse(operation, "null topic", nullptr);
+  auto* filtered = DDSContentFilteredTopic::narrow(description);
+  DDSTopic* topic = filtered ? filtered->get_related_topic() : DDSTopic::narrow(description);
+  if (!topic) return refuse(operation, "neither a topic nor a filtered topic", nullptr);
+  DDS_DataReaderQos own;
+  if (&qos == &DDS_DATAREADER_QOS_DEFAULT || &qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) {
+    get_default_datareader_qos_w_topic_name(own, topic->get_name());
+    if (&qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) DDS_DataReaderQos_copy_from_topic_qos(own, topic->impl().qos);
+  } else {
+    own = qos;
+  }
+  DDSDataReader* reader = nullptr;
+  {
+    const MutexLock lock(impl_->mutex);
+    const bool ours = filtered ? std::find(impl_->filtered_topics.begin(), impl_->filtered_topics.end(), filtered) !=
+                                     impl_->filtered_topics.end()
+                               : std::find(impl_->topics.begin(), impl_->topics.end(), topic) != impl_->topics.end();
+    if (!ours) return refuse(operation, "the topic is not this participant's", nullptr);
+    reader = topic->impl().type.type_support->create_datareaderI(
+        DDSDataReader::ImplPtr(new DDSDataReader::Impl(*this, topic, filtered, impl_->subscriber, own)));
+    if (!reader) {
+      return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no reader", nullptr);
+    }
+    reader->set_listener(listener, mask);
+    ++(filtered ? filtered->impl().users : topic->impl().users);
+    impl_->readers.push_back(reader);
+    impl_->endpoints->add(reader->counters());
+  }
+  if (impl_->autoenable() && reader->enable() != DDS_RETCODE_OK) {
+    delete_datareader(reader);
+    return nullptr;
+  }
+  return reader;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::delete_datareader(DDSDataReader* reader) {
+  if (!reader) return DDS_RETCODE_BAD_PARAMETER;
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
+  if (refused_in_callback("DDSDomainParticipant::delete_datareader")) return DDS_RETCODE_ILLEGAL_OPERATION;
+  {
+    const MutexLock lock(impl_->mutex);
+    if (std::find(impl_->readers.begin(), impl_->readers.end(), reader) == impl_->readers.end()) {
+      return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+  }
+  {
+    const MutexLock conditions(reader->impl().conditions_mutex);
+    if (!reader->impl().conditions.empty() || reader->impl().loans->any_out()) return DDS_RETCODE_PRECONDITION_NOT_MET;
+  }
+  return impl_->destroy(reader);
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::Impl::destroy(DDSDataReader* reader) {
+  {
+    std::unique_lock lock(mutex);
+    if (!remove(readers, reader)) return DDS_RETCODE_PRECONDITION_NOT_MET;
+    await_unpinned(lock, reader);
+  }
+  DDSTopic& topic = *reader->impl().topic;
+  DDSContentFilteredTopic* filtered = reader->impl().filtered_topic;
+  reader->impl().close();
+  topic.impl().type.type_support->destroy_datareaderI(reader);
+  const MutexLock lock(mutex);
+  --(filtered ? filtered->impl().users : topic.impl().users);
+  return DDS_RETCODE_OK;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
+  if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
+  if (refused_in_callback("DDSDomainParticipant::delete_contained_entities")) return DDS_RETCODE_ILLEGAL_OPERATION;
+  const auto delete_all = [this](auto& entities, const auto& destroy) {
+    for (;;) {
+      std::unique_lock lock(impl_->mutex);
+      if (entities.empty()) return DDS_RETCODE_OK;
+      auto* const entity = entities.back();
+      lock.unlock();
+      const DDS_ReturnCode_t result = destroy(entity);
+      if (result != DDS_RETCODE_OK) return result;
+    }
+  };
+  DDS_ReturnCode_t result = delete_all(impl_->readers, [&](DDSDataReader* reader) { return impl_->destroy(reader); });
+  if (result != DDS_RETCODE_OK) return result;
+  result = delete_all(impl_->writers, [&](DDSDataWriter* writer) { return delete_datawriter(writer); });
+  if (result != DDS_RETCODE_OK) return result;
+  result = delete_all(impl_->filtered_topics,
+                      [&](DDSContentFilteredTopic* topic) { return delete_contentfilteredtopic(topic); });
+  if (result != DDS_RETCODE_OK) return result;
+  return delete_all(impl_->topics, [&](DDSTopic* topic) { return delete_topic(topic); });
+}
