@@ -18,6 +18,9 @@ put() { # put FILE LINE...
 put tessivar/tessivar.h '#include "tessivar/control/client.h"'
 put tessivar/platform/system/osapi.cpp '#include "tessivar/platform/osapi.h"' '#include <pthread.h>' '#include <pugixml.hpp>'
 put tessivar/platform/cyclone/engine.cpp '#include "tessivar/platform/cyclone/engine.h"' '#include <dds/dds.h>'
+put tessivar/platform/cyclone/internals.c '#include <stdint.h>' '#include <dds/dds.h>'
+put tessivar/platform/system/thread.cpp '#include <signal.h>' 'std::thread thread;' '  pthread_join(a, b);'
+put tessivar/platform/reader/reader.cpp '#include <thread>' 'std::thread::id reader;' '#include <pugixml.hpp>'
 put tessivar/types/command/command.cpp '#include "tessivar/platform/cdr.h"' '#include <vector>'
 put tessivar/framework/log/logger.cpp '#include "tessivar/types/command/command.h"' '  #  include <string>'
 put tessivar/routing/client.cpp '#include "tessivar/framework/log/logger.h"'
@@ -48,6 +51,9 @@ put tessivar/control/r.h '' '#include "tessivar/control/internal/interests.h"'
 put tessivar/platform/detail/s.h '#include "tessivar/platform/reader/cache.h"'
 put tessivar/framework/log/t.h '#include "tessivar/platform/engine/engine.h"'
 put tessivar/control/u.cpp "$(yes '//' | head -n 501)"
+put tessivar/platform/v.cpp '#include <unistd.h>' '#include <sys/socket.h>' '#include <cstdio>'
+put tessivar/platform/cyclone/w.c '#include <pthread.h>'
+put tessivar/platform/writer/x.cpp '  std::thread thread_;' '  clock_gettime(CLOCK_REALTIME, &now);'
 for i in {1..41}; do put "tessivar/control/full/v$i.cpp" '//'; done
 put tests/control/p_test.cpp '#include "tessivar/platform/cyclone/engine.h"'
 put tests/control/q_test.cpp '#include <dds/dds.h>'
@@ -70,7 +76,12 @@ tessivar/framework/log/t.h:1
 tessivar/platform/a.cpp:2
 tessivar/platform/b.cpp:1
 tessivar/platform/c.cpp:1
+tessivar/platform/cyclone/w.c:1
 tessivar/platform/detail/s.h:1
+tessivar/platform/v.cpp:1
+tessivar/platform/v.cpp:2
+tessivar/platform/writer/x.cpp:1
+tessivar/platform/writer/x.cpp:2
 tessivar/types/d.h:1
 tests/control/p_test.cpp:1
 tests/control/q_test.cpp:1'

@@ -35,9 +35,8 @@ TEST(ConfigurationTest, ReadsPeersInAllForms) {
 }
 
 TEST(ConfigurationTest, ChoosesInterfacesByNameAddressOrPattern) {
-  const cyclone::Interface lo = {"lo", "127.0.0.1", true}, a = {"eth0", "10.1.2.3", false},
-                           b = {"eth1", "10.2.0.7", false};
-  const std::pair<std::vector<std::string>, std::vector<cyclone::Interface>> cases[] = {
+  const Interface lo = {"lo", "127.0.0.1", true}, a = {"eth0", "10.1.2.3", false}, b = {"eth1", "10.2.0.7", false};
+  const std::pair<std::vector<std::string>, std::vector<Interface>> cases[] = {
       {{"10.2.0.7"}, {b}}, {{"10.1.*"}, {a}}, {{"eth?"}, {a, b}}, {{"eth1", "127.*"}, {lo, b}}};
   std::string error;
   for (const auto& [wanted, chosen] : cases) EXPECT_EQ(cyclone::select_interfaces(wanted, {lo, a, b}, error), chosen);

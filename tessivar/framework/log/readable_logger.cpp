@@ -2,6 +2,8 @@
 
 #include "tessivar/framework/log/readable_logger.h"
 
+#include "tessivar/platform/system/calls.h"
+
 #include <algorithm>
 #include <cctype>
 #include <chrono>
@@ -106,8 +108,7 @@ void appendTime(std::string& line) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
   const auto milliseconds =
       std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
-  std::tm local = {};
-  localtime_r(&seconds, &local);
+  const std::tm local = tessivar::platform::local_time(seconds);
   char text[32];
   line.append(text, std::strftime(text, sizeof text, "%F %T", &local));
   std::snprintf(text, sizeof text, ".%03d ", static_cast<int>(milliseconds));

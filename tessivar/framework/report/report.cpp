@@ -2,6 +2,8 @@
 
 #include "tessivar/framework/report/report.h"
 
+#include "tessivar/platform/system/calls.h"
+
 #include <cstdio>
 #include <ctime>
 #include <ostream>
@@ -15,8 +17,7 @@ struct Time {
 
 std::string iso(Time time) {
   const auto seconds = static_cast<std::time_t>(time.nanoseconds / 1000000000);
-  std::tm utc = {};
-  gmtime_r(&seconds, &utc);
+  const std::tm utc = tessivar::platform::utc_time(seconds);
   char text[40];
   const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &utc);
   std::snprintf(text + length, sizeof text - length, ".%03dZ", static_cast<int>(time.nanoseconds / 1000000 % 1000));

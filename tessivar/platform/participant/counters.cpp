@@ -2,14 +2,12 @@
 
 #include "tessivar/platform/detail/counters.h"
 
-#include <ctime>
+#include "tessivar/platform/system/calls.h"
 
 namespace tessivar::platform {
 
 std::int64_t EndpointCounters::now() {
-  timespec time = {};
-  clock_gettime(CLOCK_REALTIME_COARSE, &time);
-  return static_cast<std::int64_t>(time.tv_sec) * 1000000000 + time.tv_nsec;
+  return coarse_time();
 }
 
 EndpointCounts EndpointCounters::read() const {

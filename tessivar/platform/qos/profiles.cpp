@@ -7,6 +7,7 @@
 #include "tessivar/platform/detail/reported_texts.h"
 #include "tessivar/platform/qos/embedded_profiles.h"
 #include "tessivar/platform/qos/profiles_xml.h"
+#include "tessivar/platform/system/calls.h"
 #include "tessivar/platform/system/guarded.h"
 
 #include <algorithm>
@@ -14,12 +15,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fnmatch.h>
+#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <map>
 #include <string_view>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -227,7 +227,7 @@ bool QosProfiles::Impl::read(const Profile& profile, const char* topic_name, Qos
       if (!xml.has_only(node, {"topic_filter"}, error)) return false;
       if (std::string_view(node.name()) != section<Qos>) continue;
       if (const pugi::xml_attribute filter = node.attribute("topic_filter")) {
-        if (!topic_name || fnmatch(filter.value(), topic_name, 0) != 0) continue;
+        if (!topic_name || !matches_pattern(filter.value(), topic_name)) continue;
       } else if (std::exchange(for_any_topic, true)) {
         return xml.fail(node, "second element " + element, error);
       }
@@ -290,7 +290,10 @@ bool QosProfiles::load(const DDS_ProfileQosPolicy& policy, std::string& error) {
         rest.remove_prefix(std::min(end + 1, rest.size()));
       }
     }
-    if (!policy.ignore_user_profile && access(user_file, F_OK) == 0) note(fresh->add_file(user_file, failure), failure);
+    std::error_code failed;
+    if (!policy.ignore_user_profile && std::filesystem::exists(user_file, failed)) {
+      note(fresh->add_file(user_file, failure), failure);
+    }
     for (DDS_Long i = 0; i < policy.url_profile.length(); ++i) {
       const char* name = policy.url_profile[i];
       if (name) note(fresh->add_file(path_of(name), failure), failure);

@@ -2,10 +2,11 @@
 
 #include "tessivar/platform/type_code.h"
 
+#include "tessivar/platform/system/calls.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string_view>
-#include <strings.h>
 
 namespace {
 
@@ -64,7 +65,7 @@ constexpr const char* keywords[] = {
 std::string identifier(std::string_view name) {
   const std::string text(name);
   const bool taken = std::any_of(std::begin(keywords), std::end(keywords),
-                                 [&](const char* keyword) { return strcasecmp(keyword, text.c_str()) == 0; });
+                                 [&](const char* keyword) { return equal_ignoring_case(keyword, text.c_str()); });
   return taken ? '_' + text : text;
 }
 

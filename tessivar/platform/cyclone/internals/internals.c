@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Access to the engine's internals. This is a C file because the engine's own headers do not compile as C++.
-#define _GNU_SOURCE  // RTLD_DEFAULT
+#define _GNU_SOURCE  // for calls_of_c.h
 
 #include "tessivar/platform/cyclone/internals/internals.h"
+
+#include "tessivar/platform/system/calls_of_c.h"
 
 #include <dds/dds.h>
 #include <dds/version.h>
 
 #if TESSIVAR_ENGINE_INTERNALS
 
-#include <dlfcn.h>
-#include <fcntl.h>
 #include <stdatomic.h>
 #include <stdlib.h>
 #include <string.h>
@@ -44,7 +44,7 @@ _Static_assert(CYCLONE_INTERFACES_MAX == MAX_XMIT_CONNS, "the engine has another
 static bool fits_headers(void) {
   static atomic_int known;  // 0: not known yet, 1: fits, 2: does not fit
   if (known == 0) {
-    const bool has_writer_batching = dlsym(RTLD_DEFAULT, "dds_qset_writer_batching") != NULL;
+    const bool has_writer_batching = tessivar_has_symbol("dds_qset_writer_batching");
     known = has_writer_batching == (DDS_VERSION_PATCH >= 4) ? 1 : 2;
   }
   return known == 1;
@@ -72,10 +72,7 @@ void cyclone_set_thread_domain(struct ddsi_domaingv* gv) {
 }
 
 static void close_on_exec(struct ddsi_tran_conn* connection) {
-  if (connection == NULL) return;
-  const ddsrt_socket_t descriptor = ddsi_conn_handle(connection);
-  const int flags = fcntl(descriptor, F_GETFD);
-  if (flags >= 0) (void)fcntl(descriptor, F_SETFD, flags | FD_CLOEXEC);
+  if (connection != NULL) tessivar_close_on_exec(ddsi_conn_handle(connection));
 }
 
 void cyclone_close_sockets_on_exec(struct ddsi_domaingv* gv) {

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Sends packets through all networks. This is a C file because the engine's own headers do not compile as C++.
+#define _GNU_SOURCE  // for calls_of_c.h
+
 #include "tessivar/platform/cyclone/internals/redundancy.h"
+
+#include "tessivar/platform/system/calls_of_c.h"
 
 #include <dds/version.h>
 
 #if TESSIVAR_ENGINE_INTERNALS
 
-#include <pthread.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -34,7 +37,7 @@ struct cyclone_redundancy {
 
 // Guards the list and its elements. The addresses of a packet are looked up with the lock shared; the packet is sent
 // without the lock.
-static pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
+static tessivar_shared_lock lock = TESSIVAR_SHARED_LOCK;
 static struct cyclone_redundancy* first;
 
 static uint32_t to_address(const uint8_t octets[16]) {
@@ -59,7 +62,7 @@ static struct host* find_host(struct cyclone_redundancy* redundancy, int network
 static int find_others(const struct ddsi_tran_conn* conn, const ddsi_locator_t* to, struct host* others,
                        ddsi_tran_write_fn_t write[MAX_XMIT_CONNS], int* own) {
   int networks = 0;
-  pthread_rwlock_rdlock(&lock);
+  tessivar_lock_shared(&lock);
   struct cyclone_redundancy* redundancy = first;
   while (redundancy != NULL && redundancy->gv != conn->m_base.gv) redundancy = redundancy->next;
   if (redundancy != NULL) {
@@ -76,7 +79,7 @@ static int find_others(const struct ddsi_tran_conn* conn, const ddsi_locator_t* 
     }
     others->addresses[*own] = 0;
   }
-  pthread_rwlock_unlock(&lock);
+  tessivar_unlock(&lock);
   return networks;
 }
 
@@ -108,10 +111,10 @@ struct cyclone_redundancy* cyclone_start_redundancy(struct ddsi_domaingv* gv) {
   redundancy->gv = gv;
   redundancy->networks = gv->n_interfaces;
   for (int i = 0; i < gv->n_interfaces; i++) redundancy->write[i] = gv->xmit_conns[i]->m_write_fn;
-  pthread_rwlock_wrlock(&lock);
+  tessivar_lock(&lock);
   redundancy->next = first;
   first = redundancy;
-  pthread_rwlock_unlock(&lock);
+  tessivar_unlock(&lock);
   for (int i = 0; i < gv->n_interfaces; i++)
     __atomic_store_n(&gv->xmit_conns[i]->m_write_fn, write_to_all, __ATOMIC_RELEASE);
   return redundancy;
@@ -137,7 +140,7 @@ void cyclone_add_host(struct cyclone_redundancy* redundancy, const struct cyclon
     const int network = network_of(redundancy->gv, address);
     if (network >= 0) host.addresses[network] = address;
   }
-  pthread_rwlock_wrlock(&lock);
+  tessivar_lock(&lock);
   struct host* known = NULL;
   for (int i = 0; i < redundancy->networks && known == NULL; i++)
     if (host.addresses[i] != 0) known = find_host(redundancy, i, host.addresses[i]);
@@ -147,16 +150,16 @@ void cyclone_add_host(struct cyclone_redundancy* redundancy, const struct cyclon
     if (redundancy->host_count < HOSTS_MAX) redundancy->host_count++;
   }
   *known = host;
-  pthread_rwlock_unlock(&lock);
+  tessivar_unlock(&lock);
 }
 
 void cyclone_free_redundancy(struct cyclone_redundancy* redundancy) {
   if (redundancy == NULL) return;
-  pthread_rwlock_wrlock(&lock);
+  tessivar_lock(&lock);
   struct cyclone_redundancy** link = &first;
   while (*link != redundancy) link = &(*link)->next;
   *link = redundancy->next;
-  pthread_rwlock_unlock(&lock);
+  tessivar_unlock(&lock);
   free(redundancy);
 }
 

@@ -1,23 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The network interfaces and ports of this machine, and the names of interfaces and peers in a configuration.
+// The names of interfaces and peers in a configuration, and the ports of a domain.
 #pragma once
+
+#include "tessivar/platform/system/network.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tessivar::platform::cyclone {
-
-struct Interface {
-  std::string name;
-  std::string address;  // IPv4, dotted
-  bool loopback;
-  bool operator==(const Interface&) const = default;
-};
-
-/// Returns the IPv4 interfaces that are up.
-std::vector<Interface> local_interfaces();
 
 /// Returns the interfaces of `available` that an entry of `wanted` matches: a name, an address or a pattern ("10.1.*").
 /// Returns nullopt if there are none. `error` names the entries that match no interface, and lists the available
