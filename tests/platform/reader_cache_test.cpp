@@ -12,7 +12,6 @@ namespace {
 
 using namespace tessivar::platform;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 /// The encoding of a command, as it is received.

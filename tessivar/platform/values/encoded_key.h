@@ -17,8 +17,8 @@ class EncodedKey {
   /// `encode(buffer, capacity)` returns the size of the key and writes the key only if it fits, like
   /// PRESTypePlugin::encode_key.
   template <class Encode>
-  requires std::is_invocable_r_v<std::size_t, Encode, std::uint8_t*, std::size_t>
-  explicit EncodedKey(Encode&& encode) {
+  requires std::is_invocable_r_v<std::size_t, const Encode&, std::uint8_t*, std::size_t>
+  explicit EncodedKey(const Encode& encode) {
     size_ = encode(near_, sizeof near_);
     if (size_ > sizeof near_) {
       far_.resize(size_);
