@@ -56,7 +56,7 @@ std::string with_depth(int depth) {
 }
 
 TEST_F(QosProfilesTest, ReadsEveryPolicy) {
-  policy.url_profile = strings({TESSIVAR_TEST_DATA "/every_policy.xml"});
+  policy.url_profile = strings({TESSIVAR_SOURCE_DIR "/tests/platform/data/every_policy.xml"});
   ASSERT_TRUE(load()) << error;
   DDS_TopicQos topic;
   DDS_DataWriterQos writer;
@@ -133,7 +133,7 @@ TEST_F(QosProfilesTest, LaterSourcesOverrideEarlierOnes) {
 }
 
 TEST_F(QosProfilesTest, InheritsFromBasesAndSelectsByTopicName) {
-  policy.url_profile = strings({TESSIVAR_TEST_DATA "/every_policy.xml"});
+  policy.url_profile = strings({TESSIVAR_SOURCE_DIR "/tests/platform/data/every_policy.xml"});
   ASSERT_TRUE(load()) << error;
   DDS_TopicQos topic;
   ASSERT_TRUE(profiles.topic("l", "derived", topic, error)) << error;

@@ -11,7 +11,7 @@ namespace types_test {
 namespace {
 
 const json& entries(const char* list) {
-  static const json document = json::parse(std::ifstream(TESSIVAR_TEST_DATA "/wire.json"));
+  static const json document = json::parse(std::ifstream(TESSIVAR_SOURCE_DIR "/tests/types/data/wire.json"));
   return document.at(list);
 }
 

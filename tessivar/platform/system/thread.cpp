@@ -76,7 +76,7 @@ Thread::Thread(const char* name, std::function<void()> body, std::size_t stack_s
   if (const int error = create(handle_->thread, stack_size, start.get())) {
     throw std::system_error(error, std::generic_category(), "no thread");
   }
-  start.release();  // now owned by the thread
+  (void)start.release();  // now owned by the thread
 }
 
 Thread::~Thread() {
