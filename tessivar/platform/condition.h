@@ -11,6 +11,9 @@
 #include <memory>
 
 class DDSDataReader;
+namespace tessivar::platform {
+class ReadConditions;
+}
 
 class TESSIVAR_API DDSCondition {
  public:
@@ -46,7 +49,7 @@ class TESSIVAR_API DDSReadCondition : public DDSCondition {
   DDS_InstanceStateMask get_instance_state_mask() const;
 
  private:
-  friend class DDSDataReader;
+  friend class tessivar::platform::ReadConditions;
   explicit DDSReadCondition(std::unique_ptr<Impl> impl);
   ~DDSReadCondition() override;
 };

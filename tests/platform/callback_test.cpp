@@ -38,6 +38,13 @@ struct Trying : DDSDataReaderListener, DDSContentFilter {
                        {"wait_for_acknowledgments", writer.load()->wait_for_acknowledgments(DDS_DURATION_INFINITE)},
                        {"wait", wait_set.wait(active, DDS_DURATION_INFINITE)}};
     if (callback != "match") results["write"] = write(writer, 2);
+    if (callback == "filter") {
+      Command sample;
+      DDS_SampleInfo info;
+      DDS_InstanceHandleSeq writers;
+      results["take_next_sample"] = from->read_or_take_next_sample_untypedI(&sample, info, DDS_BOOLEAN_TRUE);
+      results["get_matched_publications"] = from->get_matched_publications(writers);
+    }
     const std::lock_guard lock(mutex);
     all.try_emplace(callback, results);
   }

@@ -54,7 +54,7 @@ class DiscoveredParticipants {
 /// The implementation behind a DDSParticipantBuiltinTopicDataDataReader.
 struct BuiltinReader final : DDSDataReader::Impl {
   BuiltinReader(DDSDomainParticipant& owner, DDSSubscriber* builtin_subscriber)
-      : Impl(owner, nullptr, nullptr, builtin_subscriber, {}) {}
+      : Impl({owner, nullptr, nullptr, builtin_subscriber, {}}) {}
   DDS_ReturnCode_t enable() override { return DDS_RETCODE_OK; }
 
   DiscoveredParticipants participants;

@@ -100,7 +100,7 @@ DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* desc
                                : std::find(impl_->topics.begin(), impl_->topics.end(), topic) != impl_->topics.end();
     if (!ours) return refuse(operation, "the topic is not this participant's", nullptr);
     reader = topic->impl().type.type_support->create_datareaderI(
-        DDSDataReader::ImplPtr(new DDSDataReader::Impl(*this, topic, filtered, impl_->subscriber, own)));
+        DDSDataReader::ImplPtr(new DDSDataReader::Impl({*this, topic, filtered, impl_->subscriber, own})));
     if (!reader) {
       return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no reader", nullptr);
     }
@@ -126,10 +126,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_datareader(DDSDataReader* reader) 
       return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
   }
-  {
-    const MutexLock conditions(reader->impl().conditions_mutex);
-    if (!reader->impl().conditions.empty() || reader->impl().loans->any_out()) return DDS_RETCODE_PRECONDITION_NOT_MET;
-  }
+  if (reader->impl().in_use()) return DDS_RETCODE_PRECONDITION_NOT_MET;
   return impl_->destroy(reader);
 }
 
@@ -139,8 +136,8 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::destroy(DDSDataReader* reader) {
     if (!remove(readers, reader)) return DDS_RETCODE_PRECONDITION_NOT_MET;
     await_unpinned(lock, reader);
   }
-  DDSTopic& topic = *reader->impl().topic;
-  DDSContentFilteredTopic* filtered = reader->impl().filtered_topic;
+  DDSTopic& topic = *reader->impl().description.topic;
+  DDSContentFilteredTopic* filtered = reader->impl().description.filtered_topic;
   reader->impl().close();
   topic.impl().type.type_support->destroy_datareaderI(reader);
   const MutexLock lock(mutex);

@@ -185,13 +185,13 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
     impl.parameters = std::move(own);  // nothing throws from here on
     before = std::exchange(impl.compiled, compiled);
     for (DDSDataReader* reader : readers) {
-      if (reader->impl().filtered_topic != &topic) continue;
+      if (reader->impl().description.filtered_topic != &topic) continue;
       concerned.push_back(reader);
       pin(reader);
     }
   }
   for (DDSDataReader* reader : concerned) {
-    const DDS_ReturnCode_t set = reader->impl().set_filter(compiled);
+    const DDS_ReturnCode_t set = reader->impl().samples->subscriptions.set_filter(compiled);
     if (result == DDS_RETCODE_OK) result = set;
     unpin(reader);
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "tessivar/platform/reader/reader_side.h"
+#include "tessivar/platform/reader/subscription.h"
 
 #include "tessivar/platform/detail/log.h"
 
@@ -12,47 +12,49 @@ namespace tessivar::platform {
 namespace {
 
 // The number of samples that are taken from the engine at once.
-constexpr std::size_t at_first = 16;
-constexpr std::size_t at_most = 1024;
+constexpr std::size_t slots_at_first = 16;
+constexpr std::size_t max_slots = 1024;
 
 /// Increases the number of samples that are taken at once, if there is memory for it.
 void grow(std::vector<EngineSlot>& slots) {
   try {
-    slots.reserve(std::min(at_most, 4 * slots.capacity()));
+    slots.reserve(std::min(max_slots, 4 * slots.capacity()));
   } catch (const std::bad_alloc&) {
     return;
   }
 }
 
-/// The side whose filter refused the last sample that this thread received.
-thread_local const ReaderSide* refused_by = nullptr;
+/// The subscription whose filter refused the last sample that this thread received.
+thread_local const Subscription* refused_by = nullptr;
 
 }  // namespace
 
-ReaderSide::ReaderSide(const PRESTypePlugin& type, ReaderSideEvents& events, std::shared_ptr<CompiledFilter> filter,
-                       Mutex& filter_mutex, ReaderCache::Source source, std::shared_ptr<EndpointCounters> counters)
-    : type_(type),
+Subscription::Subscription(const ReaderDescription& reader, ReaderCache& cache, ReadConditions& conditions,
+                           SubscriptionEvents& events, std::shared_ptr<CompiledFilter> filter, Mutex& filter_mutex,
+                           ReaderCache::Source source)
+    : reader_(reader),
+      cache_(cache),
+      conditions_(conditions),
       events_(events),
       source_(source),
-      counters_(std::move(counters)),
       filter_mutex_(filter_mutex),
       filter_(std::move(filter)) {
-  slots_.reserve(at_first);
-  if (filter_) scratch_ = type_.create_sample();
+  slots_.reserve(slots_at_first);
+  if (filter_) scratch_ = reader_.type->create_sample();
 }
 
-ReaderSide::~ReaderSide() {
+Subscription::~Subscription() {
   {
-    const std::lock_guard lock(transfer_mutex_);  // from now on callbacks transfer nothing
+    const MutexLock lock(transfer_mutex_);  // from now on callbacks transfer nothing
     open_ = false;
   }
   engine_.reset();
-  if (scratch_) type_.destroy_sample(scratch_);
+  if (scratch_) reader_.type->destroy_sample(scratch_);
 }
 
-DDS_ReturnCode_t ReaderSide::open(EngineParticipant& participant, EngineReaderConfig config, std::string& error) {
+DDS_ReturnCode_t Subscription::open(EngineParticipant& participant, EngineReaderConfig config, std::string& error) {
   {
-    const std::lock_guard lock(filter_mutex_);
+    const MutexLock lock(filter_mutex_);
     if (filter_ && !scratch_) {
       error = "no memory for the filter's sample";
       return DDS_RETCODE_OUT_OF_RESOURCES;
@@ -60,13 +62,21 @@ DDS_ReturnCode_t ReaderSide::open(EngineParticipant& participant, EngineReaderCo
   }
   config.filter = this;
   const DDS_ReturnCode_t result = participant.create_reader(config, this, engine_, error);
-  const std::lock_guard lock(transfer_mutex_);
+  const MutexLock lock(transfer_mutex_);
   open_ = result == DDS_RETCODE_OK;
   return result;
 }
 
-bool ReaderSide::transfer(ReaderCache& cache) {
-  const std::lock_guard lock(transfer_mutex_);
+bool Subscription::transfer() {
+  const bool news = move_to_cache();
+  if (has_remaining_samples_) conditions_.set_waiting_for_transfer(true);
+  if (news) conditions_.update();
+  return news;
+}
+
+/// Returns the result of transfer().
+bool Subscription::move_to_cache() {
+  const MutexLock lock(transfer_mutex_);
   if (!open_) return false;  // the caller of open() transfers these samples later
   bool news = false;
   bool drained = false;
@@ -78,12 +88,12 @@ bool ReaderSide::transfer(ReaderCache& cache) {
     }
     if (slots_unexamined_) result = examine_slots();
     if (result != DDS_RETCODE_OK) break;
-    const ReaderCache::Change inserted = cache.insert(source_, slots_);
+    const ReaderCache::Change inserted = cache_.insert(source_, slots_);
     news = news || inserted.news;
     const auto end = slots_.begin() + static_cast<std::ptrdiff_t>(inserted.count);
     const auto samples =
         std::count_if(slots_.begin(), end, [](const EngineSlot& slot) { return slot.info.valid_data; });
-    if (samples > 0) counters_->received(static_cast<std::uint64_t>(samples));
+    if (samples > 0) reader_.counters->received(static_cast<std::uint64_t>(samples));
     slots_.erase(slots_.begin(), end);
     if (!slots_.empty()) {
       result = DDS_RETCODE_OUT_OF_RESOURCES;
@@ -91,14 +101,14 @@ bool ReaderSide::transfer(ReaderCache& cache) {
       grow(slots_);
     }
   }
-  const bool behind = result == DDS_RETCODE_OUT_OF_RESOURCES;
-  if (!behind_.exchange(behind) && behind)
+  const bool no_memory = result == DDS_RETCODE_OUT_OF_RESOURCES;
+  if (!has_remaining_samples_.exchange(no_memory) && no_memory)
     log(LogLevel::error, "DDSDataReader", "no memory for received samples: they wait for the next access");
-  return news || behind;
+  return news || no_memory;
 }
 
 /// Fills the empty slots. Sets `drained` if the engine has no more samples.
-DDS_ReturnCode_t ReaderSide::take(bool& drained) {
+DDS_ReturnCode_t Subscription::take(bool& drained) {
   unsigned unexamined = unexamined_;
   const DDS_ReturnCode_t result = engine_->take(slots_);
   if (result != DDS_RETCODE_OK) return result;
@@ -109,10 +119,10 @@ DDS_ReturnCode_t ReaderSide::take(bool& drained) {
 }
 
 /// Evaluates the filter for samples that passed without evaluation, and removes the refused samples from the slots.
-DDS_ReturnCode_t ReaderSide::examine_slots() {
-  const std::lock_guard lock(filter_mutex_);
+DDS_ReturnCode_t Subscription::examine_slots() {
+  const MutexLock lock(filter_mutex_);
   bool complete = true;
-  std::erase_if(slots_, [&](const EngineSlot& slot) {
+  std::erase_if(slots_, [&](const EngineSlot& slot) TESSIVAR_REQUIRES(filter_mutex_) {
     if (!slot.info.valid_data || !complete) return false;
     const Verdict verdict = examine(*slot.sample.get(), {slot.info.source_timestamp});
     complete = verdict != Verdict::no_memory;
@@ -122,85 +132,86 @@ DDS_ReturnCode_t ReaderSide::examine_slots() {
   return complete ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
-void ReaderSide::set_filter(std::shared_ptr<CompiledFilter> filter) {
-  const std::lock_guard lock(filter_mutex_);
+std::shared_ptr<CompiledFilter> Subscription::set_filter(std::shared_ptr<CompiledFilter> filter) {
+  const MutexLock lock(filter_mutex_);
   filter_.swap(filter);
+  return filter;
 }
 
-void ReaderSide::narrow(std::shared_ptr<CompiledFilter> filter) {
-  const std::lock_guard lock(filter_mutex_);
+std::shared_ptr<CompiledFilter> Subscription::narrow(std::shared_ptr<CompiledFilter> filter) {
+  const MutexLock lock(filter_mutex_);
   narrower_.swap(filter);
+  return filter;
 }
 
-DDS_SubscriptionMatchedStatus ReaderSide::matched() const {
-  const std::lock_guard lock(writers_mutex_);
+DDS_SubscriptionMatchedStatus Subscription::matched() const {
+  const MutexLock lock(writers_mutex_);
   return matched_;
 }
 
-DDS_LivelinessChangedStatus ReaderSide::liveliness() const {
-  const std::lock_guard lock(writers_mutex_);
+DDS_LivelinessChangedStatus Subscription::liveliness() const {
+  const MutexLock lock(writers_mutex_);
   return liveliness_;
 }
 
-bool ReaderSide::accepts(const EncodedSample& sample, EngineHandle, const DDS_FilterSampleInfo& info) {
+bool Subscription::accepts(const EncodedSample& sample, EngineHandle, const DDS_FilterSampleInfo& info) {
   if (!scratch_) return true;
-  const std::lock_guard lock(filter_mutex_);
+  const MutexLock lock(filter_mutex_);
   const Verdict verdict = examine(sample, info);
   refused_by = verdict == Verdict::refused ? this : nullptr;
   if (verdict == Verdict::no_memory) ++unexamined_;  // transfer() evaluates it again
   return verdict == Verdict::accepted || verdict == Verdict::no_memory;
 }
 
-/// The caller holds `filter_mutex_`.
-ReaderSide::Verdict ReaderSide::examine(const EncodedSample& sample, const DDS_FilterSampleInfo& info) {
-  if (!type_.decode(scratch_, sample.bytes, sample.size)) {
+Subscription::Verdict Subscription::examine(const EncodedSample& sample, const DDS_FilterSampleInfo& info) {
+  if (!reader_.type->decode(scratch_, sample.bytes, sample.size)) {
     DDS_KeyHash_t hash;
-    if (type_.check(sample.bytes, sample.size, &hash)) return Verdict::no_memory;
-    counters_->not_decoded();
+    if (reader_.type->check(sample.bytes, sample.size, &hash)) return Verdict::no_memory;
+    reader_.counters->not_decoded();
     log(LogLevel::error, "DDSDataReader", "a received sample could not be decoded for its filter and was dropped");
     return Verdict::malformed;
   }
   if (filter_->accepts(scratch_, info) && (!narrower_ || narrower_->accepts(scratch_, info))) return Verdict::accepted;
-  counters_->filtered();
+  reader_.counters->filtered();
   return Verdict::refused;
 }
 
-void ReaderSide::data_available() {
+void Subscription::data_available() {
   events_.data_available(*this);
 }
 
-void ReaderSide::subscription_matched(const DDS_SubscriptionMatchedStatus& status) {
+void Subscription::subscription_matched(const DDS_SubscriptionMatchedStatus& status) {
   {
-    const std::lock_guard lock(writers_mutex_);
+    const MutexLock lock(writers_mutex_);
     matched_ = status;
   }
   events_.subscription_matched(*this, status);
 }
 
-void ReaderSide::liveliness_changed(const DDS_LivelinessChangedStatus& status) {
+void Subscription::liveliness_changed(const DDS_LivelinessChangedStatus& status) {
   {
-    const std::lock_guard lock(writers_mutex_);
+    const MutexLock lock(writers_mutex_);
     liveliness_ = status;
   }
   events_.liveliness_changed(*this, status);
 }
 
-void ReaderSide::requested_deadline_missed(const DDS_RequestedDeadlineMissedStatus& status) {
+void Subscription::requested_deadline_missed(const DDS_RequestedDeadlineMissedStatus& status) {
   events_.requested_deadline_missed(*this, status);
 }
 
-void ReaderSide::requested_incompatible_qos(const DDS_RequestedIncompatibleQosStatus& status) {
+void Subscription::requested_incompatible_qos(const DDS_RequestedIncompatibleQosStatus& status) {
   events_.requested_incompatible_qos(*this, status);
 }
 
-void ReaderSide::sample_lost(const DDS_SampleLostStatus& status) {
+void Subscription::sample_lost(const DDS_SampleLostStatus& status) {
   // With a filter, the engine counts a refused sample of a known instance as lost, directly after the filter call.
-  if (std::exchange(refused_by, nullptr) != this) counters_->lost(1);
+  if (std::exchange(refused_by, nullptr) != this) reader_.counters->lost(1);
   if (!scratch_) events_.sample_lost(*this, status);
 }
 
-void ReaderSide::sample_rejected(const DDS_SampleRejectedStatus& status) {
-  counters_->rejected();
+void Subscription::sample_rejected(const DDS_SampleRejectedStatus& status) {
+  reader_.counters->rejected();
   events_.sample_rejected(*this, status);
 }
 
