@@ -13,6 +13,7 @@
 #include "tessivar/framework/pointers/listener_list.h"
 #include "tessivar/framework/report/internal/report_book.h"
 #include "tessivar/framework/waitset/wait_set_thread.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <string>
 
@@ -117,8 +118,8 @@ class TessivarNode::Private
       logWarning() << signature << " Unit " << unit << " is announced by more than one device: " << *devices << ".";
     }
   }
-  TessivarMutex filterLock;  // held while both filters are set, so that they agree
-  UseGate gate;              // counts all calls; open after create()
+  tessivar::platform::Mutex filterLock;  // held while both filters are set, so that they agree
+  UseGate gate;                          // counts all calls; open after create()
 };
 
 class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar::CommandInterest> {
@@ -366,7 +367,7 @@ bool TessivarNode::setFilterAddresses(const std::vector<AddressEx>& addresses) {
   }
   TessivarServices& services = private_->services;
   const std::vector<std::string> texts = addressTexts(addresses);
-  const ScopedLock lock(private_->filterLock);
+  const tessivar::platform::MutexLock lock(private_->filterLock);
   return services.interestsNode()->setFilterParameters(texts) && services.commandService()->setFilterAddresses(texts);
 }
 

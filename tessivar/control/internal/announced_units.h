@@ -3,8 +3,9 @@
 // The units that a device has announced.
 #pragma once
 
+#include "tessivar/platform/detail/mutex.h"
+
 #include <functional>
-#include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
@@ -16,7 +17,7 @@ namespace TessivarDDS {
 class AnnouncedUnits {
  public:
   void add(const char* unit) {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     try {
       if (unit) units_.emplace(unit);
     } catch (...) {
@@ -24,13 +25,13 @@ class AnnouncedUnits {
     }
   }
   void remove(const char* unit) {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     units_.erase(unit);
     reported_.erase(unit);
   }
   /// Returns true once for each unit that is not announced.
   bool isMissing(const char* unit) {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     try {
       return unit && !units_.contains(std::string_view(unit)) && reported_.emplace(unit).second;
     } catch (...) {
@@ -39,9 +40,9 @@ class AnnouncedUnits {
   }
 
  private:
-  std::mutex mutex_;
-  std::set<std::string, std::less<>> units_;
-  std::set<std::string, std::less<>> reported_;
+  tessivar::platform::Mutex mutex_;
+  std::set<std::string, std::less<>> units_ TESSIVAR_GUARDED_BY(mutex_);
+  std::set<std::string, std::less<>> reported_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace TessivarDDS

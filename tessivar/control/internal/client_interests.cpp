@@ -26,7 +26,7 @@ DDSPtr<Tessivar::CommandInterest> interestSample(const char* signature, const Ad
 }  // namespace
 
 void ClientInterests::start() {
-  const ScopedLock lock(lock_);
+  const tessivar::platform::MutexLock lock(lock_);
   started_ = true;
 }
 
@@ -38,7 +38,7 @@ bool ClientInterests::add(const char* signature, const std::vector<AddressEx>& u
   }
   bool narrowed = true;
   {
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     bool changed = false;
     for (const AddressEx& unit : units) {
       const auto [known, added] = units_.try_emplace(unit);
@@ -62,7 +62,7 @@ bool ClientInterests::remove(const char* signature, const AddressEx& unit) {
   std::set<Range> removed;
   bool filtered = true;
   {
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     auto known = units_.extract(unit);
     if (!known) return false;
     removed.swap(known.mapped());
@@ -75,7 +75,7 @@ bool ClientInterests::remove(const char* signature, const AddressEx& unit) {
 bool ClientInterests::remove(const char* signature, const AddressEx& unit, const Range& range) {
   bool filtered = true;
   {
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     const auto known = units_.find(unit);
     if (known == units_.end() || known->second.erase(range) == 0) return false;
     if (known->second.empty()) {
@@ -110,7 +110,6 @@ bool ClientInterests::withdraw(const char* signature, const AddressEx& unit, con
   return code == DDS_RETCODE_OK;
 }
 
-/// The caller holds the lock.
 bool ClientInterests::setFilters() const {
   if (!started_) return true;
   const std::vector<std::string> texts = addresses();
@@ -119,7 +118,7 @@ bool ClientInterests::setFilters() const {
 }
 
 std::vector<std::string> ClientInterests::filterAddresses() const {
-  const ScopedLock lock(lock_);
+  const tessivar::platform::MutexLock lock(lock_);
   return addresses();
 }
 

@@ -5,7 +5,7 @@
 
 #include "tessivar/framework/address/address_ex.h"
 #include "tessivar/framework/pointers/dds_ptr.h"
-#include "tessivar/framework/sync/sync.h"
+#include "tessivar/platform/detail/mutex.h"
 #include "tessivar/types/command/command.h"
 
 #include <compare>
@@ -43,16 +43,16 @@ class ClientInterests {
   std::vector<std::string> filterAddresses() const;
 
  private:
-  bool setFilters() const;
+  bool setFilters() const TESSIVAR_REQUIRES(lock_);
   bool afterRemoval(const char* signature, const AddressEx& unit, bool filtered, const std::set<Range>& removed) const;
   bool withdraw(const char* signature, const AddressEx& unit, const Range& range) const;
-  std::vector<std::string> addresses() const;
+  std::vector<std::string> addresses() const TESSIVAR_REQUIRES(lock_);
 
   TessivarServices& services_;
-  mutable TessivarMutex lock_;  // also held while the filters are set, so that the last change is set last
-  std::map<AddressEx, std::set<Range>> units_;
-  bool follows_ = false;
-  bool started_ = false;
+  mutable tessivar::platform::Mutex lock_;  // also held while the filters are set, so that the last change is set last
+  std::map<AddressEx, std::set<Range>> units_ TESSIVAR_GUARDED_BY(lock_);
+  bool follows_ TESSIVAR_GUARDED_BY(lock_) = false;
+  bool started_ TESSIVAR_GUARDED_BY(lock_) = false;
 };
 
 }  // namespace TessivarDDS

@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <utility>
 
 namespace TessivarDDS {
@@ -52,14 +51,14 @@ class ReaderQuery {
 
   /// Call it when the reader exists. Makes a read condition, which is deleted together with the reader.
   bool open() {
-    const std::lock_guard lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     news_ = reader()->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
     return news_ != nullptr;
   }
   /// Call it before the reader is deleted. Waits at most 1 second for lent samples.
   void close() {
     for (int waited = 0; waited < patience_ms && lent_ > 0; ++waited) TessivarThread::sleep(1);
-    const std::lock_guard lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     lent_ = 0;
     news_ = nullptr;
   }
@@ -75,7 +74,7 @@ class ReaderQuery {
   }
   /// Returns false if the query is not open.
   bool takeBack(const char* signature, Seq& samples, DDS_SampleInfoSeq& infos) {
-    const std::lock_guard lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     if (!news_) return false;
     const bool lent = samples.length() > 0;
     if (returnLoan(signature, samples, infos) && lent && lent_ > 0) --lent_;

@@ -4,11 +4,11 @@
 #pragma once
 
 #include "tessivar/platform/base.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <algorithm>
 #include <array>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,7 +26,7 @@ class UnitAnnouncers {
   /// publications of the unit. With Of::ownUnits, only if this device is one of them.
   std::optional<std::string> announced(const DDS_InstanceHandle_t& unit,
                                        const DDS_InstanceHandle_t& publication) noexcept try {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     std::vector<Key>& known = publications_[keyOf(unit)];
     const Key key = keyOf(publication);
     if (std::find(known.begin(), known.end(), key) != known.end()) return std::nullopt;
@@ -63,7 +63,7 @@ class UnitAnnouncers {
 
   template <class Choice>
   void keep(const DDS_InstanceHandle_t& unit, Choice chosen) {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     const auto found = publications_.find(keyOf(unit));
     if (found == publications_.end()) return;
     std::erase_if(found->second, [&](const Key& key) { return !chosen(key); });
@@ -71,8 +71,8 @@ class UnitAnnouncers {
   }
 
   const Of of_;
-  std::mutex mutex_;
-  std::map<Key, std::vector<Key>> publications_;
+  tessivar::platform::Mutex mutex_;
+  std::map<Key, std::vector<Key>> publications_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace TessivarDDS

@@ -263,7 +263,7 @@ bool DDSDomain::registerContentFilter(const std::string& name, const DDSContentF
     logError() << signature << "Failed to remove peer as the participant was null.";
     return false;
   }
-  const ScopedLock lock(filtersLock_);
+  const tessivar::platform::MutexLock lock(filtersLock_);
   if (std::find(filters_.begin(), filters_.end(), std::pair(name, filter)) != filters_.end()) return true;
   const DDS_ReturnCode_t code = participant_->register_contentfilter(name.c_str(), filter);
   if (code != DDS_RETCODE_OK) {
@@ -306,7 +306,7 @@ bool unregister(const char* signature, DDSDomainParticipant* participant, Filter
 bool DDSDomain::unregisterContentFilter(const DDSContentFilter* filter) {
   constexpr const char* signature =
       "bool __cdecl TessivarDDS::DDSDomain::unregisterContentFilter(const class DDSContentFilter *)";
-  const ScopedLock lock(filtersLock_);
+  const tessivar::platform::MutexLock lock(filtersLock_);
   const auto isFilter = [filter](const auto* entry) { return entry == filter; };
   if (std::none_of(filters_.begin(), filters_.end(), [&](const auto& entry) { return isFilter(entry.second); })) {
     logError() << signature << " The content filter is not registered.";
@@ -316,13 +316,13 @@ bool DDSDomain::unregisterContentFilter(const DDSContentFilter* filter) {
 }
 
 bool DDSDomain::unregisterContentFilters() {
-  const ScopedLock lock(filtersLock_);
+  const tessivar::platform::MutexLock lock(filtersLock_);
   return filters_.empty() || unregister("bool __cdecl TessivarDDS::DDSDomain::unregisterContentFilters(void)",
                                         participant_, filters_, [](const auto*) { return true; });
 }
 
 const DDSContentFilter* DDSDomain::contentFilter(const std::string& name) const {
-  const ScopedLock lock(filtersLock_);
+  const tessivar::platform::MutexLock lock(filtersLock_);
   const auto entry =
       std::find_if(filters_.begin(), filters_.end(), [&](const auto& item) { return item.first == name; });
   return entry == filters_.end() ? nullptr : entry->second;
@@ -459,7 +459,7 @@ void DDSDomain::deleteParticipant() {
   participant_ = nullptr;
   book_->close();
   peers_ = std::make_shared<PeerList>();  // nodes may keep the old participant for a while
-  const ScopedLock lock(filtersLock_);
+  const tessivar::platform::MutexLock lock(filtersLock_);
   filters_.clear();
 }
 

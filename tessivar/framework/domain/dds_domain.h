@@ -5,7 +5,7 @@
 
 #include "tessivar/framework/domain/detail/owned_participant.h"
 #include "tessivar/framework/report/report.h"
-#include "tessivar/framework/sync/sync.h"
+#include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/participant.h"
 
 #include <memory>
@@ -148,8 +148,8 @@ class TESSIVAR_API DDSDomain {
   std::optional<bool> multicast_;
   unsigned short type_ = 0;
   std::vector<std::string> allowedInterfaces_;
-  std::vector<std::pair<std::string, const DDSContentFilter*>> filters_;
-  mutable TessivarMutex filtersLock_;
+  mutable tessivar::platform::Mutex filtersLock_;
+  std::vector<std::pair<std::string, const DDSContentFilter*>> filters_ TESSIVAR_GUARDED_BY(filtersLock_);
   std::shared_ptr<PeerList> peers_;
   const std::shared_ptr<ReportBook> book_;
   std::shared_ptr<OwnedParticipant> owned_ = std::make_shared<OwnedParticipant>();  // each node holds it, too

@@ -44,7 +44,7 @@ const DomainManagerReport reportAtExit;
 
 void DomainManager::reportDomains() {
   if (madeHere_.inherited()) return;  // the domains belong to the parent
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   for (const Record& record : records_) {
     logWarning() << "__cdecl TessivarDDS::DomainManager::~DomainManager(void)"
                  << "DomainManager::instance().releaseDomain() not called correct number of times. "
@@ -54,52 +54,55 @@ void DomainManager::reportDomains() {
 
 DDSDomain* DomainManager::sharedDomain(int domainId, const std::string& library, const std::string& profile,
                                        DomainManagerClient* client) {
-  std::unique_lock lock(mutex_);
-  for (;;) {
-    const auto record = std::find_if(records_.begin(), records_.end(), [&](const Record& candidate) {
-      return candidate.shared && candidate.domainId == domainId;
-    });
-    if (record == records_.end()) break;
-    if (record->domain) {
-      record->clients.push_back(client);
-      ++record->references;
-      return record->domain;
+  std::list<Record>::iterator place;
+  {
+    tessivar::platform::UniqueMutexLock lock(mutex_);
+    for (;;) {
+      const auto record = std::find_if(records_.begin(), records_.end(), [&](const Record& candidate) {
+        return candidate.shared && candidate.domainId == domainId;
+      });
+      if (record == records_.end()) break;
+      if (record->domain) {
+        record->clients.push_back(client);
+        ++record->references;
+        return record->domain;
+      }
+      // This thread may be inside the hook of another domain that is being created. It must not wait: the hook of the
+      // wanted domain may wait for that other domain.
+      if (std::any_of(records_.begin(), records_.end(), [](const Record& making) {
+            return !making.domain && making.creator == std::this_thread::get_id();
+          })) {
+        logError() << shared_signature << " Domain " << domainId << " was asked for while it is being made.";
+        return nullptr;
+      }
+      changed_.wait(lock);
     }
-    // This thread may be inside the hook of another domain that is being created. It must not wait: the hook of the
-    // wanted domain may wait for that other domain.
-    if (std::any_of(records_.begin(), records_.end(), [](const Record& making) {
-          return !making.domain && making.creator == std::this_thread::get_id();
-        })) {
-      logError() << shared_signature << " Domain " << domainId << " was asked for while it is being made.";
-      return nullptr;
-    }
-    changed_.wait(lock);
+    place = records_.insert(records_.end(), {domainId, nullptr, true, 1, {client}, std::this_thread::get_id()});
   }
-  return createRecorded(shared_signature, lock, {domainId, nullptr, true, 1, {client}, std::this_thread::get_id()},
-                        library, profile);
+  return createRecorded(shared_signature, place, domainId, library, profile);
 }
 
 DDSDomain* DomainManager::exclusiveDomain(int domainId, const std::string& library, const std::string& profile) {
-  std::unique_lock lock(mutex_);
-  return createRecorded(exclusive_signature, lock, {domainId, nullptr, false, 1, {nullptr}, std::this_thread::get_id()},
-                        library, profile);
+  std::list<Record>::iterator place;
+  {
+    const tessivar::platform::MutexLock lock(mutex_);
+    place = records_.insert(records_.end(), {domainId, nullptr, false, 1, {nullptr}, std::this_thread::get_id()});
+  }
+  return createRecorded(exclusive_signature, place, domainId, library, profile);
 }
 
-DDSDomain* DomainManager::createRecorded(const char* signature, std::unique_lock<tessivar::platform::Mutex>& lock,
-                                         Record record, const std::string& library, const std::string& profile) {
-  // The record reserves the domain id while the lock is released. The hook is application code, and callers for other
-  // ids do not have to wait.
-  const int domainId = record.domainId;
-  const auto place = records_.insert(records_.end(), std::move(record));
-  lock.unlock();
+DDSDomain* DomainManager::createRecorded(const char* signature, std::list<Record>::iterator record, int domainId,
+                                         const std::string& library, const std::string& profile) {
+  // The record reserves the domain id meanwhile. No lock is held, because the hook is application code, and callers for
+  // other ids do not have to wait.
   DDSDomain* domain = nullptr;
   tessivar::framework::guarded(signature, [&] { domain = createDomain(signature, domainId, library, profile); });
   if (!domain) logError() << signature << "Problem creating domain participant";
-  lock.lock();
+  const tessivar::platform::MutexLock lock(mutex_);
   if (domain) {
-    place->domain = domain;
+    record->domain = domain;
   } else {
-    records_.erase(place);
+    records_.erase(record);
   }
   changed_.notify_all();
   return domain;
@@ -111,7 +114,7 @@ DDSDomain* DomainManager::createDomain(const char* signature, int domainId, cons
   DomainHook domainHook;
   DomainQosHook qosHook;
   {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     domainHook = domainHook_;
     qosHook = qosHook_;
   }
@@ -136,7 +139,7 @@ void DomainManager::releaseSharedDomain(DDSDomain* domain, DomainManagerClient* 
       "void __cdecl TessivarDDS::DomainManager::releaseSharedDomain(class TessivarDDS::DDSDomain *,"
       "class TessivarDDS::DomainManagerClient *)";
   {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     const auto record = std::find_if(records_.begin(), records_.end(),
                                      [&](const Record& candidate) { return domain && candidate.domain == domain; });
     if (record == records_.end()) {
@@ -163,19 +166,19 @@ void DomainManager::releaseSharedDomain(DDSDomain* domain, DomainManagerClient* 
 }
 
 void DomainManager::installQosHook(DomainQosHook hook) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   qosHook_ = std::move(hook);
 }
 
 void DomainManager::installDomainHook(DomainHook hook) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   domainHook_ = std::move(hook);
 }
 
 void DomainManager::notifyNetworkSettingsChanged() {
   std::vector<DomainManagerClient*> clients;
   {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     for (const Record& record : records_) {
       for (DomainManagerClient* client : record.clients) {
         if (client) clients.push_back(client);

@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <list>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -89,15 +88,16 @@ class TESSIVAR_API DomainManager {
   void reportDomains();
 
   DDSDomain* createDomain(const char* signature, int domainId, const std::string& library, const std::string& profile);
-  DDSDomain* createRecorded(const char* signature, std::unique_lock<tessivar::platform::Mutex>& lock, Record record,
+  /// Creates the domain of a record, which is in the list already. Removes the record if the creation fails.
+  DDSDomain* createRecorded(const char* signature, std::list<Record>::iterator record, int domainId,
                             const std::string& library, const std::string& profile);
 
   const tessivar::platform::MadeHere madeHere_{};
   tessivar::platform::Mutex mutex_;
   tessivar::platform::Condition changed_;
-  std::list<Record> records_;
-  DomainQosHook qosHook_;
-  DomainHook domainHook_;
+  std::list<Record> records_ TESSIVAR_GUARDED_BY(mutex_);
+  DomainQosHook qosHook_ TESSIVAR_GUARDED_BY(mutex_);
+  DomainHook domainHook_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace TessivarDDS

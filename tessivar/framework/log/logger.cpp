@@ -11,7 +11,6 @@
 
 #include <locale>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 namespace TessivarDDS {
@@ -24,19 +23,19 @@ namespace {
 class Installed {
  public:
   std::shared_ptr<Logger> get() {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     return logger_;
   }
   /// Returns the previous logger.
   std::shared_ptr<Logger> replace(Logger* logger) {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     if (logger == logger_.get()) return logger_;
     return std::exchange(logger_, std::shared_ptr<Logger>(logger));
   }
 
  private:
   tessivar::platform::Mutex mutex_;
-  std::shared_ptr<Logger> logger_ = std::make_shared<DefaultLogger>();
+  std::shared_ptr<Logger> logger_ TESSIVAR_GUARDED_BY(mutex_) = std::make_shared<DefaultLogger>();
 };
 
 Installed& installed() {

@@ -44,7 +44,7 @@ bool WaitSetThread::create() {
     waitSet_ = std::move(waitSet);
     quit_ = std::move(quit);
     madeHere_ = {};
-    const std::lock_guard lock(tasksLock_);
+    const tessivar::platform::MutexLock lock(tasksLock_);
     posted_ = std::move(posted);
   }
   return true;
@@ -189,7 +189,7 @@ void WaitSetThread::serve(const DDSConditionSeq& active) {
 }
 
 bool WaitSetThread::post(std::function<void()> task) {
-  const std::lock_guard lock(tasksLock_);
+  const tessivar::platform::MutexLock lock(tasksLock_);
   if (!posted_) return false;
   tasks_.push_back(std::move(task));
   return posted_->set_trigger_value(DDS_BOOLEAN_TRUE) == DDS_RETCODE_OK;
@@ -198,7 +198,7 @@ bool WaitSetThread::post(std::function<void()> task) {
 void WaitSetThread::runPosted() {
   std::vector<std::function<void()>> tasks;
   {
-    const std::lock_guard lock(tasksLock_);
+    const tessivar::platform::MutexLock lock(tasksLock_);
     posted_->set_trigger_value(DDS_BOOLEAN_FALSE);
     tasks.swap(tasks_);
   }
@@ -250,7 +250,7 @@ void WaitSetThread::stop() {
   }
   waitSet_.reset();
   quit_.reset();
-  const std::lock_guard lock(tasksLock_);
+  const tessivar::platform::MutexLock lock(tasksLock_);
   posted_.reset();
   tasks_.clear();
 }
@@ -260,8 +260,11 @@ void WaitSetThread::abandon() {
   runners_.clear();
   static_cast<void>(waitSet_.release());
   static_cast<void>(quit_.release());
-  static_cast<void>(posted_.release());
-  tasks_.clear();
+  {
+    const tessivar::platform::MutexLock lock(tasksLock_);
+    static_cast<void>(posted_.release());
+    tasks_.clear();
+  }
   running_ = false;
   thread_ = std::thread::id();
 }

@@ -13,7 +13,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -91,8 +90,8 @@ class TESSIVAR_API WaitSetThread : public TessivarThread {
   std::unique_ptr<DDSWaitSet> waitSet_;
   std::unique_ptr<DDSGuardCondition> quit_;
   std::unique_ptr<DDSGuardCondition> posted_;
-  std::vector<std::function<void()>> tasks_;
-  tessivar::platform::Mutex tasksLock_;  // guards posted_ and tasks_; not held while a task runs
+  tessivar::platform::Mutex tasksLock_;  // also held while posted_ changes; not held while a task runs
+  std::vector<std::function<void()>> tasks_ TESSIVAR_GUARDED_BY(tasksLock_);
   std::vector<Entry> runners_;
   TessivarMutex runnersLock_;
   std::vector<DDSCondition*> passedOver_;  // triggered at the last wait but not served; only compared

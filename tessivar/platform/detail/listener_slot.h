@@ -7,7 +7,6 @@
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/status.h"
 
-#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -21,11 +20,11 @@ class ListenerSlot {
   /// Sets the listener and its mask. Returns when no other thread is inside a call of the old listener. If the old
   /// listener itself calls this function, its current call continues.
   void set(Listener* listener, DDS_StatusMask mask = DDS_STATUS_MASK_ALL) {
-    std::unique_lock lock(mutex_);
+    UniqueMutexLock lock(mutex_);
     const Listener* old = std::exchange(listener_, listener);
     mask_ = mask;
     if (old == listener || made_here_.inherited()) return;
-    ended_.wait(lock, [&] {
+    ended_.wait(lock, [&]() TESSIVAR_REQUIRES(mutex_) {
       const Call* call = calls_;
       while (call && (call->listener != old || call->thread == std::this_thread::get_id())) call = call->next;
       return call == nullptr;
@@ -33,7 +32,7 @@ class ListenerSlot {
   }
 
   Listener* get() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return listener_;
   }
 
@@ -50,7 +49,7 @@ class ListenerSlot {
   /// A call that is in progress, on the stack of its thread.
   struct Call {
     Call(ListenerSlot& of, DDS_StatusMask status) : slot(of) {
-      const std::lock_guard lock(slot.mutex_);
+      const MutexLock lock(slot.mutex_);
       if (!slot.listener_ || !(slot.mask_ & status)) return;
       listener = slot.listener_;
       next = std::exchange(slot.calls_, this);
@@ -58,7 +57,7 @@ class ListenerSlot {
     ~Call() {
       if (!listener) return;
       {
-        const std::lock_guard lock(slot.mutex_);
+        const MutexLock lock(slot.mutex_);
         Call** place = &slot.calls_;
         while (*place != this) place = &(*place)->next;
         *place = next;
@@ -76,9 +75,9 @@ class ListenerSlot {
 
   mutable Mutex mutex_;
   Condition ended_;
-  Listener* listener_ = nullptr;
-  DDS_StatusMask mask_ = DDS_STATUS_MASK_NONE;
-  Call* calls_ = nullptr;
+  Listener* listener_ TESSIVAR_GUARDED_BY(mutex_) = nullptr;
+  DDS_StatusMask mask_ TESSIVAR_GUARDED_BY(mutex_) = DDS_STATUS_MASK_NONE;
+  Call* calls_ TESSIVAR_GUARDED_BY(mutex_) = nullptr;
   const MadeHere made_here_ = {};
 };
 

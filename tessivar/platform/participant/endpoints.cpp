@@ -17,6 +17,7 @@ using tessivar::platform::MutexLock;
 using tessivar::platform::quoted;
 using tessivar::platform::refuse;
 using tessivar::platform::refused_in_callback;
+using tessivar::platform::UniqueMutexLock;
 
 namespace {
 
@@ -150,7 +151,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
   if (refused_in_callback("DDSDomainParticipant::delete_contained_entities")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const auto delete_all = [this](auto& entities, const auto& destroy) {
     for (;;) {
-      std::unique_lock lock(impl_->mutex);
+      UniqueMutexLock lock(impl_->mutex);
       if (entities.empty()) return DDS_RETCODE_OK;
       auto* const entity = entities.back();
       lock.unlock();

@@ -10,7 +10,6 @@
 #include "tessivar/platform/qos/profile_store.h"
 
 #include <algorithm>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,9 +40,9 @@ DDS_ReturnCode_t from_profile(const char* operation, Qos& qos, const char* libra
 
 struct DDSDomainParticipantFactory::Impl {
   mutable tessivar::platform::Mutex mutex;
-  DDS_EntityFactoryQosPolicy entity_factory;
-  std::optional<DDS_DomainParticipantQos> default_qos;
-  std::vector<DDSDomainParticipant*> participants;
+  DDS_EntityFactoryQosPolicy entity_factory TESSIVAR_GUARDED_BY(mutex);
+  std::optional<DDS_DomainParticipantQos> default_qos TESSIVAR_GUARDED_BY(mutex);
+  std::vector<DDSDomainParticipant*> participants TESSIVAR_GUARDED_BY(mutex);
 };
 
 DDSDomainParticipantFactory::DDSDomainParticipantFactory() : impl_(std::make_unique<Impl>()) {}
@@ -80,7 +79,7 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(DDS_Domain
   participant->set_listener(listener, mask);
   bool enable = false;
   {
-    const std::lock_guard lock(impl_->mutex);
+    const tessivar::platform::MutexLock lock(impl_->mutex);
     impl_->participants.push_back(participant);
     enable = impl_->entity_factory.autoenable_created_entities;
   }
@@ -97,7 +96,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(DDSDomainPartic
     return DDS_RETCODE_ILLEGAL_OPERATION;
   }
   {
-    const std::lock_guard lock(impl_->mutex);
+    const tessivar::platform::MutexLock lock(impl_->mutex);
     const auto own = std::find(impl_->participants.begin(), impl_->participants.end(), participant);
     const bool inherited = own != impl_->participants.end() && participant->impl().made_here.inherited();
     if (own == impl_->participants.end() || (!inherited && !participant->impl().empty())) {
@@ -111,14 +110,14 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::delete_participant(DDSDomainPartic
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_qos(DDS_DomainParticipantFactoryQos& qos) const {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   qos.entity_factory = impl_->entity_factory;
   qos.profile = ProfileStore::instance().sources();
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::set_qos(const DDS_DomainParticipantFactoryQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   impl_->entity_factory = qos.entity_factory;
   ProfileStore::instance().set_sources(qos.profile);
   return DDS_RETCODE_OK;
@@ -126,7 +125,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::set_qos(const DDS_DomainParticipan
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::get_default_participant_qos(DDS_DomainParticipantQos& qos) const {
   {
-    const std::lock_guard lock(impl_->mutex);
+    const tessivar::platform::MutexLock lock(impl_->mutex);
     if (impl_->default_qos) {
       qos = *impl_->default_qos;
       return DDS_RETCODE_OK;
@@ -140,7 +139,7 @@ DDS_ReturnCode_t DDSDomainParticipantFactory::get_default_participant_qos(DDS_Do
 }
 
 DDS_ReturnCode_t DDSDomainParticipantFactory::set_default_participant_qos(const DDS_DomainParticipantQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   impl_->default_qos = qos;
   return DDS_RETCODE_OK;
 }

@@ -27,7 +27,7 @@ DDS_ReturnCode_t change_peer(DDSDomainParticipant::Impl& participant, const char
   const auto parsed = tessivar::platform::parse_peer(peer, error);
   if (!parsed) return refuse(operation, error, DDS_RETCODE_BAD_PARAMETER);
   {
-    std::unique_lock lock(participant.mutex);
+    tessivar::platform::UniqueMutexLock lock(participant.mutex);
     participant.changed.wait(lock, [&] { return !participant.starting; });
     if (!participant.engine) return change_initial(participant.qos.discovery.initial_peers);
   }

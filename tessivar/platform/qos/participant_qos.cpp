@@ -8,7 +8,6 @@
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/qos/profile_store.h"
 
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -24,7 +23,7 @@ template <class Qos>
 Qos default_qos(tessivar::platform::Mutex& mutex, const std::optional<Qos>& set, const char* topic_name,
                 const Qos& built_in) {
   {
-    const std::lock_guard lock(mutex);
+    const tessivar::platform::MutexLock lock(mutex);
     if (set) return *set;
   }
   Qos qos;
@@ -37,7 +36,7 @@ Qos default_qos(tessivar::platform::Mutex& mutex, const std::optional<Qos>& set,
 }  // namespace
 
 DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   if (!impl_->engine && !impl_->starting) {
     impl_->qos = qos;
     return DDS_RETCODE_OK;
@@ -64,7 +63,7 @@ DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos(DDS_TopicQos& qos) 
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos(const DDS_TopicQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   impl_->default_topic_qos = qos;
   return DDS_RETCODE_OK;
 }
@@ -84,7 +83,7 @@ DDS_ReturnCode_t DDSDomainParticipant::get_default_datawriter_qos(DDS_DataWriter
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos(const DDS_DataWriterQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   impl_->default_writer_qos = qos;
   return DDS_RETCODE_OK;
 }
@@ -104,7 +103,7 @@ DDS_ReturnCode_t DDSDomainParticipant::get_default_datareader_qos(DDS_DataReader
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos(const DDS_DataReaderQos& qos) {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   impl_->default_reader_qos = qos;
   return DDS_RETCODE_OK;
 }

@@ -13,18 +13,18 @@ ProfileStore& ProfileStore::instance() {
 }
 
 void ProfileStore::set_sources(const DDS_ProfileQosPolicy& sources) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   sources_ = sources;
   state_ = State::stale;
 }
 
 DDS_ProfileQosPolicy ProfileStore::sources() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return sources_;
 }
 
 void ProfileStore::reload() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   state_ = State::stale;
 }
 

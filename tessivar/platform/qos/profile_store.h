@@ -6,7 +6,6 @@
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/qos/profiles.h"
 
-#include <mutex>
 #include <set>
 #include <string>
 
@@ -25,7 +24,7 @@ class ProfileStore {
   /// request fails with the error of that source until the source can be read. For requests that name a profile.
   template <class Request>
   bool ask(std::string& error, const Request& request) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return read_all(error) && request(static_cast<const QosProfiles&>(profiles_), error);
   }
 
@@ -37,7 +36,7 @@ class ProfileStore {
     std::string error;
     bool found = false;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (state_ == State::stale) read_all(source_error);
       found = request(static_cast<const QosProfiles&>(profiles_), error);
       if (!found && !error.empty() && !told_.insert(error).second) error.clear();
@@ -50,14 +49,14 @@ class ProfileStore {
  private:
   enum class State { stale, incomplete, complete };
 
-  bool read_all(std::string& error);  // with the lock held
+  bool read_all(std::string& error) TESSIVAR_REQUIRES(mutex_);
   static void report(const std::string& error);
 
   mutable Mutex mutex_;
-  DDS_ProfileQosPolicy sources_;
-  QosProfiles profiles_;
-  State state_ = State::stale;
-  std::set<std::string> told_;  // the errors of default profiles that were logged
+  DDS_ProfileQosPolicy sources_ TESSIVAR_GUARDED_BY(mutex_);
+  QosProfiles profiles_ TESSIVAR_GUARDED_BY(mutex_);
+  State state_ TESSIVAR_GUARDED_BY(mutex_) = State::stale;
+  std::set<std::string> told_ TESSIVAR_GUARDED_BY(mutex_);  // the errors of default profiles that were logged
 };
 
 }  // namespace tessivar::platform

@@ -76,10 +76,10 @@ class TESSIVAR_API OwnedParticipant {
 
   DDSDomainParticipant* participant_ = nullptr;
   tessivar::platform::MadeHere madeHere_;
-  mutable tessivar::platform::Mutex mutex_;  // guards the members below
-  std::map<std::string, Topic> topics_;
-  std::set<std::string> filteredNames_;
-  std::vector<std::string> addedPeers_;
+  mutable tessivar::platform::Mutex mutex_;
+  std::map<std::string, Topic> topics_ TESSIVAR_GUARDED_BY(mutex_);
+  std::set<std::string> filteredNames_ TESSIVAR_GUARDED_BY(mutex_);
+  std::vector<std::string> addedPeers_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace TessivarDDS

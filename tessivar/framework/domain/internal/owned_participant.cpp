@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 
 namespace TessivarDDS {
 
@@ -47,7 +46,7 @@ bool OwnedParticipant::close() {
 
 DDSTopic* OwnedParticipant::acquireTopic(const std::string& name, const char* typeName, const DDS_TopicQos& qos) {
   if (!participant_) return nullptr;
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   const auto known = topics_.find(name);
   if (known == topics_.end()) {
     DDSTopic* const topic = participant_->create_topic(name.c_str(), typeName, qos, nullptr, DDS_STATUS_MASK_NONE);
@@ -64,7 +63,7 @@ DDSTopic* OwnedParticipant::acquireTopic(const std::string& name, const char* ty
 }
 
 DDS_ReturnCode_t OwnedParticipant::releaseTopic(DDSTopic* topic) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   const auto known = topics_.find(topic->get_name());
   if (known == topics_.end()) return DDS_RETCODE_OK;
   if (known->second.holders == 1) {
@@ -78,24 +77,24 @@ DDS_ReturnCode_t OwnedParticipant::releaseTopic(DDSTopic* topic) {
 }
 
 std::string OwnedParticipant::reserveFilteredName(const std::string& name) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   std::string free = name;
   for (int number = 2; !filteredNames_.insert(free).second; ++number) free = name + '.' + std::to_string(number);
   return free;
 }
 
 void OwnedParticipant::releaseFilteredName(const std::string& name) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   filteredNames_.erase(name);
 }
 
 void OwnedParticipant::peerAdded(const std::string& address) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   addedPeers_.push_back(address);
 }
 
 void OwnedParticipant::peerRemoved(const std::string& address) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   std::erase(addedPeers_, address);
 }
 
@@ -106,7 +105,7 @@ std::string OwnedParticipant::describeDiscovery() const {
   participant_->get_network_interfaces(interfaces);
   std::vector<std::string> peers = withoutDefaultPeers(toTexts(qos.discovery.initial_peers));
   {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     peers.insert(peers.end(), addedPeers_.begin(), addedPeers_.end());
   }
   const auto listOrNone = [](const std::vector<std::string>& entries) {
@@ -124,7 +123,7 @@ void OwnedParticipant::warnIfAlone(const char* signature) const {
 }
 
 std::string OwnedParticipant::topicNames() const {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   std::string names;
   for (const auto& [name, topic] : topics_) names += (names.empty() ? "" : ", ") + name;
   return names;

@@ -15,7 +15,7 @@ std::int64_t now() {
 }  // namespace
 
 void PeerList::seen(PeerReport peer) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   lastChange_ = now();
   const auto known =
       std::find_if(peers_.begin(), peers_.end(), [&](const PeerReport& one) { return one.guid == peer.guid; });
@@ -33,24 +33,24 @@ void PeerList::seen(PeerReport peer) {
 }
 
 void PeerList::gone(const std::string& guid) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   const auto forgotten = std::erase_if(peers_, [&](const PeerReport& one) { return one.admitted && one.guid == guid; });
   if (forgotten > 0) lastChange_ = now();
 }
 
 void PeerList::clear() {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   peers_.clear();
   lastChange_ = 0;
 }
 
 std::vector<PeerReport> PeerList::read() const {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   return {peers_.begin(), peers_.end()};
 }
 
 std::int64_t PeerList::lastChange() const {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   return lastChange_;
 }
 

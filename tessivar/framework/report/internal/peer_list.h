@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <list>
-#include <mutex>
 #include <vector>
 
 namespace TessivarDDS {
@@ -34,8 +33,8 @@ class PeerList {
   static constexpr std::size_t deniedKept = 64;
 
   mutable tessivar::platform::Mutex mutex_;
-  std::list<PeerReport> peers_;
-  std::int64_t lastChange_ = 0;
+  std::list<PeerReport> peers_ TESSIVAR_GUARDED_BY(mutex_);
+  std::int64_t lastChange_ TESSIVAR_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace TessivarDDS

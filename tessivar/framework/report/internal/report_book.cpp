@@ -10,7 +10,7 @@ namespace TessivarDDS {
 
 void ReportBook::open(const DDSDomain& domain) {
   {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     if (domainId_ >= 0 || !domain.participant()) return;
   }
   open(domain.participant()->get_domain_id(), domain.peers(), std::make_shared<tessivar::platform::EndpointList>());
@@ -18,7 +18,7 @@ void ReportBook::open(const DDSDomain& domain) {
 
 void ReportBook::open(int domainId, std::shared_ptr<const PeerList> peers,
                       std::shared_ptr<tessivar::platform::EndpointList> endpoints) {
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   domainId_ = domainId;
   peers_ = std::move(peers);
   endpoints_ = std::move(endpoints);
@@ -32,7 +32,7 @@ void ReportBook::close() {
 Report ReportBook::report() const {
   Report report;
   report.service = service_;
-  const std::lock_guard lock(mutex_);
+  const tessivar::platform::MutexLock lock(mutex_);
   report.domainId = domainId_;
   report.endpoints = endpoints_->read();
   for (const EndpointReport& endpoint : report.endpoints) {

@@ -9,7 +9,6 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,7 +37,7 @@ class ReportBook {
   template <class Node>
   void add(const Node* node) {
     if (!node) return;
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     if (node->dataReader()) endpoints_->add(node->dataReader()->counters());
     if (node->dataWriter()) endpoints_->add(node->dataWriter()->counters());
   }
@@ -49,7 +48,7 @@ class ReportBook {
     add(&service.valueNode());
     add(&service.requestNode());
     add(&service.replyNode());
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     exchanges_.push_back([topic = service.valueNode().topicName(), &service] {
       return ExchangeReport{topic, service.counts()};
     });
@@ -62,10 +61,11 @@ class ReportBook {
  private:
   const char* const service_;
   mutable tessivar::platform::Mutex mutex_;
-  int domainId_ = -1;
-  std::shared_ptr<const PeerList> peers_;
-  std::shared_ptr<tessivar::platform::EndpointList> endpoints_ = std::make_shared<tessivar::platform::EndpointList>();
-  std::vector<std::function<ExchangeReport()>> exchanges_;
+  int domainId_ TESSIVAR_GUARDED_BY(mutex_) = -1;
+  std::shared_ptr<const PeerList> peers_ TESSIVAR_GUARDED_BY(mutex_);
+  std::shared_ptr<tessivar::platform::EndpointList> endpoints_ TESSIVAR_GUARDED_BY(mutex_) =
+      std::make_shared<tessivar::platform::EndpointList>();
+  std::vector<std::function<ExchangeReport()>> exchanges_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace TessivarDDS

@@ -8,7 +8,6 @@
 #include "tessivar/platform/detail/mutex.h"
 
 #include <memory>
-#include <mutex>
 #include <utility>
 
 namespace TessivarDDS {
@@ -22,14 +21,14 @@ class ClientListeners {
   /// Does nothing if `listener` is attached already.
   void attach(RequestReplyNodeClientListener* listener) {
     if (!listener) return;
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     List longer = *list_;
     longer.attach(listener, false);
     list_ = std::make_shared<const List>(std::move(longer));
   }
 
   void clear() {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     list_ = std::make_shared<const List>();
   }
 
@@ -44,12 +43,12 @@ class ClientListeners {
 
  private:
   std::shared_ptr<const List> current() const {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     return list_;
   }
 
   mutable tessivar::platform::Mutex mutex_;
-  std::shared_ptr<const List> list_ = std::make_shared<const List>();
+  std::shared_ptr<const List> list_ TESSIVAR_GUARDED_BY(mutex_) = std::make_shared<const List>();
 };
 
 }  // namespace TessivarDDS

@@ -9,7 +9,6 @@
 #include "tessivar/platform/participant.h"
 
 #include <atomic>
-#include <mutex>
 #include <string>
 
 namespace TessivarDDS {
@@ -60,7 +59,7 @@ std::string listenerSignature(const char* listener, const char* function) {
 template <class Endpoint, class Status>
 void store(std::atomic<int>& count, tessivar::platform::Mutex& counting, Endpoint& endpoint, Status status,
            DDS_ReturnCode_t (Endpoint::*get)(Status&), DDS_Long Status::*figure) {
-  const std::lock_guard lock(counting);
+  const tessivar::platform::MutexLock lock(counting);
   Status present = {};
   if ((endpoint.*get)(present) == DDS_RETCODE_OK) status = present;
   count = status.*figure;

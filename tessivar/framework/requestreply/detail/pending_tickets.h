@@ -4,7 +4,7 @@
 #pragma once
 
 #include "tessivar/framework/requestreply/request_reply_ticket.h"
-#include "tessivar/framework/sync/sync.h"
+#include "tessivar/platform/detail/mutex.h"
 
 #include <bit>
 #include <cstdint>
@@ -31,7 +31,7 @@ class PendingTickets {
   /// oldest and returns it in `dropped`. The new ticket itself is never dropped. Returns false and changes nothing if
   /// memory is short.
   bool append(const Ticket& ticket, int most, Ticket& dropped) {
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     if (!add(ticket)) return false;
     if (most >= 0 && byAge_.size() > 1 && byAge_.size() > static_cast<std::size_t>(most)) {
       dropped = byAge_.begin()->second;
@@ -42,7 +42,7 @@ class PendingTickets {
 
   /// Returns the oldest pending ticket with this number, or null if there is none.
   Ticket find(unsigned short number) const {
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     const auto entry = byNumber_.lower_bound({number, 0});
     return entry != byNumber_.end() && entry->first == number ? byAge_.at(entry->second) : Ticket();
   }
@@ -50,7 +50,7 @@ class PendingTickets {
   /// Removes exactly this ticket, not another ticket with the same number. Returns false if it is not pending.
   bool remove(const Ticket& ticket) {
     if (!ticket) return false;
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     for (auto entry = byNumber_.lower_bound({ticket->ticketId, 0});
          entry != byNumber_.end() && entry->first == ticket->ticketId; ++entry) {
       const auto candidate = byAge_.find(entry->second);
@@ -63,14 +63,14 @@ class PendingTickets {
   }
 
   std::size_t size() const {
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     return byAge_.size();
   }
 
   /// Returns the next free number after the last returned number; 0 follows 65534. Numbers of pending tickets are
   /// skipped. Returns nothing if all numbers are pending.
   std::optional<unsigned short> nextNumber() {
-    const ScopedLock lock(lock_);
+    const tessivar::platform::MutexLock lock(lock_);
     unsigned candidate = (last_ + 1) % numbers;
     // Searches the words of the map from the word of the candidate on. At the end it searches the first part of that
     // word again.
@@ -90,7 +90,7 @@ class PendingTickets {
   static constexpr unsigned word_bits = 64;
   static constexpr unsigned words = (numbers + 1) / word_bits;
 
-  bool add(const Ticket& ticket) {
+  bool add(const Ticket& ticket) TESSIVAR_REQUIRES(lock_) {
     try {
       byNumber_.emplace(ticket->ticketId, next_);
       byAge_.emplace_hint(byAge_.end(), next_, ticket);
@@ -103,7 +103,7 @@ class PendingTickets {
     return true;
   }
 
-  void erase(typename ByAge::iterator entry) {
+  void erase(typename ByAge::iterator entry) TESSIVAR_REQUIRES(lock_) {
     const unsigned short number = entry->second->ticketId;
     byNumber_.erase({number, entry->first});
     byAge_.erase(entry);
@@ -111,7 +111,7 @@ class PendingTickets {
     if (other == byNumber_.end() || other->first != number) setUsed(number, false);
   }
 
-  void setUsed(unsigned short number, bool used) {
+  void setUsed(unsigned short number, bool used) TESSIVAR_REQUIRES(lock_) {
     const std::uint64_t bit = std::uint64_t{1} << (number % word_bits);
     if (used || number == numbers) {
       used_[number / word_bits] |= bit;
@@ -126,12 +126,12 @@ class PendingTickets {
     return map;
   }
 
-  std::uint64_t next_ = 0;
-  unsigned last_ = 0;
-  ByAge byAge_;
-  std::set<std::pair<unsigned short, std::uint64_t>> byNumber_;
-  std::vector<std::uint64_t> used_ = allFree();  // one bit for each number
-  mutable TessivarMutex lock_;
+  mutable tessivar::platform::Mutex lock_;
+  std::uint64_t next_ TESSIVAR_GUARDED_BY(lock_) = 0;
+  unsigned last_ TESSIVAR_GUARDED_BY(lock_) = 0;
+  ByAge byAge_ TESSIVAR_GUARDED_BY(lock_);
+  std::set<std::pair<unsigned short, std::uint64_t>> byNumber_ TESSIVAR_GUARDED_BY(lock_);
+  std::vector<std::uint64_t> used_ TESSIVAR_GUARDED_BY(lock_) = allFree();  // one bit for each number
 };
 
 }  // namespace TessivarDDS

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <list>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -21,7 +20,7 @@ class RecentClients {
   /// Records an answer to `guid`. Returns the identity that is removed from the list, or an empty text if none is
   /// removed.
   std::string answered(const std::string& guid) {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     const auto known = places_.find(guid);
     if (known != places_.end()) {
       guids_.splice(guids_.begin(), guids_, known->second);
@@ -37,7 +36,7 @@ class RecentClients {
   }
 
   void clear() {
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     places_.clear();
     guids_.clear();
   }
@@ -45,8 +44,8 @@ class RecentClients {
  private:
   tessivar::platform::Mutex mutex_;
   const std::size_t most_;
-  std::list<std::string> guids_;
-  std::unordered_map<std::string, std::list<std::string>::iterator> places_;
+  std::list<std::string> guids_ TESSIVAR_GUARDED_BY(mutex_);
+  std::unordered_map<std::string, std::list<std::string>::iterator> places_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace TessivarDDS

@@ -3,12 +3,12 @@
 // The unit of each recent ticket number, for messages.
 #pragma once
 
+#include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/sequence.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 namespace TessivarDDS {
@@ -19,7 +19,7 @@ class RecentUnits {
  public:
   void remember(const DDS_OctetSeq& client, unsigned short ticketId, const char* unit) {
     const std::uint64_t key = keyOf(client, ticketId);
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     Entry& entry = entries_[key % entries_.size()];
     entry.key = key;
     entry.unit = unit ? unit : "";
@@ -28,7 +28,7 @@ class RecentUnits {
   /// Returns "unknown" if there is no entry for the ticket.
   std::string find(const DDS_OctetSeq& client, unsigned short ticketId) const {
     const std::uint64_t key = keyOf(client, ticketId);
-    const std::lock_guard lock(mutex_);
+    const tessivar::platform::MutexLock lock(mutex_);
     const Entry& entry = entries_[key % entries_.size()];
     return entry.key == key && !entry.unit.empty() ? entry.unit : "unknown";
   }
@@ -46,8 +46,8 @@ class RecentUnits {
     return (hash & ~std::uint64_t{0xffff}) + ((hash + ticketId) & 0xffff);
   }
 
-  mutable std::mutex mutex_;
-  std::array<Entry, 1024> entries_;
+  mutable tessivar::platform::Mutex mutex_;
+  std::array<Entry, 1024> entries_ TESSIVAR_GUARDED_BY(mutex_);
 };
 
 }  // namespace TessivarDDS

@@ -10,7 +10,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <thread>
 
 namespace TessivarDDS {
@@ -51,7 +50,7 @@ class UseGate {
     Turn& operator=(const Turn&) = delete;
 
    private:
-    const std::lock_guard<tessivar::platform::Mutex> lock_;
+    const tessivar::platform::MutexLock lock_;
     UseGate& gate_;
   };
 

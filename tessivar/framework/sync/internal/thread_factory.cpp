@@ -4,16 +4,14 @@
 
 #include "tessivar/platform/detail/mutex.h"
 
-#include <mutex>
-
 namespace tessivar::framework {
 
 namespace {
 
 struct Factory {
   tessivar::platform::Mutex mutex;
-  RTIOsapiThreadFactory* factory = nullptr;
-  unsigned created = 0;
+  RTIOsapiThreadFactory* factory TESSIVAR_GUARDED_BY(mutex) = nullptr;
+  unsigned created TESSIVAR_GUARDED_BY(mutex) = 0;
 };
 
 constinit Factory process;
@@ -21,7 +19,7 @@ constinit Factory process;
 }  // namespace
 
 RTIOsapiThread* createThread(const char* name, RTIOsapiThreadFunction entry, void* argument) {
-  const std::lock_guard lock(process.mutex);
+  const tessivar::platform::MutexLock lock(process.mutex);
   if (process.created == 0) process.factory = RTIOsapiThreadFactory_newDefault();
   RTIOsapiThread* thread =
       RTIOsapiThreadFactory_createThread(process.factory, name, 0, 0, -1, nullptr, entry, argument);
@@ -32,11 +30,11 @@ RTIOsapiThread* createThread(const char* name, RTIOsapiThreadFunction entry, voi
 void destroyThread(RTIOsapiThread* thread) {
   RTIOsapiThreadFactory* factory;
   {
-    const std::lock_guard lock(process.mutex);
+    const tessivar::platform::MutexLock lock(process.mutex);
     factory = process.factory;
   }
   RTIOsapiThreadFactory_destroyThread(factory, thread);  // this waits, so the lock is not held
-  const std::lock_guard lock(process.mutex);
+  const tessivar::platform::MutexLock lock(process.mutex);
   if (process.created != 1) return;
   RTIOsapiThreadFactory_delete(process.factory);
   process.factory = nullptr;
@@ -44,7 +42,7 @@ void destroyThread(RTIOsapiThread* thread) {
 }
 
 unsigned threadsCreated() {
-  const std::lock_guard lock(process.mutex);
+  const tessivar::platform::MutexLock lock(process.mutex);
   return process.created;
 }
 
