@@ -109,11 +109,17 @@ bool Discovery::on_alive(void* self, const cyclone_participant* participant, boo
     if (remote.ignored) return true;
     if (discovery.events_) discovery.queue_.push_back({to_builtin_data(*participant), guid, true, !locked});
   }
-  if (locked)
+  if (locked) {
     discovery.worker_.post([&discovery] { discovery.deliver(); });
-  else
-    discovery.deliver();
-  return discovery.is_ignored(guid);
+    return discovery.is_ignored(guid);
+  }
+  discovery.deliver();
+  if (!discovery.is_ignored(guid)) return false;
+  // During the callback the engine may have announced our endpoints to the participant.
+  const std::lock_guard guard(discovery.lock_);
+  if (discovery.own_guid_ != Guid{})
+    discovery.send_later(cyclone_new_farewell(participant, discovery.own_guid_.data()));
+  return true;
 }
 
 void Discovery::on_gone(void* self, const std::uint8_t octets[16]) {
@@ -205,8 +211,11 @@ void Discovery::ignore(const Guid& remote) {
 
 void Discovery::part_from(const Guid& remote, const Guid& own) {
   if (!is_present(remote)) return;
-  const std::shared_ptr<cyclone_farewell> farewell(cyclone_part_from_participant(gv_, own.data(), remote.data()),
-                                                   cyclone_free_farewell);
+  send_later(cyclone_part_from_participant(gv_, own.data(), remote.data()));
+}
+
+void Discovery::send_later(cyclone_farewell* owned) {
+  const std::shared_ptr<cyclone_farewell> farewell(owned, cyclone_free_farewell);
   if (!farewell) return;
   for (const auto delay : farewell_delays)
     worker_.post([this, farewell] { cyclone_send_farewell(gv_, farewell.get()); }, delay);

@@ -83,8 +83,8 @@ class Discovery {
   void stop();
 
   /// From now on all data of the participant is ignored. If the callback that reports a new participant calls this, no
-  /// endpoint of it ever becomes known. A participant that is known already receives a farewell, so that its reliable
-  /// writers do not wait for our readers.
+  /// endpoint of it ever becomes known. The participant receives a farewell, so that its reliable writers do not wait
+  /// for our readers.
   void ignore(const Guid& remote);
   /// Runs `task` on the worker, unless stop() is called before.
   void on_worker(std::function<void()> task) { worker_.post(std::move(task)); }
@@ -107,6 +107,8 @@ class Discovery {
 
   /// Runs on the worker.
   void part_from(const Guid& remote, const Guid& own);
+  /// Sends the farewell from the worker, and frees it. It may be null.
+  void send_later(cyclone_farewell* owned);
   static bool on_alive(void* self, const cyclone_participant* participant, bool locked);
   static void on_gone(void* self, const std::uint8_t guid[16]);
   void deliver();

@@ -269,6 +269,15 @@ struct cyclone_farewell {
   uint8_t message[FAREWELL_SIZE];
 };
 
+static struct cyclone_farewell* new_farewell(const struct ddsi_proxy_participant* to, const uint8_t own_octets[16],
+                                             const uint8_t octets[16]) {
+  struct cyclone_farewell* farewell = malloc(sizeof *farewell);
+  if (farewell == NULL) return NULL;
+  write_farewell(farewell->message, own_octets, octets);
+  farewell->addresses = ref_addrset(to->as_meta);
+  return farewell;
+}
+
 struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_octets[16],
                                                        const uint8_t octets[16]) {
   const ddsi_guid_t guid = to_guid(octets);
@@ -276,13 +285,17 @@ struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv,
   struct thread_state* thread = lookup_thread_state();
   thread_state_awake(thread, gv);
   const struct ddsi_proxy_participant* participant = entidx_lookup_proxy_participant_guid(gv->entity_index, &guid);
-  if (participant != NULL && (farewell = malloc(sizeof *farewell)) != NULL) {
-    write_farewell(farewell->message, own_octets, octets);
-    farewell->addresses = ref_addrset(participant->as_meta);
+  if (participant != NULL) {
+    farewell = new_farewell(participant, own_octets, octets);
+    (void)ddsi_delete_proxy_participant_by_guid(gv, &guid, ddsrt_time_wallclock(), 1);
   }
-  if (participant != NULL) (void)ddsi_delete_proxy_participant_by_guid(gv, &guid, ddsrt_time_wallclock(), 1);
   thread_state_asleep(thread);
   return farewell;
+}
+
+struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* participant,
+                                              const uint8_t own_octets[16]) {
+  return new_farewell(participant->entity, own_octets, participant->guid);
 }
 
 static void send_farewell(const ddsi_xlocator_t* to, void* message) {
@@ -312,6 +325,7 @@ struct cyclone_watch {
 static void describe(struct cyclone_participant* to, const struct ddsi_proxy_participant* from) {
   const ddsi_plist_t* plist = from->plist;
   memset(to, 0, sizeof *to);
+  to->entity = from;
   from_guid(to->guid, &from->e.guid);
   if (plist->qos.present & QP_USER_DATA) {
     to->user_data = plist->qos.user_data.value;
@@ -462,6 +476,10 @@ bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t guid[16]) 
 struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
                                                        const uint8_t guid[16]) {
   return (void)gv, (void)own_guid, (void)guid, NULL;
+}
+struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* participant,
+                                              const uint8_t own_guid[16]) {
+  return (void)participant, (void)own_guid, NULL;
 }
 void cyclone_send_farewell(struct ddsi_domaingv* gv, struct cyclone_farewell* farewell) {
   (void)gv, (void)farewell;

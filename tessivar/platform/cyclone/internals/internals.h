@@ -15,6 +15,7 @@ extern "C" {
 #endif
 
 struct ddsi_domaingv;
+struct ddsi_proxy_participant;
 struct dds_qos;
 
 /// Returns the engine's record of the domain that this thread has just created, or null if the engine's structures are
@@ -77,6 +78,10 @@ struct cyclone_farewell;
 /// or memory is short. The caller frees it before the domain is deleted.
 struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
                                                        const uint8_t guid[16]);
+struct cyclone_participant;
+/// Returns a farewell to a participant that is new, during the callback that reports it. Null if memory is short.
+struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* participant,
+                                              const uint8_t own_guid[16]);
 /// Must not be called on one of the engine's threads. May be called again for the same farewell.
 void cyclone_send_farewell(struct ddsi_domaingv* gv, struct cyclone_farewell* farewell);
 void cyclone_free_farewell(struct cyclone_farewell* farewell);
@@ -96,6 +101,7 @@ enum { CYCLONE_LOCATORS_MAX = 16 };
 
 /// The discovery data of a remote participant. The pointers are valid during the callback.
 struct cyclone_participant {
+  const struct ddsi_proxy_participant* entity;
   uint8_t guid[16];
   const uint8_t* user_data;
   uint32_t user_data_size;
