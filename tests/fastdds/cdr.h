@@ -30,12 +30,6 @@ class Decoder {
     ((cdr_ >> members), ...);
     return *this;
   }
-  /// Skips a member of this type.
-  template <class Member>
-  Decoder& skip() {
-    Member member{};
-    return read(member);
-  }
   /// Returns the length of an optional member, or 0 if it is absent. Its content follows.
   std::uint16_t optional(std::uint16_t member_id) {
     cdr_.jump((4 - cdr_.getSerializedDataLength() % 4) % 4);
@@ -45,7 +39,6 @@ class Decoder {
     if ((id & 0x3fff) != member_id) throw std::runtime_error("another member than the optional one that was due");
     return length;
   }
-  void jump(std::size_t count) { cdr_.jump(count); }
 
  private:
   eprosima::fastcdr::FastBuffer buffer_;

@@ -71,13 +71,13 @@ class FastDdsParticipant {
   Reader reader(const std::string& topic, bool history) {
     Reader reader;
     reader.reader_ =
-        make_reader(this->topic(topic, Sample::type_name, key_hash_of<Sample>, reader.hashes_asked_), history);
+        make_reader(this->topic(topic, Sample::type_name, Sample::key_hash, reader.hashes_asked_), history);
     return reader;
   }
   template <class Sample>
   Writer writer(const std::string& topic) {
     Writer writer;
-    writer.writer_ = make_writer(this->topic(topic, Sample::type_name, key_hash_of<Sample>, nullptr));
+    writer.writer_ = make_writer(this->topic(topic, Sample::type_name, Sample::key_hash, nullptr));
     return writer;
   }
 

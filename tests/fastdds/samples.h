@@ -1,132 +1,78 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The samples that the peer exchanges with a device, encoded as in their IDL.
+// The samples that the participant exchanges with devices, encoded as in their IDL.
 #pragma once
 
 #include "cdr.h"
 
+#include <tuple>
+#include <utility>
+
 namespace fastdds_peer {
 
-struct Unit {
-  static constexpr const char* type_name = "Tessivar::Unit";
-  static Unit decode(const Bytes& encoding) {
-    Unit unit;
+/// A type whose encoding begins with `Members`. The first `Keys` members are its key.
+template <std::size_t Keys, class... Members>
+struct Leading {
+  typedef std::tuple<Members...> Values;
+
+  static Values read(Decoder& decoder) {
+    Values values;
+    std::apply([&](auto&... members) { decoder.read(members...); }, values);
+    return values;
+  }
+  static Values decode(const Bytes& encoding) {
     Decoder decoder(encoding);
-    decoder.read(unit.unit_id, unit.name);
-    decoder.skip<std::string>().skip<std::uint16_t>();                    // type_name, type_id
-    decoder.skip<std::string>().skip<std::string>().skip<std::string>();  // topologicalName, location, notes
-    const std::uint16_t rc_address = decoder.optional(7);
-    unit.has_rc_address = rc_address != 0;
-    decoder.jump(rc_address);
-    decoder.read(unit.host);
-    return unit;
+    return read(decoder);
   }
-  KeyHash key_hash() const { return hash_of(unit_id); }
-
-  std::string unit_id, name, host;
-  bool has_rc_address = false;
+  /// Returns the key hash of an encoding, in the form that a topic type needs.
+  static KeyHash key_hash(const Bytes& encoding) {
+    const Values values = decode(encoding);
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+      return hash_of(std::get<I>(values)...);
+    }
+    (std::make_index_sequence<Keys>());
+  }
 };
 
-/// The value of a command of the kind Int.
-struct Command {
+typedef std::string Text;
+constexpr std::uint32_t int_kind = 1;
+
+struct Unit : Leading<1, Text, Text> {  // address, name
+  static constexpr const char* type_name = "Tessivar::Unit";
+};
+struct Command : Leading<2, Text, std::uint32_t, std::uint32_t, std::int32_t> {  // unit, number, int_kind, value
   static constexpr const char* type_name = "Tessivar::Command";
-  static constexpr std::uint32_t int_kind = 1;
-  static Command decode(const Bytes& encoding) {
-    Command command;
-    std::uint32_t kind = 0;
-    Decoder(encoding).read(command.unit_id, command.number, kind, command.value);
-    if (kind != int_kind) throw std::runtime_error("a value of another kind than Int");
-    return command;
-  }
-  KeyHash key_hash() const { return hash_of(unit_id, number); }
-
-  std::string unit_id;
-  std::uint32_t number = 0;
-  std::int32_t value = 0;
 };
-
-struct Metadata {
+struct Metadata : Leading<2, Text, std::uint32_t, Text> {  // unit, number, name
   static constexpr const char* type_name = "Tessivar::CommandMetadata";
-  static Metadata decode(const Bytes& encoding) {
-    Metadata metadata;
-    Decoder(encoding).read(metadata.unit_id, metadata.number, metadata.name);
-    return metadata;
-  }
-  KeyHash key_hash() const { return hash_of(unit_id, number); }
-
-  std::string unit_id, name;
-  std::uint32_t number = 0;
 };
-
-struct Source {
+struct Source
+    : Leading<4, Text, std::uint16_t, std::uint16_t, std::uint32_t, Text> {  // unit, matrix, level, index, name
   static constexpr const char* type_name = "Tessivar_Routing::Source";
-  static Source decode(const Bytes& encoding) {
-    Source source;
-    Decoder(encoding).read(source.unit_id, source.matrix, source.level, source.index, source.name);
-    return source;
-  }
-  KeyHash key_hash() const { return hash_of(unit_id, matrix, level, index); }
-
-  std::string unit_id, name;
-  std::uint16_t matrix = 0, level = 0;
-  std::uint32_t index = 0;
 };
-
-struct LogMessage {
+struct LogMessage : Leading<2, Text, Text, Text> {  // address, header, value
   static constexpr const char* type_name = "Tessivar_Logging::LogMessage";
-  static LogMessage decode(const Bytes& encoding) {
-    LogMessage message;
-    Decoder(encoding).read(message.address, message.header, message.value, message.seconds, message.nanoseconds);
-    return message;
-  }
-  KeyHash key_hash() const { return hash_of(address, header); }
-
-  std::string address, header, value;
-  std::uint64_t seconds = 0;
-  std::uint32_t nanoseconds = 0;
 };
-
-struct Request {
+struct Request : Leading<1, Bytes> {  // identity
   static constexpr const char* type_name = "Tessivar::CommandChangeRequest";
-  static Request decode(const Bytes& encoding) {
-    Request request;
-    Decoder(encoding).read(request.identity);
-    return request;
-  }
-  Bytes encode() const {
+  static Bytes encode(const Bytes& identity, std::uint16_t ticket, const Command::Values& wanted) {
+    const auto& [unit, number, kind, value] = wanted;
     constexpr std::uint64_t at_once = 0;
-    return encoded(eprosima::fastcdr::Cdr::LITTLE_ENDIANNESS, true, identity, ticket, wanted.unit_id, wanted.number,
-                   Command::int_kind, wanted.value, at_once, std::uint32_t{0});
+    return encoded(eprosima::fastcdr::Cdr::LITTLE_ENDIANNESS, true, identity, ticket, unit, number, kind, value,
+                   at_once, std::uint32_t{0});
   }
-  KeyHash key_hash() const { return hash_of(identity); }
-
-  Bytes identity;
-  std::uint16_t ticket = 0;
-  Command wanted;
 };
-
-struct Reply {
+struct Reply : Leading<1, Bytes, std::uint16_t, std::uint32_t> {  // identity, ticket, result
   static constexpr const char* type_name = "Tessivar::CommandChangeReply";
   static constexpr std::uint32_t complete = 1, failed = 3;
-  static Reply decode(const Bytes& encoding) {
-    Reply reply;
+  /// Returns the reason of a reply, or an empty text.
+  static Text reason(const Bytes& encoding) {
     Decoder decoder(encoding);
-    decoder.read(reply.identity, reply.ticket, reply.result);
-    if (decoder.optional(3) != 0) decoder.read(reply.reason);
-    return reply;
+    read(decoder);
+    Text reason;
+    if (decoder.optional(3) != 0) decoder.read(reason);
+    return reason;
   }
-  KeyHash key_hash() const { return hash_of(identity); }
-
-  Bytes identity;
-  std::uint16_t ticket = 0;
-  std::uint32_t result = 0;
-  std::string reason;  // empty if there is no reason
 };
-
-/// Returns the key hash of an encoding, in the form that a topic type needs.
-template <class Sample>
-KeyHash key_hash_of(const Bytes& encoding) {
-  return Sample::decode(encoding).key_hash();
-}
 
 }  // namespace fastdds_peer
