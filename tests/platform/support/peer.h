@@ -4,6 +4,7 @@
 #pragma once
 
 #include "support/bus.h"
+#include "tests/support/child_process.h"
 
 namespace platform_test {
 
@@ -11,18 +12,12 @@ namespace platform_test {
 /// `history` commands, each of its own instance with an odd number. Then it replies to each received command with an
 /// even number by writing a command with the next number. If it has a history, writer and reader are transient-local,
 /// otherwise volatile.
-class Peer {
+class Peer : public tessivar::testing::ChildProcess {
  public:
   /// Returns when the history was written.
   explicit Peer(int history = 0, DDS_Duration_t lease = {2, 800000000}, const std::string& topic = own_topic());
   /// Lets the process continue and end. It must end successfully unless it was killed.
   ~Peer();
-  void signal(int number);
-
- private:
-  pid_t pid_ = 0;
-  int channel_ = -1;
-  bool killed_ = false;
 };
 
 /// The liveliness that the peer's endpoints also have.
