@@ -98,6 +98,17 @@ TEST_F(TessivarNodeTest, SendsTheFirstReplyOfItsListeners) {
   client_.cleanUp();
 }
 
+TEST_F(TessivarNodeTest, FilterAddressesSelectRequestsAndInterests) {
+  start({lamp});
+  ASSERT_TRUE(client_.registerInterest({lamp, camera}));
+  EXPECT_TRUE(node_hears_.happens("interest " + lamp.toString()));
+  EXPECT_TRUE(set(lamp) && !set(camera, 300));
+  ASSERT_TRUE(node_.setFilterAddresses({camera}));
+  EXPECT_TRUE(node_hears_.happens("interest " + camera.toString())) << "registered earlier";
+  EXPECT_TRUE(set(camera) && !set(lamp, 300));
+  EXPECT_THAT(node_hears_.take(2), ElementsAre("request", "request"));
+}
+
 TEST_F(TessivarNodeTest, ReceivesRequestsForItsOwnUnitsOnly) {
   start({lamp});
   ASSERT_TRUE(client_.registerInterest({lamp, camera}));

@@ -78,33 +78,6 @@ TEST(InterestTest, FiltersApplyWhileTheyChangeAndDataFlows) {
   ASSERT_TRUE(device.does("stream"));
 }
 
-TEST(InterestTest, DeviceReceivesRequestsForItsUnitsOnly) {
-  BusPeer device("device");
-  ASSERT_TRUE(device.does("filter " + camera));
-  BusPeer client("client");
-  ASSERT_TRUE(client.does("create"));
-  ASSERT_TRUE(client.does("match 20000"));
-  ASSERT_TRUE(client.does("interest " + lamp));
-  ASSERT_TRUE(client.does("interest " + camera));
-  ASSERT_TRUE(client.does("set " + camera + " 1 5 20000"));
-  EXPECT_TRUE(client.sees("set true"));
-  ASSERT_TRUE(client.does("set " + lamp + " 1 5 300"));
-  EXPECT_TRUE(client.sees("set false"));
-  EXPECT_TRUE(device.sees("interest " + camera));
-  EXPECT_TRUE(device.saw_nothing_of("interest " + lamp));
-  EXPECT_TRUE(device.saw_nothing_of("request " + lamp));
-
-  ASSERT_TRUE(device.does("filter " + camera + ' ' + lamp));
-  ASSERT_TRUE(client.does("set " + lamp + " 1 6 20000"));
-  EXPECT_TRUE(client.sees("set true"));
-  EXPECT_TRUE(device.saw_nothing_of("request " + lamp + " 1 5"));
-
-  ASSERT_TRUE(device.does("filter " + mixer));
-  ASSERT_TRUE(client.does("set " + camera + " 1 7 300"));
-  EXPECT_TRUE(client.sees("set false"));
-  EXPECT_TRUE(device.saw_nothing_of("request " + camera + " 1 7"));
-}
-
 TEST(InterestTest, RangesAreRemovedOneByOneAndFoundByLaterFilters) {
   BusPeer device("device");
   ASSERT_TRUE(device.does("filter " + mixer));

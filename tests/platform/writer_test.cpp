@@ -28,9 +28,13 @@ TEST_F(WriterTest, KnowsItsInstancesUntilTheyAreUnregistered) {
   EXPECT_EQ(writer->unregister_instance(sample, handle), DDS_RETCODE_OK);
   EXPECT_EQ(take(reader).size(), 0u) << "one that was never written";
   EXPECT_EQ(writer->write(sample, handle), DDS_RETCODE_OK);
+  DDS_WriteParams_t params;
+  params.source_timestamp = {1700000000, 5};
+  EXPECT_EQ(writer->write_w_params(sample, params), DDS_RETCODE_OK);
+  EXPECT_TRUE(DDS_InstanceHandle_equals(&handle, &params.handle));
   EXPECT_EQ(writer->dispose(sample, handle), DDS_RETCODE_OK);
   EXPECT_TRUE(writer->lookup_instance(sample).isValid);
-  take(reader);
+  EXPECT_EQ(take(reader).at(1).info.source_timestamp.sec, 1700000000);
   EXPECT_EQ(writer->write(sample, handle), DDS_RETCODE_OK);
   EXPECT_EQ(writer->unregister_instance(sample, handle), DDS_RETCODE_OK);
   EXPECT_EQ(take(reader, 1).at(0).info.instance_state, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE)

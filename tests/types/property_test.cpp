@@ -125,17 +125,16 @@ TEST(PropertyTest, AnyOctetsAreDecodedSafely) {
       std::copy(octets.begin(), octets.end(), exact.get());
       EXPECT_STREQ(reader.broken_rule(exact.get(), octets.size()), nullptr) << to_hex(octets);
     };
-    for (const bool little_endian : {true, false}) {
+    for (int i = 0; i < 8; ++i) {
       sample.randomize(one.random);
-      const Octets octets = encoding_of(sample, little_endian).value();
+      const Octets octets = encoding_of(sample, i % 2 == 0).value();
       const std::size_t step = octets.size() / 60 + 1;  // long encodings are tested at some positions only
       for (std::size_t at = 0; at < octets.size(); at += step) {
         read({octets.begin(), octets.begin() + static_cast<std::ptrdiff_t>(at)});
-        for (const unsigned flip : {0x01u, 0x40u, 0x80u, 0xffu}) {
-          Octets mutated = octets;
-          mutated[at] = static_cast<std::uint8_t>(mutated[at] ^ flip);
-          read(mutated);
-        }
+        constexpr std::uint8_t flips[] = {0x01, 0x40, 0x80, 0xff};
+        Octets mutated = octets;
+        mutated[at] = static_cast<std::uint8_t>(mutated[at] ^ flips[one.random() % std::size(flips)]);
+        read(mutated);
       }
       Octets noise(one.random() % 64);
       for (std::uint8_t& octet : noise) octet = static_cast<std::uint8_t>(one.random() % 8);

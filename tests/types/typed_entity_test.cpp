@@ -126,28 +126,6 @@ TEST_F(TypedEntityTest, LendsSamplesThatUseLittleMemory) {
   EXPECT_EQ(types_test::allocations(), allocated);
 }
 
-TEST_F(TypedEntityTest, RegistersWritesDisposesAndUnregisters) {
-  const DDS_InstanceHandle_t handle = writer->register_instance(numbered(7));
-  const DDS_InstanceHandle_t found = writer->lookup_instance(*command);
-  EXPECT_TRUE(handle.isValid && DDS_InstanceHandle_equals(&handle, &found));
-  DDS_WriteParams_t params;
-  params.source_timestamp = {1700000000, 5};
-  EXPECT_EQ(writer->write_w_params(*command, params), DDS_RETCODE_OK);
-  EXPECT_TRUE(DDS_InstanceHandle_equals(&handle, &params.handle));
-  EXPECT_EQ(writer->write_w_timestamp(*command, handle, {1700000001, 0}), DDS_RETCODE_OK);
-  EXPECT_EQ(writer->dispose(*command, handle), DDS_RETCODE_OK);
-
-  ASSERT_EQ(reader->take(samples, infos, all, any_sample, any_view, any_instance), DDS_RETCODE_OK);
-  EXPECT_EQ(infos[0].source_timestamp.sec, 1700000000);
-  EXPECT_EQ(infos[0].instance_state, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE);
-  numbered(0);
-  EXPECT_EQ(reader->get_key_value(*command, infos[0].instance_handle), DDS_RETCODE_OK);
-  EXPECT_EQ(command->commandNumber, 7u);
-  EXPECT_EQ(reader->return_loan(samples, infos), DDS_RETCODE_OK);
-  EXPECT_EQ(writer->unregister_instance(*command, handle), DDS_RETCODE_OK);
-  EXPECT_FALSE(writer->lookup_instance(*command).isValid);
-}
-
 TEST(TypeSupportTest, CreatesCopiesEncodesAndDeletesSamples) {
   Command* command = CommandTypeSupport::create_data_ex(DDS_BOOLEAN_TRUE);
   Command* copy = CommandTypeSupport::create_data();
