@@ -6,10 +6,7 @@
 // 1.4, 2.2.4.1).
 #pragma once
 
-#include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/status.h"
-
-#include <mutex>
 
 namespace tessivar::platform {
 
@@ -72,14 +69,6 @@ Status read_status(Status& seen) {
   const Status status = seen;
   forget_changes(seen);
   return status;
-}
-
-/// Implements the get_…_status operations: copies a status that `mutex` guards to `out` and sets its changes to 0.
-template <class Status>
-DDS_ReturnCode_t get_status(Mutex& mutex, Status& seen, Status& out) {
-  const std::lock_guard lock(mutex);
-  out = read_status(seen);
-  return DDS_RETCODE_OK;
 }
 
 }  // namespace tessivar::platform

@@ -23,8 +23,8 @@ class FlushClock {
 
   /// Throws std::system_error if no thread can be created.
   void add(Batch& batch) {
-    std::unique_lock lock(mutex_);
-    stopped_.wait(lock, [&] { return !stopping_; });
+    UniqueMutexLock lock(mutex_);
+    stopped_.wait(lock, [this]() TESSIVAR_REQUIRES(mutex_) { return !stopping_; });
     if (!thread_.joinable()) {
       thread_ = Thread("tessivar_flush", [this] { run(); });
     }
@@ -36,8 +36,8 @@ class FlushClock {
   void remove(Batch& batch) {
     Thread ended;
     {
-      std::unique_lock lock(mutex_);
-      flushed_.wait(lock, [&] { return flushing_ != &batch; });
+      UniqueMutexLock lock(mutex_);
+      flushed_.wait(lock, [&]() TESSIVAR_REQUIRES(mutex_) { return flushing_ != &batch; });
       std::erase(batches_, &batch);
       if (!batches_.empty()) return;
       stopping_ = true;
@@ -46,7 +46,7 @@ class FlushClock {
     }
     ended.join();
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       stopping_ = false;
     }
     stopped_.notify_all();
@@ -56,14 +56,14 @@ class FlushClock {
   /// earlier.
   void start(Batch& batch) {
     const std::int64_t due = now() + batch.delay_;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (batch.due_ <= due) return;
     batch.due_ = due;
     if (due < next_) changed_.notify_one();
   }
 
   void stop(Batch& batch) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     batch.due_ = never;
   }
 
@@ -73,7 +73,7 @@ class FlushClock {
   }
 
   void run() {
-    std::unique_lock lock(mutex_);
+    UniqueMutexLock lock(mutex_);
     while (!stopping_) {
       const auto first = std::min_element(batches_.begin(), batches_.end(),
                                           [](const Batch* a, const Batch* b) { return a->due_ < b->due_; });
@@ -83,33 +83,34 @@ class FlushClock {
       } else if (const std::int64_t left = next_ - now(); left > 0) {
         changed_.wait_for(lock, std::chrono::nanoseconds(left));
       } else {
-        flush(**first, lock);
+        Batch& batch = **first;
+        batch.due_ = never;
+        flushing_ = &batch;
+        lock.unlock();
+        flush(batch);
+        lock.lock();
+        flushing_ = nullptr;
+        flushed_.notify_all();
       }
     }
   }
 
-  void flush(Batch& batch, std::unique_lock<Mutex>& lock) {
-    batch.due_ = never;
-    flushing_ = &batch;
-    lock.unlock();
+  static void flush(Batch& batch) {
     const DDS_ReturnCode_t result = batch.flush();
     if (result != DDS_RETCODE_OK) {
       log(LogLevel::error, "DDSDataWriter", "a batch could not be sent, return code " + std::to_string(result));
     }
-    lock.lock();
-    flushing_ = nullptr;
-    flushed_.notify_all();
   }
 
   Mutex mutex_;
   Condition changed_;
   Condition flushed_;
   Condition stopped_;
-  Thread thread_;
-  bool stopping_ = false;
-  std::vector<Batch*> batches_;
-  const Batch* flushing_ = nullptr;
-  std::int64_t next_ = never;
+  Thread thread_ TESSIVAR_GUARDED_BY(mutex_);
+  bool stopping_ TESSIVAR_GUARDED_BY(mutex_) = false;
+  std::vector<Batch*> batches_ TESSIVAR_GUARDED_BY(mutex_);
+  const Batch* flushing_ TESSIVAR_GUARDED_BY(mutex_) = nullptr;
+  std::int64_t next_ TESSIVAR_GUARDED_BY(mutex_) = never;
 };
 
 namespace {
@@ -135,7 +136,7 @@ Batch::~Batch() {
 
 DDS_ReturnCode_t Batch::make_room(std::uint32_t size) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (octets_ == 0 || octets_ + size <= max_octets_) return DDS_RETCODE_OK;
   }
   return flush();
@@ -144,7 +145,7 @@ DDS_ReturnCode_t Batch::make_room(std::uint32_t size) {
 DDS_ReturnCode_t Batch::added(std::uint32_t size) {
   bool first = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     first = samples_ == 0;
     octets_ += size;
     samples_ += 1;
@@ -158,7 +159,7 @@ DDS_ReturnCode_t Batch::added(std::uint32_t size) {
 
 DDS_ReturnCode_t Batch::flush() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     octets_ = 0;
     samples_ = 0;
     if (delay_ != never) FlushClock::instance().stop(*this);

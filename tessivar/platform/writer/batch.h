@@ -8,8 +8,6 @@
 #include "tessivar/platform/engine/engine.h"
 #include "tessivar/platform/qos.h"
 
-#include <mutex>
-
 namespace tessivar::platform {
 
 /// Thread-safe. One thread sends the batches of all writers when their delay has passed. It exists while there is a
@@ -38,8 +36,8 @@ class Batch {
   const std::int64_t max_samples_;
   const std::int64_t delay_;  // nanoseconds; `never`: no limit
   Mutex mutex_;
-  std::int64_t octets_ = 0;
-  std::int64_t samples_ = 0;
+  std::int64_t octets_ TESSIVAR_GUARDED_BY(mutex_) = 0;
+  std::int64_t samples_ TESSIVAR_GUARDED_BY(mutex_) = 0;
   std::int64_t due_ = never;  // belongs to FlushClock and is guarded by its lock
 };
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The data writer: life cycle, writes, statuses and the public class.
+// The data writer: life cycle, writes and the public class.
 #include "tessivar/platform/writer.h"
 
+#include "tessivar/platform/detail/callback.h"
 #include "tessivar/platform/detail/log.h"
 #include "tessivar/platform/participant/participant_impl.h"
-#include "tessivar/platform/participant/status_counts.h"
 #include "tessivar/platform/participant/topic_impl.h"
-#include "tessivar/platform/system/application_call.h"
 #include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/values/sequence_fill.h"
 #include "tessivar/platform/writer/writer_impl.h"
@@ -20,15 +19,15 @@
 using tessivar::platform::EncodedKey;
 using tessivar::platform::EncodedSample;
 using tessivar::platform::EngineWriter;
-using tessivar::platform::follow;
-using tessivar::platform::get_status;
 using tessivar::platform::guarded;
 using tessivar::platform::handle_of;
 using tessivar::platform::KeyHash;
 using tessivar::platform::log;
 using tessivar::platform::log_joined;
 using tessivar::platform::LogLevel;
-using tessivar::platform::read_status;
+using tessivar::platform::MutexLock;
+using tessivar::platform::refused_in_callback;
+using tessivar::platform::refused_in_filter;
 using tessivar::platform::SampleRef;
 using tessivar::platform::to_nanoseconds;
 using tessivar::platform::WriteKind;
@@ -57,12 +56,12 @@ bool valid(const DDS_Time_t& time) {
 
 }  // namespace
 
-DDSDataWriter::Impl::Impl(DDSTopic& its_topic, DDSPublisher* its_publisher, const DDS_DataWriterQos& its_qos)
-    : topic(its_topic),
-      publisher(its_publisher),
-      type(its_topic.impl().type),
+DDSDataWriter::Impl::Impl(DDSTopic& written, DDSPublisher* parent, const DDS_DataWriterQos& writer_qos)
+    : topic(written),
+      publisher(parent),
+      type(topic.impl().type),
       keyed(type.get_key_kind() != PRES_TYPEPLUGIN_NO_KEY),
-      qos(its_qos),
+      qos(writer_qos),
       counters(std::make_shared<tessivar::platform::EndpointCounters>(true, topic.impl().name, topic.impl().type_name,
                                                                       nullptr)),
       instances(type) {}
@@ -74,7 +73,10 @@ DDSDataWriter::Impl::~Impl() {
 void DDSDataWriter::Impl::close() {
   batch.reset();
   engine = nullptr;
-  owned_engine.reset();
+  statuses.end();
+  std::unique_ptr<EngineWriter> closed;  // destroyed without the lock
+  const MutexLock lock(enabling_);
+  closed = std::move(owned_engine_);
 }
 
 DDS_ReturnCode_t DDSDataWriter::Impl::refuse(const char* operation, const char* reason, DDS_ReturnCode_t result) const {
@@ -96,8 +98,9 @@ DDS_ReturnCode_t DDSDataWriter::Impl::enable() {
     return DDS_RETCODE_ILLEGAL_OPERATION;
   }
   DDS_StatusMask changed = 0;
+  std::unique_ptr<EngineWriter> opened;
   {
-    const std::lock_guard lock(enabling);
+    const MutexLock lock(enabling_);
     if (engine) return DDS_RETCODE_OK;
     DDSDomainParticipant::Impl& participant = topic.get_participant()->impl();
     tessivar::platform::EngineParticipant* bus = participant.engine;
@@ -109,25 +112,22 @@ DDS_ReturnCode_t DDSDataWriter::Impl::enable() {
     config.qos = qos;
     config.ignore_own_participant = participant.ignores_itself;
     std::string error;
-    DDS_ReturnCode_t result = bus->create_writer(config, this, owned_engine, error);
+    DDS_ReturnCode_t result = bus->create_writer(config, this, opened, error);
     if (result == DDS_RETCODE_OK && qos.batch.enable) {
       result = tessivar::platform::guarded(error, DDS_RETCODE_OUT_OF_RESOURCES, [&] {
-        batch = std::make_unique<tessivar::platform::Batch>(qos.batch, *owned_engine);
+        batch = std::make_unique<tessivar::platform::Batch>(qos.batch, *opened);
         return DDS_RETCODE_OK;
       });
-      if (!batch) owned_engine.reset();
     }
     if (result != DDS_RETCODE_OK) {
       log(LogLevel::error, "DDSDataWriter::enable", "topic \"" + topic.impl().name + "\": " + error);
       return result;
     }
-    const std::lock_guard status_lock(status_mutex);
-    engine = owned_engine.get();
-    changed = std::exchange(deferred, 0);
+    engine = opened.get();
+    owned_engine_ = std::move(opened);
+    changed = statuses.begin();
   }
-  for (DDS_StatusMask status = 1; status; status <<= 1) {
-    if (changed & status) report(status);
-  }
+  report(changed);
   return DDS_RETCODE_OK;
 }
 
@@ -142,7 +142,7 @@ DDS_ReturnCode_t DDSDataWriter::Impl::publish_unguarded(const void* sample, cons
   if (!sample) return refuse(name_of(kind), "null sample");
   if (!valid(timestamp)) return refuse(name_of(kind), "the source timestamp is not a valid time");
   if (!keyed && handle.isValid) return refuse(name_of(kind), "a handle for a type without key");
-  if (tessivar::platform::refused_in_filter(name_of(kind))) return DDS_RETCODE_ILLEGAL_OPERATION;
+  if (refused_in_filter(name_of(kind))) return DDS_RETCODE_ILLEGAL_OPERATION;
   EngineWriter* writer = engine;
   if (!writer) return DDS_RETCODE_NOT_ENABLED;
   const std::int64_t time = to_nanoseconds(timestamp);
@@ -256,73 +256,6 @@ DDS_ReturnCode_t DDSDataWriter::Impl::flush() {
   return batch ? batch->flush() : DDS_RETCODE_OK;
 }
 
-// --- statuses --------------------------------------------------------------------------------------------------------
-
-namespace {
-
-/// Stores a status. Returns true if it must be reported now.
-template <class Status>
-bool changed(DDSDataWriter::Impl& writer, Status& seen, const Status& now, DDS_StatusMask status) {
-  const std::lock_guard lock(writer.status_mutex);
-  if (!follow(seen, now)) return false;
-  if (writer.engine) return true;
-  writer.deferred |= status;
-  return false;
-}
-
-/// Calls the writer's listener or, if the writer has none for this status, the participant's.
-template <class Status>
-void tell(DDSDataWriter::Impl& writer, Status& seen, DDS_StatusMask status,
-          void (DDSDataWriterListener::*callback)(DDSDataWriter*, const Status&)) {
-  const auto call = [&](DDSDataWriterListener& listener) {
-    Status now;
-    {
-      const std::lock_guard lock(writer.status_mutex);
-      now = read_status(seen);
-    }
-    (listener.*callback)(writer.self, now);
-  };
-  if (!call_listener(writer.listener, status, "DDSDataWriterListener", call)) {
-    call_listener(writer.topic.get_participant()->impl().listener, status, "DDSDomainParticipantListener", call);
-  }
-}
-
-}  // namespace
-
-void DDSDataWriter::Impl::report(DDS_StatusMask status) {
-  switch (status) {
-    case DDS_PUBLICATION_MATCHED_STATUS:
-      return tell(*this, matched, status, &DDSDataWriterListener::on_publication_matched);
-    case DDS_LIVELINESS_LOST_STATUS:
-      return tell(*this, lost, status, &DDSDataWriterListener::on_liveliness_lost);
-    case DDS_OFFERED_DEADLINE_MISSED_STATUS:
-      return tell(*this, deadline, status, &DDSDataWriterListener::on_offered_deadline_missed);
-    case DDS_OFFERED_INCOMPATIBLE_QOS_STATUS:
-      return tell(*this, incompatible, status, &DDSDataWriterListener::on_offered_incompatible_qos);
-    default:
-      return;
-  }
-}
-
-void DDSDataWriter::Impl::publication_matched(const DDS_PublicationMatchedStatus& now) {
-  counters->matches(now.current_count);
-  if (changed(*this, matched, now, DDS_PUBLICATION_MATCHED_STATUS)) report(DDS_PUBLICATION_MATCHED_STATUS);
-}
-
-void DDSDataWriter::Impl::liveliness_lost(const DDS_LivelinessLostStatus& now) {
-  if (changed(*this, lost, now, DDS_LIVELINESS_LOST_STATUS)) report(DDS_LIVELINESS_LOST_STATUS);
-}
-
-void DDSDataWriter::Impl::offered_deadline_missed(const DDS_OfferedDeadlineMissedStatus& now) {
-  if (changed(*this, deadline, now, DDS_OFFERED_DEADLINE_MISSED_STATUS)) report(DDS_OFFERED_DEADLINE_MISSED_STATUS);
-}
-
-void DDSDataWriter::Impl::offered_incompatible_qos(const DDS_OfferedIncompatibleQosStatus& now) {
-  if (changed(*this, incompatible, now, DDS_OFFERED_INCOMPATIBLE_QOS_STATUS)) {
-    report(DDS_OFFERED_INCOMPATIBLE_QOS_STATUS);
-  }
-}
-
 // --- the public class ------------------------------------------------------------------------------------------------
 
 void DDSDataWriter::ImplDelete::operator()(Impl* impl) const {
@@ -367,19 +300,23 @@ DDSDataWriterListener* DDSDataWriter::get_listener() const {
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_publication_matched_status(DDS_PublicationMatchedStatus& status) {
-  return get_status(impl_->status_mutex, impl_->matched, status);
+  status = impl_->statuses.read<DDS_PublicationMatchedStatus>();
+  return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_liveliness_lost_status(DDS_LivelinessLostStatus& status) {
-  return get_status(impl_->status_mutex, impl_->lost, status);
+  status = impl_->statuses.read<DDS_LivelinessLostStatus>();
+  return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_offered_deadline_missed_status(DDS_OfferedDeadlineMissedStatus& status) {
-  return get_status(impl_->status_mutex, impl_->deadline, status);
+  status = impl_->statuses.read<DDS_OfferedDeadlineMissedStatus>();
+  return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_offered_incompatible_qos_status(DDS_OfferedIncompatibleQosStatus& status) {
-  return get_status(impl_->status_mutex, impl_->incompatible, status);
+  status = impl_->statuses.read<DDS_OfferedIncompatibleQosStatus>();
+  return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDataWriter::get_matched_subscriptions(DDS_InstanceHandleSeq& handles) {
@@ -394,9 +331,7 @@ DDS_ReturnCode_t DDSDataWriter::assert_liveliness() {
 }
 
 DDS_ReturnCode_t DDSDataWriter::wait_for_acknowledgments(const DDS_Duration_t& max_wait) {
-  if (tessivar::platform::refused_in_callback("DDSDataWriter::wait_for_acknowledgments")) {
-    return DDS_RETCODE_ILLEGAL_OPERATION;
-  }
+  if (refused_in_callback("DDSDataWriter::wait_for_acknowledgments")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const DDS_ReturnCode_t flushed = impl_->flush();
   if (flushed != DDS_RETCODE_OK) return flushed;
   EngineWriter* writer = impl_->engine;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The implementation of the data writer.
+//
+// `enabling_` is taken before the lock of the statuses. Neither is held while the engine writes or a listener runs.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"
@@ -11,25 +13,26 @@
 #include "tessivar/platform/writer.h"
 #include "tessivar/platform/writer/batch.h"
 #include "tessivar/platform/writer/writer_instances.h"
+#include "tessivar/platform/writer/writer_statuses.h"
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
-  Impl(DDSTopic& its_topic, DDSPublisher* its_publisher, const DDS_DataWriterQos& its_qos);
+  Impl(DDSTopic& written, DDSPublisher* parent, const DDS_DataWriterQos& writer_qos);
   ~Impl();
 
-  DDS_ReturnCode_t enable();
+  DDS_ReturnCode_t enable() TESSIVAR_EXCLUDES(enabling_);
   /// Leaves the bus. When it returns, no callback is running and none will follow. Must not be called from a callback.
-  void close();
+  void close() TESSIVAR_EXCLUDES(enabling_);
   /// Writes `sample`, or disposes or unregisters its instance.
   DDS_ReturnCode_t publish(const void* sample, const DDS_InstanceHandle_t& handle, const DDS_Time_t& timestamp,
                            tessivar::platform::WriteKind kind);
   DDS_InstanceHandle_t add_instance(const void* sample);
   DDS_ReturnCode_t flush();
 
+  // The events of the engine writer (writer_events.cpp).
   void publication_matched(const DDS_PublicationMatchedStatus&) override;
   void liveliness_lost(const DDS_LivelinessLostStatus&) override;
   void offered_deadline_missed(const DDS_OfferedDeadlineMissedStatus&) override;
@@ -45,24 +48,20 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   tessivar::platform::ListenerSlot<DDSDataWriterListener> listener;
   tessivar::platform::WriterInstances instances;
 
-  tessivar::platform::Mutex enabling;
-  std::unique_ptr<tessivar::platform::EngineWriter> owned_engine;
-  std::atomic<tessivar::platform::EngineWriter*> engine = nullptr;  // null until the writer is enabled
-  std::unique_ptr<tessivar::platform::Batch> batch;                 // null without batching
+  tessivar::platform::WriterStatuses statuses;
 
-  /// `status_mutex` guards the statuses. Each status has the changes since the application read it last.
-  tessivar::platform::Mutex status_mutex;
-  DDS_PublicationMatchedStatus matched = {};
-  DDS_LivelinessLostStatus lost = {};
-  DDS_OfferedDeadlineMissedStatus deadline = {};
-  DDS_OfferedIncompatibleQosStatus incompatible = {};
-  /// Statuses that changed before the writer was enabled and must still be reported.
-  DDS_StatusMask deferred = 0;
+  // Set when the writer is enabled, and then unchanged until it is closed.
+  std::unique_ptr<tessivar::platform::Batch> batch;                 // null without batching
+  std::atomic<tessivar::platform::EngineWriter*> engine = nullptr;  // set last; null until the writer is enabled
 
  private:
   DDS_ReturnCode_t publish_unguarded(const void* sample, const DDS_InstanceHandle_t& handle,
                                      const DDS_Time_t& timestamp, tessivar::platform::WriteKind kind);
-  void report(DDS_StatusMask status);
+  /// For each of these statuses calls the writer's listener or, if the writer has none for the status, the
+  /// participant's.
+  void report(DDS_StatusMask changed) TESSIVAR_EXCLUDES(enabling_);
+  template <class Status>
+  void notify(DDS_StatusMask status, void (DDSDataWriterListener::*callback)(DDSDataWriter*, const Status&));
   DDS_ReturnCode_t write_sample(tessivar::platform::EngineWriter& writer, const void* sample,
                                 const DDS_InstanceHandle_t& handle, std::int64_t timestamp);
   DDS_ReturnCode_t write_key(tessivar::platform::EngineWriter& writer, const void* sample,
@@ -79,4 +78,7 @@ struct DDSDataWriter::Impl final : tessivar::platform::EngineWriterEvents {
   /// Logs that the sample, or its key if `key_only`, cannot be encoded, and which member is wrong. Returns
   /// BAD_PARAMETER.
   DDS_ReturnCode_t refuse_sample(const char* operation, const void* sample, bool key_only) const;
+
+  tessivar::platform::Mutex enabling_;
+  std::unique_ptr<tessivar::platform::EngineWriter> owned_engine_ TESSIVAR_GUARDED_BY(enabling_);
 };
