@@ -67,7 +67,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_datawriter(DDSDataWriter* writer) 
   if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
   if (refused_in_callback("DDSDomainParticipant::delete_datawriter")) return DDS_RETCODE_ILLEGAL_OPERATION;
   {
-    std::unique_lock lock(impl_->mutex);
+    UniqueMutexLock lock(impl_->mutex);
     if (!remove(impl_->writers, writer)) return DDS_RETCODE_PRECONDITION_NOT_MET;
     impl_->await_unpinned(lock, writer);
   }
@@ -133,7 +133,7 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_datareader(DDSDataReader* reader) 
 
 DDS_ReturnCode_t DDSDomainParticipant::Impl::destroy(DDSDataReader* reader) {
   {
-    std::unique_lock lock(mutex);
+    UniqueMutexLock lock(mutex);
     if (!remove(readers, reader)) return DDS_RETCODE_PRECONDITION_NOT_MET;
     await_unpinned(lock, reader);
   }
@@ -149,9 +149,10 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::destroy(DDSDataReader* reader) {
 DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
   if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
   if (refused_in_callback("DDSDomainParticipant::delete_contained_entities")) return DDS_RETCODE_ILLEGAL_OPERATION;
-  const auto delete_all = [this](auto& entities, const auto& destroy) {
+  const auto delete_all = [this](auto Impl::*list, const auto& destroy) {
     for (;;) {
       UniqueMutexLock lock(impl_->mutex);
+      const auto& entities = (*impl_).*list;
       if (entities.empty()) return DDS_RETCODE_OK;
       auto* const entity = entities.back();
       lock.unlock();
@@ -159,12 +160,12 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_contained_entities() {
       if (result != DDS_RETCODE_OK) return result;
     }
   };
-  DDS_ReturnCode_t result = delete_all(impl_->readers, [&](DDSDataReader* reader) { return impl_->destroy(reader); });
+  DDS_ReturnCode_t result = delete_all(&Impl::readers, [&](DDSDataReader* reader) { return impl_->destroy(reader); });
   if (result != DDS_RETCODE_OK) return result;
-  result = delete_all(impl_->writers, [&](DDSDataWriter* writer) { return delete_datawriter(writer); });
+  result = delete_all(&Impl::writers, [&](DDSDataWriter* writer) { return delete_datawriter(writer); });
   if (result != DDS_RETCODE_OK) return result;
-  result = delete_all(impl_->filtered_topics,
+  result = delete_all(&Impl::filtered_topics,
                       [&](DDSContentFilteredTopic* topic) { return delete_contentfilteredtopic(topic); });
   if (result != DDS_RETCODE_OK) return result;
-  return delete_all(impl_->topics, [&](DDSTopic* topic) { return delete_topic(topic); });
+  return delete_all(&Impl::topics, [&](DDSTopic* topic) { return delete_topic(topic); });
 }

@@ -17,12 +17,14 @@ using tessivar::platform::BuiltinReader;
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
 using tessivar::platform::in_callback;
+using tessivar::platform::MutexLock;
 using tessivar::platform::refuse;
 using tessivar::platform::refused_in_callback;
 using tessivar::platform::refused_in_filter;
+using tessivar::platform::UniqueMutexLock;
 
-DDSDomainParticipant::Impl::Impl(DDS_DomainId_t domain, const DDS_DomainParticipantQos& its_qos)
-    : domain_id(domain), qos(its_qos) {}
+DDSDomainParticipant::Impl::Impl(DDS_DomainId_t domain, const DDS_DomainParticipantQos& participant_qos)
+    : domain_id(domain), qos(participant_qos) {}
 
 DDSDomainParticipant::Impl::~Impl() {
   owned_engine.reset();
@@ -32,12 +34,12 @@ DDSDomainParticipant::Impl::~Impl() {
 }
 
 bool DDSDomainParticipant::Impl::empty() const {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   return topics.empty() && filtered_topics.empty() && writers.empty() && readers.empty();
 }
 
 bool DDSDomainParticipant::Impl::autoenable() const {
-  const std::lock_guard lock(mutex);
+  const MutexLock lock(mutex);
   return engine && qos.entity_factory.autoenable_created_entities;
 }
 
@@ -65,7 +67,7 @@ void DDSDomainParticipant::Impl::pin(const void* entity) {
 
 void DDSDomainParticipant::Impl::unpin(const void* entity) {
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     pins.erase(std::find_if(pins.begin(), pins.end(), [&](const Pin& pin) {
       return pin.entity == entity && pin.by == std::this_thread::get_id();
     }));
@@ -73,8 +75,8 @@ void DDSDomainParticipant::Impl::unpin(const void* entity) {
   changed.notify_all();
 }
 
-void DDSDomainParticipant::Impl::await_unpinned(std::unique_lock<tessivar::platform::Mutex>& lock, const void* entity) {
-  changed.wait(lock, [&] {
+void DDSDomainParticipant::Impl::await_unpinned(UniqueMutexLock& lock, const void* entity) {
+  changed.wait(lock, [&]() TESSIVAR_REQUIRES(mutex) {
     return std::none_of(pins.begin(), pins.end(),
                         [&](const Pin& pin) { return pin.entity == entity && pin.by != std::this_thread::get_id(); });
   });
@@ -85,14 +87,14 @@ void DDSDomainParticipant::Impl::await_unpinned(std::unique_lock<tessivar::platf
 DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   if (engine && in_callback()) return DDS_RETCODE_OK;  // the thread may hold `enabling` already
   if (refused_in_callback("DDSDomainParticipant::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
-  const std::lock_guard enabling_lock(enabling);
+  const MutexLock enabling_lock(enabling);
   if (engine) return DDS_RETCODE_OK;
   tessivar::platform::EngineParticipantConfig config;
   std::string error;
   DDS_ReturnCode_t result = DDS_RETCODE_OK;
   bool enables_contained = false;
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     result = tessivar::platform::make_config(domain_id, qos, config, error);
     if (result != DDS_RETCODE_OK) return refuse("DDSDomainParticipant::enable", error, result);
     starting = true;
@@ -100,7 +102,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   }
   result = tessivar::platform::engine().create_participant(config, this, owned_engine, error);
   {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     starting = false;
     if (result == DDS_RETCODE_OK) {
       engine = owned_engine.get();
@@ -121,9 +123,10 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
 
   // Enable one entity at a time, because the application may create and delete others meanwhile.
   std::vector<const void*> tried;
-  const auto enable_all = [&](const auto& entities) {
+  const auto enable_all = [&](auto Impl::*list) {
     for (;;) {
-      std::unique_lock lock(mutex);
+      UniqueMutexLock lock(mutex);
+      const auto& entities = this->*list;
       const auto next = std::find_if(entities.begin(), entities.end(), [&](const auto* entity) {
         return std::find(tried.begin(), tried.end(), entity) == tried.end();
       });
@@ -137,8 +140,8 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
       unpin(entity);
     }
   };
-  enable_all(writers);
-  enable_all(readers);
+  enable_all(&Impl::writers);
+  enable_all(&Impl::readers);
   return result;
 }
 
@@ -149,8 +152,8 @@ void DDSDomainParticipant::Impl::participant_seen(const DDS_ParticipantBuiltinTo
   {
     // If a participant is discovered while the engine starts, wait until `engine` is set, because the listener may call
     // ignore_participant(). The time limit is for an engine that fails to start and waits for this call.
-    std::unique_lock lock(mutex);
-    changed.wait_for(lock, std::chrono::seconds(1), [&] { return !starting; });
+    UniqueMutexLock lock(mutex);
+    changed.wait_for(lock, std::chrono::seconds(1), [this]() TESSIVAR_REQUIRES(mutex) { return !starting; });
   }
   DDSDataReader::Impl& reader = builtin_reader->impl();
   static_cast<BuiltinReader&>(reader).participants.update(data, handle, alive);
@@ -163,7 +166,7 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
                                                             const DDS_StringSeq& parameters) {
   if (refused_in_filter("DDSContentFilteredTopic::set_expression_parameters")) return DDS_RETCODE_ILLEGAL_OPERATION;
   DDSContentFilteredTopic::Impl& impl = topic.impl();
-  const std::lock_guard changing(impl.changing);
+  const MutexLock changing(impl.changing);
   DDS_ReturnCode_t result = DDS_RETCODE_OK;
   const auto compiled =
       CompiledFilter::compile(impl.filter, impl.expression, parameters, impl.topic.impl().type, result);
@@ -176,8 +179,8 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
   std::vector<DDSDataReader*> concerned;
   std::shared_ptr<CompiledFilter> before;  // goes without a lock, because it may call the application's finalize()
   {
-    const std::lock_guard lock(mutex);
-    const std::lock_guard topic_lock(impl.mutex);
+    const MutexLock lock(mutex);
+    const MutexLock topic_lock(impl.mutex);
     concerned.reserve(readers.size());
     pins.reserve(pins.size() + readers.size());
     DDS_StringSeq own;
@@ -233,7 +236,7 @@ DDS_DomainId_t DDSDomainParticipant::get_domain_id() const {
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::get_qos(DDS_DomainParticipantQos& qos) const {
-  const std::lock_guard lock(impl_->mutex);
+  const MutexLock lock(impl_->mutex);
   qos = impl_->qos;
   return DDS_RETCODE_OK;
 }

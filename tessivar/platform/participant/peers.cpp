@@ -13,6 +13,7 @@
 using tessivar::platform::EngineParticipant;
 using tessivar::platform::quoted;
 using tessivar::platform::refuse;
+using tessivar::platform::UniqueMutexLock;
 
 namespace {
 
@@ -27,8 +28,8 @@ DDS_ReturnCode_t change_peer(DDSDomainParticipant::Impl& participant, const char
   const auto parsed = tessivar::platform::parse_peer(peer, error);
   if (!parsed) return refuse(operation, error, DDS_RETCODE_BAD_PARAMETER);
   {
-    tessivar::platform::UniqueMutexLock lock(participant.mutex);
-    participant.changed.wait(lock, [&] { return !participant.starting; });
+    UniqueMutexLock lock(participant.mutex);
+    participant.changed.wait(lock, [&]() TESSIVAR_REQUIRES(participant.mutex) { return !participant.starting; });
     if (!participant.engine) return change_initial(participant.qos.discovery.initial_peers);
   }
   if (parsed->address.empty()) return DDS_RETCODE_OK;

@@ -82,7 +82,7 @@ const char* DDSContentFilteredTopic::get_filter_expression() const {
 }
 
 DDS_ReturnCode_t DDSContentFilteredTopic::get_expression_parameters(DDS_StringSeq& parameters) const {
-  const std::lock_guard lock(impl_->mutex);
+  const tessivar::platform::MutexLock lock(impl_->mutex);
   return parameters.copy(impl_->parameters) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 

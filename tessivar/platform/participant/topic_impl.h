@@ -10,7 +10,6 @@
 #include "tessivar/platform/type_plugin.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -34,13 +33,14 @@ struct DDSContentFilteredTopic::Impl {
   DDSContentFilter& filter;
   int users = 0;  // number of readers; guarded by the participant's lock
 
-  tessivar::platform::Mutex changing = {};       // held during a change of parameters
-  mutable tessivar::platform::Mutex mutex = {};  // guards the members below
-  DDS_StringSeq parameters = {};
-  std::shared_ptr<tessivar::platform::CompiledFilter> compiled = {};
+  /// Held during a change of parameters.
+  tessivar::platform::Mutex changing TESSIVAR_ACQUIRED_BEFORE(mutex) = {};
+  mutable tessivar::platform::Mutex mutex = {};
+  DDS_StringSeq parameters TESSIVAR_GUARDED_BY(mutex) = {};
+  std::shared_ptr<tessivar::platform::CompiledFilter> compiled TESSIVAR_GUARDED_BY(mutex) = {};
 
   std::shared_ptr<tessivar::platform::CompiledFilter> current() const {
-    const std::lock_guard lock(mutex);
+    const tessivar::platform::MutexLock lock(mutex);
     return compiled;
   }
 };

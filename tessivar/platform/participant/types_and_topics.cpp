@@ -114,7 +114,7 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
   // The topic and the filter count as used from here on, so they are not removed while the filter is compiled without
   // the lock.
   DDSContentFilter* filter = nullptr;
-  const auto release = [&] {
+  const auto release = [&]() TESSIVAR_REQUIRES(impl_->mutex) {
     --related_topic->impl().users;
     --impl_->filters.find(filter_name)->second.users;
   };
@@ -149,10 +149,16 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
     release();
     return refuse(operation, title + " exists already", nullptr);
   }
-  auto impl = std::unique_ptr<DDSContentFilteredTopic::Impl>(
-      new DDSContentFilteredTopic::Impl{*related_topic, name, filter_expression, filter_name, *filter});
-  impl->parameters = expression_parameters;
-  impl->compiled = std::move(compiled);
+  auto impl = std::unique_ptr<DDSContentFilteredTopic::Impl>(new DDSContentFilteredTopic::Impl{*related_topic,
+                                                                                               name,
+                                                                                               filter_expression,
+                                                                                               filter_name,
+                                                                                               *filter,
+                                                                                               0,
+                                                                                               {},
+                                                                                               {},
+                                                                                               expression_parameters,
+                                                                                               std::move(compiled)});
   return impl_->filtered_topics.emplace_back(new DDSContentFilteredTopic(std::move(impl)));
 }
 

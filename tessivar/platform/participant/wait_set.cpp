@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <mutex>
 #include <utility>
 
 namespace platform = tessivar::platform;
@@ -40,7 +39,7 @@ void update_wake(DDSWaitSet::Impl& wait_set) {
 }  // namespace
 
 DDSCondition::Impl::~Impl() {
-  const std::lock_guard lock(attachments());
+  const platform::MutexLock lock(attachments());
   for (DDSWaitSet::Impl* wait_set : wait_sets) {
     if (engine) wait_set->engine->detach(*engine);
     std::erase_if(wait_set->conditions, [&](const DDSCondition* condition) { return &condition->impl() == this; });
@@ -49,13 +48,13 @@ DDSCondition::Impl::~Impl() {
 }
 
 void platform::set_triggered(DDSCondition& condition, bool triggered) {
-  const std::lock_guard lock(attachments());
+  const platform::MutexLock lock(attachments());
   if (std::exchange(condition.impl().triggered, triggered) == triggered) return;
   for (DDSWaitSet::Impl* wait_set : condition.impl().wait_sets) update_wake(*wait_set);
 }
 
 bool platform::is_triggered(const DDSCondition::Impl& condition) {
-  const std::lock_guard lock(attachments());
+  const platform::MutexLock lock(attachments());
   return condition.triggered;
 }
 
@@ -71,7 +70,7 @@ DDSWaitSet::~DDSWaitSet() {
     static_cast<void>(impl_.release());  // the parent's engine uses it
     return;
   }
-  const std::lock_guard lock(attachments());
+  const platform::MutexLock lock(attachments());
   for (DDSCondition* condition : impl_->conditions) {
     if (condition->impl().engine) impl_->engine->detach(*condition->impl().engine);
     erase_value(condition->impl().wait_sets, impl_.get());
@@ -82,7 +81,7 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
   if (!condition) return DDS_RETCODE_BAD_PARAMETER;
   if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
   if (platform::refused_in_filter("DDSWaitSet::attach_condition")) return DDS_RETCODE_ILLEGAL_OPERATION;
-  const std::lock_guard lock(attachments());
+  const platform::MutexLock lock(attachments());
   if (std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) return DDS_RETCODE_OK;
   if (platform::EngineGuardCondition* engine = condition->impl().engine.get()) {
     const DDS_ReturnCode_t result = impl_->engine->attach(*engine, condition);
@@ -98,7 +97,7 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
 
 DDS_ReturnCode_t DDSWaitSet::detach_condition(DDSCondition* condition) {
   if (!condition) return DDS_RETCODE_BAD_PARAMETER;
-  const std::lock_guard lock(attachments());
+  const platform::MutexLock lock(attachments());
   if (!std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) {
     return DDS_RETCODE_PRECONDITION_NOT_MET;
   }
@@ -126,7 +125,7 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
     const DDS_ReturnCode_t result = impl_->engine->wait(left, impl_->triggered);
     if (result != DDS_RETCODE_OK) return result;
     {
-      const std::lock_guard lock(attachments());
+      const platform::MutexLock lock(attachments());
       // A condition that was detached meanwhile is in no list any more. Its pointer is only compared here, never
       // dereferenced.
       const auto triggered = [&](const DDSCondition* condition) {
@@ -148,6 +147,6 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
 }
 
 DDS_ReturnCode_t DDSWaitSet::get_conditions(DDSConditionSeq& attached) {
-  const std::lock_guard lock(attachments());
+  const platform::MutexLock lock(attachments());
   return platform::fill(attached, impl_->conditions);
 }

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 
+using tessivar::platform::MutexLock;
 using tessivar::platform::ProfileStore;
 using tessivar::platform::QosProfiles;
 using tessivar::platform::refuse;
@@ -20,11 +21,11 @@ namespace {
 /// Returns the first of these that exists: the QoS that the application has set, the QoS of the default profile for
 /// that topic (null: for all topics), `built_in`.
 template <class Qos>
-Qos default_qos(tessivar::platform::Mutex& mutex, const std::optional<Qos>& set, const char* topic_name,
-                const Qos& built_in) {
+Qos default_qos(const DDSDomainParticipant::Impl& participant, std::optional<Qos> DDSDomainParticipant::Impl::*set,
+                const char* topic_name, const Qos& built_in) {
   {
-    const tessivar::platform::MutexLock lock(mutex);
-    if (set) return *set;
+    const MutexLock lock(participant.mutex);
+    if (participant.*set) return *(participant.*set);
   }
   Qos qos;
   const auto lookup = [&](const QosProfiles& profiles, std::string& error) {
@@ -36,7 +37,7 @@ Qos default_qos(tessivar::platform::Mutex& mutex, const std::optional<Qos>& set,
 }  // namespace
 
 DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& qos) {
-  const tessivar::platform::MutexLock lock(impl_->mutex);
+  const MutexLock lock(impl_->mutex);
   if (!impl_->engine && !impl_->starting) {
     impl_->qos = qos;
     return DDS_RETCODE_OK;
@@ -58,12 +59,12 @@ DDS_ReturnCode_t DDSDomainParticipant::set_qos(const DDS_DomainParticipantQos& q
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos(DDS_TopicQos& qos) const {
-  qos = default_qos(impl_->mutex, impl_->default_topic_qos, nullptr, DDS_TOPIC_QOS_DEFAULT);
+  qos = default_qos(*impl_, &Impl::default_topic_qos, nullptr, DDS_TOPIC_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_topic_qos(const DDS_TopicQos& qos) {
-  const tessivar::platform::MutexLock lock(impl_->mutex);
+  const MutexLock lock(impl_->mutex);
   impl_->default_topic_qos = qos;
   return DDS_RETCODE_OK;
 }
@@ -73,17 +74,17 @@ DDS_ReturnCode_t DDSDomainParticipant::get_default_topic_qos_w_topic_name(DDS_To
   if (!topic_name)
     return refuse("DDSDomainParticipant::get_default_topic_qos_w_topic_name", "null topic name",
                   DDS_RETCODE_BAD_PARAMETER);
-  qos = default_qos(impl_->mutex, impl_->default_topic_qos, topic_name, DDS_TOPIC_QOS_DEFAULT);
+  qos = default_qos(*impl_, &Impl::default_topic_qos, topic_name, DDS_TOPIC_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_datawriter_qos(DDS_DataWriterQos& qos) const {
-  qos = default_qos(impl_->mutex, impl_->default_writer_qos, nullptr, DDS_DATAWRITER_QOS_DEFAULT);
+  qos = default_qos(*impl_, &Impl::default_writer_qos, nullptr, DDS_DATAWRITER_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_datawriter_qos(const DDS_DataWriterQos& qos) {
-  const tessivar::platform::MutexLock lock(impl_->mutex);
+  const MutexLock lock(impl_->mutex);
   impl_->default_writer_qos = qos;
   return DDS_RETCODE_OK;
 }
@@ -93,17 +94,17 @@ DDS_ReturnCode_t DDSDomainParticipant::get_default_datawriter_qos_w_topic_name(D
   if (!topic_name)
     return refuse("DDSDomainParticipant::get_default_datawriter_qos_w_topic_name", "null topic name",
                   DDS_RETCODE_BAD_PARAMETER);
-  qos = default_qos(impl_->mutex, impl_->default_writer_qos, topic_name, DDS_DATAWRITER_QOS_DEFAULT);
+  qos = default_qos(*impl_, &Impl::default_writer_qos, topic_name, DDS_DATAWRITER_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::get_default_datareader_qos(DDS_DataReaderQos& qos) const {
-  qos = default_qos(impl_->mutex, impl_->default_reader_qos, nullptr, DDS_DATAREADER_QOS_DEFAULT);
+  qos = default_qos(*impl_, &Impl::default_reader_qos, nullptr, DDS_DATAREADER_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_default_datareader_qos(const DDS_DataReaderQos& qos) {
-  const tessivar::platform::MutexLock lock(impl_->mutex);
+  const MutexLock lock(impl_->mutex);
   impl_->default_reader_qos = qos;
   return DDS_RETCODE_OK;
 }
@@ -113,6 +114,6 @@ DDS_ReturnCode_t DDSDomainParticipant::get_default_datareader_qos_w_topic_name(D
   if (!topic_name)
     return refuse("DDSDomainParticipant::get_default_datareader_qos_w_topic_name", "null topic name",
                   DDS_RETCODE_BAD_PARAMETER);
-  qos = default_qos(impl_->mutex, impl_->default_reader_qos, topic_name, DDS_DATAREADER_QOS_DEFAULT);
+  qos = default_qos(*impl_, &Impl::default_reader_qos, topic_name, DDS_DATAREADER_QOS_DEFAULT);
   return DDS_RETCODE_OK;
 }
