@@ -112,6 +112,58 @@ TEST_F(NoMemoryTest, RegisterTypeSucceedsOrReportsFailure) {
       });
 }
 
+TEST_F(NoMemoryTest, EntitiesAreCreatedOrFailureIsReported) {
+  DDSDomainParticipant& participant = *side.participant;
+  const DDS_StringSeq parameters = platform_test::strings({"1"});
+  const auto result_of = [](const void* made) { return made ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES; };
+  DDSTopic* topic = nullptr;
+  const auto delete_topic = [&] { EXPECT_TRUE(!topic || participant.delete_topic(topic) == DDS_RETCODE_OK); };
+  fail_each(
+      "create_topic",
+      [&] {
+        topic = participant.create_topic("ANameThatIsTooLongForTheOwnRoomOfAString", "Command", DDS_TOPIC_QOS_DEFAULT,
+                                         nullptr, 0);
+        return result_of(topic);
+      },
+      delete_topic);
+  DDSContentFilteredTopic* filtered_topic = nullptr;
+  const auto delete_filtered_topic = [&] {
+    EXPECT_TRUE(!filtered_topic || participant.delete_contentfilteredtopic(filtered_topic) == DDS_RETCODE_OK);
+  };
+  fail_each(
+      "create_contentfilteredtopic_with_filter",
+      [&] {
+        filtered_topic =
+            participant.create_contentfilteredtopic_with_filter("Filtered", topic, "text", parameters, "at least");
+        return result_of(filtered_topic);
+      },
+      delete_filtered_topic);
+  DDSDataWriter* made_writer = nullptr;
+  fail_each(
+      "create_datawriter",
+      [&] {
+        return result_of(made_writer = participant.create_datawriter(topic, DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0));
+      },
+      [&] { EXPECT_TRUE(!made_writer || participant.delete_datawriter(made_writer) == DDS_RETCODE_OK); });
+  DDSDataReader* made_reader = nullptr;
+  const auto delete_reader = [&] {
+    EXPECT_TRUE(!made_reader || participant.delete_datareader(made_reader) == DDS_RETCODE_OK);
+  };
+  fail_each(
+      "create_datareader",
+      [&] {
+        made_reader = participant.create_datareader(filtered_topic, DDS_DATAREADER_QOS_DEFAULT, nullptr, 0);
+        return result_of(made_reader);
+      },
+      delete_reader);
+  // Nothing that failed is left: everything can be deleted.
+  delete_reader();
+  delete_filtered_topic();
+  EXPECT_EQ(participant.delete_datawriter(made_writer), DDS_RETCODE_OK);
+  delete_topic();
+  EXPECT_GT(failures, 0);
+}
+
 TEST_F(NoMemoryTest, WriteReachesAllLocalReadersOrNone) {
   struct Hears : DDSDataReaderListener {
     void on_data_available(DDSDataReader*) override { ++calls; }

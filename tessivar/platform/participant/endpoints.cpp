@@ -9,10 +9,12 @@
 #include "tessivar/platform/participant/quoted.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
+#include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/writer/writer_impl.h"
 
 #include <algorithm>
 
+using tessivar::platform::guarded;
 using tessivar::platform::MutexLock;
 using tessivar::platform::quoted;
 using tessivar::platform::refuse;
@@ -31,35 +33,38 @@ bool remove(std::vector<T*>& entities, const T* entity) {
 DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DDS_DataWriterQos& qos,
                                                        DDSDataWriterListener* listener, DDS_StatusMask mask) {
   constexpr const char* operation = "DDSDomainParticipant::create_datawriter";
-  if (!topic) return refuse(operation, "null topic", nullptr);
-  DDS_DataWriterQos own;
-  if (&qos == &DDS_DATAWRITER_QOS_DEFAULT || &qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) {
-    get_default_datawriter_qos_w_topic_name(own, topic->get_name());
-    if (&qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) DDS_DataWriterQos_copy_from_topic_qos(own, topic->impl().qos);
-  } else {
-    own = qos;
-  }
-  DDSDataWriter* writer = nullptr;
-  {
-    const MutexLock lock(impl_->mutex);
-    if (std::find(impl_->topics.begin(), impl_->topics.end(), topic) == impl_->topics.end()) {
-      return refuse(operation, "the topic is not this participant's", nullptr);
+  return guarded(operation, static_cast<DDSDataWriter*>(nullptr), [&]() -> DDSDataWriter* {
+    if (!topic) return refuse(operation, "null topic", nullptr);
+    DDS_DataWriterQos own;
+    if (&qos == &DDS_DATAWRITER_QOS_DEFAULT || &qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) {
+      get_default_datawriter_qos_w_topic_name(own, topic->get_name());
+      if (&qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) DDS_DataWriterQos_copy_from_topic_qos(own, topic->impl().qos);
+    } else {
+      own = qos;
     }
-    writer = topic->impl().type.type_support->create_datawriterI(
-        DDSDataWriter::ImplPtr(new DDSDataWriter::Impl(*topic, impl_->publisher, own)));
-    if (!writer) {
-      return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no writer", nullptr);
+    DDSDataWriter* writer = nullptr;
+    {
+      const MutexLock lock(impl_->mutex);
+      if (std::find(impl_->topics.begin(), impl_->topics.end(), topic) == impl_->topics.end()) {
+        return refuse(operation, "the topic is not this participant's", nullptr);
+      }
+      DDSDataWriter::ImplPtr made(new DDSDataWriter::Impl(*topic, impl_->publisher, own));
+      impl_->writers.reserve(impl_->writers.size() + 1);
+      impl_->endpoints->add(made->counters);  // the last step that throws
+      writer = topic->impl().type.type_support->create_datawriterI(std::move(made));
+      if (!writer) {
+        return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no writer", nullptr);
+      }
+      writer->set_listener(listener, mask);
+      ++topic->impl().users;
+      impl_->writers.push_back(writer);
     }
-    writer->set_listener(listener, mask);
-    ++topic->impl().users;
-    impl_->writers.push_back(writer);
-    impl_->endpoints->add(writer->counters());
-  }
-  if (impl_->autoenable() && writer->enable() != DDS_RETCODE_OK) {
-    delete_datawriter(writer);
-    return nullptr;
-  }
-  return writer;
+    if (impl_->autoenable() && writer->enable() != DDS_RETCODE_OK) {
+      delete_datawriter(writer);
+      return nullptr;
+    }
+    return writer;
+  });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_datawriter(DDSDataWriter* writer) {
@@ -82,39 +87,42 @@ DDS_ReturnCode_t DDSDomainParticipant::delete_datawriter(DDSDataWriter* writer) 
 DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* description, const DDS_DataReaderQos& qos,
                                                        DDSDataReaderListener* listener, DDS_StatusMask mask) {
   constexpr const char* operation = "DDSDomainParticipant::create_datareader";
-  if (!description) return refuse(operation, "null topic", nullptr);
-  auto* filtered = DDSContentFilteredTopic::narrow(description);
-  DDSTopic* topic = filtered ? filtered->get_related_topic() : DDSTopic::narrow(description);
-  if (!topic) return refuse(operation, "neither a topic nor a filtered topic", nullptr);
-  DDS_DataReaderQos own;
-  if (&qos == &DDS_DATAREADER_QOS_DEFAULT || &qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) {
-    get_default_datareader_qos_w_topic_name(own, topic->get_name());
-    if (&qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) DDS_DataReaderQos_copy_from_topic_qos(own, topic->impl().qos);
-  } else {
-    own = qos;
-  }
-  DDSDataReader* reader = nullptr;
-  {
-    const MutexLock lock(impl_->mutex);
-    const bool ours = filtered ? std::find(impl_->filtered_topics.begin(), impl_->filtered_topics.end(), filtered) !=
-                                     impl_->filtered_topics.end()
-                               : std::find(impl_->topics.begin(), impl_->topics.end(), topic) != impl_->topics.end();
-    if (!ours) return refuse(operation, "the topic is not this participant's", nullptr);
-    reader = topic->impl().type.type_support->create_datareaderI(
-        DDSDataReader::ImplPtr(new DDSDataReader::Impl({*this, topic, filtered, impl_->subscriber, own})));
-    if (!reader) {
-      return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no reader", nullptr);
+  return guarded(operation, static_cast<DDSDataReader*>(nullptr), [&]() -> DDSDataReader* {
+    if (!description) return refuse(operation, "null topic", nullptr);
+    auto* filtered = DDSContentFilteredTopic::narrow(description);
+    DDSTopic* topic = filtered ? filtered->get_related_topic() : DDSTopic::narrow(description);
+    if (!topic) return refuse(operation, "neither a topic nor a filtered topic", nullptr);
+    DDS_DataReaderQos own;
+    if (&qos == &DDS_DATAREADER_QOS_DEFAULT || &qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) {
+      get_default_datareader_qos_w_topic_name(own, topic->get_name());
+      if (&qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) DDS_DataReaderQos_copy_from_topic_qos(own, topic->impl().qos);
+    } else {
+      own = qos;
     }
-    reader->set_listener(listener, mask);
-    ++(filtered ? filtered->impl().users : topic->impl().users);
-    impl_->readers.push_back(reader);
-    impl_->endpoints->add(reader->counters());
-  }
-  if (impl_->autoenable() && reader->enable() != DDS_RETCODE_OK) {
-    delete_datareader(reader);
-    return nullptr;
-  }
-  return reader;
+    DDSDataReader* reader = nullptr;
+    {
+      const MutexLock lock(impl_->mutex);
+      const bool ours = filtered ? std::find(impl_->filtered_topics.begin(), impl_->filtered_topics.end(), filtered) !=
+                                       impl_->filtered_topics.end()
+                                 : std::find(impl_->topics.begin(), impl_->topics.end(), topic) != impl_->topics.end();
+      if (!ours) return refuse(operation, "the topic is not this participant's", nullptr);
+      DDSDataReader::ImplPtr made(new DDSDataReader::Impl({*this, topic, filtered, impl_->subscriber, own}));
+      impl_->readers.reserve(impl_->readers.size() + 1);
+      impl_->endpoints->add(made->description.counters);  // the last step that throws
+      reader = topic->impl().type.type_support->create_datareaderI(std::move(made));
+      if (!reader) {
+        return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no reader", nullptr);
+      }
+      reader->set_listener(listener, mask);
+      ++(filtered ? filtered->impl().users : topic->impl().users);
+      impl_->readers.push_back(reader);
+    }
+    if (impl_->autoenable() && reader->enable() != DDS_RETCODE_OK) {
+      delete_datareader(reader);
+      return nullptr;
+    }
+    return reader;
+  });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_datareader(DDSDataReader* reader) {

@@ -8,6 +8,7 @@
 #include "tessivar/platform/participant/participant_impl.h"
 #include "tessivar/platform/participant/topic_impl.h"
 #include "tessivar/platform/reader/reader_impl.h"
+#include "tessivar/platform/system/guarded.h"
 
 #include <algorithm>
 #include <chrono>
@@ -16,6 +17,7 @@
 using tessivar::platform::BuiltinReader;
 using tessivar::platform::CompiledFilter;
 using tessivar::platform::EngineParticipant;
+using tessivar::platform::guarded;
 using tessivar::platform::in_callback;
 using tessivar::platform::MutexLock;
 using tessivar::platform::refuse;
@@ -219,7 +221,7 @@ DDSDomainParticipant::~DDSDomainParticipant() {
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::enable() {
-  return impl_->enable();
+  return guarded("DDSDomainParticipant::enable", DDS_RETCODE_OUT_OF_RESOURCES, [&] { return impl_->enable(); });
 }
 
 DDS_InstanceHandle_t DDSDomainParticipant::get_instance_handle() const {

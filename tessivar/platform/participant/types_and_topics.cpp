@@ -67,26 +67,28 @@ bool DDSDomainParticipant::is_type_registered(const char* type_name) const {
 DDSTopic* DDSDomainParticipant::create_topic(const char* topic_name, const char* type_name, const DDS_TopicQos& qos,
                                              DDSTopicListener* listener, DDS_StatusMask mask) {
   constexpr const char* operation = "DDSDomainParticipant::create_topic";
-  if (!topic_name || !*topic_name) return refuse(operation, "the topic's name is missing", nullptr);
-  if (!type_name) return refuse(operation, "topic " + quoted(topic_name) + ": the type's name is missing", nullptr);
-  DDS_TopicQos own = qos;
-  if (&qos == &DDS_TOPIC_QOS_DEFAULT) get_default_topic_qos_w_topic_name(own, topic_name);
+  return guarded(operation, static_cast<DDSTopic*>(nullptr), [&]() -> DDSTopic* {
+    if (!topic_name || !*topic_name) return refuse(operation, "the topic's name is missing", nullptr);
+    if (!type_name) return refuse(operation, "topic " + quoted(topic_name) + ": the type's name is missing", nullptr);
+    DDS_TopicQos own = qos;
+    if (&qos == &DDS_TOPIC_QOS_DEFAULT) get_default_topic_qos_w_topic_name(own, topic_name);
 
-  const MutexLock lock(impl_->mutex);
-  if (impl_->find_topic(topic_name) || impl_->find_filtered_topic(topic_name)) {
-    return refuse(operation, "topic " + quoted(topic_name) + " exists already", nullptr);
-  }
-  const auto type = impl_->types.find(type_name);
-  if (type == impl_->types.end()) {
-    return refuse(operation, "topic " + quoted(topic_name) + ": type " + quoted(type_name) + " is not registered",
-                  nullptr);
-  }
-  auto* topic = new DDSTopic(std::unique_ptr<DDSTopic::Impl>(
-      new DDSTopic::Impl{*this, topic_name, type_name, type->second->plugin, own, {}, 0}));
-  topic->set_listener(listener, mask);
-  ++type->second->users;
-  impl_->topics.push_back(topic);
-  return topic;
+    const MutexLock lock(impl_->mutex);
+    if (impl_->find_topic(topic_name) || impl_->find_filtered_topic(topic_name)) {
+      return refuse(operation, "topic " + quoted(topic_name) + " exists already", nullptr);
+    }
+    const auto type = impl_->types.find(type_name);
+    if (type == impl_->types.end()) {
+      return refuse(operation, "topic " + quoted(topic_name) + ": type " + quoted(type_name) + " is not registered",
+                    nullptr);
+    }
+    impl_->topics.reserve(impl_->topics.size() + 1);
+    auto* topic = new DDSTopic(std::unique_ptr<DDSTopic::Impl>(
+        new DDSTopic::Impl{*this, topic_name, type_name, type->second->plugin, own, {}, 0}));
+    topic->set_listener(listener, mask);  // nothing throws from here on
+    ++type->second->users;
+    return impl_->topics.emplace_back(topic);
+  });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_topic(DDSTopic* topic) {
@@ -105,61 +107,71 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
     const char* name, DDSTopic* related_topic, const char* filter_expression,
     const DDS_StringSeq& expression_parameters, const char* filter_name) {
   constexpr const char* operation = "DDSDomainParticipant::create_contentfilteredtopic_with_filter";
-  if (!name || !*name) return refuse(operation, "the filtered topic's name is missing", nullptr);
-  const std::string title = "filtered topic " + quoted(name);
-  if (!related_topic) return refuse(operation, title + ": the related topic is missing", nullptr);
-  if (!filter_expression) return refuse(operation, title + ": the filter expression is missing", nullptr);
-  if (!filter_name) return refuse(operation, title + ": the filter's name is missing", nullptr);
+  return guarded(operation, static_cast<DDSContentFilteredTopic*>(nullptr), [&]() -> DDSContentFilteredTopic* {
+    if (!name || !*name) return refuse(operation, "the filtered topic's name is missing", nullptr);
+    const std::string title = "filtered topic " + quoted(name);
+    if (!related_topic) return refuse(operation, title + ": the related topic is missing", nullptr);
+    if (!filter_expression) return refuse(operation, title + ": the filter expression is missing", nullptr);
+    if (!filter_name) return refuse(operation, title + ": the filter's name is missing", nullptr);
 
-  // The topic and the filter count as used from here on, so they are not removed while the filter is compiled without
-  // the lock.
-  DDSContentFilter* filter = nullptr;
-  const auto release = [&]() TESSIVAR_REQUIRES(impl_->mutex) {
-    --related_topic->impl().users;
-    --impl_->filters.find(filter_name)->second.users;
-  };
-  {
-    const MutexLock lock(impl_->mutex);
-    if (std::find(impl_->topics.begin(), impl_->topics.end(), related_topic) == impl_->topics.end()) {
-      return refuse(operation, title + ": the related topic is not this participant's", nullptr);
+    // The topic and the filter count as used from here on, so they are not removed while the filter is compiled without
+    // the lock.
+    struct Use {
+      ~Use() {
+        if (!filter) return;
+        const MutexLock lock(participant.mutex);
+        --topic.users;
+        --filter->users;
+      }
+      Impl& participant;
+      DDSTopic::Impl& topic;
+      Impl::Filter* filter = nullptr;
+    } use{*impl_, related_topic->impl()};
+    {
+      const MutexLock lock(impl_->mutex);
+      if (std::find(impl_->topics.begin(), impl_->topics.end(), related_topic) == impl_->topics.end()) {
+        return refuse(operation, title + ": the related topic is not this participant's", nullptr);
+      }
+      if (impl_->find_topic(name) || impl_->find_filtered_topic(name)) {
+        return refuse(operation, title + " exists already", nullptr);
+      }
+      const auto registered = impl_->filters.find(filter_name);
+      if (registered == impl_->filters.end()) {
+        return refuse(operation, title + ": no content filter " + quoted(filter_name) + " is registered", nullptr);
+      }
+      use.filter = &registered->second;
+      ++use.filter->users;
+      ++use.topic.users;
     }
+    DDSContentFilter& filter = *use.filter->filter;
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    auto compiled = CompiledFilter::compile(filter, filter_expression, expression_parameters, use.topic.type, result);
+    if (!compiled) {
+      return refuse(operation,
+                    title + ": filter " + quoted(filter_name) + " refused expression " + quoted(filter_expression) +
+                        ", return code " + std::to_string(result),
+                    nullptr);
+    }
+    // Declared before the lock: if a step below fails, the filter is finalised without the lock.
+    std::unique_ptr<DDSContentFilteredTopic::Impl> impl(new DDSContentFilteredTopic::Impl{*related_topic,
+                                                                                          name,
+                                                                                          filter_expression,
+                                                                                          filter_name,
+                                                                                          filter,
+                                                                                          0,
+                                                                                          {},
+                                                                                          {},
+                                                                                          expression_parameters,
+                                                                                          std::move(compiled)});
+    const MutexLock lock(impl_->mutex);
     if (impl_->find_topic(name) || impl_->find_filtered_topic(name)) {
       return refuse(operation, title + " exists already", nullptr);
     }
-    const auto registered = impl_->filters.find(filter_name);
-    if (registered == impl_->filters.end()) {
-      return refuse(operation, title + ": no content filter " + quoted(filter_name) + " is registered", nullptr);
-    }
-    filter = registered->second.filter;
-    ++registered->second.users;
-    ++related_topic->impl().users;
-  }
-  DDS_ReturnCode_t result = DDS_RETCODE_OK;
-  auto compiled =
-      CompiledFilter::compile(*filter, filter_expression, expression_parameters, related_topic->impl().type, result);
-  const MutexLock lock(impl_->mutex);
-  if (!compiled) {
-    release();
-    return refuse(operation,
-                  title + ": filter " + quoted(filter_name) + " refused expression " + quoted(filter_expression) +
-                      ", return code " + std::to_string(result),
-                  nullptr);
-  }
-  if (impl_->find_topic(name) || impl_->find_filtered_topic(name)) {
-    release();
-    return refuse(operation, title + " exists already", nullptr);
-  }
-  auto impl = std::unique_ptr<DDSContentFilteredTopic::Impl>(new DDSContentFilteredTopic::Impl{*related_topic,
-                                                                                               name,
-                                                                                               filter_expression,
-                                                                                               filter_name,
-                                                                                               *filter,
-                                                                                               0,
-                                                                                               {},
-                                                                                               {},
-                                                                                               expression_parameters,
-                                                                                               std::move(compiled)});
-  return impl_->filtered_topics.emplace_back(new DDSContentFilteredTopic(std::move(impl)));
+    impl_->filtered_topics.reserve(impl_->filtered_topics.size() + 1);
+    auto* const topic = new DDSContentFilteredTopic(std::move(impl));
+    use.filter = nullptr;  // the topic and the filter remain used
+    return impl_->filtered_topics.emplace_back(topic);
+  });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::delete_contentfilteredtopic(DDSContentFilteredTopic* topic) {

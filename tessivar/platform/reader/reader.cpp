@@ -52,7 +52,7 @@ DDSDataReader::~DDSDataReader() {
 }
 
 DDS_ReturnCode_t DDSDataReader::enable() {
-  return impl_->enable();
+  return guarded("DDSDataReader::enable", DDS_RETCODE_OUT_OF_RESOURCES, [&] { return impl_->enable(); });
 }
 
 DDS_InstanceHandle_t DDSDataReader::get_instance_handle() const {

@@ -269,7 +269,7 @@ DDSDataWriter::DDSDataWriter(ImplPtr impl) : impl_(std::move(impl)) {
 DDSDataWriter::~DDSDataWriter() = default;
 
 DDS_ReturnCode_t DDSDataWriter::enable() {
-  return impl_->enable();
+  return guarded("DDSDataWriter::enable", DDS_RETCODE_OUT_OF_RESOURCES, [&] { return impl_->enable(); });
 }
 
 DDS_InstanceHandle_t DDSDataWriter::get_instance_handle() const {
