@@ -5,23 +5,23 @@
 namespace tessivar::platform::cyclone {
 
 BatchingSetting::Creation::Creation(BatchingSetting& setting, bool batching) : setting_(setting), batching_(batching) {
-  const std::lock_guard guard(setting_.lock_);
-  windows_before_ = setting_.windows_;
+  const MutexLock guard(setting_.lock_);
+  begun_before_ = setting_.begun_;
   open_before_ = setting_.open_ > 0;
   if (!batching_ || !setting_.gv_) return;
-  ++setting_.windows_;
+  ++setting_.begun_;
   if (setting_.open_++ == 0) cyclone_set_batching(setting_.gv_, true);
 }
 
 BatchingSetting::Creation::~Creation() {
   if (!batching_ || !setting_.gv_) return;
-  const std::lock_guard guard(setting_.lock_);
+  const MutexLock guard(setting_.lock_);
   if (--setting_.open_ == 0) cyclone_set_batching(setting_.gv_, false);
 }
 
 bool BatchingSetting::Creation::may_collect() const {
-  const std::lock_guard guard(setting_.lock_);
-  return open_before_ || setting_.windows_ != windows_before_;
+  const MutexLock guard(setting_.lock_);
+  return open_before_ || setting_.begun_ != begun_before_;
 }
 
 }  // namespace tessivar::platform::cyclone

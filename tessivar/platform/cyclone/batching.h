@@ -7,7 +7,6 @@
 #include "tessivar/platform/detail/mutex.h"
 
 #include <cstdint>
-#include <mutex>
 
 namespace tessivar::platform::cyclone {
 
@@ -31,15 +30,15 @@ class BatchingSetting {
    private:
     BatchingSetting& setting_;
     const bool batching_;
-    std::uint64_t windows_before_;
+    std::uint64_t begun_before_;
     bool open_before_;
   };
 
  private:
   ddsi_domaingv* const gv_;  // null: the setting is not accessible, and no writer collects samples
   Mutex lock_;
-  int open_ = 0;
-  std::uint64_t windows_ = 0;
+  int open_ TESSIVAR_GUARDED_BY(lock_) = 0;             // creations of batching writers that are running
+  std::uint64_t begun_ TESSIVAR_GUARDED_BY(lock_) = 0;  // creations of batching writers so far
 };
 
 }  // namespace tessivar::platform::cyclone

@@ -23,9 +23,9 @@ class GuardCondition final : public EngineGuardCondition, public EntityCondition
 
 class WaitSet final : public EngineWaitSet {
  public:
-  WaitSet(dds_entity_t entity, std::unique_ptr<EngineGuardCondition> keeper)
-      : entity_(entity), keeper_(std::move(keeper)) {
-    attach(*keeper_, nullptr);
+  WaitSet(dds_entity_t entity, std::unique_ptr<EngineGuardCondition> never_triggered)
+      : entity_(entity), never_triggered_(std::move(never_triggered)) {
+    attach(*never_triggered_, nullptr);
   }
   ~WaitSet() override { dds_delete(entity_); }
 
@@ -46,7 +46,7 @@ class WaitSet final : public EngineWaitSet {
  private:
   const dds_entity_t entity_;
   /// The engine does not wait if no condition is attached. This condition is always attached and never triggers.
-  const std::unique_ptr<EngineGuardCondition> keeper_;
+  const std::unique_ptr<EngineGuardCondition> never_triggered_;
 };
 
 DDS_ReturnCode_t WaitSet::wait(std::int64_t timeout, std::vector<void*>& cookies) {
@@ -82,11 +82,11 @@ std::unique_ptr<EngineGuardCondition> make_guard_condition() {
 }
 
 std::unique_ptr<EngineWaitSet> make_wait_set() {
-  std::unique_ptr<EngineGuardCondition> keeper = make_guard_condition();
-  if (!keeper) return nullptr;
+  std::unique_ptr<EngineGuardCondition> never_triggered = make_guard_condition();
+  if (!never_triggered) return nullptr;
   const dds_entity_t entity = dds_create_waitset(api::library);
   if (entity < 0) return nullptr;
-  return std::make_unique<WaitSet>(entity, std::move(keeper));
+  return std::make_unique<WaitSet>(entity, std::move(never_triggered));
 }
 
 }  // namespace tessivar::platform::cyclone

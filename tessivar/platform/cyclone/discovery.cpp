@@ -78,13 +78,13 @@ Discovery::~Discovery() {
 }
 
 bool Discovery::is_ignored(const Guid& guid) {
-  const std::lock_guard guard(lock_);
+  const MutexLock guard(lock_);
   const auto found = remotes_.find(guid);
   return found != remotes_.end() && found->second.ignored;
 }
 
 bool Discovery::is_present(const Guid& guid) {
-  const std::lock_guard guard(lock_);
+  const MutexLock guard(lock_);
   const auto found = remotes_.find(guid);
   return found != remotes_.end() && found->second.present;
 }
@@ -100,7 +100,7 @@ bool Discovery::on_alive(void* self, const cyclone_participant* participant, boo
   cyclone_add_host(discovery.redundancy_, participant->locators, participant->locator_count);
   const Guid guid = to_guid(participant->guid);
   {
-    const std::lock_guard guard(discovery.lock_);
+    const MutexLock guard(discovery.lock_);
     if (discovery.stopped_) return false;
     discovery.forget_old_ignored();
     Remote& remote = discovery.remotes_[guid];
@@ -116,7 +116,7 @@ bool Discovery::on_alive(void* self, const cyclone_participant* participant, boo
   discovery.deliver();
   if (!discovery.is_ignored(guid)) return false;
   // During the callback the engine may have announced our endpoints to the participant.
-  const std::lock_guard guard(discovery.lock_);
+  const MutexLock guard(discovery.lock_);
   if (discovery.own_guid_ != Guid{})
     discovery.send_later(cyclone_new_farewell(participant, discovery.own_guid_.data()));
   return true;
@@ -125,7 +125,7 @@ bool Discovery::on_alive(void* self, const cyclone_participant* participant, boo
 void Discovery::on_gone(void* self, const std::uint8_t octets[16]) {
   auto& discovery = *static_cast<Discovery*>(self);
   const Guid guid = to_guid(octets);
-  const std::lock_guard guard(discovery.lock_);
+  const MutexLock guard(discovery.lock_);
   const auto found = discovery.remotes_.find(guid);
   if (discovery.stopped_ || found == discovery.remotes_.end()) return;
   found->second.present = false;
@@ -141,42 +141,42 @@ void Discovery::on_gone(void* self, const std::uint8_t octets[16]) {
 void Discovery::deliver() {
   const std::lock_guard delivering(delivery_);
   for (;;) {
-    std::unique_lock guard(lock_);
+    UniqueMutexLock guard(lock_);
     if (queue_.empty() || stopped_) return;
     const Event event = std::move(queue_.front());
     queue_.pop_front();
     const auto found = remotes_.find(event.guid);
     if (event.alive && found != remotes_.end() && found->second.ignored) continue;
-    if (event.awaited) being_shown_ = event.guid;
+    if (event.awaited) being_reported_ = event.guid;
     guard.unlock();
     events_->participant_seen(event.data, to_handle(event.data.key), event.alive);
     guard.lock();
-    being_shown_.reset();
+    being_reported_.reset();
   }
 }
 
-void Discovery::show_known(dds_entity_t participant) {
+void Discovery::report_known(dds_entity_t participant) {
   if (!active()) return;
   const DDS_InstanceHandle_t own = guid_of(participant);
   {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     own_guid_ = to_guid(own.keyHash.value);
   }
-  worker_.post([this, participant] { look_for_missed(participant); });
+  worker_.post([this, participant] { report_missed(participant); });
 }
 
-void Discovery::look_for_missed(dds_entity_t participant) {
-  const auto show = [this](const dds_builtintopic_participant_t& seen) {
-    const Guid guid = to_guid(seen.key.v);
+void Discovery::report_missed(dds_entity_t participant) {
+  const auto report = [this](const dds_builtintopic_participant_t& known) {
+    const Guid guid = to_guid(known.key.v);
     bool missed;
     {
-      const std::lock_guard guard(lock_);
+      const MutexLock guard(lock_);
       missed = !remotes_.contains(guid);
     }
     // Our own participant is among the samples; no remote participant is found for its GUID.
-    if (missed) cyclone_show_participant(gv_, guid.data(), &watcher_);
+    if (missed) cyclone_report_participant(gv_, guid.data(), &watcher_);
   };
-  for_each_builtin_sample<dds_builtintopic_participant_t>(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, show);
+  for_each_builtin_sample<dds_builtintopic_participant_t>(participant, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, report);
 }
 
 void Discovery::announce() {
@@ -184,7 +184,7 @@ void Discovery::announce() {
   worker_.post([this] {
     Guid own;
     {
-      const std::lock_guard guard(lock_);
+      const MutexLock guard(lock_);
       own = own_guid_;
     }
     cyclone_announce(gv_, own.data());
@@ -193,7 +193,7 @@ void Discovery::announce() {
 
 void Discovery::stop() {
   {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     stopped_ = true;
   }
   worker_.stop();
@@ -201,11 +201,11 @@ void Discovery::stop() {
 }
 
 void Discovery::ignore(const Guid& remote) {
-  const std::lock_guard guard(lock_);
+  const MutexLock guard(lock_);
   Remote& known = remotes_[remote];
   known.ignored = true;
   known.last_seen = steady_clock::now();
-  if (being_shown_ == remote) return;
+  if (being_reported_ == remote) return;
   worker_.post([this, remote, own = own_guid_] { part_from(remote, own); });
 }
 

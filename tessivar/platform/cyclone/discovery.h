@@ -15,7 +15,6 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -43,15 +42,20 @@ void for_each_builtin_sample(dds_entity_t participant, dds_entity_t topic, Visit
   } const reader{dds_create_reader(participant, topic, nullptr, nullptr)};
   if (reader.entity < 0) return;
   constexpr std::size_t chunk = 64;
-  void* samples[chunk] = {};
   dds_sample_info_t infos[chunk];
   for (;;) {
-    const dds_return_t count = dds_take(reader.entity, samples, infos, chunk, chunk);
-    if (count <= 0) return;
-    for (dds_return_t i = 0; i < count; ++i)
-      if (infos[i].valid_data) visit(*static_cast<const Sample*>(samples[i]));
-    dds_return_loan(reader.entity, samples, count);
-    std::fill(std::begin(samples), std::end(samples), nullptr);
+    struct Loan {
+      ~Loan() {
+        if (count > 0) dds_return_loan(reader, samples, count);
+      }
+      const dds_entity_t reader;
+      void* samples[chunk] = {};
+      dds_return_t count = 0;
+    } loan{reader.entity};
+    loan.count = dds_take(reader.entity, loan.samples, infos, chunk, chunk);
+    if (loan.count <= 0) return;
+    for (dds_return_t i = 0; i < loan.count; ++i)
+      if (infos[i].valid_data) visit(*static_cast<const Sample*>(loan.samples[i]));
   }
 }
 
@@ -74,7 +78,7 @@ class Discovery {
   /// Reports the participants that were discovered before the watch began. `participant` is our own participant. The
   /// worker does this, because the engine waits for the discovery thread during this work, and the discovery thread may
   /// be in a callback that waits for our participant.
-  void show_known(dds_entity_t participant);
+  void report_known(dds_entity_t participant);
   /// Announces our own participant, on the worker. The calling thread may be in a callback of another domain, and there
   /// the engine lets a thread work only for that domain.
   void announce();
@@ -112,10 +116,10 @@ class Discovery {
   static bool on_alive(void* self, const cyclone_participant* participant, bool locked);
   static void on_gone(void* self, const std::uint8_t guid[16]);
   void deliver();
-  void look_for_missed(dds_entity_t participant);
+  void report_missed(dds_entity_t participant);
   bool is_ignored(const Guid& guid);
   bool is_present(const Guid& guid);
-  void forget_old_ignored();
+  void forget_old_ignored() TESSIVAR_REQUIRES(lock_);
 
   ddsi_domaingv* const gv_;
   cyclone_redundancy* const redundancy_;
@@ -126,11 +130,12 @@ class Discovery {
   Mutex lock_;
   /// Ignored participants stay here for a time after their last announcement, because they may announce themselves
   /// again.
-  std::map<Guid, Remote> remotes_;
-  std::deque<Event> queue_;
-  Guid own_guid_ = {};
-  std::optional<Guid> being_shown_;  // the participant of an awaited event, during its callback
-  bool stopped_ = false;
+  std::map<Guid, Remote> remotes_ TESSIVAR_GUARDED_BY(lock_);
+  std::deque<Event> queue_ TESSIVAR_GUARDED_BY(lock_);
+  Guid own_guid_ TESSIVAR_GUARDED_BY(lock_) = {};
+  /// The participant of an awaited event, during its callback.
+  std::optional<Guid> being_reported_ TESSIVAR_GUARDED_BY(lock_);
+  bool stopped_ TESSIVAR_GUARDED_BY(lock_) = false;
 
   std::recursive_mutex delivery_;  // one callback at a time; a callback may cause another one on its thread
   Worker worker_;

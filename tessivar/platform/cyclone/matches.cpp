@@ -11,7 +11,7 @@ namespace tessivar::platform::cyclone {
 
 Match Matches::find(dds_entity_t entity, EngineHandle counterpart) {
   {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (const auto found = known_.find(counterpart); found != known_.end()) return found->second;
   }
   dds_builtintopic_endpoint_t* endpoint = side_ == Side::writers
@@ -28,7 +28,7 @@ Match Matches::find(dds_entity_t entity, EngineHandle counterpart) {
   if (endpoint->qos && dds_qget_lifespan(endpoint->qos, &lifespan)) match.lifespan = lifespan;
   dds_builtintopic_free_endpoint(endpoint);
   try {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     known_.emplace(counterpart, match);
   } catch (const std::bad_alloc&) {
     // The next call asks the engine again.
@@ -37,7 +37,7 @@ Match Matches::find(dds_entity_t entity, EngineHandle counterpart) {
 }
 
 void Matches::forget(EngineHandle counterpart) {
-  const std::lock_guard guard(lock_);
+  const MutexLock guard(lock_);
   known_.erase(counterpart);
 }
 

@@ -8,7 +8,6 @@
 #include "tessivar/platform/detail/mutex.h"
 
 #include <functional>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
@@ -38,7 +37,7 @@ class Matches {
  private:
   const Side side_;
   Mutex lock_;
-  std::unordered_map<EngineHandle, Match> known_;
+  std::unordered_map<EngineHandle, Match> known_ TESSIVAR_GUARDED_BY(lock_);
 };
 
 }  // namespace tessivar::platform::cyclone

@@ -95,13 +95,13 @@ std::string conflicts(const dds_qos_t* offered, const dds_qos_t* requested) {
 
 void Mismatches::report(dds_entity_t endpoint, bool is_reader) noexcept {
   try {
-    discovery_.on_worker([this, endpoint, is_reader] { look(endpoint, is_reader); });
+    discovery_.on_worker([this, endpoint, is_reader] { log_new(endpoint, is_reader); });
   } catch (...) {
     // Memory is short: the mismatch is not logged.
   }
 }
 
-void Mismatches::look(dds_entity_t endpoint, bool is_reader) {
+void Mismatches::log_new(dds_entity_t endpoint, bool is_reader) {
   char name[256];
   if (!is_logged(LogLevel::warning) || dds_get_name(dds_get_topic(endpoint), name, sizeof name) < 0) return;
   const std::string topic(name);
@@ -113,10 +113,12 @@ void Mismatches::look(dds_entity_t endpoint, bool is_reader) {
       participant_, is_reader ? DDS_BUILTIN_TOPIC_DCPSPUBLICATION : DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION,
       [&](const dds_builtintopic_endpoint_t& remote) {
         if (topic != remote.topic_name) return;
+        const std::pair mismatch(topic, to_guid(remote.key.v));
         const std::string why = is_reader ? conflicts(remote.qos, own.get()) : conflicts(own.get(), remote.qos);
-        if (why.empty() || !reported_.emplace(topic, to_guid(remote.key.v)).second) return;
+        if (why.empty() || reported_.contains(mismatch)) return;
         lines.push_back("topic \"" + topic + "\": a " + (is_reader ? "writer" : "reader") + " of " + peer_of(remote) +
                         " does not match; " + why);
+        reported_.insert(mismatch);
       });
   for (const std::string& line : lines) log(LogLevel::warning, is_reader ? "DDSDataReader" : "DDSDataWriter", line);
 }
@@ -127,8 +129,8 @@ std::string Mismatches::peer_of(const dds_builtintopic_endpoint_t& remote) const
       participant_, DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, [&](const dds_builtintopic_participant_t& participant) {
         if (to_guid(participant.key.v) != to_guid(remote.participant_key.v)) return;
         const auto add = [&](const char* before, char* value) {
+          const std::unique_ptr<char, void (*)(void*)> owned(value, dds_free);
           if (value && *value) name.append(name.empty() ? "" : " ").append(before).append(value);
-          dds_free(value);
         };
         char* value = nullptr;
         dds_qget_entity_name(participant.qos, &value);

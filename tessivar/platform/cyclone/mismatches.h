@@ -24,7 +24,8 @@ class Mismatches {
   void report(dds_entity_t endpoint, bool is_reader) noexcept;
 
  private:
-  void look(dds_entity_t endpoint, bool is_reader);
+  /// Logs the mismatches of the endpoint that were not logged yet. Runs on the worker.
+  void log_new(dds_entity_t endpoint, bool is_reader);
   std::string peer_of(const dds_builtintopic_endpoint_t& remote) const;
 
   Discovery& discovery_;

@@ -84,7 +84,7 @@ DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, Engin
     return to_return_code(entity_);
   }
   mismatches_ = std::make_unique<Mismatches>(*discovery_, entity_);
-  discovery_->show_known(entity_);
+  discovery_->report_known(entity_);
   return DDS_RETCODE_OK;
 }
 

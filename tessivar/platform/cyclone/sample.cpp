@@ -117,13 +117,14 @@ SampleData* key_of(const SampleData& data) {
   return key;
 }
 
-// Adds the octets of a key to `poor`, from `rich`. `poor` is the key in the engine's instance table, with a hash only;
-// the engine keeps it as long as the instance.
-void learn(const SampleData& poor, const SampleData& rich) {
-  if (poor.learned.load(std::memory_order_acquire)) return;
-  SampleData* key = key_of(rich);
+// Adds the octets of the key to `hash_only`, a key in the engine's instance table of which only the hash arrived. The
+// engine keeps it as long as the instance. `whole` is a sample of the instance.
+void add_octets(const SampleData& hash_only, const SampleData& whole) {
+  if (hash_only.with_octets.load(std::memory_order_acquire)) return;
+  SampleData* key = key_of(whole);
   SampleData* none = nullptr;
-  if (key && !const_cast<SampleData&>(poor).learned.compare_exchange_strong(none, key, std::memory_order_acq_rel))
+  if (key &&
+      !const_cast<SampleData&>(hash_only).with_octets.compare_exchange_strong(none, key, std::memory_order_acq_rel))
     ddsi_serdata_unref(&key->engine);
 }
 
@@ -133,7 +134,7 @@ bool equal_keys(const ddsi_serdata* left, const ddsi_serdata* right) {
   if (!a.complete.load(std::memory_order_acquire) || !b.complete.load(std::memory_order_acquire)) return false;
   if (a.plugin != b.plugin || std::memcmp(a.sample.key_hash, b.sample.key_hash, sizeof a.sample.key_hash) != 0)
     return false;
-  if (!a.sample.bytes != !b.sample.bytes && keyed(*a.plugin)) a.sample.bytes ? learn(b, a) : learn(a, b);
+  if (!a.sample.bytes != !b.sample.bytes && keyed(*a.plugin)) a.sample.bytes ? add_octets(b, a) : add_octets(a, b);
   return true;
 }
 
@@ -162,8 +163,8 @@ bool to_slot(const ddsi_serdata* data, void* slot, void**, void*) {
 }
 
 bool key_to_slot(const ddsi_sertype*, const ddsi_serdata* data, void* slot, void**, void*) {
-  const SampleData* learned = SampleData::of(data)->learned.load(std::memory_order_acquire);
-  return to_slot(learned ? &learned->engine : data, slot, nullptr, nullptr);
+  const SampleData* with_octets = SampleData::of(data)->with_octets.load(std::memory_order_acquire);
+  return to_slot(with_octets ? &with_octets->engine : data, slot, nullptr, nullptr);
 }
 
 // The engine does not check for null. If memory is short, returns the sample itself, which has the same key hash.
@@ -175,7 +176,8 @@ ddsi_serdata* to_untyped(const ddsi_serdata* data) {
 // The type may already be destroyed.
 void destroy(ddsi_serdata* data) {
   SampleData* sample = SampleData::of(data);
-  if (SampleData* learned = sample->learned.load(std::memory_order_acquire)) ddsi_serdata_unref(&learned->engine);
+  if (SampleData* with_octets = sample->with_octets.load(std::memory_order_acquire))
+    ddsi_serdata_unref(&with_octets->engine);
   const std::uint8_t size_class = sample->size_class;
   sample->~SampleData();
   give_back({sample, size_class});

@@ -23,7 +23,7 @@ struct SampleData {
   const PRESTypePlugin* plugin;
   /// For a key of which only the hash arrived: the same key with its octets. Set once, when a sample with this key is
   /// known.
-  std::atomic<SampleData*> learned;
+  std::atomic<SampleData*> with_octets;
   /// Set after all other members: the engine's instance table gives keys to other threads without a lock.
   std::atomic<bool> complete;
   std::uint8_t size_class;

@@ -3,6 +3,7 @@
 #include "tessivar/platform/cyclone/worker.h"
 
 #include "tessivar/platform/system/guarded.h"
+
 namespace tessivar::platform::cyclone {
 
 using std::chrono::steady_clock;
@@ -15,7 +16,7 @@ Worker::~Worker() {
 
 void Worker::stop() {
   {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     stopping_ = true;
     tasks_.clear();
   }
@@ -25,7 +26,7 @@ void Worker::stop() {
 
 void Worker::post(std::function<void()> task, steady_clock::duration delay) {
   {
-    const std::lock_guard guard(lock_);
+    const MutexLock guard(lock_);
     if (stopping_) return;
     tasks_.emplace(steady_clock::now() + delay, std::move(task));
   }
@@ -33,7 +34,7 @@ void Worker::post(std::function<void()> task, steady_clock::duration delay) {
 }
 
 void Worker::run() {
-  std::unique_lock guard(lock_);
+  UniqueMutexLock guard(lock_);
   while (!stopping_) {
     if (tasks_.empty()) {
       wake_.wait(guard);

@@ -9,7 +9,6 @@
 #include <chrono>
 #include <functional>
 #include <map>
-#include <mutex>
 
 namespace tessivar::platform::cyclone {
 
@@ -29,8 +28,9 @@ class Worker {
 
   Mutex lock_;
   Condition wake_;
-  std::multimap<std::chrono::steady_clock::time_point, std::function<void()>> tasks_;  // by the time they are due
-  bool stopping_ = false;
+  /// By the time at which they are due.
+  std::multimap<std::chrono::steady_clock::time_point, std::function<void()>> tasks_ TESSIVAR_GUARDED_BY(lock_);
+  bool stopping_ TESSIVAR_GUARDED_BY(lock_) = false;
   Thread thread_;
 };
 

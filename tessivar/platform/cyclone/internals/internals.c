@@ -293,9 +293,8 @@ struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv,
   return farewell;
 }
 
-struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* participant,
-                                              const uint8_t own_octets[16]) {
-  return new_farewell(participant->entity, own_octets, participant->guid);
+struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* to, const uint8_t own_guid[16]) {
+  return new_farewell(to->entity, own_guid, to->guid);
 }
 
 static void send_farewell(const ddsi_xlocator_t* to, void* message) {
@@ -414,8 +413,8 @@ void cyclone_free_watch(struct cyclone_watch* watch) {
   free(watch);
 }
 
-void cyclone_show_participant(struct ddsi_domaingv* gv, const uint8_t octets[16],
-                              const struct cyclone_watcher* watcher) {
+void cyclone_report_participant(struct ddsi_domaingv* gv, const uint8_t octets[16],
+                                const struct cyclone_watcher* watcher) {
   const ddsi_guid_t guid = to_guid(octets);
   struct thread_state* thread = lookup_thread_state();
   thread_state_awake(thread, gv);
@@ -477,9 +476,8 @@ struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv,
                                                        const uint8_t guid[16]) {
   return (void)gv, (void)own_guid, (void)guid, NULL;
 }
-struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* participant,
-                                              const uint8_t own_guid[16]) {
-  return (void)participant, (void)own_guid, NULL;
+struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* to, const uint8_t own_guid[16]) {
+  return (void)to, (void)own_guid, NULL;
 }
 void cyclone_send_farewell(struct ddsi_domaingv* gv, struct cyclone_farewell* farewell) {
   (void)gv, (void)farewell;
@@ -493,7 +491,8 @@ struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct
 void cyclone_free_watch(struct cyclone_watch* watch) {
   (void)watch;
 }
-void cyclone_show_participant(struct ddsi_domaingv* gv, const uint8_t guid[16], const struct cyclone_watcher* watcher) {
+void cyclone_report_participant(struct ddsi_domaingv* gv, const uint8_t guid[16],
+                                const struct cyclone_watcher* watcher) {
   (void)gv, (void)guid, (void)watcher;
 }
 

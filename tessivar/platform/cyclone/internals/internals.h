@@ -80,8 +80,7 @@ struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv,
                                                        const uint8_t guid[16]);
 struct cyclone_participant;
 /// Returns a farewell to a participant that is new, during the callback that reports it. Null if memory is short.
-struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* participant,
-                                              const uint8_t own_guid[16]);
+struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* to, const uint8_t own_guid[16]);
 /// Must not be called on one of the engine's threads. May be called again for the same farewell.
 void cyclone_send_farewell(struct ddsi_domaingv* gv, struct cyclone_farewell* farewell);
 void cyclone_free_farewell(struct cyclone_farewell* farewell);
@@ -129,7 +128,8 @@ struct cyclone_watch* cyclone_start_watch(struct ddsi_domaingv* gv, const struct
 /// Frees the watch. To be called after the domain has been deleted.
 void cyclone_free_watch(struct cyclone_watch* watch);
 /// Calls `alive`, with `locked` true, for a participant that is already known.
-void cyclone_show_participant(struct ddsi_domaingv* gv, const uint8_t guid[16], const struct cyclone_watcher* watcher);
+void cyclone_report_participant(struct ddsi_domaingv* gv, const uint8_t guid[16],
+                                const struct cyclone_watcher* watcher);
 
 #ifdef __cplusplus
 }

@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <map>
-#include <mutex>
 
 namespace tessivar::platform::cyclone {
 namespace {
@@ -22,7 +21,7 @@ constexpr std::size_t most_addresses = 64;
 bool is_due(const std::string& address) {
   static Immortal<Mutex> mutex;  // the engine's threads may log while the process ends
   static Immortal<std::map<std::string, steady_clock::time_point>> last_told;
-  const std::lock_guard lock(*mutex);
+  const MutexLock lock(*mutex);
   const steady_clock::time_point now = steady_clock::now();
   const auto [entry, is_new] = last_told->try_emplace(address, now);
   if (!is_new && now - entry->second < interval) return false;
