@@ -83,7 +83,8 @@ class TESSIVAR_API TessivarClient {
   bool registerInterest(const std::vector<AddressEx>& addresses);
   /// Withdraws all interest in the unit. Its device gets interestRemoved when no other client has the same interest.
   /// The unit's values and metadata are removed from this client. After the last interest is withdrawn the client
-  /// follows no unit. Returns false if no interest in the unit was registered.
+  /// follows no unit. Returns false if no interest in the unit was registered, or if the withdrawal cannot be written:
+  /// then the interest stays registered.
   bool removeInterest(const AddressEx& address);
   /// Withdraws the interest that was registered for the commands `first` to `last`. The client follows the unit as long
   /// as another range of its commands is registered. Returns false if that range was not registered.

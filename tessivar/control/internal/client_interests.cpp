@@ -88,14 +88,18 @@ bool ClientInterests::remove(const char* signature, const AddressEx& unit, const
 }
 
 bool ClientInterests::afterRemoval(const char* signature, const AddressEx& unit, bool filtered,
-                                   const std::set<Range>& removed) const {
+                                   const std::set<Range>& removed) {
   if (!filtered) logError() << signature << "Failed to set the filter parameters";
   if (!services_.verifyInterestsNode()) return false;
-  bool withdrawn = true;
+  std::set<Range> kept;  // the devices still know these interests, so they can be withdrawn again
   for (const Range& range : removed) {
-    if (!withdraw(signature, unit, range)) withdrawn = false;
+    if (!withdraw(signature, unit, range)) kept.insert(range);
   }
-  return withdrawn && filtered;
+  if (kept.empty()) return filtered;
+  const tessivar::platform::MutexLock lock(lock_);
+  units_[unit].merge(kept);
+  setFilters();
+  return false;
 }
 
 /// Clients that share an interest share its instance, which stays alive until the last of them unregisters it.

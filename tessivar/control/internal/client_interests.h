@@ -34,7 +34,8 @@ class ClientInterests {
   void start();
   /// Registers the range for each unit, and changes the filters once.
   bool add(const char* signature, const std::vector<AddressEx>& units, const Range& range);
-  /// Withdraws all ranges of the unit. Returns false also if there was none.
+  /// Withdraws all ranges of the unit. Returns false also if there was none. A range that cannot be withdrawn stays
+  /// registered.
   bool remove(const char* signature, const AddressEx& unit);
   /// Withdraws one range. Returns false also if it was not registered.
   bool remove(const char* signature, const AddressEx& unit, const Range& range);
@@ -44,7 +45,7 @@ class ClientInterests {
 
  private:
   bool setFilters() const TESSIVAR_REQUIRES(lock_);
-  bool afterRemoval(const char* signature, const AddressEx& unit, bool filtered, const std::set<Range>& removed) const;
+  bool afterRemoval(const char* signature, const AddressEx& unit, bool filtered, const std::set<Range>& removed);
   bool withdraw(const char* signature, const AddressEx& unit, const Range& range) const;
   std::vector<std::string> addresses() const TESSIVAR_REQUIRES(lock_);
 
