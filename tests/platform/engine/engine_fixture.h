@@ -3,7 +3,7 @@
 // Participants, readers and writers of an engine, without the DDS layer above it. The samples are commands.
 //
 // The tests in this folder name the obligations of tessivar/platform/engine/engine.h that they check. Other tests check
-// P6 (tests/integration/discovery_test.cpp), P7 and the leases of P2 (discovery_test.cpp), W7 and the TIMEOUT of R6
+// P6 (tests/integration/networks_test.cpp), P7 and the leases of P2 (discovery_test.cpp), W7 and the TIMEOUT of R6
 // (writer_test.cpp), E4 as far as calls are refused above the engine (callback_test.cpp), and E7
 // (tests/control/lifetime_test.cpp). No test checks W5, which shows only on a network that loses packets, and E8.
 #pragma once
