@@ -136,6 +136,16 @@ TEST_F(ReaderCacheTest, MergesTheSamplesOfTwoSources) {
   EXPECT_FALSE(cache.is_alive(hash(7)));
 }
 
+TEST_F(ReaderCacheTest, KeepsASampleOnceThatTheReplacementDeliversLate) {
+  cache.begin_catch_up(2);
+  EXPECT_TRUE(insert(1, 1, 10) && insert(1, 2, 10));
+  EXPECT_FALSE(insert(2, 2, 10));
+  EXPECT_FALSE(cache.end_catch_up(true)) << "no instance ended";
+  EXPECT_TRUE(cache.is_alive(hash(1)));
+  EXPECT_FALSE(insert(2, 1, 10)) << "the replaced source delivered it";
+  EXPECT_TRUE(insert(2, 1, 10) && insert(2, 2, 10)) << "nothing is compared any more";
+}
+
 TEST_F(ReaderCacheTest, DropsExpiredSamples) {
   const std::int64_t now = std::chrono::system_clock::now().time_since_epoch() / 1ns;
   insert(1, 1, now - 1000, alive, true, 1, 500);

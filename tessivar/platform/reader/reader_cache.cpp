@@ -250,7 +250,8 @@ bool ReaderCache::merge(const EngineSlot& slot, bool from_replacement) {
       const Publications::Number number;
       ~Reference() { publications.release(number); }
     } const writer{publications_, publications_.hold(slot.info.publication_handle, slot.lifespan)};
-    if (!here || !replacement_ || !is_repetition(*instance, writer.number, timestamp, from_replacement)) {
+    const bool may_repeat = here && (replacement_ || instance->awaited_from_replacement);
+    if (!may_repeat || !is_repetition(*instance, writer.number, timestamp, from_replacement)) {
       if (slot.lifespan != never && expiries_.size() == expiries_.capacity())
         expiries_.reserve(2 * expiries_.size() + 1);
       Sample* const sample = samples_.make();
@@ -275,6 +276,11 @@ bool ReaderCache::merge(const EngineSlot& slot, bool from_replacement) {
         std::push_heap(expiries_.begin(), expiries_.end());
       }
       news = true;
+    }
+    if (replacement_ && !from_replacement) {
+      if (news) instance->awaited_from_replacement = true;
+    } else if (timestamp >= instance->last_timestamp) {
+      instance->awaited_from_replacement = false;
     }
   }
   if (from_replacement) {
@@ -307,6 +313,7 @@ void ReaderCache::revive(Instance& instance) {
   instance.knows_generation = false;
   instance.state = DDS_ALIVE_INSTANCE_STATE;
   instance.viewed = instance.known_to_current = instance.known_to_replacement = false;
+  instance.awaited_from_replacement = false;
   instance.end_in_replacement = 0;
 }
 

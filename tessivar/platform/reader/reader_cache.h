@@ -149,6 +149,9 @@ class ReaderCache {
     bool known_to_current : 1 = false;
     bool known_to_replacement : 1 = false;
     bool has_other_writers : 1 = false;
+    /// During a catch-up the current source delivered the last sample; the replacement will deliver it, too, perhaps
+    /// after the end of the catch-up.
+    bool awaited_from_replacement : 1 = false;
   };
 
   /// The last sample of one writer, in an instance that several writers write.

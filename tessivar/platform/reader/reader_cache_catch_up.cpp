@@ -51,7 +51,8 @@ bool ReaderCache::end_catch_up(bool complete) {
   // The steps that allocate come first. They can be repeated.
   for_each_instance([&](Instance& instance) TESSIVAR_REQUIRES(mutex_) {
     unsigned state = instance.end_in_replacement;
-    if (complete && !instance.known_to_replacement && instance.state == DDS_ALIVE_INSTANCE_STATE) {
+    const bool known = instance.known_to_replacement || instance.awaited_from_replacement;
+    if (complete && !known && instance.state == DDS_ALIVE_INSTANCE_STATE) {
       // Without data it is not known whether the filter rejects the instance. A rejected instance is removed, not
       // ended.
       if (instance.count == 0) return erase(instance);
