@@ -16,8 +16,8 @@ struct DDS_TypeCode;
 /// same filtered topic share the compile data. `finalize` is called when no thread uses the compile data any more.
 ///
 /// An exception that leaves `evaluate` is logged, and the sample is rejected. During these calls the engine or the
-/// platform may hold a lock. Therefore read, take, write, wait, and creating or deleting entities fail in them, each
-/// with one log line.
+/// platform may hold a lock. Therefore read, take, write, flush, wait, creating or deleting entities, setting
+/// listeners, and asking a reader for its handle or its matched writers fail in them, each with one log line.
 class TESSIVAR_API DDSContentFilter {
  public:
   virtual ~DDSContentFilter() = default;

@@ -44,6 +44,10 @@ struct Trying : DDSDataReaderListener, DDSContentFilter {
       DDS_InstanceHandleSeq writers;
       results["take_next_sample"] = from->read_or_take_next_sample_untypedI(&sample, info, DDS_BOOLEAN_TRUE);
       results["get_matched_publications"] = from->get_matched_publications(writers);
+      results["set_listener"] = from->set_listener(nullptr, DDS_STATUS_MASK_NONE);
+      results["set_listener of the writer"] = writer.load()->set_listener(nullptr, DDS_STATUS_MASK_NONE);
+      results["set_listener of the participant"] = participant->set_listener(nullptr, DDS_STATUS_MASK_NONE);
+      results["flush"] = writer.load()->flush();
     }
     const std::lock_guard lock(mutex);
     all.try_emplace(callback, results);

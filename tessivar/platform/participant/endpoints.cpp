@@ -55,7 +55,7 @@ DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DD
       if (!writer) {
         return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no writer", nullptr);
       }
-      writer->set_listener(listener, mask);
+      writer->impl().listener.set(listener, mask);
       ++topic->impl().users;
       impl_->writers.push_back(writer);
     }
@@ -113,7 +113,7 @@ DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* desc
       if (!reader) {
         return refuse(operation, "topic " + quoted(topic->get_name()) + ": the type makes no reader", nullptr);
       }
-      reader->set_listener(listener, mask);
+      reader->impl().listener.set(listener, mask);
       ++(filtered ? filtered->impl().users : topic->impl().users);
       impl_->readers.push_back(reader);
     }

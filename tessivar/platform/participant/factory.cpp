@@ -76,7 +76,7 @@ DDSDomainParticipant* DDSDomainParticipantFactory::create_participant(DDS_Domain
   }
 
   auto* participant = new DDSDomainParticipant(std::make_unique<DDSDomainParticipant::Impl>(domain_id, own));
-  participant->set_listener(listener, mask);
+  participant->impl().listener.set(listener, mask);
   bool enable = false;
   {
     const tessivar::platform::MutexLock lock(impl_->mutex);

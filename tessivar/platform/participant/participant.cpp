@@ -244,6 +244,7 @@ DDS_ReturnCode_t DDSDomainParticipant::get_qos(DDS_DomainParticipantQos& qos) co
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_listener(DDSDomainParticipantListener* listener, DDS_StatusMask mask) {
+  if (refused_in_filter("DDSDomainParticipant::set_listener")) return DDS_RETCODE_ILLEGAL_OPERATION;
   impl_->listener.set(listener, mask);
   return DDS_RETCODE_OK;
 }

@@ -74,6 +74,7 @@ DDS_ReturnCode_t DDSDataReader::get_qos(DDS_DataReaderQos& qos) const {
 }
 
 DDS_ReturnCode_t DDSDataReader::set_listener(DDSDataReaderListener* listener, DDS_StatusMask mask) {
+  if (refused_in_filter("DDSDataReader::set_listener")) return DDS_RETCODE_ILLEGAL_OPERATION;
   impl_->listener.set(listener, mask);
   return DDS_RETCODE_OK;
 }

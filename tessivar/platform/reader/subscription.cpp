@@ -177,7 +177,7 @@ Subscription::Verdict Subscription::examine(const EncodedSample& sample, const D
 }
 
 void Subscription::data_available() {
-  events_.data_available(*this);
+  events().data_available(*this);
 }
 
 void Subscription::subscription_matched(const DDS_SubscriptionMatchedStatus& status) {
@@ -185,7 +185,7 @@ void Subscription::subscription_matched(const DDS_SubscriptionMatchedStatus& sta
     const MutexLock lock(writers_mutex_);
     matched_ = status;
   }
-  events_.subscription_matched(*this, status);
+  events().subscription_matched(*this, status);
 }
 
 void Subscription::liveliness_changed(const DDS_LivelinessChangedStatus& status) {
@@ -193,15 +193,15 @@ void Subscription::liveliness_changed(const DDS_LivelinessChangedStatus& status)
     const MutexLock lock(writers_mutex_);
     liveliness_ = status;
   }
-  events_.liveliness_changed(*this, status);
+  events().liveliness_changed(*this, status);
 }
 
 void Subscription::requested_deadline_missed(const DDS_RequestedDeadlineMissedStatus& status) {
-  events_.requested_deadline_missed(*this, status);
+  events().requested_deadline_missed(*this, status);
 }
 
 void Subscription::requested_incompatible_qos(const DDS_RequestedIncompatibleQosStatus& status) {
-  events_.requested_incompatible_qos(*this, status);
+  events().requested_incompatible_qos(*this, status);
 }
 
 void Subscription::sample_lost(const DDS_SampleLostStatus& status) {
@@ -212,7 +212,7 @@ void Subscription::sample_lost(const DDS_SampleLostStatus& status) {
 
 void Subscription::sample_rejected(const DDS_SampleRejectedStatus& status) {
   reader_.counters->rejected();
-  events_.sample_rejected(*this, status);
+  events().sample_rejected(*this, status);
 }
 
 }  // namespace tessivar::platform

@@ -42,7 +42,8 @@ class SubscriptionEvents {
 };
 
 /// Order of the locks: `transfer_mutex_`, `filter_mutex_`. The engine calls accepts() with its own reader lock, which a
-/// thread takes between the two. `writers_mutex_` is taken alone. The lock of the cache is taken last.
+/// thread takes between the two. `writers_mutex_` and the lock of the cache are taken
+/// last.
 class Subscription final : public EngineFilter, public EngineReaderEvents {
  public:
   /// If `filter` is null, every sample is accepted. `filter_mutex` is locked while a filter evaluates a sample; all
@@ -92,6 +93,8 @@ class Subscription final : public EngineFilter, public EngineReaderEvents {
   void sample_lost(const DDS_SampleLostStatus&) override;
   void sample_rejected(const DDS_SampleRejectedStatus&) override;
 
+  /// For events, which are reported without a lock.
+  SubscriptionEvents& events() TESSIVAR_EXCLUDES(transfer_mutex_, filter_mutex_, writers_mutex_) { return events_; }
   enum class Verdict { accepted, refused, malformed, no_memory };
   Verdict examine(const EncodedSample& sample, const DDS_FilterSampleInfo& info) TESSIVAR_REQUIRES(filter_mutex_);
   bool move_to_cache() TESSIVAR_EXCLUDES(transfer_mutex_, filter_mutex_);

@@ -72,7 +72,7 @@ DDS_ReturnCode_t Subscriptions::open() {
     access_.set_subscription(current_.get());
     changed |= statuses_.begin(*current_);
   }
-  events_.report(changed);
+  events().report(changed);
   return DDS_RETCODE_OK;
 }
 
@@ -111,7 +111,7 @@ DDS_ReturnCode_t Subscriptions::wait_for_history(std::int64_t timeout) {
       // The engine may not have announced its last samples yet.
       if (result == DDS_RETCODE_OK) news = current_->transfer();
     }
-    if (news) events_.report(DDS_DATA_AVAILABLE_STATUS);
+    if (news) events().report(DDS_DATA_AVAILABLE_STATUS);
     if (left != never) left -= slice;
     if (result != DDS_RETCODE_TIMEOUT || left == 0) return result;
   }
@@ -194,7 +194,7 @@ DDS_ReturnCode_t Subscriptions::catch_up(Subscription& replacement, const Compil
   remove_rejected(filter);
   const DDS_ReturnCode_t opened = open(replacement, error);
   if (opened != DDS_RETCODE_OK) return opened;
-  events_.data_available(replacement);
+  events().data_available(replacement);
   const History history = await_history(replacement);
   if (history == History::closing) return DDS_RETCODE_NOT_ENABLED;
   if (history == History::incomplete) {
@@ -239,7 +239,7 @@ Subscriptions::History Subscriptions::await_history(Subscription& replacement) {
                       replacement.liveliness().alive_count >= current_->liveliness().alive_count;
     }
     if (knows_writers && replacement.engine().wait_for_historical_data(0) == DDS_RETCODE_OK) {
-      events_.data_available(replacement);  // the engine may not have announced its last samples yet
+      events().data_available(replacement);  // the engine may not have announced its last samples yet
       if (!replacement.has_remaining_samples()) return History::complete;
     }
     if (std::chrono::steady_clock::now() >= end) return History::incomplete;
@@ -270,7 +270,7 @@ void Subscriptions::replace_current(bool complete) {
   }
   replaced.reset();  // without a lock, because its last callbacks may wait for one
   conditions_.update();
-  events_.report(changed);
+  events().report(changed);
 }
 
 }  // namespace tessivar::platform

@@ -43,6 +43,8 @@ class Subscriptions {
   DDS_ReturnCode_t wait_for_history(std::int64_t timeout) TESSIVAR_EXCLUDES(mutex_);
 
  private:
+  /// For calls of the listeners, which are made without the lock.
+  SubscriptionEvents& events() TESSIVAR_EXCLUDES(mutex_) { return events_; }
   std::unique_ptr<Subscription> make(std::shared_ptr<CompiledFilter> filter) TESSIVAR_REQUIRES(mutex_);
   DDS_ReturnCode_t open(Subscription& opened, std::string& error) const;
   void log_failure(const std::string& error) const;

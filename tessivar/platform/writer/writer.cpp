@@ -291,6 +291,7 @@ DDS_ReturnCode_t DDSDataWriter::get_qos(DDS_DataWriterQos& qos) const {
 }
 
 DDS_ReturnCode_t DDSDataWriter::set_listener(DDSDataWriterListener* listener, DDS_StatusMask mask) {
+  if (refused_in_filter("DDSDataWriter::set_listener")) return DDS_RETCODE_ILLEGAL_OPERATION;
   impl_->listener.set(listener, mask);
   return DDS_RETCODE_OK;
 }
@@ -339,6 +340,7 @@ DDS_ReturnCode_t DDSDataWriter::wait_for_acknowledgments(const DDS_Duration_t& m
 }
 
 DDS_ReturnCode_t DDSDataWriter::flush() {
+  if (refused_in_filter("DDSDataWriter::flush")) return DDS_RETCODE_ILLEGAL_OPERATION;
   return impl_->flush();
 }
 
