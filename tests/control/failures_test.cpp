@@ -18,10 +18,13 @@ using namespace tessivar::testing;
 struct Router : RoutingServices {
   bool create() { return createServerServices(); }
 };
+struct Controller : RoutingClient {
+  bool create() { return RoutingClient::create() && subscribe({AddressEx(1, 2, 10)}); }
+};
 
 template <class Part>
 class EngineFailureTest : public Test {};
-typedef Types<TessivarNode, TessivarClient, Router, RoutingClient> Parts;
+typedef Types<TessivarNode, TessivarClient, Router, Controller> Parts;
 TYPED_TEST_SUITE(EngineFailureTest, Parts);
 
 /// Returns what a log line says about the entity that the engine refused.
