@@ -19,7 +19,8 @@ typedef DeviceAndController ControlThreadSafetyTest;
 
 TEST_F(ControlThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
   DeviceListener passing(node_hears_);
-  std::atomic<int> answered{0}, published{0}, found{0};
+  TessivarServices services;
+  std::atomic<int> answered{0}, published{0}, found{0}, verified{0};
   client_listener_.during = [&](const std::string&) {
     DDSPtr wanted = command();
     DDSPtr<TessivarClient::Ticket> ticket = client_.beginSetCommand(wanted);
@@ -42,7 +43,12 @@ TEST_F(ControlThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
     client_.attachDomain(controller_.get());
     client_.create();
   };
-  const Calls changing = {[&] { createNode(), node_.cleanUp(); }, [&] { createClient(), client_.cleanUp(); }};
+  const Calls changing = {[&] { createNode(), node_.cleanUp(); }, [&] { createClient(), client_.cleanUp(); },
+                          [&] {
+                            services.attachDomain(device_.get());
+                            services.create(true, {camera.guid()});
+                            services.cleanUp();
+                          }};
   const Calls calls = {
       [&] { node_.setUseQosProfiles(false); },
       [&] { node_.attachListener(&passing, false), node_.detachListener(&passing); },
@@ -52,9 +58,7 @@ TEST_F(ControlThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
       [&] { node_.setFilterAddresses({camera}); },
       [&] { node_.sendReply(DDSPtr(Tessivar::CommandChangeReplyTypeSupport::create_data())); },
       [&] { node_.disposeCommand(camera, 1), node_.disposeMetadata(camera, 1), node_.removeUnit(camera); },
-      [&] { node_.services()->verifyUnitNode(), node_.services()->inCallback(), node_.report(); },
-      [&] { node_.services()->verifyMetadataNode(), node_.services()->verifyInterestsNode(); },
-      [&] { node_.services()->unitNode(), node_.services()->metadataNode(), node_.services()->interestsNode(); },
+      [&] { node_.services()->verifyInterestsNode(), node_.services()->inCallback(), node_.report(); },
       [&] { client_.setUseQosProfiles(false); },
       [&] { client_.waitForMatch(1), client_.waitForHistoricalData(-1); },
       [&] { client_.registerInterest(camera), client_.registerInterest({camera}); },
@@ -85,12 +89,15 @@ TEST_F(ControlThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
         client_.completeSetCommand(ticket);
       },
       [&] { client_.services()->verifyCommandNode(), client_.services()->start(), client_.report(); },
-      [&] { client_.services()->domain(), client_.services()->commandService(); },
+      [&] { services.setUseQosProfiles(false), services.setAutoStartThread(true), services.start(); },
+      [&] { verified += services.verifyUnitNode() && services.verifyCommandNode(); },
+      [&] { services.verifyMetadataNode(), services.inCallback(), services.report(); },
   };
   storm(300, changing, calls);
   EXPECT_GT(published, 0);
   EXPECT_GT(found, 0);
   EXPECT_GT(answered, 0);
+  EXPECT_GT(verified, 0);
   client_listener_.during = [](const std::string&) {};
   node_.cleanUp();
   client_.cleanUp();
