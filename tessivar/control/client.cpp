@@ -161,7 +161,7 @@ bool TessivarClient::queryUnits(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& inf
 void TessivarClient::freeUnitData(Tessivar::UnitSeq& units, DDS_SampleInfoSeq& infos) {
   constexpr const char* signature =
       "void __cdecl TessivarDDS::TessivarClient::freeUnitData(struct Tessivar::UnitSeq &,struct DDS_SampleInfoSeq &)";
-  if (!private_->unitQuery.takeBack(signature, units, infos)) private_->services.verifyUnitNode();
+  if (!private_->unitQuery.returnSamples(signature, units, infos)) private_->services.verifyUnitNode();
 }
 
 bool TessivarClient::queryCommands(Tessivar::CommandSeq& commands, DDS_SampleInfoSeq& infos, int timeoutMs) {
@@ -177,7 +177,7 @@ void TessivarClient::freeCommandData(Tessivar::CommandSeq& commands, DDS_SampleI
   constexpr const char* signature =
       "void __cdecl TessivarDDS::TessivarClient::freeCommandData("
       "struct Tessivar::CommandSeq &,struct DDS_SampleInfoSeq &)";
-  if (!private_->valueQuery.takeBack(signature, commands, infos)) private_->services.verifyCommandNode();
+  if (!private_->valueQuery.returnSamples(signature, commands, infos)) private_->services.verifyCommandNode();
 }
 
 bool TessivarClient::queryUnit(const AddressEx& address, Tessivar::Unit& unit) {

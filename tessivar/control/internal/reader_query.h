@@ -34,8 +34,8 @@ inline DDS_ReturnCode_t waitForHistory(DDSDataReader& reader, int timeoutMs, con
 /// Therefore a query waits until the runner has read all samples, and reports samples that it still reads first. In a
 /// callback it does neither: the runner is in use there, and the application itself reads the sample.
 ///
-/// Queries may run on any thread between open() and close(). Only one thread may call open() and close(). takeBack()
-/// may be called at any time.
+/// Queries may run on any thread between open() and close(). Only one thread may call open() and close().
+/// returnSamples() may be called at any time.
 template <class T>
 class ReaderQuery {
  public:
@@ -43,39 +43,40 @@ class ReaderQuery {
   typedef typename TypeOf<T>::Seq Seq;
 
   /// `reader` returns the reader; it is only called while the reader exists. `inCallback` returns true on a thread that
-  /// runs a listener's callback. `tell` reports the samples of an instance to the listeners. When `ends` is true, calls
-  /// do not wait any more.
+  /// runs a listener's callback. `report` reports the samples of an instance to the listeners. When `ends` is true,
+  /// calls do not wait any more.
   ReaderQuery(std::function<Reader*()> reader, std::function<bool()> inCallback,
-              std::function<void(Reader&, const DDS_InstanceHandle_t&)> tell, const std::atomic<bool>& ends)
-      : reader_(std::move(reader)), inCallback_(std::move(inCallback)), tell_(std::move(tell)), ends_(ends) {}
+              std::function<void(Reader&, const DDS_InstanceHandle_t&)> report, const std::atomic<bool>& ends)
+      : reader_(std::move(reader)), inCallback_(std::move(inCallback)), report_(std::move(report)), ends_(ends) {}
 
   /// Call it when the reader exists. Makes a read condition, which is deleted together with the reader.
   bool open() {
     const tessivar::platform::MutexLock lock(lock_);
-    news_ = reader()->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
-    return news_ != nullptr;
+    unread_ = reader()->create_readcondition(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+    return unread_ != nullptr;
   }
   /// Call it before the reader is deleted. Waits at most 1 second for lent samples.
   void close() {
     for (int waited = 0; waited < patience_ms && lent_ > 0; ++waited) TessivarThread::sleep(1);
     const tessivar::platform::MutexLock lock(lock_);
     lent_ = 0;
-    news_ = nullptr;
+    unread_ = nullptr;
   }
 
   Reader* reader() const { return reader_(); }
 
-  /// Reads the samples of all instances. Waits at most `timeoutMs` for the history. Return the loan with takeBack().
+  /// Reads the samples of all instances. Waits at most `timeoutMs` for the history. Return the loan with
+  /// returnSamples().
   bool all(const char* signature, Seq& samples, DDS_SampleInfoSeq& infos, int timeoutMs) {
     if (!read(signature, samples, infos, timeoutMs)) return false;
     if (samples.length() > 0) ++lent_;
-    tellUnheard(infos);
+    reportUnread(infos);
     return true;
   }
   /// Returns false if the query is not open.
-  bool takeBack(const char* signature, Seq& samples, DDS_SampleInfoSeq& infos) {
+  bool returnSamples(const char* signature, Seq& samples, DDS_SampleInfoSeq& infos) {
     const tessivar::platform::MutexLock lock(lock_);
-    if (!news_) return false;
+    if (!unread_) return false;
     const bool lent = samples.length() > 0;
     if (returnLoan(signature, samples, infos) && lent && lent_ > 0) --lent_;
     return true;
@@ -86,7 +87,7 @@ class ReaderQuery {
     DDS_ReturnCode_t code = waitForHistory(*reader(), timeoutMs, ends_);
     if (code != DDS_RETCODE_OK)
       logWarning() << signature << " wait for historical data returned an unexpected code:  " << code;
-    letRunnerGoFirst();
+    waitForRunner();
     code = reader()->read(samples, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
                           DDS_ALIVE_INSTANCE_STATE);
     if (code == DDS_RETCODE_OK || code == DDS_RETCODE_NO_DATA) return true;
@@ -96,7 +97,7 @@ class ReaderQuery {
 
   /// Copies the current sample of an instance into `out`.
   bool one(const char* signature, const DDS_InstanceHandle_t& instance, T& out) {
-    letRunnerGoFirst();
+    waitForRunner();
     Seq samples;
     DDS_SampleInfoSeq infos;
     const DDS_ReturnCode_t code = reader()->read_instance(samples, infos, 1, instance, DDS_ANY_SAMPLE_STATE,
@@ -112,7 +113,7 @@ class ReaderQuery {
       fault = "Copy data failed!";
     }
     if (fault) logError() << signature << fault;
-    tellUnheard(infos);
+    reportUnread(infos);
     returnLoan(signature, samples, infos);
     return !fault;
   }
@@ -127,26 +128,26 @@ class ReaderQuery {
   static constexpr int patience_ms = 1000;
 
   /// Waits until no sample is unread, at most 1 second: the same time as for the lock of the listener list.
-  void letRunnerGoFirst() {
-    if (inCallback_() || !news_) return;
-    for (int waited = 0; waited < patience_ms && !ends_ && news_->get_trigger_value(); ++waited) {
+  void waitForRunner() {
+    if (inCallback_() || !unread_) return;
+    for (int waited = 0; waited < patience_ms && !ends_ && unread_->get_trigger_value(); ++waited) {
       TessivarThread::sleep(1);
     }
   }
 
-  void tellUnheard(const DDS_SampleInfoSeq& infos) {
+  void reportUnread(const DDS_SampleInfoSeq& infos) {
     if (inCallback_()) return;
     for (DDS_Long i = 0; i < infos.length(); ++i) {
-      if (infos[i].sample_state == DDS_NOT_READ_SAMPLE_STATE) tell_(*reader(), infos[i].instance_handle);
+      if (infos[i].sample_state == DDS_NOT_READ_SAMPLE_STATE) report_(*reader(), infos[i].instance_handle);
     }
   }
 
   const std::function<Reader*()> reader_;
   const std::function<bool()> inCallback_;
-  const std::function<void(Reader&, const DDS_InstanceHandle_t&)> tell_;
+  const std::function<void(Reader&, const DDS_InstanceHandle_t&)> report_;
   const std::atomic<bool>& ends_;
-  tessivar::platform::Mutex lock_;  // guards news_ outside of queries, and the return of loans
-  DDSReadCondition* news_ = nullptr;
+  tessivar::platform::Mutex lock_;  // guards unread_ outside of queries, and the return of loans
+  DDSReadCondition* unread_ = nullptr;
   std::atomic<int> lent_{0};
 };
 
