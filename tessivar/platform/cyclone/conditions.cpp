@@ -3,8 +3,10 @@
 #include "tessivar/platform/cyclone/conditions.h"
 
 #include "tessivar/platform/cyclone/translate.h"
+#include "tessivar/platform/system/guarded.h"
 
 #include <chrono>
+#include <new>
 
 namespace tessivar::platform::cyclone {
 namespace {
@@ -41,15 +43,20 @@ class WaitSet final : public EngineWaitSet {
     return to_return_code(dds_waitset_detach(entity_, known->entity()));
   }
 
-  DDS_ReturnCode_t wait(std::int64_t timeout, std::vector<void*>& cookies) override;
+  DDS_ReturnCode_t wait(std::int64_t timeout, std::vector<void*>& cookies) override {
+    return guarded("EngineWaitSet::wait", DDS_RETCODE_OUT_OF_RESOURCES,
+                   [&] { return wait_for_triggers(timeout, cookies); });
+  }
 
  private:
+  DDS_ReturnCode_t wait_for_triggers(std::int64_t timeout, std::vector<void*>& cookies);
+
   const dds_entity_t entity_;
   /// The engine does not wait if no condition is attached. This condition is always attached and never triggers.
   const std::unique_ptr<EngineGuardCondition> never_triggered_;
 };
 
-DDS_ReturnCode_t WaitSet::wait(std::int64_t timeout, std::vector<void*>& cookies) {
+DDS_ReturnCode_t WaitSet::wait_for_triggers(std::int64_t timeout, std::vector<void*>& cookies) {
   using std::chrono::steady_clock;
   cookies.clear();
   if (timeout < 0) return DDS_RETCODE_BAD_PARAMETER;
@@ -78,7 +85,9 @@ DDS_ReturnCode_t WaitSet::wait(std::int64_t timeout, std::vector<void*>& cookies
 std::unique_ptr<EngineGuardCondition> make_guard_condition() {
   const dds_entity_t entity = dds_create_guardcondition(api::library);
   if (entity < 0) return nullptr;
-  return std::make_unique<GuardCondition>(entity);
+  std::unique_ptr<EngineGuardCondition> condition(new (std::nothrow) GuardCondition(entity));
+  if (!condition) dds_delete(entity);
+  return condition;
 }
 
 std::unique_ptr<EngineWaitSet> make_wait_set() {
@@ -86,7 +95,9 @@ std::unique_ptr<EngineWaitSet> make_wait_set() {
   if (!never_triggered) return nullptr;
   const dds_entity_t entity = dds_create_waitset(api::library);
   if (entity < 0) return nullptr;
-  return std::make_unique<WaitSet>(entity, std::move(never_triggered));
+  std::unique_ptr<EngineWaitSet> wait_set(new (std::nothrow) WaitSet(entity, std::move(never_triggered)));
+  if (!wait_set) dds_delete(entity);
+  return wait_set;
 }
 
 }  // namespace tessivar::platform::cyclone

@@ -206,12 +206,12 @@ void Discovery::ignore(const Guid& remote) {
   known.ignored = true;
   known.last_seen = steady_clock::now();
   if (being_reported_ == remote) return;
-  worker_.post([this, remote, own = own_guid_] { part_from(remote, own); });
+  worker_.post([this, remote, own = own_guid_] { drop_with_farewell(remote, own); });
 }
 
-void Discovery::part_from(const Guid& remote, const Guid& own) {
+void Discovery::drop_with_farewell(const Guid& remote, const Guid& own) {
   if (!is_present(remote)) return;
-  send_later(cyclone_part_from_participant(gv_, own.data(), remote.data()));
+  send_later(cyclone_drop_with_farewell(gv_, own.data(), remote.data()));
 }
 
 void Discovery::send_later(cyclone_farewell* owned) {

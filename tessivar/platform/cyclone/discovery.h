@@ -110,7 +110,7 @@ class Discovery {
   };
 
   /// Runs on the worker.
-  void part_from(const Guid& remote, const Guid& own);
+  void drop_with_farewell(const Guid& remote, const Guid& own);
   /// Sends the farewell from the worker, and frees it. It may be null.
   void send_later(cyclone_farewell* owned);
   static bool on_alive(void* self, const cyclone_participant* participant, bool locked);

@@ -32,9 +32,10 @@ void report_missing_internals() {
   static std::once_flag once;
   std::call_once(once, [] {
     log(LogLevel::warning, "engine",
-        "the installed version of Cyclone DDS is not the one that the library was built with (" DDS_VERSION
-        "), or its internals are not known: participants cannot be shown or ignored, peers not changed at run time, "
-        "history not waited for, samples not batched, networks not used redundantly. Build the library again");
+        "the library was built with Cyclone DDS " DDS_VERSION
+        ", but another version is installed, or its internal structures are not known. These features are missing: "
+        "reports of participants, ignoring participants, changes of peers at run time, waiting for history, batches, "
+        "redundant networks. Build the library with the installed version");
   });
 }
 
@@ -56,8 +57,9 @@ DDS_ReturnCode_t Participant::start(const EngineParticipantConfig& config, Engin
   if (!configuration) return DDS_RETCODE_BAD_PARAMETER;
   // The engine also detects this, but then does not free all of its resources.
   if (!has_free_participant_ports(config.domain_id, config.max_participant_index + 1)) {
-    error = "domain " + std::to_string(config.domain_id) + ": this machine has " +
-            std::to_string(config.max_participant_index + 1) + " participants in it already, or others use their ports";
+    error = "domain " + std::to_string(config.domain_id) + ": no ports are free: this machine already has " +
+            std::to_string(config.max_participant_index + 1) +
+            " participants in the domain, or other programs use their ports";
     return DDS_RETCODE_OUT_OF_RESOURCES;
   }
   const dds_domainid_t internal_id = next_internal_id();
@@ -131,21 +133,28 @@ DDS_ReturnCode_t Participant::ignore(const DDS_InstanceHandle_t& remote_particip
   if (!discovery_->active()) return DDS_RETCODE_UNSUPPORTED;
   Guid guid;
   std::copy(std::begin(remote_participant.keyHash.value), std::end(remote_participant.keyHash.value), guid.begin());
-  discovery_->ignore(guid);
-  return DDS_RETCODE_OK;
+  return guarded("EngineParticipant::ignore", DDS_RETCODE_OUT_OF_RESOURCES, [&] {
+    discovery_->ignore(guid);
+    return DDS_RETCODE_OK;
+  });
 }
 
 DDS_ReturnCode_t Participant::change_peer(const std::string& address, bool (*change)(ddsi_domaingv*, const char*)) {
   if (!gv_) return DDS_RETCODE_UNSUPPORTED;
-  const std::optional<std::string> resolved = resolve_peer(address);
-  if (!resolved || !change(gv_, resolved->c_str())) return DDS_RETCODE_BAD_PARAMETER;
-  return DDS_RETCODE_OK;
+  return guarded("EngineParticipant::change_peer", DDS_RETCODE_OUT_OF_RESOURCES, [&] {
+    const std::optional<std::string> resolved = resolve_peer(address);
+    if (!resolved || !change(gv_, resolved->c_str())) return DDS_RETCODE_BAD_PARAMETER;
+    return DDS_RETCODE_OK;
+  });
 }
 
 DDS_ReturnCode_t Participant::add_peer(const std::string& address) {
   const DDS_ReturnCode_t code = change_peer(address, cyclone_add_peer);
-  if (code == DDS_RETCODE_OK) discovery_->announce();
-  return code;
+  if (code != DDS_RETCODE_OK) return code;
+  return guarded("EngineParticipant::add_peer", DDS_RETCODE_OUT_OF_RESOURCES, [&] {
+    discovery_->announce();
+    return DDS_RETCODE_OK;
+  });
 }
 
 DDS_ReturnCode_t Participant::remove_peer(const std::string& address) {

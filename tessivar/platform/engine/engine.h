@@ -9,10 +9,11 @@
 // This file states all obligations of an engine. Each has a name, for example R4. The tests in tests/platform/engine
 // run with any engine and name the obligations that they check. These hold for all classes:
 //
-// E1 Results. Nothing throws. Results are DDS return codes. If memory, ports or threads are short, an operation returns
-//    OUT_OF_RESOURCES and changes nothing, and existing objects continue to work. A creation that fails leaves nothing
-//    behind, sets no result, and writes the entity and the reason to `error`. A feature that the engine does not have
-//    returns UNSUPPORTED, and one log line says so.
+// E1 Results. Results are DDS return codes. If memory, ports or threads are short, an operation returns
+//    OUT_OF_RESOURCES, and existing objects continue to work. Nothing throws, except that a function that returns a
+//    text or a list may throw std::bad_alloc. A creation that fails leaves nothing behind, sets no result, and writes
+//    the entity and the reason to `error`. A feature that the engine does not have returns UNSUPPORTED, and one log
+//    line says so.
 // E2 Threads. Any thread may call every operation, also at the same time on the same object. Only for a destructor the
 //    caller ensures that no other call is inside the object.
 // E3 Callbacks. The engine calls callbacks on its own threads, or on a thread that is inside one of its operations;

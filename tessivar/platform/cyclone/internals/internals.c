@@ -278,8 +278,8 @@ static struct cyclone_farewell* new_farewell(const struct ddsi_proxy_participant
   return farewell;
 }
 
-struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_octets[16],
-                                                       const uint8_t octets[16]) {
+struct cyclone_farewell* cyclone_drop_with_farewell(struct ddsi_domaingv* gv, const uint8_t own_octets[16],
+                                                    const uint8_t octets[16]) {
   const ddsi_guid_t guid = to_guid(octets);
   struct cyclone_farewell* farewell = NULL;
   struct thread_state* thread = lookup_thread_state();
@@ -472,8 +472,8 @@ void cyclone_announce(struct ddsi_domaingv* gv, const uint8_t participant_guid[1
 bool cyclone_drop_participant(struct ddsi_domaingv* gv, const uint8_t guid[16]) {
   return (void)gv, (void)guid, false;
 }
-struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
-                                                       const uint8_t guid[16]) {
+struct cyclone_farewell* cyclone_drop_with_farewell(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
+                                                    const uint8_t guid[16]) {
   return (void)gv, (void)own_guid, (void)guid, NULL;
 }
 struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* to, const uint8_t own_guid[16]) {

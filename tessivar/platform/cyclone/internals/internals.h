@@ -76,8 +76,8 @@ struct cyclone_farewell;
 
 /// Does the same as cyclone_drop_participant(). Returns the farewell to send, or null if the participant was not known
 /// or memory is short. The caller frees it before the domain is deleted.
-struct cyclone_farewell* cyclone_part_from_participant(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
-                                                       const uint8_t guid[16]);
+struct cyclone_farewell* cyclone_drop_with_farewell(struct ddsi_domaingv* gv, const uint8_t own_guid[16],
+                                                    const uint8_t guid[16]);
 struct cyclone_participant;
 /// Returns a farewell to a participant that is new, during the callback that reports it. Null if memory is short.
 struct cyclone_farewell* cyclone_new_farewell(const struct cyclone_participant* to, const uint8_t own_guid[16]);
