@@ -7,17 +7,27 @@
 
 #include <atomic>
 
+#include <gtest/gtest.h>
+
 namespace tessivar::testing {
 
 typedef std::vector<std::function<void()>> Calls;
 
 /// Calls each of `changes` repeatedly on two threads, and meanwhile all `calls`, one after the other, on three more
-/// threads. Ends after a number of changes, or after at most three seconds. Log lines are dropped meanwhile.
-inline void storm(int changes, const Calls& changing, const Calls& calls) {
+/// threads. Ends after a number of changes or after three seconds, but not before each of `counts` is above 0. Expects
+/// that within `patience`. Log lines are dropped meanwhile.
+inline void storm(int changes, const Calls& changing, const Calls& calls,
+                  const std::vector<const std::atomic<int>*>& counts) {
   TessivarDDS::setLogger(new LogFunction([](int, const std::string&) {}));
   std::atomic<int> left{changes};
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-  const auto goesOn = [&] { return left > 0 && std::chrono::steady_clock::now() < end; };
+  const auto begin = std::chrono::steady_clock::now();
+  const auto counted = [&] {
+    return std::all_of(counts.begin(), counts.end(), [](auto* count) { return *count > 0; });
+  };
+  const auto goesOn = [&] {
+    const auto spent = std::chrono::steady_clock::now() - begin;
+    return counted() ? left > 0 && spent < std::chrono::seconds(3) : spent < patience;
+  };
   {
     std::vector<std::jthread> threads;
     for (const auto& change : changing) {
@@ -34,6 +44,7 @@ inline void storm(int changes, const Calls& changing, const Calls& calls) {
     }
   }
   TessivarDDS::setLogger(nullptr);
+  EXPECT_TRUE(counted()) << "a call never succeeded";
 }
 
 }  // namespace tessivar::testing
