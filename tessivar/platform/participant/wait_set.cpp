@@ -11,15 +11,15 @@
 #include <utility>
 
 namespace platform = tessivar::platform;
+using platform::attachments_mutex;
 using platform::make_length;
 
-namespace {
-
-/// Returns the lock that guards the attachments between all conditions and wait sets.
-platform::Mutex& attachments() {
-  static platform::Immortal<platform::Mutex> mutex;
+platform::Mutex& platform::attachments_mutex() {
+  static Immortal<Mutex> mutex;
   return *mutex;
 }
+
+namespace {
 
 template <class T>
 void erase_value(std::vector<T>& values, const T& value) {
@@ -30,16 +30,16 @@ std::int64_t steady_nanoseconds() {
   return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
 
-/// To be called with the lock held.
-void update_wake(DDSWaitSet::Impl& wait_set) {
-  const auto triggered = [](const DDSCondition* condition) { return condition->impl().triggered; };
+void update_wake(DDSWaitSet::Impl& wait_set) TESSIVAR_REQUIRES(attachments_mutex()) {
+  const auto triggered = [](const DDSCondition* condition)
+                             TESSIVAR_REQUIRES(attachments_mutex()) { return condition->impl().triggered; };
   wait_set.wake->set_trigger(std::any_of(wait_set.conditions.begin(), wait_set.conditions.end(), triggered));
 }
 
 }  // namespace
 
 DDSCondition::Impl::~Impl() {
-  const platform::MutexLock lock(attachments());
+  const platform::MutexLock lock(attachments_mutex());
   for (DDSWaitSet::Impl* wait_set : wait_sets) {
     if (engine) wait_set->engine->detach(*engine);
     std::erase_if(wait_set->conditions, [&](const DDSCondition* condition) { return &condition->impl() == this; });
@@ -48,13 +48,13 @@ DDSCondition::Impl::~Impl() {
 }
 
 void platform::set_triggered(DDSCondition& condition, bool triggered) {
-  const platform::MutexLock lock(attachments());
+  const platform::MutexLock lock(attachments_mutex());
   if (std::exchange(condition.impl().triggered, triggered) == triggered) return;
   for (DDSWaitSet::Impl* wait_set : condition.impl().wait_sets) update_wake(*wait_set);
 }
 
 bool platform::is_triggered(const DDSCondition::Impl& condition) {
-  const platform::MutexLock lock(attachments());
+  const platform::MutexLock lock(attachments_mutex());
   return condition.triggered;
 }
 
@@ -70,7 +70,7 @@ DDSWaitSet::~DDSWaitSet() {
     static_cast<void>(impl_.release());  // the parent's engine uses it
     return;
   }
-  const platform::MutexLock lock(attachments());
+  const platform::MutexLock lock(attachments_mutex());
   for (DDSCondition* condition : impl_->conditions) {
     if (condition->impl().engine) impl_->engine->detach(*condition->impl().engine);
     erase_value(condition->impl().wait_sets, impl_.get());
@@ -81,7 +81,7 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
   if (!condition) return DDS_RETCODE_BAD_PARAMETER;
   if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
   if (platform::refused_in_filter("DDSWaitSet::attach_condition")) return DDS_RETCODE_ILLEGAL_OPERATION;
-  const platform::MutexLock lock(attachments());
+  const platform::MutexLock lock(attachments_mutex());
   if (std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) return DDS_RETCODE_OK;
   if (platform::EngineGuardCondition* engine = condition->impl().engine.get()) {
     const DDS_ReturnCode_t result = impl_->engine->attach(*engine, condition);
@@ -97,7 +97,7 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
 
 DDS_ReturnCode_t DDSWaitSet::detach_condition(DDSCondition* condition) {
   if (!condition) return DDS_RETCODE_BAD_PARAMETER;
-  const platform::MutexLock lock(attachments());
+  const platform::MutexLock lock(attachments_mutex());
   if (!std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) {
     return DDS_RETCODE_PRECONDITION_NOT_MET;
   }
@@ -125,10 +125,10 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
     const DDS_ReturnCode_t result = impl_->engine->wait(left, impl_->triggered);
     if (result != DDS_RETCODE_OK) return result;
     {
-      const platform::MutexLock lock(attachments());
+      const platform::MutexLock lock(attachments_mutex());
       // A condition that was detached meanwhile is in no list any more. Its pointer is only compared here, never
       // dereferenced.
-      const auto triggered = [&](const DDSCondition* condition) {
+      const auto triggered = [&](const DDSCondition* condition) TESSIVAR_REQUIRES(attachments_mutex()) {
         return condition->impl().triggered ||
                std::find(impl_->triggered.begin(), impl_->triggered.end(), condition) != impl_->triggered.end();
       };
@@ -147,6 +147,6 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
 }
 
 DDS_ReturnCode_t DDSWaitSet::get_conditions(DDSConditionSeq& attached) {
-  const platform::MutexLock lock(attachments());
+  const platform::MutexLock lock(attachments_mutex());
   return platform::fill(attached, impl_->conditions);
 }

@@ -26,9 +26,11 @@ DDSReadCondition* ReadConditions::create(DDSDataReader& reader, DDS_SampleStateM
     return nullptr;
   }
   const MutexLock lock(mutex_);
-  condition->triggered = (condition->states & states_) != 0;
   conditions_.reserve(conditions_.size() + 1);
-  return conditions_.emplace_back(new DDSReadCondition(std::move(condition)));
+  const bool triggered = (condition->states & states_) != 0;
+  DDSReadCondition* const created = conditions_.emplace_back(new DDSReadCondition(std::move(condition)));
+  set_triggered(*created, triggered);
+  return created;
 }
 
 bool ReadConditions::remove(DDSReadCondition* condition) {
