@@ -94,7 +94,7 @@ TEST_F(ControlThreadSafetyTest, CallsMayRunDuringCreateAndCleanUp) {
   EXPECT_TRUE(client_.waitForMatch(20000) && client_.setCommand(wanted, 20000)) << "all of it still works";
 }
 
-TEST_F(ControlThreadSafetyTest, ServicesMayBeCalledDuringCreateAndCleanUp) {
+TEST_F(ControlThreadSafetyTest, ServicesMayBeCreatedByManyThreads) {
   TessivarServices services;
   std::atomic<int> verified{0};
   const Calls changing = {[&] {
