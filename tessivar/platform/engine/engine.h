@@ -154,10 +154,10 @@ class EngineParticipantEvents {
   ///
   /// P3 A discovered participant is reported before any of its endpoints is matched, and the match waits for the end of
   ///    the call; so an ignore() inside the call excludes all its data and matches. `data` has its GUID, user data,
-  ///    name, role name, propagated properties and unicast locators, and is valid during the call. One end is reported
-  ///    for each discovered participant that leaves, and `data` has only the GUID. The participant itself is never
-  ///    reported. A call may wait until another thread has got the result of create_participant(): the creation does
-  ///    not wait for the call.
+  ///    name, role name, propagated properties and unicast locators, and is valid during the call. The same data may be
+  ///    reported twice. One end is reported for each discovered participant that leaves, and `data` has only the GUID.
+  ///    The participant itself is never reported. A call may wait until another thread has got the result of
+  ///    create_participant(): the creation does not wait for the call.
   virtual void participant_seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
                                 bool alive) = 0;
 

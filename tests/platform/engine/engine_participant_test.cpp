@@ -14,6 +14,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::UnorderedElementsAre;
 
 INSTANTIATE_TEST_SUITE_P(Engines, EngineTest, both_engines, name_of_engine);
@@ -131,9 +132,10 @@ TEST_P(EngineTest, ReportsParticipantsBeforeTheirEndpointsMatch) {  // P2 P3 V1
     ASSERT_TRUE(all_matched(1, &reader, writer));
   }
   EXPECT_TRUE(all_matched(0, &reader));
-  EXPECT_THAT(seen_at_match, ElementsAre("camera device 1 2 yes -"));
-  EXPECT_TRUE(eventually([&] { return watching.seen().size() == 2; }));
-  EXPECT_EQ(watching.seen().back(), "gone");
+  EXPECT_THAT(seen_at_match, AllOf(Not(IsEmpty()), testing::Each("camera device 1 2 yes -"))) << "it may come twice";
+  EXPECT_TRUE(eventually([&] { return watching.seen().back() == "gone"; }));
+  const std::vector<std::string> seen = watching.seen();
+  EXPECT_EQ(std::count(seen.begin(), seen.end(), "gone"), 1);
   EXPECT_EQ(watching.overlaps, 0);
 }
 
@@ -194,7 +196,8 @@ TEST_P(EngineTest, MatchesByNameTypeAndQos) {  // E6 P4 V4
     EXPECT_TRUE(eventually([&] { return writers[i]->callbacks.matched == cases[i % 5].matches; })) << i;
   std::vector<DDS_InstanceHandle_t> guids = reader->it->matched_publications();
   EXPECT_THAT(guids, UnorderedElementsAre(Is(writers[0]->it->guid()), Is(writers[5]->it->guid())));
-  EXPECT_THAT(log.lines(2), testing::Each(HasSubstr("reliability: BEST_EFFORT is offered, RELIABLE is requested")));
+  EXPECT_THAT(log.lines(2), AllOf(testing::SizeIs(testing::Ge(2u)),
+                                  testing::Each(HasSubstr("BEST_EFFORT is offered, RELIABLE is requested"))));
 }
 
 TEST_P(EngineTest, KnowsWhichWritersAreAlive) {  // V3
