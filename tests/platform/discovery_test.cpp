@@ -52,7 +52,7 @@ class Watcher : public DDSDataReaderListener {
   DDSDataReader* const reader_ = participant_.get_builtin_subscriber()->lookup_datareader(DDS_PARTICIPANT_TOPIC_NAME);
 };
 
-TEST(Discovery, OneThatIsIgnoredWhenItAppearsNeverGetsThrough) {
+TEST(DiscoveryTest, ParticipantIgnoredWhenItAppearsNeverMatches) {
   Side side;
   Watcher watcher(side);
   CommandDataReader* reader = side.reader();
@@ -71,7 +71,7 @@ TEST(Discovery, OneThatIsIgnoredWhenItAppearsNeverGetsThrough) {
   EXPECT_EQ(matches(writer).total_count, 1);
 }
 
-TEST(Discovery, OneThatIsIgnoredLaterGoesAndStaysAway) {
+TEST(DiscoveryTest, ParticipantIgnoredLaterIsUnmatchedForGood) {
   DDS_DomainParticipantQos often = loopback_qos();
   often.discovery_config.participant_liveliness_assert_period = {0, 20000000};
   Side side, other(often), third;
@@ -99,7 +99,7 @@ struct Expecting final : tessivar::platform::EngineParticipantEvents {
   std::atomic<bool> in_vain = false;
 };
 
-TEST(Discovery, ACallbackMayWaitForTheCreationThatIsGoingOn) {
+TEST(DiscoveryTest, CallbackMayWaitForTheCreationInProgress) {
   using namespace tessivar::platform;
   Side other;
   EngineParticipantConfig config;
@@ -117,7 +117,7 @@ TEST(Discovery, ACallbackMayWaitForTheCreationThatIsGoingOn) {
   }
 }
 
-TEST(Discovery, AKilledProcessIsGoneWithinItsLease) {
+TEST(DiscoveryTest, KilledProcessIsGoneWithinItsLease) {
   Side side;
   Watcher watcher(side);
   Peer peer;
@@ -169,7 +169,7 @@ void pause_and_continue(const Pause& pause) {
   usable(3, lease);
 }
 
-TEST(Discovery, APausedPeerIsUsableAgainWithinALease) {
+TEST(DiscoveryTest, PausedPeerIsUsableAgainWithinALease) {
   const DDS_Duration_t usual = {2, 800000000};
   const Pause pauses[] = {
       {"AboutTheLease", true, usual, usual, 2500ms},
