@@ -82,8 +82,14 @@ class TestEngine final : public platform::Engine {
    protected:
     Part(TestEngine& engine, std::string topic) : engine_(engine), name_(std::move(topic)) { ++engine_.entities_; }
     ~Part() { --engine_.entities_; }
-    /// To be called by each destructor when the real object no longer exists.
-    void forget() { engine_.script.forget(this); }
+    /// To be called by each destructor. Callbacks may use `real` until the real object is destroyed;
+    /// unique_ptr::reset() would set it to null before that.
+    template <class Real>
+    void end(std::unique_ptr<Real>& real) {
+      delete real.get();
+      (void)real.release();
+      engine_.script.forget(this);
+    }
     /// Lets `happen` happen as often as the script says. `later`: at release().
     void pass_on(Call call, const std::function<void()>& happen, const std::function<void()>& later) {
       switch (engine_.script.apply(call, name_).effect) {
@@ -110,10 +116,7 @@ class TestEngine final : public platform::Engine {
         : Part(engine, config.topic),
           patience_(platform::to_nanoseconds(config.qos.reliability.max_blocking_time)),
           to_(to) {}
-    ~Writer() override {
-      real.reset();
-      forget();
-    }
+    ~Writer() override { end(real); }
     platform::EngineWriterEvents* events() { return to_ ? this : nullptr; }
 
     platform::EncodedSample* allocate(std::uint32_t size, bool key_only) override {
@@ -179,10 +182,7 @@ class TestEngine final : public platform::Engine {
    public:
     Reader(TestEngine& engine, const platform::EngineReaderConfig& config, platform::EngineReaderEvents* to)
         : Part(engine, config.topic), to_(to) {}
-    ~Reader() override {
-      real.reset();
-      forget();
-    }
+    ~Reader() override { end(real); }
     platform::EngineReaderEvents* events() { return to_ ? this : nullptr; }
 
     DDS_ReturnCode_t take(std::vector<platform::EngineSlot>& slots) override {
@@ -249,10 +249,7 @@ class TestEngine final : public platform::Engine {
   class Participant final : public platform::EngineParticipant, platform::EngineParticipantEvents, Part {
    public:
     Participant(TestEngine& engine, platform::EngineParticipantEvents* to) : Part(engine, ""), to_(to) {}
-    ~Participant() override {
-      real.reset();
-      forget();
-    }
+    ~Participant() override { end(real); }
     platform::EngineParticipantEvents* events() { return to_ ? this : nullptr; }
 
     DDS_InstanceHandle_t guid() const override { return real->guid(); }

@@ -73,30 +73,29 @@ class TESSIVAR_SCOPED_CAPABILITY UniqueMutexLock {
   bool locked_ = true;
 };
 
-/// A condition variable for a Mutex, with the operations of std::condition_variable. The lock is a UniqueMutexLock. A
-/// predicate that reads guarded members is marked: `[this]() TESSIVAR_REQUIRES(mutex_) { return ready_; }`.
+/// A condition variable for a Mutex, with the operations of std::condition_variable. A predicate that reads guarded
+/// members is marked: `[this]() TESSIVAR_REQUIRES(mutex_) { return ready_; }`.
 class Condition {
  public:
   void notify_one() noexcept { changed_.notify_one(); }
   void notify_all() noexcept { changed_.notify_all(); }
 
-  template <class Lock>
-  void wait(Lock& lock) {
+  void wait(UniqueMutexLock& lock) {
     Native native(*lock.mutex());
     changed_.wait(native.lock);
   }
-  template <class Lock, class Predicate>
-  void wait(Lock& lock, Predicate predicate) {
+  template <class Predicate>
+  void wait(UniqueMutexLock& lock, Predicate predicate) {
     Native native(*lock.mutex());
     changed_.wait(native.lock, predicate);
   }
-  template <class Lock, class Duration, class... Predicate>
-  auto wait_for(Lock& lock, const Duration& duration, Predicate... predicate) {
+  template <class Duration, class... Predicate>
+  auto wait_for(UniqueMutexLock& lock, const Duration& duration, Predicate... predicate) {
     Native native(*lock.mutex());
     return changed_.wait_for(native.lock, duration, predicate...);
   }
-  template <class Lock, class Time, class... Predicate>
-  auto wait_until(Lock& lock, const Time& time, Predicate... predicate) {
+  template <class Time, class... Predicate>
+  auto wait_until(UniqueMutexLock& lock, const Time& time, Predicate... predicate) {
     Native native(*lock.mutex());
     return changed_.wait_until(native.lock, time, predicate...);
   }
