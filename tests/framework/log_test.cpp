@@ -5,6 +5,7 @@
 #include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/log/readable_logger.h"
 #include "tests/support/log_recorder.h"
+#include "tests/support/source_file.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -118,7 +119,8 @@ TEST(ReadableLoggerTest, ShowsTheChosenLevels) {
 TEST(ReadableLoggerTest, KnowsTheRoomOfEachClassThatLogs) {
   const std::regex signature("__cdecl (TessivarDDS::[A-Za-z]+)");
   for (const std::string room : {"framework", "control", "routing"}) {
-    for (const auto& file : std::filesystem::recursive_directory_iterator(TESSIVAR_SOURCE_DIR "/tessivar/" + room)) {
+    for (const auto& file :
+         std::filesystem::recursive_directory_iterator(tessivar::testing::source_file("tessivar/" + room))) {
       if (file.is_directory() || file.path().filename().string().starts_with("readable_logger")) continue;
       std::ifstream stream(file.path());
       const std::string text(std::istreambuf_iterator<char>(stream), {});

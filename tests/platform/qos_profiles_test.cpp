@@ -2,6 +2,7 @@
 
 #include "support/bus.h"
 #include "tessivar/platform/qos/profiles.h"
+#include "tests/support/source_file.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -56,7 +57,7 @@ std::string with_depth(int depth) {
 }
 
 TEST_F(QosProfilesTest, ReadsEveryPolicy) {
-  policy.url_profile = strings({TESSIVAR_SOURCE_DIR "/tests/platform/data/every_policy.xml"});
+  policy.url_profile = strings({tessivar::testing::source_file("tests/platform/data/every_policy.xml")});
   ASSERT_TRUE(load()) << error;
   DDS_TopicQos topic;
   DDS_DataWriterQos writer;
@@ -133,7 +134,7 @@ TEST_F(QosProfilesTest, LaterSourcesOverrideEarlierOnes) {
 }
 
 TEST_F(QosProfilesTest, InheritsFromBasesAndSelectsByTopicName) {
-  policy.url_profile = strings({TESSIVAR_SOURCE_DIR "/tests/platform/data/every_policy.xml"});
+  policy.url_profile = strings({tessivar::testing::source_file("tests/platform/data/every_policy.xml")});
   ASSERT_TRUE(load()) << error;
   DDS_TopicQos topic;
   ASSERT_TRUE(profiles.topic("l", "derived", topic, error)) << error;

@@ -3,6 +3,7 @@
 // Tests parameter lists of other implementations: the decoded values, or the refusal.
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/logging/logging.h"
+#include "tests/support/source_file.h"
 #include "tests/types/support/any_type.h"
 #include "tests/types/support/encoding.h"
 
@@ -16,7 +17,8 @@ namespace {
 /// Calls `test(octets, reads)` for each list with that name. `reads` is null for a list that must be refused.
 template <class Test>
 void for_lists(const char* name, const std::string& before, const std::string& after, Test&& test) {
-  const json lists = json::parse(std::ifstream(TESSIVAR_SOURCE_DIR "/tests/types/data/parameter_lists.json"));
+  const json lists =
+      json::parse(std::ifstream(tessivar::testing::source_file("tests/types/data/parameter_lists.json")));
   for (const json& list : lists.at(name)) {
     SCOPED_TRACE(list.at("what"));
     test(from_hex(before + list.at("hex").get<std::string>() + after), list.value("reads", json()));

@@ -3,6 +3,7 @@
 // Tests that the IDL of each module describes the same types as the tables.
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/logging/logging.h"
+#include "tests/support/source_file.h"
 #include "tests/types/support/any_type.h"
 
 #include <fstream>
@@ -26,7 +27,7 @@ std::string module_text(std::string_view room, const std::string& module, const 
 
 /// Returns the text from the line where the module begins.
 std::string idl_file(const std::string& name) {
-  std::ifstream file(TESSIVAR_SOURCE_DIR "/tessivar/types/" + name + "/" + name + ".idl");
+  std::ifstream file(tessivar::testing::source_file("tessivar/types/" + name + "/" + name + ".idl"));
   std::stringstream text;
   text << file.rdbuf();
   const std::size_t module = text.str().find("\nmodule ");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // Tests the encodings with those of tests/types/data/wire.json, which are made without the library.
+#include "tests/support/source_file.h"
 #include "tests/types/support/any_octets.h"
 
 #include <fstream>
@@ -11,7 +12,7 @@ namespace types_test {
 namespace {
 
 const json& entries(const char* list) {
-  static const json document = json::parse(std::ifstream(TESSIVAR_SOURCE_DIR "/tests/types/data/wire.json"));
+  static const json document = json::parse(std::ifstream(tessivar::testing::source_file("tests/types/data/wire.json")));
   return document.at(list);
 }
 

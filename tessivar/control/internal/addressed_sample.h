@@ -15,12 +15,13 @@ namespace TessivarDDS {
 /// long, logs one line that begins with `signature` and returns false.
 inline bool setAddress(const char* signature, const AddressEx& address, char* unitId) {
   constexpr std::size_t max_address = 64;
-  if (std::strlen(address.guid()) > max_address) {
+  const std::size_t length = std::strlen(address.guid());
+  if (length > max_address) {
     logError() << signature << "Address string too long";
     return false;
   }
   checkAddress(signature, address);
-  std::strcpy(unitId, address.guid());
+  std::memcpy(unitId, address.guid(), length + 1);
   return true;
 }
 
