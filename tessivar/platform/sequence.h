@@ -282,7 +282,7 @@ class DDSSequence {
 
  private:
   // The analyzer assumes that the mark of a sequence that was filled before may be missing.
-  // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
+  // NOLINTBEGIN(clang-analyzer-cplusplus.NewDeleteLeaks)
   bool is_initialised() const { return marker_ == DDS_SEQUENCE_MAGIC_NUMBER; }
   void make_initialised() {
     if (!is_initialised()) initialize();
@@ -293,7 +293,7 @@ class DDSSequence {
     discontiguous_ = nullptr;
     maximum_ = 0;
     length_ = 0;
-  }
+  }  // NOLINTEND(clang-analyzer-cplusplus.NewDeleteLeaks)
   bool has(DDS_Long i) const { return i >= 0 && i < length(); }
   T* slot(DDS_Long i) const { return discontiguous_ ? discontiguous_[i] : contiguous_ + i; }
 
