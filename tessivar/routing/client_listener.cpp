@@ -6,6 +6,7 @@ namespace TessivarDDS {
 
 using namespace Tessivar_Routing;
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface passes the ticket by value
 void RoutingClientListener::protectTicketChanged(DDSPtr<RequestReplyTicket<DestinationChangeReply>> /*ticket*/) {}
 void RoutingClientListener::sourceRemoved(const Source* /*source*/) {}
 void RoutingClientListener::destinationRemoved(const Destination* /*destination*/) {}

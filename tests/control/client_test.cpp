@@ -63,6 +63,7 @@ TEST_F(TessivarClientTest, FindsOnlyUnitsAndCommandsThatAreAlive) {
     DDS_SampleInfoSeq infos;
     EXPECT_TRUE(client_.queryUnits(found, infos, 20000));
     std::vector<std::string> texts;
+    texts.reserve(static_cast<std::size_t>(found.length()));
     for (DDS_Long i = 0; i < found.length(); ++i) texts.emplace_back(found[i].unitId);
     client_.freeUnitData(found, infos);
     return texts;

@@ -15,7 +15,7 @@
 namespace tessivar::testing {
 namespace {
 
-constexpr std::size_t transcript_limit = 256 * 1024;
+constexpr std::size_t transcript_limit = std::size_t{256} * 1024;
 
 struct Pipe {
   int ends[2];

@@ -38,6 +38,7 @@ class TypedEntityTest : public ::testing::Test {
     EXPECT_EQ(result, DDS_RETCODE_OK);
     EXPECT_FALSE(samples.has_ownership());
     std::vector<DDS_UnsignedLong> found;
+    found.reserve(static_cast<std::size_t>(samples.length()));
     for (DDS_Long i = 0; i < samples.length(); ++i) found.push_back(samples[i].commandNumber);
     EXPECT_EQ(reader->return_loan(samples, infos), DDS_RETCODE_OK);
     return found;

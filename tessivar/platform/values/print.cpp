@@ -13,13 +13,13 @@ constexpr unsigned blanks_a_level = 3;
 }  // namespace
 
 void Printer::heading(const char* description, unsigned indent) {
-  text_.append(indent * blanks_a_level, ' ');
+  text_.append(std::size_t{indent} * blanks_a_level, ' ');
   if (description) text_.append(description).append(":");
   text_ += '\n';
 }
 
 void Printer::line(const char* description, unsigned indent, const char* value) {
-  text_.append(indent * blanks_a_level, ' ');
+  text_.append(std::size_t{indent} * blanks_a_level, ' ');
   if (description && *description) text_.append(description).append(": ");
   text_.append(value).append("\n");
 }

@@ -17,7 +17,6 @@
 #include <string>
 
 using tessivar::platform::EncodedKey;
-using tessivar::platform::EncodedSample;
 using tessivar::platform::EngineWriter;
 using tessivar::platform::guarded;
 using tessivar::platform::handle_of;

@@ -51,7 +51,7 @@ std::optional<std::string> resolve_peer(const std::string& peer) {
   if (host.empty() || (colon != std::string::npos && !is_port(port))) return std::nullopt;
   // This name is valid on a machine without /etc/hosts, too (RFC 6761, 6.3).
   if (host == "localhost") return port.empty() ? "127.0.0.1" : "127.0.0.1:" + port;
-  const std::optional<std::string> address = resolve_host(host);
+  std::optional<std::string> address = resolve_host(host);
   if (!address || port.empty()) return address;
   return *address + ":" + port;
 }
