@@ -23,7 +23,7 @@ struct Hub : RoutingServices, RequestReplyServerListener<AssociationRouteChangeR
     routerNode()->writeSample(router);
     for (unsigned i = 0; i < ports; ++i) {
       const std::string number = ' ' + std::to_string(i);
-      for (DDS_UnsignedShort level = 0; level < std::ssize(levels); ++level) {
+      for (DDS_UnsignedShort level = 0; level < DDS_UnsignedShort{std::size(levels)}; ++level) {
         sourcesNode()->writeSample(Helper::createSource(unit, 0, level, i, "in" + number), true);
         destinationsNode()->writeSample(Helper::createDestination(unit, 0, level, i, "out" + number, false), true);
       }
