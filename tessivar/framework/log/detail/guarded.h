@@ -11,8 +11,8 @@
 namespace tessivar::framework {
 
 /// Calls `call`. Logs an exception that `call` throws and does not pass it on. The message begins with `signature`, the
-/// signature of the calling function: a text, or a function that returns a text. `code` says which code
-/// threw it. Returns true if `call` threw no exception.
+/// signature of the calling function: a text, or a function that returns a text. `code` names the code that threw it.
+/// Returns true if `call` threw no exception.
 template <class Signature, class Call>
 bool guarded(const Signature& signature, Call&& call, const char* code = "the application's code") noexcept {
   return tessivar::platform::guard(call, [&](const std::exception* exception) {
