@@ -27,6 +27,8 @@ put tessivar/routing/client.cpp '#include "tessivar/framework/log/logger.h"'
 put tessivar/framework/log/logger.h '#include "tessivar/framework/log/detail/line.h"'
 put tessivar/control/client.cpp '#include "tessivar/control/internal/interests.h"'
 put tests/platform/cyclone/engine_test.cpp '#include <dds/dds.h>' '#include <gtest/gtest.h>' '#include "helper.h"'
+put bench/ours/client.cpp '#include "tessivar/tessivar.h"' '#include "bench/common/load.h"' '#include <sys/socket.h>'
+put bench/engine/writer.cpp '#include <dds/dds.h>' 'const char* cyclone;'
 "$check" "$tree" || {
   echo "an allowed include was refused"
   exit 1
@@ -58,8 +60,14 @@ for i in {1..41}; do put "tessivar/control/full/v$i.cpp" '//'; done
 put tests/control/p_test.cpp '#include "tessivar/platform/cyclone/engine.h"'
 put tests/control/q_test.cpp '#include <dds/dds.h>'
 put tests/platform/w_test.cpp '// Cyclone' 'cyclone::start();'
+put bench/ours/y.cpp '#include <dds/dds.h>' '#include "tessivar/platform/reader/cache.h"' '#include "tessivar/types/core/detail/z.h"'
+put bench/engine/z.cpp '#include "tessivar/platform/qos.h"'
 
-expected='examples/m.cpp:1
+expected='bench/engine/z.cpp:1
+bench/ours/y.cpp:1
+bench/ours/y.cpp:2
+bench/ours/y.cpp:3
+examples/m.cpp:1
 examples/n.cpp:1
 examples/o.cpp:1
 tessivar/cellar/k.cpp:1
