@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """What a benchmark uses to start its programs and to measure in turn."""
 import contextlib
+import json
+import subprocess
 
-from runner.program import Failed, Program
+from runner.program import PATIENCE, Failed, Program
 
 
 class Session:
@@ -24,6 +26,22 @@ class Session:
         arguments = [str(self.programs / program), *words, *(f"{name}={value}" for name, value in options.items())]
         self.running.append(Program(arguments, environment))
         return self.running[-1]
+
+    def benchmark(self, program, pattern="."):
+        """Runs measurements of a program of Google Benchmark. Returns, by name, its CPU time "ns" and its counters."""
+        command = [str(self.programs / program), "--benchmark_format=json", f"--benchmark_filter={pattern}",
+                   f"--benchmark_min_time={self.seconds / 10}"]
+        try:
+            run = subprocess.run(command, capture_output=True, text=True, timeout=PATIENCE)
+            results = json.loads(run.stdout)["benchmarks"]
+        except (OSError, ValueError, KeyError, subprocess.TimeoutExpired) as error:
+            raise Failed(f"{program}: {error}") from error
+        for one in results:
+            if "error_message" in one:
+                raise Failed(f"{program}: {one['name']}: {one['error_message']}")
+        if run.returncode != 0 or not results:
+            raise Failed(f"{program}: code {run.returncode}, {len(results)} measurements: {run.stderr.strip()}")
+        return {one["name"]: {**one, "ns": one["cpu_time"]} for one in results}
 
     def stop(self):
         """Ends all programs, the last one first."""
