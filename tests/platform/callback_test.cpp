@@ -37,6 +37,13 @@ struct Trying : DDSDataReaderListener, DDSContentFilter {
                        {"delete_datawriter", participant->delete_datawriter(writer)},
                        {"wait_for_acknowledgments", writer.load()->wait_for_acknowledgments(DDS_DURATION_INFINITE)},
                        {"wait", wait_set.wait(active, DDS_DURATION_INFINITE)}};
+    const auto refused = [](const void* made) { return made ? DDS_RETCODE_OK : DDS_RETCODE_ILLEGAL_OPERATION; };
+    results["create_participant"] =
+        refused(factory().create_participant(own_domain(), DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0));
+    results["create_datawriter"] =
+        refused(participant->create_datawriter(side.load()->topic, DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0));
+    results["create_datareader"] =
+        refused(participant->create_datareader(side.load()->topic, DDS_DATAREADER_QOS_DEFAULT, nullptr, 0));
     if (callback != "match") results["write"] = write(writer, 2);
     if (callback == "filter") {
       Command sample;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -110,6 +111,65 @@ TEST_F(NoMemoryTest, RegisterTypeSucceedsOrReportsFailure) {
       [&, count = 0]() mutable {
         name = "A name that is too long for a string's own room: " + std::to_string(++count);
       });
+}
+
+TEST_F(NoMemoryTest, OperationsOfFactoryAndParticipantSucceedOrReportFailure) {
+  const std::string text = "A text that is too long for a string's own room";
+  DDSDomainParticipantFactory& factory = platform_test::factory();
+  DDS_DomainParticipantFactoryQos factory_qos, enabling;
+  factory.get_qos(enabling);
+  factory_qos = enabling;
+  factory_qos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
+  DDS_DomainParticipantQos qos, read_qos;
+  DDSPropertyQosPolicyHelper::add_property(qos.property, text.c_str(), text.c_str(), DDS_BOOLEAN_FALSE);
+  DDSDomainParticipant* made = nullptr;
+  DDS_TopicQos topic_qos;
+  DDS_DataWriterQos writer_qos;
+  DDS_DataReaderQos reader_qos;
+  DDS_StringSeq interfaces;
+  const auto without = [&] { EXPECT_TRUE(!made || factory.delete_participant(made) == DDS_RETCODE_OK); };
+
+  fail_each("set_qos of the factory", [&] { return factory.set_qos(factory_qos); });
+  fail_each("get_qos of the factory", [&] { return factory.get_qos(factory_qos); });
+  fail_each("set_default_participant_qos", [&] { return factory.set_default_participant_qos(qos); });
+  fail_each(
+      "create_participant",
+      [&] {
+        made = factory.create_participant(platform_test::own_domain(), DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+        return made ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+      },
+      without);
+  fail_each("get_default_participant_qos", [&] { return factory.get_default_participant_qos(read_qos); });
+  fail_each("set_qos", [&] { return made->set_qos(qos); });
+  fail_each("get_qos", [&] { return made->get_qos(read_qos); });
+  fail_each("set_default_topic_qos", [&] { return made->set_default_topic_qos(DDS_TOPIC_QOS_DEFAULT); });
+  fail_each("get_default_topic_qos", [&] { return made->get_default_topic_qos(topic_qos); });
+  fail_each("set_default_datawriter_qos", [&] { return made->set_default_datawriter_qos(writer_qos); });
+  fail_each("get_default_datawriter_qos", [&] { return made->get_default_datawriter_qos(writer_qos); });
+  fail_each("set_default_datareader_qos", [&] { return made->set_default_datareader_qos(catching_up); });
+  fail_each("get_default_datareader_qos",
+            [&] { return made->get_default_datareader_qos_w_topic_name(reader_qos, "Topic"); });
+  const char* const peer = "builtin.udpv4://127.0.0.1";
+  fail_each(
+      "add_peer", [&] { return made->add_peer(peer); }, [&] { made->remove_peer(peer); });
+  fail_each("get_network_interfaces", [&] { return side.participant->get_network_interfaces(interfaces); });
+  std::string name;
+  fail_each(
+      "register_contentfilter", [&] { return made->register_contentfilter(name.c_str(), &filter); },
+      [&, count = 0]() mutable { name = text + std::to_string(++count); });
+  std::optional<DDSWaitSet> wait_set;
+  std::optional<DDSGuardCondition> condition;
+  fail_each(
+      "attach_condition", [&] { return wait_set->attach_condition(&*condition); },
+      [&] {
+        condition.emplace();  // the wait set forgets the condition before
+        wait_set.emplace();
+      });
+  EXPECT_GT(failures, 0);
+
+  EXPECT_EQ(factory.set_default_participant_qos(DDS_PARTICIPANT_QOS_DEFAULT), DDS_RETCODE_OK);
+  EXPECT_EQ(factory.set_qos(enabling), DDS_RETCODE_OK);
+  without();
 }
 
 TEST_F(NoMemoryTest, EntitiesAreCreatedOrFailureIsReported) {

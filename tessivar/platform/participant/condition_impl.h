@@ -42,6 +42,8 @@ struct DDSCondition::Impl {
 };
 
 struct DDSWaitSet::Impl {
+  DDS_ReturnCode_t attach(DDSCondition& condition) TESSIVAR_EXCLUDES(tessivar::platform::attachments_mutex());
+
   const tessivar::platform::MadeHere made_here = {};
   std::unique_ptr<tessivar::platform::EngineWaitSet> engine;
   std::unique_ptr<tessivar::platform::EngineGuardCondition> wake;  // set while a read condition is triggered

@@ -35,6 +35,7 @@ DDSDataWriter* DDSDomainParticipant::create_datawriter(DDSTopic* topic, const DD
   constexpr const char* operation = "DDSDomainParticipant::create_datawriter";
   return guarded(operation, static_cast<DDSDataWriter*>(nullptr), [&]() -> DDSDataWriter* {
     if (!topic) return refuse(operation, "null topic", nullptr);
+    if (impl_->autoenable() && impl_->cannot_enable_entity(operation)) return nullptr;
     DDS_DataWriterQos own;
     if (&qos == &DDS_DATAWRITER_QOS_DEFAULT || &qos == &DDS_DATAWRITER_QOS_USE_TOPIC_QOS) {
       get_default_datawriter_qos_w_topic_name(own, topic->get_name());
@@ -92,6 +93,7 @@ DDSDataReader* DDSDomainParticipant::create_datareader(DDSTopicDescription* desc
     auto* filtered = DDSContentFilteredTopic::narrow(description);
     DDSTopic* topic = filtered ? filtered->get_related_topic() : DDSTopic::narrow(description);
     if (!topic) return refuse(operation, "neither a topic nor a filtered topic", nullptr);
+    if (impl_->autoenable() && impl_->cannot_enable_entity(operation)) return nullptr;
     DDS_DataReaderQos own;
     if (&qos == &DDS_DATAREADER_QOS_DEFAULT || &qos == &DDS_DATAREADER_QOS_USE_TOPIC_QOS) {
       get_default_datareader_qos_w_topic_name(own, topic->get_name());

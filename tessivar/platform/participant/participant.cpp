@@ -90,11 +90,20 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   if (engine && in_callback()) return DDS_RETCODE_OK;  // the thread may hold `enabling` already
   if (refused_in_callback("DDSDomainParticipant::enable")) return DDS_RETCODE_ILLEGAL_OPERATION;
   const MutexLock enabling_lock(enabling);
-  if (engine) return DDS_RETCODE_OK;
+  if (!engine) {
+    const DDS_ReturnCode_t result = start();
+    if (result != DDS_RETCODE_OK) return result;
+  }
+  if (!enables_contained) return DDS_RETCODE_OK;
+  const DDS_ReturnCode_t result = enable_contained();
+  enables_contained = false;
+  return result;
+}
+
+DDS_ReturnCode_t DDSDomainParticipant::Impl::start() {
   tessivar::platform::EngineParticipantConfig config;
   std::string error;
   DDS_ReturnCode_t result = DDS_RETCODE_OK;
-  bool enables_contained = false;
   {
     const MutexLock lock(mutex);
     result = tessivar::platform::make_config(domain_id, qos, config, error);
@@ -121,8 +130,11 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::enable() {
   if (result != DDS_RETCODE_OK) {
     return refuse("DDSDomainParticipant::enable", "domain " + std::to_string(domain_id) + ": " + error, result);
   }
-  if (!enables_contained) return DDS_RETCODE_OK;
+  return DDS_RETCODE_OK;
+}
 
+DDS_ReturnCode_t DDSDomainParticipant::Impl::enable_contained() {
+  DDS_ReturnCode_t result = DDS_RETCODE_OK;
   // Enable one entity at a time, because the application may create and delete others meanwhile.
   std::vector<const void*> tried;
   const auto enable_all = [&](auto Impl::*list) {
@@ -238,9 +250,11 @@ DDS_DomainId_t DDSDomainParticipant::get_domain_id() const {
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::get_qos(DDS_DomainParticipantQos& qos) const {
-  const MutexLock lock(impl_->mutex);
-  qos = impl_->qos;
-  return DDS_RETCODE_OK;
+  return guarded("DDSDomainParticipant::get_qos", DDS_RETCODE_OUT_OF_RESOURCES, [&]() -> DDS_ReturnCode_t {
+    const MutexLock lock(impl_->mutex);
+    qos = impl_->qos;
+    return DDS_RETCODE_OK;
+  });
 }
 
 DDS_ReturnCode_t DDSDomainParticipant::set_listener(DDSDomainParticipantListener* listener, DDS_StatusMask mask) {

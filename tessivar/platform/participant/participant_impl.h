@@ -33,6 +33,7 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   ~Impl();
 
   DDS_ReturnCode_t enable() TESSIVAR_EXCLUDES(enabling, mutex);
+  DDS_ReturnCode_t set_qos(const DDS_DomainParticipantQos& wanted_qos) TESSIVAR_EXCLUDES(mutex);
   DDS_ReturnCode_t register_type(const char* type_name, const PRESTypePlugin& plugin) TESSIVAR_EXCLUDES(mutex);
   DDS_ReturnCode_t set_parameters(DDSContentFilteredTopic& topic, const DDS_StringSeq& parameters)
       TESSIVAR_EXCLUDES(mutex);
@@ -59,6 +60,13 @@ struct DDSDomainParticipant::Impl final : tessivar::platform::EngineParticipantE
   tessivar::platform::Mutex enabling TESSIVAR_ACQUIRED_BEFORE(mutex);
   std::unique_ptr<tessivar::platform::EngineParticipant> owned_engine TESSIVAR_GUARDED_BY(enabling);
   std::atomic<tessivar::platform::EngineParticipant*> engine = nullptr;  // null until enabled
+  /// The engine has started, but the entities that were created before are not all enabled.
+  bool enables_contained TESSIVAR_GUARDED_BY(enabling) = false;
+
+  /// Creates the participant of the engine.
+  DDS_ReturnCode_t start() TESSIVAR_REQUIRES(enabling) TESSIVAR_EXCLUDES(mutex);
+  /// Enables the entities that were created before. Can be repeated after an exception.
+  DDS_ReturnCode_t enable_contained() TESSIVAR_REQUIRES(enabling) TESSIVAR_EXCLUDES(mutex);
 
   /// Guards the members below. Not held while the engine or the application is called.
   mutable tessivar::platform::Mutex mutex;

@@ -120,13 +120,13 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
       ~Use() {
         if (!filter) return;
         const MutexLock lock(participant.mutex);
-        --topic.users;
+        --topic->users;
         --filter->users;
       }
       Impl& participant;
-      DDSTopic::Impl& topic;
+      DDSTopic::Impl* topic = nullptr;
       Impl::Filter* filter = nullptr;
-    } use{*impl_, related_topic->impl()};
+    } use{*impl_};
     {
       const MutexLock lock(impl_->mutex);
       if (std::find(impl_->topics.begin(), impl_->topics.end(), related_topic) == impl_->topics.end()) {
@@ -140,12 +140,13 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
         return refuse(operation, title + ": no content filter " + quoted(filter_name) + " is registered", nullptr);
       }
       use.filter = &registered->second;
+      use.topic = &related_topic->impl();
       ++use.filter->users;
-      ++use.topic.users;
+      ++use.topic->users;
     }
     DDSContentFilter& filter = *use.filter->filter;
     DDS_ReturnCode_t result = DDS_RETCODE_OK;
-    auto compiled = CompiledFilter::compile(filter, filter_expression, expression_parameters, use.topic.type, result);
+    auto compiled = CompiledFilter::compile(filter, filter_expression, expression_parameters, use.topic->type, result);
     if (!compiled) {
       return refuse(operation,
                     title + ": filter " + quoted(filter_name) + " refused expression " + quoted(filter_expression) +
@@ -177,17 +178,18 @@ DDSContentFilteredTopic* DDSDomainParticipant::create_contentfilteredtopic_with_
 DDS_ReturnCode_t DDSDomainParticipant::delete_contentfilteredtopic(DDSContentFilteredTopic* topic) {
   if (!topic) return DDS_RETCODE_BAD_PARAMETER;
   if (impl_->made_here.inherited()) return DDS_RETCODE_OK;
+  Impl::Filter* filter = nullptr;
   {
     const MutexLock lock(impl_->mutex);
     const auto own = std::find(impl_->filtered_topics.begin(), impl_->filtered_topics.end(), topic);
     if (own == impl_->filtered_topics.end() || topic->impl().users > 0) return DDS_RETCODE_PRECONDITION_NOT_MET;
     impl_->filtered_topics.erase(own);
     --topic->impl().topic.impl().users;
+    filter = &impl_->filters.find(topic->impl().filter_name)->second;
   }
-  const std::string filter = topic->impl().filter_name;
   delete topic;  // finalises the filter's data without the lock, before the filter can be unregistered
   const MutexLock lock(impl_->mutex);
-  --impl_->filters.find(filter)->second.users;
+  --filter->users;
   return DDS_RETCODE_OK;
 }
 
@@ -201,14 +203,17 @@ DDSTopicDescription* DDSDomainParticipant::lookup_topicdescription(const char* n
 // --- content filters -------------------------------------------------------------------------------------------------
 
 DDS_ReturnCode_t DDSDomainParticipant::register_contentfilter(const char* filter_name, const DDSContentFilter* filter) {
-  if (!filter_name || !*filter_name || !filter) {
-    return refuse("DDSDomainParticipant::register_contentfilter",
-                  "filter " + quoted(filter_name) + ": name or filter is missing", DDS_RETCODE_BAD_PARAMETER);
-  }
-  const MutexLock lock(impl_->mutex);
-  const bool added =
-      impl_->filters.try_emplace(filter_name, Impl::Filter{const_cast<DDSContentFilter*>(filter), 0}).second;
-  return added ? DDS_RETCODE_OK : DDS_RETCODE_PRECONDITION_NOT_MET;
+  return guarded(
+      "DDSDomainParticipant::register_contentfilter", DDS_RETCODE_OUT_OF_RESOURCES, [&]() -> DDS_ReturnCode_t {
+        if (!filter_name || !*filter_name || !filter) {
+          return refuse("DDSDomainParticipant::register_contentfilter",
+                        "filter " + quoted(filter_name) + ": name or filter is missing", DDS_RETCODE_BAD_PARAMETER);
+        }
+        const MutexLock lock(impl_->mutex);
+        const bool added =
+            impl_->filters.try_emplace(filter_name, Impl::Filter{const_cast<DDSContentFilter*>(filter), 0}).second;
+        return added ? DDS_RETCODE_OK : DDS_RETCODE_PRECONDITION_NOT_MET;
+      });
 }
 
 DDSContentFilter* DDSDomainParticipant::lookup_contentfilter(const char* filter_name) {

@@ -4,6 +4,7 @@
 #include "tessivar/platform/detail/immortal.h"
 #include "tessivar/platform/detail/mutex.h"
 #include "tessivar/platform/participant/condition_impl.h"
+#include "tessivar/platform/system/guarded.h"
 #include "tessivar/platform/values/sequence_fill.h"
 
 #include <algorithm>
@@ -81,17 +82,24 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
   if (!condition) return DDS_RETCODE_BAD_PARAMETER;
   if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
   if (platform::refused_in_filter("DDSWaitSet::attach_condition")) return DDS_RETCODE_ILLEGAL_OPERATION;
+  return platform::guarded("DDSWaitSet::attach_condition", DDS_RETCODE_OUT_OF_RESOURCES,
+                           [&] { return impl_->attach(*condition); });
+}
+
+DDS_ReturnCode_t DDSWaitSet::Impl::attach(DDSCondition& condition) {
   const platform::MutexLock lock(attachments_mutex());
-  if (std::count(impl_->conditions.begin(), impl_->conditions.end(), condition)) return DDS_RETCODE_OK;
-  if (platform::EngineGuardCondition* engine = condition->impl().engine.get()) {
-    const DDS_ReturnCode_t result = impl_->engine->attach(*engine, condition);
+  if (std::count(conditions.begin(), conditions.end(), &condition)) return DDS_RETCODE_OK;
+  conditions.reserve(conditions.size() + 1);
+  condition.impl().wait_sets.reserve(condition.impl().wait_sets.size() + 1);
+  if (platform::EngineGuardCondition* guard = condition.impl().engine.get()) {
+    const DDS_ReturnCode_t result = engine->attach(*guard, &condition);
     if (result != DDS_RETCODE_OK) return result;
-  } else if (!condition->impl().reader) {
+  } else if (!condition.impl().reader) {
     return DDS_RETCODE_OUT_OF_RESOURCES;  // without a guard of the engine it would never wake a thread
   }
-  impl_->conditions.push_back(condition);
-  condition->impl().wait_sets.push_back(impl_.get());
-  update_wake(*impl_);
+  conditions.push_back(&condition);
+  condition.impl().wait_sets.push_back(this);
+  update_wake(*this);
   return DDS_RETCODE_OK;
 }
 

@@ -98,7 +98,7 @@ class FlushClock {
   static void flush(Batch& batch) {
     const DDS_ReturnCode_t result = batch.flush();
     if (result != DDS_RETCODE_OK) {
-      log(LogLevel::error, "DDSDataWriter", "a batch could not be sent, return code " + std::to_string(result));
+      log_joined(LogLevel::error, "DDSDataWriter", {"a batch could not be sent, return code ", std::to_string(result)});
     }
   }
 
