@@ -11,29 +11,13 @@ using namespace tessivar::testing;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
-/// Accepts commands whose value is at least the first parameter.
-struct AtLeast : DDSContentFilter {
-  DDS_ReturnCode_t compile(void** data, const char*, const DDS_StringSeq& parameters, const DDS_TypeCode*, const char*,
-                           void*) override {
-    *data = new DDS_Long(std::stoi(parameters[0]));
-    return DDS_RETCODE_OK;
-  }
-  DDS_Boolean evaluate(void* data, const void* sample, const DDS_FilterSampleInfo*) override {
-    return static_cast<const Command*>(sample)->value._u.intValue >= *static_cast<DDS_Long*>(data);
-  }
-  void finalize(void* data) override { delete static_cast<DDS_Long*>(data); }
-};
-
 class FaultyEngineTest : public testing::Test {
  protected:
   FaultyEngineTest() {
     side_.participant->register_contentfilter("at least", &filter_);
     topic_ = side_.participant->create_contentfilteredtopic_with_filter("F", side_.topic, "value", strings({"50"}),
                                                                         "at least");
-    auto qos = reliable<DDS_DataReaderQos>();
-    DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.data_reader.state.filter_redundant_samples", "0",
-                                             DDS_BOOLEAN_FALSE);
-    reader_ = side_.reader(qos, nullptr, topic_);
+    reader_ = side_.reader(catching_up(), nullptr, topic_);
   }
   void add(Call call, Effect effect, int count = 1) {
     engine_.script.add({.call = call, .effect = effect, .count = count});

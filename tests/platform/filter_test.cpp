@@ -12,28 +12,22 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-/// Accepts commands whose value is at least the first parameter. Throws at the value 13.
-class AtLeast : public DDSContentFilter {
+/// Throws at the value 13.
+class CountingFilter : public AtLeast {
  public:
-  DDS_ReturnCode_t compile(void** data, const char*, const DDS_StringSeq& parameters, const DDS_TypeCode*, const char*,
-                           void*) override {
-    if (parameters.length() == 0) return DDS_RETCODE_BAD_PARAMETER;
-    *data = new DDS_Long(std::stoi(parameters[0]));
-    ++compiled;
-    return DDS_RETCODE_OK;
-  }
-  DDS_Boolean evaluate(void* data, const void* sample, const DDS_FilterSampleInfo*) override {
+  DDS_Long measure(const Command& sample) override {
     if (++evaluating > 1) ++overlaps;
     std::this_thread::sleep_for(delay.load());
     --evaluating;
-    const DDS_Long value = static_cast<const Command*>(sample)->value._u.intValue;
-    if (value == 13) throw 13;
-    return value >= *static_cast<DDS_Long*>(data);
+    return sample.value._u.intValue == 13 ? throw 13 : sample.value._u.intValue;
   }
-  void finalize(void* data) override {
-    delete static_cast<DDS_Long*>(data);
-    --compiled;
+  DDS_ReturnCode_t compile(void** data, const char* expression, const DDS_StringSeq& parameters,
+                           const DDS_TypeCode* code, const char* type, void* old) override {
+    const DDS_ReturnCode_t result = AtLeast::compile(data, expression, parameters, code, type, old);
+    compiled += result == DDS_RETCODE_OK;
+    return result;
   }
+  void finalize(void*) override { --compiled; }
   std::atomic<int> compiled = 0, evaluating = 0, overlaps = 0;
   std::atomic<std::chrono::microseconds> delay = 0us;  // of each evaluation
 };
@@ -55,17 +49,14 @@ class FilterTest : public testing::Test {
   }
   /// If `again` is true, the history arrives again after a change of the parameters.
   CommandDataReader* reader(bool again, DDSDataReaderListener* listener = nullptr) {
-    auto qos = reliable<DDS_DataReaderQos>();
-    DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.data_reader.state.filter_redundant_samples",
-                                             again ? "0" : "1", DDS_BOOLEAN_FALSE);
-    return side.reader(qos, listener, topic);
+    return side.reader(catching_up(again), listener, topic);
   }
   DDS_ReturnCode_t set(const std::vector<std::string>& parameters) {
     return topic->set_expression_parameters(strings(parameters));
   }
 
   LogRecorder log;
-  AtLeast filter;
+  CountingFilter filter;
   Side side, peer;
   DDSDomainParticipant& participant = *side.participant;
   CommandDataWriter* writer = peer.writer();

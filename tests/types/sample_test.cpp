@@ -2,7 +2,7 @@
 
 // Tests how samples are initialised, copied and finalised.
 #include "tessivar/types/command/command.h"
-#include "tests/types/support/any_type.h"
+#include "tests/types/support/encoding.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ TEST(SampleTest, InitializeClearsMembersWithoutNewMemory) {
   const char* name = sample->name;
   const auto* values = sample->allowedValues.get_contiguous_buffer();
   ASSERT_TRUE(Tessivar::CommandMetadata_initialize_ex(sample.get(), RTI_TRUE, RTI_FALSE));
-  EXPECT_EQ(sample.value(), Metadata(metadata_name).value());
+  EXPECT_TRUE(same(sample, Metadata(metadata_name)));
   EXPECT_EQ(sample->name, name);
   EXPECT_EQ(sample->allowedValues.get_contiguous_buffer(), values);
 }

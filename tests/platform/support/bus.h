@@ -49,6 +49,14 @@ Qos reliable(bool history = true) {
   return qos;
 }
 
+/// The reader gets the history again that a changed filter accepts.
+inline DDS_DataReaderQos catching_up(bool again = true) {
+  auto qos = reliable<DDS_DataReaderQos>();
+  DDSPropertyQosPolicyHelper::add_property(qos.property, "dds.data_reader.state.filter_redundant_samples",
+                                           again ? "0" : "1", DDS_BOOLEAN_FALSE);
+  return qos;
+}
+
 inline DDS_StringSeq strings(const std::vector<std::string>& texts) {
   DDS_StringSeq sequence;
   for (const std::string& text : texts) {
@@ -114,6 +122,22 @@ inline DDS_ReturnCode_t write(CommandDataWriter* writer, DDS_UnsignedLong number
 inline DDS_ReturnCode_t dispose(CommandDataWriter* writer, DDS_UnsignedLong number) {
   return writer->dispose(command(number), DDS_HANDLE_NIL);
 }
+
+/// A content filter that accepts commands whose measure is at least the first parameter. Allocates no memory.
+class AtLeast : public DDSContentFilter {
+ public:
+  virtual DDS_Long measure(const Command& sample) { return sample.value._u.intValue; }
+  DDS_ReturnCode_t compile(void** data, const char*, const DDS_StringSeq& parameters, const DDS_TypeCode*, const char*,
+                           void*) override {
+    if (parameters.length() == 0) return DDS_RETCODE_BAD_PARAMETER;
+    *data = reinterpret_cast<void*>(std::stol(parameters[0]));
+    return DDS_RETCODE_OK;
+  }
+  DDS_Boolean evaluate(void* data, const void* sample, const DDS_FilterSampleInfo*) override {
+    return measure(*static_cast<const Command*>(sample)) >= reinterpret_cast<std::intptr_t>(data);
+  }
+  void finalize(void*) override {}
+};
 
 struct Received {
   DDS_UnsignedLong number;

@@ -30,7 +30,6 @@ AnyType any_type(const char* room) {
     return Plugin<Kind>::serialized_sample_to_key(nullptr, static_cast<T*>(key), stream, RTI_TRUE, RTI_TRUE, nullptr) !=
            0;
   };
-  type.value = [](const void* sample) { return json_of(Kind(), *static_cast<const T*>(sample)); };
   type.text = [](const void* sample) {
     Printer printer;
     print(Kind(), printer, static_cast<const T*>(sample), nullptr, 0);

@@ -32,7 +32,6 @@ struct AnyType {
   RTIBool (*skip)(PRESTypePluginEndpointData, RTICdrStream*, RTIBool with_header, RTIBool with_sample, void*);
   bool (*stream_to_key)(void* key, RTICdrStream*);
 
-  json (*value)(const void* sample);
   std::string (*text)(const void* sample);          // the printed sample
   void (*assign)(void* sample, const json& value);  // throws if the value does not fit
   void (*randomize)(void* sample, Random&);
@@ -56,7 +55,6 @@ class AnySample {
 
   void* get() const { return sample_; }
   const AnyType& type() const { return type_; }
-  json value() const { return type_.value(sample_); }
   std::string text() const { return type_.text(sample_); }
   void assign(const json& value) { type_.assign(sample_, value); }
   void randomize(Random& random) { type_.randomize(sample_, random); }

@@ -68,6 +68,11 @@ inline std::optional<Octets> encoding_of(const AnySample& sample, bool little_en
   return stream.written();
 }
 
+/// Returns true if both samples have the same members.
+inline bool same(const AnySample& a, const AnySample& b) {
+  return a.text() == b.text() && encoding_of(a, true) == encoding_of(b, true);
+}
+
 inline bool decode(const AnySample& into, const Octets& octets) {
   return into.type().plugin->decode(into.get(), octets.data(), octets.size());
 }

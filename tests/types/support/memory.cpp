@@ -4,43 +4,8 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
-
-#ifndef __has_feature
-#define __has_feature(feature) 0
-#endif
-
-#if __has_feature(thread_sanitizer)
-
-// The operators of this sanitizer cannot be replaced. It counts allocations and calls our functions.
-#include <sanitizer/allocator_interface.h>
-
-namespace types_test {
-namespace {
-
-thread_local std::size_t allocated = 0;
-
-void count(const volatile void*, std::size_t) {
-  ++allocated;
-}
-void ignore(const volatile void*) {}
-
-[[maybe_unused]] const int installed = __sanitizer_install_malloc_and_free_hooks(count, ignore);
-
-}  // namespace
-
-std::size_t live_octets() {
-  return __sanitizer_get_current_allocated_bytes();
-}
-std::size_t allocations() {
-  return allocated;
-}
-
-}  // namespace types_test
-
-#else
-
 #include <malloc.h>
+#include <new>
 
 namespace types_test {
 namespace {
@@ -61,16 +26,6 @@ void* allocate(std::size_t size) {
   ++allocated;
   live += malloc_usable_size(memory);
   return memory;
-}
-
-void* allocate_or_throw(std::size_t size) {
-  if (void* memory = allocate(size)) return memory;
-  throw std::bad_alloc();
-}
-
-void release(void* memory) {
-  live -= malloc_usable_size(memory);
-  std::free(memory);
 }
 
 }  // namespace
@@ -101,35 +56,21 @@ bool FailingAllocations::next_fails() {
 
 using namespace types_test;
 
+// The default operators for arrays call these, except those of the address sanitizer.
 void* operator new(std::size_t size) {
-  return allocate_or_throw(size);
-}
-void* operator new[](std::size_t size) {
-  return allocate_or_throw(size);
+  if (void* memory = allocate(size)) return memory;
+  throw std::bad_alloc();
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return allocate(size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return allocate(size);
-}
 void operator delete(void* memory) noexcept {
-  release(memory);
-}
-void operator delete[](void* memory) noexcept {
-  release(memory);
+  live -= malloc_usable_size(memory);
+  std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-  release(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-  release(memory);
+  operator delete(memory);
 }
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
-  release(memory);
+  operator delete(memory);
 }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-  release(memory);
-}
-
-#endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Functions that convert samples to and from JSON, and that make random samples, for every kind.
+// Functions that assign JSON to samples, and that make random samples, for every kind.
 #pragma once
 
 #include "tessivar/types/family/memory.h"
@@ -18,61 +18,8 @@ namespace tessivar::types {
 using nlohmann::json;
 typedef std::mt19937_64 Random;
 
-// --- to JSON: 64-bit numbers as decimal text, enumerators by name, the selected branch of a union -------------------
-
-template <class T>
-json json_of(Number<T>, const T& value) {
-  if constexpr (sizeof(T) == 8) return std::to_string(value);
-  return value;
-}
-inline json json_of(Octet, const DDS_Octet& value) {
-  return value;
-}
-inline json json_of(Boolean, const DDS_Boolean& value) {
-  return value != 0;
-}
-template <class T>
-json json_of(Enumeration<T>, const T& value) {
-  return Table<T>::enumerators.at(static_cast<std::size_t>(value));
-}
-template <std::size_t Bound>
-json json_of(String<Bound>, char* const& text) {
-  return text;
-}
-template <class Element, DDS_Long Bound, class S>
-json json_of(Sequence<Element, Bound, S>, const S& sequence) {
-  json all = json::array();
-  for (DDS_Long i = 0; i < sequence.length(); ++i) all.push_back(json_of(Element(), sequence[i]));
-  return all;
-}
-template <Name N, class Content>
-json json_of(Typedef<N, Content>, const typename Content::type& value) {
-  return json_of(Content(), value);
-}
-template <class Content>
-json json_of(Optional<Content>, typename Content::type* const& member) {
-  return member ? json_of(Content(), *member) : json();
-}
-template <class T>
-json json_of(Structure<T>, const T& sample) {
-  json members = json::object();
-  for_each_member<T>([&]<class M>(DDS_UnsignedLong) {
-    members[M::name] = json_of(typename M::Kind(), sample.*M::pointer);
-    return true;
-  });
-  return members;
-}
-template <class T>
-json json_of(Union<T>, const T& value) {
-  json branches = json::object();
-  for_each_branch<T>([&]<class B>() {
-    if (B::selected_by(value._d)) branches[B::name] = json_of(typename B::Kind(), value._u.*B::pointer);
-    return true;
-  });
-  return {{"_d", json_of(typename Table<T>::Discriminator(), value._d)}, {"_u", branches}};
-}
-
-// --- from JSON: throws if a value does not fit
+// --- from JSON: 64-bit numbers as decimal text, enumerators by name, the selected branch of a union. Throws if a
+// value does not fit.
 
 template <class T>
 void assign_json(Number<T>, T& value, const json& from) {
