@@ -2,7 +2,6 @@
 
 // Tests remote participants: notifications, how to ignore a participant, and participants that are killed or paused.
 #include "support/peer.h"
-#include "tessivar/platform/engine/engine.h"
 
 #include <algorithm>
 #include <atomic>
@@ -69,52 +68,6 @@ TEST(DiscoveryTest, ParticipantIgnoredWhenItAppearsNeverMatches) {
   }
   EXPECT_EQ(matches(reader).total_count, 11);
   EXPECT_EQ(matches(writer).total_count, 1);
-}
-
-TEST(DiscoveryTest, ParticipantIgnoredLaterIsUnmatchedForGood) {
-  DDS_DomainParticipantQos often = loopback_qos();
-  often.discovery_config.participant_liveliness_assert_period = {0, 20000000};
-  Side side, other(often), third;
-  CommandDataReader* reader = side.reader();
-  CommandDataWriter* writer = other.writer();
-  ASSERT_TRUE(matched(writer) && matched(reader));
-  EXPECT_EQ(side.participant->ignore_participant(DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_EQ(side.participant->ignore_participant(other.participant->get_instance_handle()), DDS_RETCODE_OK);
-  // The ignored participant is notified, and the writer does not wait for its acknowledgments.
-  ASSERT_TRUE(matched(writer, 0) && matched(reader, 0));
-  std::this_thread::sleep_for(100ms);  // enough time for several announcements
-  for (int i = 0; i < 100; ++i) EXPECT_EQ(write(writer, 1), DDS_RETCODE_OK);
-  write(third.writer(), 2);
-  EXPECT_THAT(numbers(take(reader, 1)), Each(2u));
-  EXPECT_EQ(matches(reader).total_count, 2);
-  EXPECT_EQ(matches(writer).total_count, 1);
-}
-
-/// Needs the participant that reports the event, as a listener that wants to ignore does.
-struct Expecting final : tessivar::platform::EngineParticipantEvents {
-  void participant_seen(const DDS_ParticipantBuiltinTopicData&, const DDS_InstanceHandle_t&, bool) override {
-    if (!eventually([&] { return created.load(); }, 5s)) in_vain = true;
-  }
-  std::atomic<bool> created = false;
-  std::atomic<bool> in_vain = false;
-};
-
-TEST(DiscoveryTest, CallbackMayWaitForTheCreationInProgress) {
-  using namespace tessivar::platform;
-  Side other;
-  EngineParticipantConfig config;
-  config.domain_id = own_domain();
-  config.interfaces = {"lo"};
-  config.lease_duration = config.announcement_period = 2800000000;
-  for (int round = 0; round < 50; ++round) {
-    Expecting events;
-    std::unique_ptr<EngineParticipant> participant;
-    std::string error;
-    ASSERT_EQ(default_engine().create_participant(config, &events, participant, error), DDS_RETCODE_OK) << error;
-    events.created = true;
-    participant.reset();
-    ASSERT_FALSE(events.in_vain);
-  }
 }
 
 TEST(DiscoveryTest, KilledProcessIsGoneWithinItsLease) {

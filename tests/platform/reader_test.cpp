@@ -11,7 +11,6 @@
 namespace platform_test {
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
@@ -49,75 +48,23 @@ TEST_F(ReaderTest, LendsSamplesUntilTheyAreReturned) {
   infos[1].unloan();
 }
 
-TEST_F(ReaderTest, SelectsByConditionsAndInstances) {
-  for (const DDS_UnsignedLong number : {7u, 3u, 5u, 7u, 3u}) write(writer, number);
-  DDS_ReadSelectionI selection;
-  selection.condition = reader->create_readcondition(DDS_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
-  EXPECT_EQ(access(reader, selection, received), DDS_RETCODE_NO_DATA);
-  EXPECT_EQ(access(side.reader(), selection, received), DDS_RETCODE_PRECONDITION_NOT_MET) << "another reader's";
-  selection = {};
-  selection.instances = DDS_ReadSelectionI::one;
-  EXPECT_EQ(access(reader, selection, received), DDS_RETCODE_BAD_PARAMETER) << "of nobody";
-  selection.instance = reader->lookup_instance(command(3));
-  ASSERT_EQ(access(reader, selection, received), DDS_RETCODE_OK);
-  EXPECT_THAT(numbers(received), ElementsAre(3u, 3u));
-  // Each sample once, also if a read end or a take removes instances.
-  for (const int round : {0, 1, 2}) {
-    const DDS_Boolean take = round == 2;
-    if (round == 1)
-      for (const DDS_UnsignedLong number : {7u, 3u, 5u}) dispose(writer, number);
-    if (round == 2)
-      for (const DDS_UnsignedLong number : {7u, 3u, 5u}) write(writer, number);
-    selection = {};
-    selection.take = take;
-    selection.instances = DDS_ReadSelectionI::next;
-    std::vector<DDS_UnsignedLong> order;
-    while (access(reader, selection, received) == DDS_RETCODE_OK) {
-      order.push_back(received.front().number);
-      EXPECT_THAT(numbers(received), Each(order.back()));
-      selection.instance = received.front().info.instance_handle;
+TEST_F(ReaderTest, VisitsEachInstanceOnceWhileTheyComeAndGo) {
+  for (const bool take : {false, true}) {
+    for (const DDS_UnsignedLong number : {7u, 3u, 5u}) write(writer, number);
+    for (const bool ended : {false, true}) {
+      if (ended)
+        for (const DDS_UnsignedLong number : {7u, 3u, 5u}) dispose(writer, number);
+      DDS_ReadSelectionI selection = taking();
+      selection.take = take;
+      selection.sample_states = ended ? DDS_ANY_SAMPLE_STATE : DDS_NOT_READ_SAMPLE_STATE;
+      selection.instances = DDS_ReadSelectionI::next;
+      std::vector<DDS_UnsignedLong> order;
+      for (; access(reader, selection, received) == DDS_RETCODE_OK;
+           selection.instance = received.front().info.instance_handle)
+        order.push_back(received.front().number);
+      EXPECT_THAT(order, UnorderedElementsAre(3u, 5u, 7u)) << take << ended;
     }
-    EXPECT_THAT(order, UnorderedElementsAre(3u, 5u, 7u));
   }
-}
-
-TEST_F(ReaderTest, KnowsAnInstanceUntilItsLastSampleIsTaken) {
-  const auto known = [&] { return reader->lookup_instance(command(9)).isValid != DDS_BOOLEAN_FALSE; };
-  EXPECT_FALSE(known());
-  write(writer, 9);
-  const DDS_InstanceHandle_t handle = reader->lookup_instance(command(9));
-  access(reader, {}, received);
-  dispose(writer, 9);
-  DDS_ReadSelectionI unread = taking();
-  unread.sample_states = DDS_NOT_READ_SAMPLE_STATE;
-  access(reader, unread, received);
-  EXPECT_EQ(received.back().info.instance_state, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE);
-  EXPECT_FALSE(known()) << "its end has been handed out";
-  Command* key = CommandSupport::create_data();
-  EXPECT_EQ(reader->get_key_value(*key, handle), DDS_RETCODE_OK) << "until the next access";
-  EXPECT_EQ(key->commandNumber, 9u);
-  EXPECT_EQ(access(reader, taking(), received), DDS_RETCODE_NO_DATA);
-  EXPECT_EQ(reader->get_key_value(*key, handle), DDS_RETCODE_BAD_PARAMETER);
-  CommandSupport::delete_data(key);
-
-  write(writer, 9);  // a new life of the instance, taken sample by sample
-  write(writer, 9);
-  dispose(writer, 9);
-  access(reader, taking(1), received);
-  EXPECT_TRUE(known());
-  while (access(reader, taking(1), received) == DDS_RETCODE_OK) continue;
-  EXPECT_FALSE(known());
-}
-
-TEST_F(ReaderTest, ReportsNoEndOfInstancesThatItNeverReceived) {
-  write(writer, 1);
-  write(writer, 2);
-  CommandDataReader* late = side.reader(reliable<DDS_DataReaderQos>(false));
-  dispose(writer, 1);
-  EXPECT_EQ(access(late, {}, received), DDS_RETCODE_NO_DATA);
-  write(writer, 2);
-  dispose(writer, 2);
-  EXPECT_THAT(numbers(take(late, 1)), Each(2u));
 }
 
 /// The type of the commands, with an encoder that damages the value 13 and a decoder that refuses 14.

@@ -15,7 +15,6 @@
 namespace tessivar::testing {
 
 enum class Call {
-  create_participant,
   create_guard_condition,
   create_wait_set,
   create_reader,
@@ -30,7 +29,6 @@ enum class Call {
   data_available,  // from here on events
   match,           // of a reader or writer
   liveliness,      // of a reader
-  participant_seen,
 };
 
 enum class Effect {

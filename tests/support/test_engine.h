@@ -58,11 +58,8 @@ class TestEngine final : public platform::Engine {
                                       platform::EngineParticipantEvents* events,
                                       std::unique_ptr<platform::EngineParticipant>& participant,
                                       std::string& error) override {
-    const DDS_ReturnCode_t refusal = refuse(Call::create_participant, "", error);
-    if (refusal != DDS_RETCODE_OK) return refusal;
-    auto made = std::make_unique<Participant>(*this, events);
-    const DDS_ReturnCode_t result =
-        platform::default_engine().create_participant(config, made->events(), made->real, error);
+    auto made = std::make_unique<Participant>(*this);
+    const DDS_ReturnCode_t result = platform::default_engine().create_participant(config, events, made->real, error);
     if (result == DDS_RETCODE_OK) participant = std::move(made);
     return result;
   }
@@ -246,11 +243,10 @@ class TestEngine final : public platform::Engine {
     std::deque<platform::EngineSlot> ready_;
   };
 
-  class Participant final : public platform::EngineParticipant, platform::EngineParticipantEvents, Part {
+  class Participant final : public platform::EngineParticipant, Part {
    public:
-    Participant(TestEngine& engine, platform::EngineParticipantEvents* to) : Part(engine, ""), to_(to) {}
+    explicit Participant(TestEngine& engine) : Part(engine, "") {}
     ~Participant() override { end(real); }
-    platform::EngineParticipantEvents* events() { return to_ ? this : nullptr; }
 
     DDS_InstanceHandle_t guid() const override { return real->guid(); }
     int participant_index() const override { return real->participant_index(); }
@@ -278,14 +274,6 @@ class TestEngine final : public platform::Engine {
     DDS_ReturnCode_t remove_peer(const std::string& address) override { return real->remove_peer(address); }
 
     std::unique_ptr<platform::EngineParticipant> real;
-
-   private:
-    void participant_seen(const DDS_ParticipantBuiltinTopicData& data, const DDS_InstanceHandle_t& handle,
-                          bool alive) override {
-      pass_on(Call::participant_seen, [this, data, handle, alive] { to_->participant_seen(data, handle, alive); });
-    }
-
-    platform::EngineParticipantEvents* const to_;
   };
 
   DDS_ReturnCode_t refuse(Call call, const std::string& topic, std::string& error) {

@@ -18,8 +18,6 @@ class EngineDataTest : public EngineTest {
   Member one_{engine_}, other_{engine_};
 };
 
-INSTANTIATE_TEST_SUITE_P(Engines, EngineDataTest, both_engines, name_of_engine);
-
 /// Accepts the values from `least` on.
 struct AtLeast final : EngineFilter {
   explicit AtLeast(DDS_Long limit) : least(limit) {}
@@ -38,7 +36,7 @@ struct AtLeast final : EngineFilter {
   std::atomic<int> calls = 0, inside = 0, overlaps = 0;
 };
 
-TEST_P(EngineDataTest, DeliversThroughFiltersWithinAParticipant) {  // F1 F2 R5 W1 W2
+TEST_F(EngineDataTest, DeliversThroughFiltersWithinAParticipant) {  // F1 F2 R5 W1 W2
   AtLeast some(5), none(100);
   const auto all = one_.reader(), own = one_.reader([](auto&config) { config.ignore_own_participant = true; });
   const auto filtered = one_.reader([&](auto& config) { config.filter = &some; });
@@ -62,7 +60,7 @@ TEST_P(EngineDataTest, DeliversThroughFiltersWithinAParticipant) {  // F1 F2 R5 
   EXPECT_EQ(some.calls, 3) << "none for the dispose";
 }
 
-TEST_P(EngineDataTest, ReturnsSamplesInPortionsByInstance) {  // R1
+TEST_F(EngineDataTest, ReturnsSamplesInPortionsByInstance) {  // R1
   const auto reader = other_.reader([](auto& config) {
     config.qos.resource_limits = {.max_samples = 2, .max_instances = 1, .max_samples_per_instance = 1};
   });
@@ -87,7 +85,7 @@ struct End {
   DDS_InstanceStateKind state;
 };
 
-TEST_P(EngineDataTest, DeliversEndsOfInstancesWithTheirKey) {  // R3 R4 W3
+TEST_F(EngineDataTest, DeliversEndsOfInstancesWithTheirKey) {  // R3 R4 W3
   const End ends[] = {
       {"dispose", WriteKind::dispose, false, false, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE},
       {"unregister", WriteKind::unregister, false, false, DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE},
@@ -116,7 +114,7 @@ TEST_P(EngineDataTest, DeliversEndsOfInstancesWithTheirKey) {  // R3 R4 W3
   }
 }
 
-TEST_P(EngineDataTest, DropsMalformedSamplesAndContinues) {  // R2
+TEST_F(EngineDataTest, DropsMalformedSamplesAndContinues) {  // R2
   const PRESTypePlugin type = command_type();
   const auto reader = other_.reader([&](auto& config) { config.type = &type; });
   const auto writer = one_.writer();
@@ -132,7 +130,7 @@ TEST_P(EngineDataTest, DropsMalformedSamplesAndContinues) {  // R2
   EXPECT_EQ(writer->it->write(SampleRef(writer->it->allocate(8, true)), WriteKind::data, 1), DDS_RETCODE_BAD_PARAMETER);
 }
 
-TEST_P(EngineDataTest, AllowsTakingAndWritingInCallbacks) {  // E3 E4 V1 V2
+TEST_F(EngineDataTest, AllowsTakingAndWritingInCallbacks) {  // E3 E4 V1 V2
   const auto reply = other_.writer([](auto& config) { config.topic += ".Reply"; });
   const auto replies = one_.reader([](auto& config) { config.topic += ".Reply"; });
   const auto echo = other_.writer([](auto& config) { config.topic += ".Echo"; });
@@ -171,7 +169,7 @@ TEST_P(EngineDataTest, AllowsTakingAndWritingInCallbacks) {  // E3 E4 V1 V2
   EXPECT_THAT(log.lines(), SizeIs(1));
 }
 
-TEST_P(EngineDataTest, CallsNothingAfterTheEndOfAReader) {  // E5
+TEST_F(EngineDataTest, CallsNothingAfterTheEndOfAReader) {  // E5
   const auto keep_last = [](auto& config) { config.qos.history = {DDS_KEEP_LAST_HISTORY_QOS, 1}; };
   const auto near = one_.writer(keep_last), far = other_.writer(keep_last);
   std::atomic<bool> stop = false;
@@ -200,7 +198,7 @@ struct Kept {
   std::size_t expected;
 };
 
-TEST_P(EngineDataTest, DeliversHistoryToLateJoiners) {  // R6 W6
+TEST_F(EngineDataTest, DeliversHistoryToLateJoiners) {  // R6 W6
   const Kept cases[] = {{{DDS_KEEP_LAST_HISTORY_QOS, 1}, 0, 1},
                         {{DDS_KEEP_LAST_HISTORY_QOS, 3}, 0, 3},
                         {{DDS_KEEP_ALL_HISTORY_QOS, 1}, 0, 5},
@@ -228,7 +226,7 @@ TEST_P(EngineDataTest, DeliversHistoryToLateJoiners) {  // R6 W6
   }
 }
 
-TEST_P(EngineDataTest, BlocksOneWriterForALimitedTime) {  // W4
+TEST_F(EngineDataTest, BlocksOneWriterForALimitedTime) {  // W4
   Peer peer;
   const auto lease = [](auto& config) { config.qos.liveliness.lease_duration = {3, 0}; };
   const auto writer = one_.writer(lease), aside = one_.writer([](auto&config) { config.topic += ".Aside"; });

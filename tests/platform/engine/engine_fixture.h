@@ -10,7 +10,6 @@
 
 #include "support/bus.h"
 #include "tessivar/platform/engine/engine.h"
-#include "tests/support/test_engine.h"
 
 #include <algorithm>
 #include <atomic>
@@ -218,21 +217,9 @@ MATCHER_P(Is, handle, "the same handle") {
   return std::memcmp(arg.keyHash.value, handle.keyHash.value, sizeof handle.keyHash.value) == 0 && arg.isValid;
 }
 
-enum class Kind { default_engine, test_engine };
-
-inline const auto both_engines = testing::Values(Kind::default_engine, Kind::test_engine);
-inline const char* name_of_engine(const testing::TestParamInfo<Kind>& info) {
-  return info.param == Kind::default_engine ? "default_engine" : "test_engine";
-}
-
-/// Runs with the engine of the library, and with the test engine, which must pass all calls through without a change.
-class EngineTest : public testing::TestWithParam<Kind> {
- private:
-  const std::unique_ptr<tessivar::testing::TestEngine> wrapper_ =
-      GetParam() == Kind::test_engine ? std::make_unique<tessivar::testing::TestEngine>() : nullptr;
-
+class EngineTest : public testing::Test {
  protected:
-  Engine& engine_ = wrapper_ ? *wrapper_ : default_engine();
+  Engine& engine_ = default_engine();
 };
 
 }  // namespace platform_test
