@@ -2,7 +2,7 @@
 
 // Tests every public call in every callback: the call works or is refused, and never hangs.
 #include "tessivar/framework/domain/domain_manager.h"
-#include "tests/control/support/device_and_controller.h"
+#include "tests/control/support/every_call.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,16 +14,16 @@ using namespace tessivar::testing;
 using namespace ::testing;
 
 /// A device and a controller. In each callback they make the calls of the table once.
-class ControlCallbackTest : public DeviceAndController {
+class ControlCallbackTest : public EveryCall {
  protected:
-  typedef std::vector<std::pair<const char*, std::function<void()>>> Calls;
-
   ControlCallbackTest() {
     node_listener_.answer = [this](TessivarNode* node, const Tessivar::CommandChangeRequest* request) {
-      make("commandChangeRequested", {&ofNode_});
+      make("commandChangeRequested", {&of_node_, &life_of_node_});
       return DeviceListener::complete(node, request);
     };
-    client_listener_.during = [this](const std::string& text) { make(text.substr(0, text.find(' ')), {&ofClient_}); };
+    client_listener_.during = [this](const std::string& text) {
+      make(text.substr(0, text.find(' ')), {&of_client_, &life_of_client_});
+    };
     attach();
   }
   void TearDown() override {
@@ -32,12 +32,12 @@ class ControlCallbackTest : public DeviceAndController {
   }
 
   /// Makes the calls when `callback` happens for the first time.
-  void make(const std::string& callback, const std::vector<const Calls*>& calls) {
+  void make(const std::string& callback, const std::vector<const Table*>& calls) {
     {
       const std::lock_guard lock(mutex_);
       if (!begun_.insert(callback).second) return;
     }
-    for (const Calls* table : calls) {
+    for (const Table* table : calls) {
       for (const auto& [name, call] : *table) {
         {
           const std::lock_guard lock(mutex_);
@@ -65,9 +65,13 @@ class ControlCallbackTest : public DeviceAndController {
   struct Matches : RequestReplyNodeClientListener {
     explicit Matches(ControlCallbackTest& its_test) : test(its_test) {}
     void matchCountChanged(int count) override {
-      if (count > 1) test.make("matchCountChanged", {&test.ofClient_, &test.ofNode_, &test.ofDomain_, &test.ofBus_});
+      if (count > 1)
+        test.make("matchCountChanged", {&test.of_client_, &test.life_of_client_, &test.of_node_, &test.life_of_node_,
+                                        &test.of_domain_, &test.of_bus_});
     }
-    void ticketChanged(unsigned short) override { test.make("ticketChanged", {&test.ofClient_}); }
+    void ticketChanged(unsigned short) override {
+      test.make("ticketChanged", {&test.of_client_, &test.life_of_client_});
+    }
     ControlCallbackTest& test;
   };
 
@@ -78,44 +82,14 @@ class ControlCallbackTest : public DeviceAndController {
   std::map<std::string, const char*> running_;
   Events done_;
   Matches matches_{*this};
-  const DDSPtr<Tessivar::Command> copy_{Helper::createCommand(camera, 1, 0)};
 
-  const Calls ofClient_{
+  const Table life_of_client_{
       {"create", [&] { client_.create(); }},
       {"cleanUp", [&] { client_.cleanUp(); }},
-      {"attachListener", [&] { client_.attachListener(&client_listener_, false); }},
-      {"detachListener", [&] { client_.detachListener(nullptr); }},
       {"waitForMatch", [&] { client_.waitForMatch(-1); }},
-      {"waitForHistoricalData", [&] { client_.waitForHistoricalData(1000); }},
-      {"registerInterest", [&] { client_.registerInterest(lamp); }},
-      {"hasUnit", [&] { client_.hasUnit(camera); }},
-      {"queryUnits",
-       [&] {
-         Tessivar::UnitSeq units;
-         DDS_SampleInfoSeq infos;
-         if (client_.queryUnits(units, infos, 100)) client_.freeUnitData(units, infos);
-       }},
-      {"queryCommand", [&] { client_.queryCommand(camera, 1, *copy_); }},
-      {"refreshUnits", [&] { client_.refreshUnits(100); }},
-      {"setCommand", [&] { client_.setCommand(command_, 100); }},
-      {"beginSetCommand",
-       [&] {
-         DDSPtr<TessivarClient::Ticket> ticket = client_.beginSetCommand(command_);
-         client_.completeSetCommand(ticket);
-       }},
   };
-  const Calls ofNode_{
-      {"create", [&] { node_.create(); }},
-      {"cleanUp", [&] { node_.cleanUp(); }},
-      {"attachListener", [&] { node_.attachListener(&node_listener_, false); }},
-      {"detachListener", [&] { node_.detachListener(nullptr); }},
-      {"addUnit", [&] { node_.addUnit(unit_); }},
-      {"publishCommand", [&] { node_.publishCommand(command_); }},
-      {"publishMetadata", [&] { node_.publishMetadata(metadata_); }},
-      {"disposeMetadata", [&] { node_.disposeMetadata(camera, 1); }},
-      {"setFilterAddresses", [&] { node_.setFilterAddresses({camera}); }},
-  };
-  const Calls ofDomain_{
+  const Table life_of_node_{{"create", [&] { node_.create(); }}, {"cleanUp", [&] { node_.cleanUp(); }}};
+  const Table of_domain_{
       {"registerContentFilter", [&] { controller_->registerContentFilter("none", nullptr); }},
       {"contentFilter", [&] { controller_->contentFilter("none"); }},
       {"addPeerAddress", [&] { controller_->addPeerAddress("127.0.0.1"); }},
@@ -125,7 +99,7 @@ class ControlCallbackTest : public DeviceAndController {
          if (domain) DomainManager::instance().releaseSharedDomain(domain, nullptr);
        }},
   };
-  const Calls ofBus_{
+  const Table of_bus_{
       {"domain cleanUp", [&] { controller_->cleanUp(); }},
       {"services cleanUp", [&] { client_.services()->commandService()->cleanUp(); }},
       {"node cleanUp", [&] { service().replyNode().cleanUp(); }},
@@ -157,7 +131,7 @@ class ControlCallbackTest : public DeviceAndController {
 
 TEST_F(ControlCallbackTest, NoCallHangs) {
   setenv("DDS_ALLOWED_INTERFACES", "lo", 1);
-  DomainManager::instance().installDomainHook([this](int, DDSDomain&) { make("hook", {&ofDomain_}); });
+  DomainManager::instance().installDomainHook([this](int, DDSDomain&) { make("hook", {&of_domain_}); });
   ASSERT_TRUE(client_.create());
   service().attachListener(&matches_);
   ASSERT_TRUE(node_.create());
@@ -165,7 +139,7 @@ TEST_F(ControlCallbackTest, NoCallHangs) {
   second.attachDomain(device_.get());
   ASSERT_TRUE(client_.waitForMatch(20000) && second.create());
   await({"matchCountChanged", "hook"});
-  setLogger(new LogFunction([this](int, const std::string&) { make("log", {&ofDomain_}); }));
+  setLogger(new LogFunction([this](int, const std::string&) { make("log", {&of_domain_}); }));
   EXPECT_TRUE(client_.registerInterest(camera));
   EXPECT_TRUE(node_.addUnit(unit_) && node_.publishCommand(command_));
   EXPECT_TRUE(client_.setCommand(command_, 20000));

@@ -2,8 +2,6 @@
 
 #include "tests/control/support/device_and_controller.h"
 
-#include <atomic>
-#include <thread>
 #include <tuple>
 
 namespace TessivarDDS {
@@ -98,38 +96,6 @@ TEST_F(TessivarClientTest, FindsOnlyUnitsAndCommandsThatAreAlive) {
   EXPECT_TRUE(client_hears_.happens("no unit 0001:02:0B"));
   EXPECT_TRUE(eventually([&] { return finds(lamp) == std::tuple(false, false, false); }));
   EXPECT_THAT(units(), IsEmpty());
-}
-
-TEST_F(TessivarClientTest, KeepsValuesWhileInterestsChange) {
-  constexpr unsigned commands = 2000;
-  std::atomic<unsigned> told = 0;
-  client_listener_.during = [&](const std::string& text) { told += text.starts_with("value"); };
-  start();
-  ASSERT_TRUE(client_.registerInterest(std::vector<AddressEx>{camera, lamp}));
-  for (unsigned number = 1; number <= commands; ++number) {
-    ASSERT_TRUE(node_.publishCommand(Helper::createCommand(camera, number, 1), true));
-  }
-  for (int unit = 100; unit < 110; ++unit) ASSERT_TRUE(publish(AddressEx(1, 2, unit), 2));
-  ASSERT_TRUE(eventually([&] { return told == commands; }));
-
-  std::atomic<bool> stop = false;
-  std::atomic<int> failed = 0;
-  std::thread polling([&] {
-    const DDSPtr polled(Tessivar::CommandTypeSupport::create_data());
-    for (unsigned number = 0; !stop; number = (number + 1) % commands)
-      failed += !client_.queryCommand(camera, number + 1, *polled);
-  });
-  const auto begin = std::chrono::steady_clock::now();
-  for (int unit = 100; unit < 110; ++unit) EXPECT_TRUE(client_.registerInterest(AddressEx(1, 2, unit)));
-  const auto spent = std::chrono::steady_clock::now() - begin;
-  EXPECT_TRUE(eventually([&] { return told == commands + 10; }));
-  EXPECT_TRUE(client_.removeInterest(AddressEx(1, 2, 100)) && client_.waitForHistoricalData(20000));
-  EXPECT_TRUE(eventually([&] { return !client_.queryCommand(AddressEx(1, 2, 100), 1, *command_); }));
-  stop = true;
-  polling.join();
-  EXPECT_EQ(failed, 0);
-  EXPECT_EQ(told, commands + 10) << "nothing again";
-  EXPECT_LT(spent, std::chrono::seconds(10)) << "ten calls";
 }
 
 TEST_F(TessivarClientTest, SetCommandRemovesItsTicket) {

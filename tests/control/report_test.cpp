@@ -2,9 +2,7 @@
 
 #include "tests/control/support/device_and_controller.h"
 
-#include <atomic>
 #include <sstream>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
@@ -22,7 +20,7 @@ EndpointReport find(const Report& report, const std::string& topic, bool writer)
   return {};
 }
 
-class ReportTest : public DeviceAndController {};
+typedef DeviceAndController ReportTest;
 
 TEST_F(ReportTest, CountsSamplesAndListsPeers) {
   Report during;
@@ -75,24 +73,6 @@ TEST_F(ReportTest, CountsSamplesAndListsPeers) {
   node_.cleanUp();
   device_->cleanUp();
   EXPECT_TRUE(eventually([&] { return controller_->report().peers.empty(); })) << "it has left";
-}
-
-TEST_F(ReportTest, IsMadeDuringCreateAndCleanUp) {
-  std::atomic<bool> done{false};
-  std::thread reporting([&] {
-    while (!done) {
-      EXPECT_LE(node_.report().exchanges.size(), 1u);
-      EXPECT_FALSE(to_text(client_.report()).empty() || to_json(controller_->report()).empty());
-    }
-  });
-  for (int round = 0; round < 5; ++round) {
-    attach();
-    EXPECT_TRUE(node_.create() && client_.create());
-    node_.cleanUp();
-    client_.cleanUp();
-  }
-  done = true;
-  reporting.join();
 }
 
 }  // namespace
