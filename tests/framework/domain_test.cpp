@@ -19,6 +19,7 @@ using namespace testing;
 constexpr int domain_id = 60;
 
 TEST(DDSDomainTest, LogsWhatItRefusesAndStaysUsable) {
+  internal::CaptureStderr();
   LogRecorder log;
   DDSDomain domain;
   const std::pair<std::function<bool()>, std::string> cases[] = {
@@ -32,9 +33,11 @@ TEST(DDSDomainTest, LogsWhatItRefusesAndStaysUsable) {
        "Failed to enable DDS participant."},
       {[&] {
          domain.setAllowedInterfaces({"lo"});
-         return !domain.createDomainParticipant(domain_id) || domain.addPeerAddress("");
+         domain.addPeerAddress("a.invalid");
+         return !domain.createDomainParticipant(domain_id);
        },
-       "Failed to add peer  return code: 3"},
+       "peer \"a.invalid\" cannot be resolved and is left out (addPeerAddress(), TESSIVAR_PEERS, initial_peers)"},
+      {[&] { return domain.addPeerAddress(""); }, "Failed to add peer  return code: 3"},
       {[&] { return domain.createDomainParticipant(domain_id); }, " Already created on domain 60"},
   };
   for (const auto& [operation, message] : cases) {
@@ -45,6 +48,7 @@ TEST(DDSDomainTest, LogsWhatItRefusesAndStaysUsable) {
   domain.cleanUp();
   EXPECT_EQ(domain.participant(), nullptr);
   EXPECT_TRUE(domain.createDomainParticipant(domain_id));
+  EXPECT_EQ(internal::GetCapturedStderr(), "") << "of the engine";
 }
 
 TEST(DDSDomainTest, HoldsNoLockWhileItLogs) {
@@ -154,6 +158,7 @@ TEST_F(EnvironmentTest, LogsInvalidValuesAndCreatesTheDomain) {
 TEST_F(EnvironmentTest, MissingQosFileDoesNotAffectLaterDomains) {
   DDSDomain failing, later;
   EXPECT_FALSE(failing.createDomainParticipant(domain_id, {"missing.xml"}, "tessivar_Library", "State"));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("missing.xml"), HasSubstr("Failed to load participant Qos")));
   ASSERT_TRUE(later.createDomainParticipant(domain_id));
   DDS_TopicQos qos;
   EXPECT_TRUE(later.topicQosProfile("tessivar_Library", "State", qos));

@@ -2,9 +2,7 @@
 
 #include "tessivar/platform/detail/log.h"
 
-#include "tessivar/framework/domain/dds_domain.h"
 #include "tessivar/framework/log/readable_logger.h"
-#include "tests/support/log_recorder.h"
 #include "tests/support/source_file.h"
 
 #include <cstdlib>
@@ -129,30 +127,6 @@ TEST(ReadableLoggerTest, KnowsTheRoomOfEachClassThatLogs) {
             << found->str();
     }
   }
-}
-
-TEST_F(LoggerTest, ReceivesAllCausesOfAFailure) {
-  using testing::ElementsAre, testing::AllOf, testing::HasSubstr, testing::_;
-  const std::string file = testing::TempDir() + "log_test.xml";
-  std::ofstream(file) << "<dds>\n<qos_library name='l'>\n<qos_profil/>\n</qos_library>\n</dds>\n";
-  testing::internal::CaptureStderr();
-  tessivar::testing::LogRecorder log;
-  DDSDomain domain;
-  EXPECT_FALSE(domain.createDomainParticipant(3, {"/nowhere.xml"}, "l", "p"));
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("/nowhere.xml"), HasSubstr("Failed to load participant Qos")));
-  EXPECT_FALSE(domain.createDomainParticipant(3, {file}, "l", "p"));
-  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("log_test.xml:3"), HasSubstr("qos_profil")), _));
-  DDSDomainParticipantFactory::get_instance()->set_qos(DDS_DomainParticipantFactoryQos());
-  domain.setAllowedInterfaces({"none0"});
-  domain.addPeerAddress("a.invalid");
-  EXPECT_FALSE(domain.createDomainParticipant(3));
-  EXPECT_THAT(log.lines(), testing::Contains(HasSubstr("lo (127.0.0.1)")));
-  domain.setAllowedInterfaces({"lo"});
-  EXPECT_TRUE(domain.createDomainParticipant(3));
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("peer \"a.invalid\" cannot be resolved")));
-  EXPECT_FALSE(domain.addPeerAddress("b.invalid"));
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("add_peer: peer \"b.invalid\" cannot be used"), _));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 }  // namespace

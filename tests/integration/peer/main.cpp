@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// bus_peer device|client|router|controller DOMAIN [type=N] [allow=N,…]: one process on the bus. A test sends it
+// bus_peer device|client|router DOMAIN [type=N] [allow=N,…]: one process on the bus. A test sends it
 // commands, one in each line.
 #include "peer/console.h"
 #include "peer/roles.h"
@@ -44,7 +44,6 @@ std::unique_ptr<Role> make_role(const std::string& name, DDSDomain* domain) {
   if (name == "device") return make_device(domain);
   if (name == "client") return make_client(domain);
   if (name == "router") return make_router(domain);
-  if (name == "controller") return make_controller(domain);
   throw std::runtime_error("no role is called " + name);
 }
 

@@ -56,13 +56,4 @@ std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
 /// Events: request ADDRESS DEST SOURCE.
 std::unique_ptr<Role> make_router(TessivarDDS::DDSDomain* domain);
 
-/// A controller of routers.
-/// Commands: create · subscribe ADDRESS… · set ADDRESS DEST SOURCE (waits for the last reply) · count (counts the later
-/// samples and does not report them) · await SOURCES DESTINATIONS SOURCE_ASSOCIATIONS DESTINATION_ASSOCIATIONS ROUTES
-/// (waits until these numbers of different samples were counted).
-/// Events: router-added ADDRESS NAME · router-removed ADDRESS · source|destination|source-association|
-/// destination-association ADDRESS INDEX NAME · route ADDRESS DEST SOURCE · result RESULT [REASON], for each reply ·
-/// set RESULT, -1 without one · misnamed COUNT, with await.
-std::unique_ptr<Role> make_controller(TessivarDDS::DDSDomain* domain);
-
 }  // namespace tessivar::testing

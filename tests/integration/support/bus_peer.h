@@ -20,7 +20,7 @@ inline ChildProcess example(const std::string& name, const std::string& argument
 /// its output.
 class BusPeer : public ChildProcess {
  public:
-  /// `role` is "device", "client", "router" or "controller", on own_domain(). An example for `options` is "type=3".
+  /// `role` is "device", "client" or "router", on own_domain(). An example for `options` is "type=3".
   explicit BusPeer(const std::string& role, const std::vector<std::string>& options = {});
   /// Started with a command prefix: see Hosts::on().
   BusPeer(const std::vector<std::string>& launcher, const std::string& role);

@@ -35,14 +35,16 @@ class RoutingListener : public TessivarDDS::RoutingClientListener {
     note("to ", std::to_string(sample->index));
   }
   void routeChanged(const Tessivar_Routing::AssociationRoute* sample) override {
-    note("route ", std::to_string(sample->dest_index));
+    note("route ", std::to_string(sample->dest_index) + " from " + std::to_string(sample->source_index));
   }
   void ticketChanged(TessivarDDS::DDSPtr<TessivarDDS::RoutingClient::Ticket> ticket) override {
-    note(ticket->reply->result == Tessivar_Routing::FAILED ? "failed " : "ticket ", std::to_string(ticket->ticketId));
+    if (ticket)  // it may be completed meanwhile
+      note(ticket->reply->result == Tessivar_Routing::FAILED ? "failed " : "ticket ", std::to_string(ticket->ticketId));
   }
   void protectTicketChanged(TessivarDDS::DDSPtr<TessivarDDS::RoutingClient::ProtectTicket> ticket) override {
-    note(ticket->reply->result == Tessivar_Routing::FAILED ? "not protected " : "protected ",
-         std::to_string(ticket->ticketId));
+    if (ticket)
+      note(ticket->reply->result == Tessivar_Routing::FAILED ? "not protected " : "protected ",
+           std::to_string(ticket->ticketId));
   }
   void sourceRemoved(const Tessivar_Routing::Source* key) override { note("no source ", std::to_string(key->index)); }
   void destinationRemoved(const Tessivar_Routing::Destination* key) override {
