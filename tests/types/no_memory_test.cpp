@@ -119,7 +119,7 @@ TEST_F(NoMemoryTest, OperationsOfFactoryAndParticipantSucceedOrReportFailure) {
   DDSPropertyQosPolicyHelper::add_property(qos.property, text.c_str(), text.c_str(), DDS_BOOLEAN_FALSE);
   DDS_TopicQos topic_qos;
   DDS_DataWriterQos writer_qos;
-  DDS_DataReaderQos reader_qos;
+  DDS_DataReaderQos reader_qos, catching_up = platform_test::catching_up();
   DDS_StringSeq interfaces;
 
   fail_each("set_qos of the factory", [&] { return factory.set_qos(factory_qos); });
@@ -136,8 +136,7 @@ TEST_F(NoMemoryTest, OperationsOfFactoryAndParticipantSucceedOrReportFailure) {
   fail_each("get_default_topic_qos", [&] { return made->get_default_topic_qos(topic_qos); });
   fail_each("set_default_datawriter_qos", [&] { return made->set_default_datawriter_qos(writer_qos); });
   fail_each("get_default_datawriter_qos", [&] { return made->get_default_datawriter_qos(writer_qos); });
-  fail_each("set_default_datareader_qos",
-            [&] { return made->set_default_datareader_qos(platform_test::catching_up()); });
+  fail_each("set_default_datareader_qos", [&] { return made->set_default_datareader_qos(catching_up); });
   fail_each("get_default_datareader_qos",
             [&] { return made->get_default_datareader_qos_w_topic_name(reader_qos, "Topic"); });
   const char* const peer = "builtin.udpv4://127.0.0.1";
