@@ -21,7 +21,6 @@ using eprosima::fastcdr::FastBuffer;
 class Writer {
  public:
   explicit Writer(Cdr& cdr) : cdr_(cdr) {}
-  static constexpr bool writes = true;
 
   template <class T>
   Writer& operator&(T& member) {
@@ -78,7 +77,6 @@ class Writer {
 class Reader {
  public:
   explicit Reader(Cdr& cdr) : cdr_(cdr) {}
-  static constexpr bool writes = false;
 
   template <class T>
   Reader& operator&(T& member) {

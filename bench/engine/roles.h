@@ -7,13 +7,17 @@
 
 namespace tessivar::bench {
 
-/// Writes values. Options: "instances"; "batched" = 1. Commands: publish (see load.h), prime, memory.
+/// Writes values. Options: "instances"; "batched" = 1. Commands: publish (see load.h), prime, match,
+/// acknowledged (waits until the readers have all samples), memory.
 int run_writer(const Options& options);
 
 /// Receives values with a listener that takes them. Options: "late" = 1: it joins with the command "join";
 /// "keep" = 1: it has no listener and keeps all values in its cache. Commands: match, begin, end, await (see load.h),
 /// join, leave, memory.
 int run_reader(const Options& options);
+
+/// Is only a participant. Command: memory.
+int run_participant(const Options& options);
 
 /// Answers requests. Options: "wait" = 1: with a wait set and a thread instead of a listener. Command: memory.
 int run_server(const Options& options);

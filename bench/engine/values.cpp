@@ -48,7 +48,6 @@ class Writer {
     await_match(writer_);
     return {};
   }
-  /// Waits until the readers have all samples.
   Answer acknowledged() const {
     checked(dds_wait_for_acks(writer_, DDS_SECS(60)), "dds_wait_for_acks");
     return {};
@@ -96,6 +95,11 @@ class Reader {
 };
 
 }  // namespace
+
+int run_participant(const Options& options) {
+  const Bus bus(options);
+  return serve({{"memory", [](const Options&) { return memory(); }}});
+}
 
 int run_writer(const Options& options) {
   Writer writer(options);

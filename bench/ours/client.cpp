@@ -107,6 +107,10 @@ class Client {
     if (!client_->registerInterest(unit_address(options.count("unit")))) throw std::runtime_error("no interest");
     return {};
   }
+  Answer forget(const Options& options) {
+    if (!client_->removeInterest(unit_address(options.count("unit")))) throw std::runtime_error("no such interest");
+    return {};
+  }
   Answer request(const Options& options) {
     if (options.count("wait", 0) == 0) {
       Requests requests(*client_, listener_);
@@ -141,6 +145,7 @@ int run_client(const Options& options) {
       {"await", [&](const Options& how) { return client.values().await(how); }},
       {"request", [&](const Options& how) { return client.request(how); }},
       {"interest", [&](const Options& how) { return client.interest(how); }},
+      {"forget", [&](const Options& how) { return client.forget(how); }},
       {"memory", [](const Options&) { return memory(); }},
   });
 }

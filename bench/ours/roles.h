@@ -14,7 +14,7 @@ int run_device(const Options& options);
 
 /// A controller. Options: "domain"; "late" = 1: it joins with the command "join"; "units" = N: it registers interest in
 /// the first N units; "profiles" = 1. Commands: match, begin, end, await (see load.h), request (see load.h; "wait" = 1
-/// uses setCommand), join, leave, interest (registers interest in the unit "unit"), memory.
+/// uses setCommand), join, leave, interest and forget (register and remove interest in the unit "unit"), memory.
 int run_client(const Options& options);
 
 /// Returns the address of a unit of the device.
