@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
 
   DDSPtr wanted(RoutingMessageHelper::createDestination(router, 0, 0, index, "", *argv[4] == '1'));
   DDSPtr ticket = client.beginProtect(wanted);  // on level 0, which is the destination's level
-  for (int i = 0; i < 500 && ticket && !ticket->received; ++i) TessivarThread::sleep(10);
+  if (ticket) ticket->wait(5000);
   const bool done = ticket && ticket->received && ticket->reply->result == COMPLETE;
   client.completeProtect(ticket);
   std::cout << (done ? "done" : "refused, or no answer") << std::endl;

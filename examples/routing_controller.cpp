@@ -52,7 +52,7 @@ int main(int argc, char** argv) {
     if (verb == "route" && std::cin >> source >> destination) {
       DDSPtr wanted(RoutingMessageHelper::createRoute(router, 0, source, destination));
       DDSPtr ticket = client.beginSetRoute(wanted);
-      for (int i = 0; i < 500 && ticket && !ticket->received; ++i) TessivarThread::sleep(10);
+      if (ticket) ticket->wait(5000);
       client.completeSetRoute(ticket);  // the listener prints the reply
     }
   }

@@ -14,7 +14,8 @@
 namespace TessivarDDS {
 namespace {
 
-constexpr int poll_milliseconds = 10;
+/// A timeout is counted in steps. At each step the thread looks if the client leaves the bus.
+constexpr int step_milliseconds = 10;
 
 using Ticket = TessivarClient::Ticket;
 
@@ -25,9 +26,9 @@ DDSPtr<Tessivar::CommandChangeReply> waitForReply(Ticket& ticket, int timeoutMs,
     if (leaving) return nullptr;
     if (timeoutMs != -1) {
       if (remaining < 1) return nullptr;
-      remaining -= poll_milliseconds;
+      remaining -= step_milliseconds;
     }
-    TessivarThread::sleep(poll_milliseconds);
+    ticket.wait(step_milliseconds);
   }
   ticket.received = false;  // before the reply is read, so that a reply that arrives now is not missed
   return ticket.reply;

@@ -115,7 +115,7 @@ class TESSIVAR_API TessivarClient {
   /// Requests a new value from the unit's device, and waits. Returns true when the device has set the value. Returns
   /// false if the device refuses (its reason is in the log and in the ticket of commandTicketChanged), if no device is
   /// matched, and if no reply arrives within `timeoutMs`. Each interim reply (PENDING, IN_PROGRESS) restarts the
-  /// timeout. Sending may also block, see beginSetCommand().
+  /// timeout. The timeout is counted in steps of 10 ms. Sending may also block, see beginSetCommand().
   ///
   /// After a timeout the request is not withdrawn: the device may receive it and carry it out later, when the network
   /// works again. The LIFESPAN of the QoS profile "requestNodeQos" limits this time.

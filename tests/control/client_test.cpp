@@ -55,6 +55,22 @@ TEST_F(TessivarClientTest, ReportsAUnitRemovedBeforeItWasReadOnce) {
   EXPECT_THAT(client_hears_.take(0), ElementsAre("unit 0001:02:0B", "unit 0001:02:0A"));
 }
 
+TEST_F(TessivarClientTest, SetCommandReturnsWithItsReply) {
+  start();
+  auto fastest = std::chrono::steady_clock::duration::max();
+  for (int i = 0; i < 20; ++i) {
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_TRUE(client_.setCommand(command_, 20000));
+    fastest = std::min(fastest, std::chrono::steady_clock::now() - begin);
+  }
+  EXPECT_LT(fastest, std::chrono::milliseconds(9)) << "the timeout is counted in steps of 10 ms, the reply is not";
+  DDSPtr ticket = client_.beginSetCommand(command_);
+  ASSERT_TRUE(ticket && ticket->wait(-1));
+  ticket->received = false;
+  EXPECT_FALSE(ticket->wait(1) || ticket->wait(-2));
+  client_.completeSetCommand(ticket);
+}
+
 TEST_F(TessivarClientTest, FindsOnlyUnitsAndCommandsThatAreAlive) {
   const auto units = [&] {
     Tessivar::UnitSeq found;

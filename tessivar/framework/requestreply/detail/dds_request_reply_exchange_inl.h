@@ -217,6 +217,7 @@ void DDSRequestReplyNode<Req, Rep>::dispatch(const Rep& reply, const DDS_SampleI
   }
   ticket->complete(std::move(copy), info);
   clientListeners_.notify(where, [&](auto& listener) { listener.ticketChanged(reply.ticketId); });
+  ticket->wake();
 }
 
 // --- the server side
