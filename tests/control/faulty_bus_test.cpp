@@ -139,6 +139,8 @@ TEST_F(FaultyBusTest, ARefusedWriteCanBeRepeated) {
       {"publishMetadata", Call::write, "Metadata", [&] { return node_.publishMetadata(metadata_); }},
       {"publishCommand", Call::write, "Commands", [&] { return node_.publishCommand(command_); }},
       {"registerInterest", Call::write, "Interests", [&] { return client_.registerInterest(camera); }},
+      {"registerInterest, range", Call::write, "Interests", [&] { return client_.registerInterest(camera, 1, 3); }},
+      {"removeInterest, range", Call::unregister, "Interests", [&] { return client_.removeInterest(camera, 1, 3); }},
       {"removeInterest", Call::unregister, "Interests", [&] { return client_.removeInterest(camera); }},
       {"disposeCommand", Call::dispose, "Commands", [&] { return node_.disposeCommand(camera, 1); }},
       {"disposeMetadata", Call::dispose, "Metadata", [&] { return node_.disposeMetadata(camera, 1); }},

@@ -41,6 +41,13 @@ for order in "$engine"$'\n'"$ours" "$ours"$'\n'"$engine"; do
   grep -q 'a.file.includes.*not.both' <<<"$said" || fail "not the reason:" "$said"
 done
 
+# With another engine, nothing of this tree's engine is compiled, neither its sources nor their tests.
+mkdir "$work/engine"
+echo 'add_library(tessivar_engine INTERFACE)' >"$work/engine/engine.cmake"
+path=$PATH
+configure other -S "$source" -DTESSIVAR_ENGINE="$(realpath --relative-to="$source/tessivar/platform" "$work/engine")"
+! grep '"file".*/cyclone/' "$work/other/compile_commands.json" || fail "compiled with another engine"
+
 # As a subproject, the library does not change the build type and the flags of the other project.
 mkdir "$work/parent"
 cat >"$work/parent/CMakeLists.txt" <<END

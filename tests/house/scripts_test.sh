@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 #
-# scripts_test.sh SCRIPTS: tests the output of scripts/progress during a long command, and of scripts/bootstrap for a
-# user without rights.
+# scripts_test.sh SCRIPTS: tests the output of scripts/progress during a long command, scripts/bootstrap for a user
+# without rights, and which files and commands scripts/tidy takes.
 set -euo pipefail
 
 scripts=$1
@@ -35,3 +35,20 @@ chmod +x "$work/bin/id"
 code=0
 said=$(PATH=$work/bin "$scripts/bootstrap" build 2>&1) || code=$?
 [[ $code == 1 && $said == *'apt-get install --yes --no-install-recommends g++ cmake '* ]] || fail "bootstrap: $code, $said"
+
+# tidy takes the newest compile command of a file, and skips files that no longer exist.
+mkdir -p "$work/tree"/{scripts,tessivar,tests,build/dev,build/asan}
+cp "$scripts/tidy" "$work/tree/scripts"
+touch "$work/tree"/{.clang-tidy,tests/.clang-tidy,tessivar/here.cpp}
+command_of() { # command_of FILE
+  printf '{"directory": "%s", "file": "tessivar/%s", "command": "c++ %s"}' "$work/tree" "$1" "$1"
+}
+echo "[$(command_of here.cpp), $(command_of gone.cpp)]" >"$work/tree/build/asan/compile_commands.json"
+echo "[$(command_of here.cpp)]" >"$work/tree/build/dev/compile_commands.json"
+touch -d yesterday "$work/tree/build/asan/compile_commands.json"
+mkdir "$work/checker"
+printf '#!/bin/sh\necho "$@" >>"%s"\n' "$work/checked" >"$work/checker/clang-tidy-14"
+chmod +x "$work/checker/clang-tidy-14"
+said=$(PATH=$work/checker:$PATH XDG_CACHE_HOME=$work/cache "$work/tree/scripts/tidy" 2>&1) || fail "tidy: $said"
+[[ $said == *'tessivar/gone.cpp is skipped'*'1 files checked'* ]] || fail "tidy said: $said"
+grep -q "p=$work/tree/build/dev .*tessivar/here.cpp" "$work/checked" || fail "tidy took: $(<"$work/checked")"

@@ -59,13 +59,13 @@ bool ClientInterests::add(const char* signature, const std::vector<AddressEx>& u
 }
 
 bool ClientInterests::remove(const char* signature, const AddressEx& unit) {
-  std::set<Range> removed;
+  Units removed;
   bool filtered = true;
   {
     const tessivar::platform::MutexLock lock(lock_);
     auto known = units_.extract(unit);
     if (!known) return false;
-    removed.swap(known.mapped());
+    removed.insert(std::move(known));
     filtered = setFilters();
     if (!started_) return true;
   }
@@ -73,32 +73,37 @@ bool ClientInterests::remove(const char* signature, const AddressEx& unit) {
 }
 
 bool ClientInterests::remove(const char* signature, const AddressEx& unit, const Range& range) {
+  Units removed{{unit, {}}};
   bool filtered = true;
   {
     const tessivar::platform::MutexLock lock(lock_);
     const auto known = units_.find(unit);
-    if (known == units_.end() || known->second.erase(range) == 0) return false;
+    if (known == units_.end()) return false;
+    auto node = known->second.extract(range);
+    if (!node) return false;
+    removed.at(unit).insert(std::move(node));
     if (known->second.empty()) {
       units_.erase(known);
       filtered = setFilters();
     }
     if (!started_) return true;
   }
-  return afterRemoval(signature, unit, filtered, {range});
+  return afterRemoval(signature, unit, filtered, removed);
 }
 
-bool ClientInterests::afterRemoval(const char* signature, const AddressEx& unit, bool filtered,
-                                   const std::set<Range>& removed) {
+/// The removed ranges are moved, not copied, so that they can be put back also if memory is short.
+bool ClientInterests::afterRemoval(const char* signature, const AddressEx& unit, bool filtered, Units& removed) {
   if (!filtered) logError() << signature << "Failed to set the filter parameters";
-  if (!services_.verifyInterestsNode()) return false;
-  std::set<Range> kept;  // the devices still know these interests, so they can be withdrawn again
-  for (const Range& range : removed) {
-    if (!withdraw(signature, unit, range)) kept.insert(range);
+  std::set<Range>& ranges = removed.at(unit);
+  if (services_.verifyInterestsNode()) {
+    std::erase_if(ranges, [&](const Range& range) { return withdraw(signature, unit, range); });
   }
-  if (kept.empty()) return filtered;
+  if (ranges.empty()) return filtered;
+  // The devices still know these interests, so they stay registered and can be withdrawn again.
   const tessivar::platform::MutexLock lock(lock_);
-  units_[unit].merge(kept);
-  setFilters();
+  const auto back = units_.insert(removed.extract(unit));
+  if (!back.inserted) back.position->second.merge(ranges);  // the unit is registered with other ranges
+  if (!setFilters()) logError() << signature << "Failed to set the filter parameters";
   return false;
 }
 

@@ -44,14 +44,16 @@ class ClientInterests {
   std::vector<std::string> filterAddresses() const;
 
  private:
+  typedef std::map<AddressEx, std::set<Range>> Units;
+
   bool setFilters() const TESSIVAR_REQUIRES(lock_);
-  bool afterRemoval(const char* signature, const AddressEx& unit, bool filtered, const std::set<Range>& removed);
+  bool afterRemoval(const char* signature, const AddressEx& unit, bool filtered, Units& removed);
   bool withdraw(const char* signature, const AddressEx& unit, const Range& range) const;
   std::vector<std::string> addresses() const TESSIVAR_REQUIRES(lock_);
 
   TessivarServices& services_;
   mutable tessivar::platform::Mutex lock_;  // also held while the filters are set, so that the last change is set last
-  std::map<AddressEx, std::set<Range>> units_ TESSIVAR_GUARDED_BY(lock_);
+  Units units_ TESSIVAR_GUARDED_BY(lock_);
   bool follows_ TESSIVAR_GUARDED_BY(lock_) = false;
   bool started_ TESSIVAR_GUARDED_BY(lock_) = false;
 };

@@ -180,18 +180,19 @@ DDS_ReturnCode_t DDSDomainParticipant::Impl::set_parameters(DDSContentFilteredTo
                                                             const DDS_StringSeq& parameters) {
   if (refused_in_filter("DDSContentFilteredTopic::set_expression_parameters")) return DDS_RETCODE_ILLEGAL_OPERATION;
   DDSContentFilteredTopic::Impl& impl = topic.impl();
+  // Destroyed after the lock is released, because the destructor may call the application's finalize().
+  std::shared_ptr<CompiledFilter> compiled;
+  std::shared_ptr<CompiledFilter> before;
   const MutexLock changing(impl.changing);
   DDS_ReturnCode_t result = DDS_RETCODE_OK;
-  const auto compiled =
-      CompiledFilter::compile(impl.filter, impl.expression, parameters, impl.topic.impl().type, result);
+  compiled = CompiledFilter::compile(impl.filter, impl.expression, parameters, impl.topic.impl().type, result);
   if (!compiled) {
-    return refuse("DDSDomainParticipant::set_expression_parameters",
+    return refuse("DDSContentFilteredTopic::set_expression_parameters",
                   "topic \"" + impl.name + "\": filter \"" + impl.filter_name + "\" refused its parameters", result);
   }
 
   // A reader that is created from now on starts with the new filter.
   std::vector<DDSDataReader*> concerned;
-  std::shared_ptr<CompiledFilter> before;  // goes without a lock, because it may call the application's finalize()
   {
     const MutexLock lock(mutex);
     const MutexLock topic_lock(impl.mutex);

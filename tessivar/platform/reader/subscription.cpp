@@ -207,7 +207,7 @@ void Subscription::requested_incompatible_qos(const DDS_RequestedIncompatibleQos
 void Subscription::sample_lost(const DDS_SampleLostStatus& status) {
   // With a filter, the engine counts a refused sample of a known instance as lost, directly after the filter call.
   if (std::exchange(refused_by, nullptr) != this) reader_.counters->lost(1);
-  if (!scratch_) events_.sample_lost(*this, status);
+  if (!scratch_) events().sample_lost(*this, status);
 }
 
 void Subscription::sample_rejected(const DDS_SampleRejectedStatus& status) {

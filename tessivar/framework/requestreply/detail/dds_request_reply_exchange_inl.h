@@ -169,6 +169,7 @@ bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
     return false;
   }
   const UseGate::Use use(gate_);
+  const bool endless = timeoutMs == -1;
   while (calculateMatchCount() == 0) {
     if (tessivar::platform::in_callback()) {
       logError() << where() << " Cannot wait within a callback of the bus.";
@@ -176,13 +177,13 @@ bool DDSRequestReplyNode<Req, Rep>::waitForMatch(int timeoutMs) {
     }
     TessivarThread::sleep(detail::match_poll_milliseconds);
     if (use.closing()) return false;
-    if (timeoutMs == -1) continue;
+    if (endless) continue;
     timeoutMs -= detail::match_poll_milliseconds;
-    if (timeoutMs <= 0 && calculateMatchCount() == 0) {
-      logInfo() << where() << " timed out waiting for reader/writers to match.";
-      requestNode_.warnIfAlone(where().c_str());
-      return false;
-    }
+    if (timeoutMs > 0) continue;
+    if (calculateMatchCount() != 0) return true;
+    logInfo() << where() << " timed out waiting for reader/writers to match.";
+    requestNode_.warnIfAlone(where().c_str());
+    return false;
   }
   return true;
 }
