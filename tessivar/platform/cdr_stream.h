@@ -7,15 +7,13 @@
 #pragma once
 
 #include "tessivar/platform/base.h"
+#include "tessivar/platform/detail/byte_order.h"
 
 /// The order of a stream's octets.
 enum RTICdrEndian { RTI_CDR_BIG_ENDIAN = 0, RTI_CDR_LITTLE_ENDIAN = 1 };
 
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-constexpr RTICdrEndian RTI_CDR_HOST_ENDIAN = RTI_CDR_BIG_ENDIAN;
-#else
-constexpr RTICdrEndian RTI_CDR_HOST_ENDIAN = RTI_CDR_LITTLE_ENDIAN;
-#endif
+constexpr RTICdrEndian RTI_CDR_HOST_ENDIAN =
+    tessivar::platform::host_is_little_endian ? RTI_CDR_LITTLE_ENDIAN : RTI_CDR_BIG_ENDIAN;
 
 /// Encapsulation identifiers (DDSI-RTPS 2.3, 10.5; DDS-XTypes 1.3, 7.6.3.1.2).
 constexpr RTIEncapsulationId RTI_CDR_ENCAPSULATION_ID_CDR_BE = 0;

@@ -13,6 +13,11 @@
 // - writing with the writer whose write caused the callback;
 // - writing a sample that would be delivered to the reader of the callback.
 //
+// set_listener() of a reader, writer or participant blocks until no other thread is inside a callback of the old
+// listener. If the old listener itself calls it, its current callback continues. Two callbacks on two threads must not
+// replace each other's listener: both would wait for ever. In a content filter set_listener() logs one line and returns
+// ILLEGAL_OPERATION.
+//
 // During a callback the platform holds no lock that another operation needs. An exception that leaves a callback is
 // logged and dropped. The application owns the listener. The listener must live longer than the entity that uses it, or
 // must be removed from the entity first with set_listener(nullptr, 0).

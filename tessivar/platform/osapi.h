@@ -25,14 +25,18 @@ struct RTINtpTime {
   DDS_UnsignedLong frac;
 };
 
-/// A semaphore. In a process that inherited it by fork() it starts again with its initial count.
+/// A semaphore. Any thread may take and give it. In a process that inherited it by fork() it starts again with its
+/// initial count.
 struct RTIOsapiSemaphore;
 
 /// Returns null if `kind` is not binary (with one log line) or memory is short.
 TESSIVAR_API RTIOsapiSemaphore* RTIOsapiSemaphore_new(int kind, const RTIOsapiSemaphoreProperty* property);
+/// No other call may be inside the semaphore, with one exception: a thread whose take has returned OK may delete it
+/// while the give that caused this returns.
 TESSIVAR_API void RTIOsapiSemaphore_delete(RTIOsapiSemaphore* semaphore);
-/// Waits until the semaphore is given, at most for `timeout` (null: without limit). The wait uses a steady clock, so a
-/// change of the system time has no effect. Returns one of the statuses above.
+/// Waits until the semaphore is given, at most for `timeout` (null: without limit). One give ends the wait of one
+/// thread. The wait uses a steady clock, so a change of the system time has no effect. Returns one of the statuses
+/// above.
 TESSIVAR_API int RTIOsapiSemaphore_take(RTIOsapiSemaphore* semaphore, const RTINtpTime* timeout);
 TESSIVAR_API int RTIOsapiSemaphore_give(RTIOsapiSemaphore* semaphore);
 
@@ -43,8 +47,8 @@ typedef void* (*RTIOsapiThreadFunction)(void* argument);
 TESSIVAR_API RTIOsapiThreadFactory* RTIOsapiThreadFactory_newDefault();
 TESSIVAR_API void RTIOsapiThreadFactory_delete(RTIOsapiThreadFactory* factory);
 /// Starts a thread. `name` is cut to 15 characters, the limit of the operating system. `priority` and `options` must be
-/// 0, `processor_mask` null. `stack_size` is in octets; -1 means the default. Returns null if the thread cannot be
-/// started.
+/// 0, `processor_mask` null. `stack_size` is in octets; 0 and -1 mean the default. If the thread cannot be started,
+/// returns null and logs one line with the reason in words. An exception of `entry` ends the thread with one log line.
 TESSIVAR_API RTIOsapiThread* RTIOsapiThreadFactory_createThread(RTIOsapiThreadFactory* factory, const char* name,
                                                                 int priority, int options, int stack_size,
                                                                 const void* processor_mask,

@@ -85,6 +85,8 @@ class TESSIVAR_API DDSDomainParticipant : public DDSEntity {
   /// Before enable() every policy can change. After it only entity_factory can change; a change of another policy that
   /// the engine uses returns IMMUTABLE_POLICY.
   DDS_ReturnCode_t set_qos(const DDS_DomainParticipantQos& qos);
+  /// Blocks until no other thread is inside a callback of the old listener (listener.h). Returns ILLEGAL_OPERATION in a
+  /// content filter.
   DDS_ReturnCode_t set_listener(DDSDomainParticipantListener* listener, DDS_StatusMask mask);
   DDSDomainParticipantListener* get_listener() const;
 

@@ -79,6 +79,8 @@ class TESSIVAR_API DDSDataReader : public DDSEntity {
   DDSTopicDescription* get_topicdescription() const;
   DDSSubscriber* get_subscriber() const;
   DDS_ReturnCode_t get_qos(DDS_DataReaderQos& qos) const;
+  /// Blocks until no other thread is inside a callback of the old listener (listener.h). Returns ILLEGAL_OPERATION in a
+  /// content filter.
   DDS_ReturnCode_t set_listener(DDSDataReaderListener* listener, DDS_StatusMask mask);
   DDSDataReaderListener* get_listener() const;
   DDS_ReturnCode_t get_subscription_matched_status(DDS_SubscriptionMatchedStatus& status);

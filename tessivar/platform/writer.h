@@ -40,6 +40,8 @@ class TESSIVAR_API DDSDataWriter : public DDSEntity {
   DDSTopic* get_topic() const;
   DDSPublisher* get_publisher() const;
   DDS_ReturnCode_t get_qos(DDS_DataWriterQos& qos) const;
+  /// Blocks until no other thread is inside a callback of the old listener (listener.h). Returns ILLEGAL_OPERATION in a
+  /// content filter.
   DDS_ReturnCode_t set_listener(DDSDataWriterListener* listener, DDS_StatusMask mask);
   DDSDataWriterListener* get_listener() const;
   DDS_ReturnCode_t get_publication_matched_status(DDS_PublicationMatchedStatus& status);

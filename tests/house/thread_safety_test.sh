@@ -44,7 +44,6 @@ refused() { # refused BODY REASON
 accepted 'const MutexLock lock(first_); const MutexLock next(second_); add(); --count_;'
 accepted 'UniqueMutexLock lock(first_); changed_.wait(lock, [this]() TESSIVAR_REQUIRES(first_) { return count_ > 0; });
   add(); lock.unlock(); lock.lock(); add();'
-accepted 'if (first_.try_lock()) { add(); first_.unlock(); }'
 refused '--count_;' "writing variable 'count_' requires holding mutex 'first_'"
 refused 'const MutexLock lock(second_); --count_;' "writing variable 'count_' requires holding mutex 'first_'"
 refused 'UniqueMutexLock lock(first_); lock.unlock(); add();' "calling function 'add' requires holding mutex 'first_'"

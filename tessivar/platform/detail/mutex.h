@@ -24,7 +24,6 @@ class TESSIVAR_API TESSIVAR_CAPABILITY("mutex") Mutex {
   Mutex& operator=(const Mutex&) = delete;
 
   void lock() TESSIVAR_ACQUIRE();
-  bool try_lock() TESSIVAR_TRY_ACQUIRE(true);
   void unlock() TESSIVAR_RELEASE();
 
  private:

@@ -17,12 +17,12 @@ class ReportedTexts {
   /// Returns true if `text` was not added before. Forgets all texts when there are 1024. Throws std::bad_alloc.
   bool add(const std::string& text) {
     const MutexLock lock(mutex_);
-    if (texts_.size() >= most) texts_.clear();
+    if (texts_.size() >= max_texts) texts_.clear();
     return texts_.insert(text).second;
   }
 
  private:
-  static constexpr std::size_t most = 1024;
+  static constexpr std::size_t max_texts = 1024;
 
   Mutex mutex_;
   std::set<std::string> texts_ TESSIVAR_GUARDED_BY(mutex_);

@@ -27,26 +27,16 @@
 /// A class whose constructor locks, and whose destructor unlocks.
 #define TESSIVAR_SCOPED_CAPABILITY TESSIVAR_THREAD_SAFETY(scoped_lockable)
 
-/// A member that is used only while `mutex` is locked. With PT, this is the object behind a pointer.
+/// A member that is used only while `mutex` is locked.
 #define TESSIVAR_GUARDED_BY(mutex) TESSIVAR_THREAD_SAFETY(guarded_by(mutex))
-#define TESSIVAR_PT_GUARDED_BY(mutex) TESSIVAR_THREAD_SAFETY(pt_guarded_by(mutex))
 
 /// The order of two locks: a thread that takes both takes them in this order. Checked by -Wthread-safety-beta.
 #define TESSIVAR_ACQUIRED_BEFORE(...) TESSIVAR_THREAD_SAFETY(acquired_before(__VA_ARGS__))
-#define TESSIVAR_ACQUIRED_AFTER(...) TESSIVAR_THREAD_SAFETY(acquired_after(__VA_ARGS__))
 
 /// The caller of the function has locked these locks, or has not locked them.
 #define TESSIVAR_REQUIRES(...) TESSIVAR_THREAD_SAFETY(requires_capability(__VA_ARGS__))
 #define TESSIVAR_EXCLUDES(...) TESSIVAR_THREAD_SAFETY(locks_excluded(__VA_ARGS__))
 
-/// The function locks or unlocks. Without an argument: its own object. The first argument of TRY_ACQUIRE is the result
-/// that says that it has locked.
+/// The function locks or unlocks. Without an argument: its own object.
 #define TESSIVAR_ACQUIRE(...) TESSIVAR_THREAD_SAFETY(acquire_capability(__VA_ARGS__))
-#define TESSIVAR_TRY_ACQUIRE(...) TESSIVAR_THREAD_SAFETY(try_acquire_capability(__VA_ARGS__))
 #define TESSIVAR_RELEASE(...) TESSIVAR_THREAD_SAFETY(release_capability(__VA_ARGS__))
-
-/// The function returns a reference to `mutex`.
-#define TESSIVAR_RETURN_CAPABILITY(mutex) TESSIVAR_THREAD_SAFETY(lock_returned(mutex))
-
-/// The body of the function is not checked. A comment says why.
-#define TESSIVAR_NO_THREAD_SAFETY_ANALYSIS TESSIVAR_THREAD_SAFETY(no_thread_safety_analysis)

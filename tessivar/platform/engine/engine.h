@@ -16,9 +16,8 @@
 //    line says so.
 // E2 Threads. Any thread may call every operation, also at the same time on the same object. Only for a destructor the
 //    caller ensures that no other call is inside the object.
-// E3 Callbacks. The engine calls callbacks on its own threads, or on a thread that is inside one of its operations;
-// this
-//    includes the operation that creates the object, before it has returned. Callbacks of one reader do not overlap,
+// E3 Callbacks. The engine calls callbacks on its own threads, or on a thread that is inside one of its operations,
+//    including the operation that creates the object, before it has returned. Callbacks of one reader do not overlap,
 //    likewise those of one writer and of one participant. Status reports arrive in the order of the changes.
 // E4 Calls in callbacks. A callback may call: every operation of another participant, of conditions and of wait sets,
 //    except wait(); take(), write(), flush(), guid(), matched_…, ignore(), add_peer() and remove_peer(). It must not
@@ -199,11 +198,9 @@ class EngineWaitSet {
 ///    their order within an instance.
 /// R2 Checks. Received octets are checked with `check` or `check_key` of the type before anyone sees them. Malformed
 ///    samples are dropped, and counted in `malformed` of the type; later samples arrive.
-/// R3 Keys. The check computes the key hash; `key_hash` and `info.instance_handle` have it. Hashes that a peer sends
-/// are
-///    not used, with one exception: a dispose or unregistration may carry only a key hash, and then has no octets.
-/// R4 Ends. A dispose, an unregistration and the end of the last writer of an instance change the state of the
-/// instance.
+/// R3 Keys. The check computes the key hash; `key_hash` and `info.instance_handle` have it. Hashes from a peer are not
+///    used, with one exception: a dispose or unregistration may carry only a key hash, and then has no octets.
+/// R4 Ends. A dispose, an unregistration and the end of the last writer of an instance change the instance's state.
 ///    If no sample of the instance is in the cache, take() returns one without valid data, with the key. It may also
 ///    return the end of an instance of which the filter has accepted no sample; the layer above drops it.
 /// R5 Several readers of one topic in one participant each have their own filter, cache and callbacks.
@@ -229,13 +226,11 @@ enum class WriteKind { data, dispose, unregister };
 
 /// W1 Own readers. When write() returns, the readers of the same participant have the sample, unless they ignore their
 ///    participant. Callbacks and filters of these readers may run on the writing thread.
-/// W2 Order. A reliable reader gets the samples of a writer in the order of the writes, with their source timestamps,
-/// and
-///    each sample once.
-/// W3 Keys. A dispose and an unregistration carry the key, with at least 16 octets after the header, and its hash:
-/// peers
-///    from other vendors need both. With autodispose_unregistered_instances an unregistration also disposes; the end of
-///    a writer unregisters its instances.
+/// W2 Order. A reliable reader gets the samples of a writer in the order of the writes, each sample once, with its
+///    source timestamp.
+/// W3 Keys. A dispose and an unregistration carry the key, with at least 16 octets after the header, and its hash.
+///    Peers from other vendors need both. With autodispose_unregistered_instances an unregistration also disposes; the
+///    end of a writer unregisters its instances.
 /// W4 Blocking. write() blocks only for a reliable KEEP_ALL writer, while readers have not acknowledged some megabytes;
 ///    it returns TIMEOUT after max_blocking_time, and the sample is not sent. It continues when the readers
 ///    acknowledge, or are gone. A KEEP_LAST writer never blocks. A blocked write does not delay other writers and
@@ -244,12 +239,10 @@ enum class WriteKind { data, dispose, unregister };
 ///    some 10 ms, not after the 100 ms that are common. The first command after a match is such a sample, and a
 ///    controller waits for its reply. So a writer sends heartbeats every 10 ms while samples are not acknowledged; an
 ///    idle writer sends none.
-/// W6 History. A transient-local writer keeps samples for late joiners: the number of
-/// `durability_service.history_depth`
-///    for each instance, or if that is 0 those of its HISTORY. A late joiner gets them after the match.
-/// W7 Batches. With `batch.enable` samples may wait until flush(), or until the engine's packet is full. Writers
-/// without
-///    batching send at once, also if they were created beside others.
+/// W6 History. A transient-local writer keeps samples, and a late joiner gets them after the match: for each instance
+///    as many as `durability_service.history_depth`, or if that is 0 those of its HISTORY.
+/// W7 Batches. With `batch.enable` samples may wait until flush(), or until the engine's packet is full. Writers that
+///    do not batch send at once, also if they were created beside others.
 class EngineWriter {
  public:
   virtual ~EngineWriter() = default;
@@ -312,23 +305,20 @@ struct EngineReaderConfig {
 
 /// The readers and writers of a participant must be destroyed before it.
 ///
-/// P1 Independence. Each participant has its own threads, sockets, interfaces, peers, lease and ignored participants,
-/// also
-///    if several of one process are in one domain.
+/// P1 Independence. Each participant has its own threads, sockets, interfaces, peers, lease and ignored participants.
+///    This holds also if several of one process are in one domain.
 /// P2 Discovery. Participants of one machine discover each other without multicast, through the peer 127.0.0.1. Others
 ///    are found through the configured peers, and with `multicast` through multicast. A participant that is destroyed
 ///    leaves at once; one whose process was killed leaves within its lease.
-/// P4 Matching. Readers and writers match if topic name, PRESTypePlugin::registered_name and QoS fit. A topic name has
-/// 1
-///    to 255 characters; dots are common. Names that differ in one character are different topics. The readers and
-///    writers of one participant match each other, unless one of them has `ignore_own_participant`.
+/// P4 Matching. Readers and writers match if topic name, PRESTypePlugin::registered_name and QoS fit. A topic name of 1
+///    to 255 characters is valid; dots are common. Names that differ in one character are different topics. The readers
+///    and writers of one participant match each other, unless one of them has `ignore_own_participant`.
 /// P5 Ignoring. After ignore() nothing of the remote participant is matched or delivered, also when it announces itself
 ///    again. Existing matches end on both sides, so that its reliable writers do not wait for us.
 /// P6 Peers. add_peer() announces the participant to the address at once. remove_peer() ends the announcements; known
 ///    participants stay.
-/// P7 Pauses. A remote process may be stopped for any time and then continue (a debugger, a suspended machine, a
-/// network
-///    that was cut). Within one lease after its return both sides are usable again, without a restart and without a new
+/// P7 Pauses. A remote process may be stopped for any time and then continue (a debugger, a suspended machine, a cut
+///    network). Within one lease after its return both sides are usable again, without a restart and without a new
 ///    sample: matches, liveliness, data in both directions. Transient-local samples of the pause arrive. This also
 ///    holds if only one of the two sides has noticed the pause.
 class EngineParticipant {

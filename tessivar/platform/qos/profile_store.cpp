@@ -30,7 +30,7 @@ void ProfileStore::reload() {
 
 bool ProfileStore::read_all(std::string& error) {
   if (state_ == State::complete) return true;
-  if (state_ == State::stale) told_.clear();
+  if (state_ == State::stale) reported_.clear();
   state_ = profiles_.load(sources_, error) ? State::complete : State::incomplete;
   return state_ == State::complete;
 }

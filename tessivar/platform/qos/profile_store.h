@@ -39,7 +39,7 @@ class ProfileStore {
       const MutexLock lock(mutex_);
       if (state_ == State::stale) read_all(source_error);
       found = request(static_cast<const QosProfiles&>(profiles_), error);
-      if (!found && !error.empty() && !told_.insert(error).second) error.clear();
+      if (!found && !error.empty() && !reported_.insert(error).second) error.clear();
     }
     report(source_error);
     if (!found) report(error);
@@ -56,7 +56,7 @@ class ProfileStore {
   DDS_ProfileQosPolicy sources_ TESSIVAR_GUARDED_BY(mutex_);
   QosProfiles profiles_ TESSIVAR_GUARDED_BY(mutex_);
   State state_ TESSIVAR_GUARDED_BY(mutex_) = State::stale;
-  std::set<std::string> told_ TESSIVAR_GUARDED_BY(mutex_);  // the errors of default profiles that were logged
+  std::set<std::string> reported_ TESSIVAR_GUARDED_BY(mutex_);  // the errors of default profiles that were logged
 };
 
 }  // namespace tessivar::platform

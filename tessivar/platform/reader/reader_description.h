@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// The constant properties of a data reader.
+// The properties of a data reader; they are constant except `self`.
 #pragma once
 
 #include "tessivar/platform/detail/counters.h"

@@ -42,8 +42,7 @@ class SubscriptionEvents {
 };
 
 /// Order of the locks: `transfer_mutex_`, `filter_mutex_`. The engine calls accepts() with its own reader lock, which a
-/// thread takes between the two. `writers_mutex_` and the lock of the cache are taken
-/// last.
+/// thread takes between the two. `writers_mutex_` and the lock of the cache are taken last.
 class Subscription final : public EngineFilter, public EngineReaderEvents {
  public:
   /// If `filter` is null, every sample is accepted. `filter_mutex` is locked while a filter evaluates a sample; all

@@ -17,13 +17,6 @@ void Mutex::lock() {
   hold_lines();
 }
 
-bool Mutex::try_lock() {
-  renew();
-  if (!mutex_.try_lock()) return false;
-  hold_lines();
-  return true;
-}
-
 void Mutex::unlock() {
   mutex_.unlock();
   release_lines();

@@ -4,8 +4,9 @@
 //
 // The tests in this folder name the obligations of tessivar/platform/engine/engine.h that they check. Other tests check
 // P6 (tests/integration/networks_test.cpp), P7 and the leases of P2 (discovery_test.cpp), W7 and the TIMEOUT of R6
-// (writer_test.cpp), E4 as far as calls are refused above the engine (callback_test.cpp), and E7
-// (tests/control/lifetime_test.cpp). No test checks W5, which shows only on a network that loses packets, and E8.
+// (writer_test.cpp), E2 (writer_test.cpp, and threads_test.cpp of control and routing, through the layers above), E4 as
+// far as calls are refused above the engine (callback_test.cpp), and E7 (tests/control/lifetime_test.cpp). No test
+// checks E8, P1 as a whole, and W5, which shows only on a network that loses packets.
 #pragma once
 
 #include "support/bus.h"

@@ -20,8 +20,8 @@ std::vector<std::string> withoutDefaultPeers(std::vector<std::string> peers) {
 
 OwnedParticipant::~OwnedParticipant() {
   if (close()) return;
-  // The participant was not deleted, for example within a callback of the bus. The
-  // participant must not call the listeners, which are destroyed now.
+  // The participant was not deleted, for example within a callback of the bus. It must not call the listeners, which
+  // are destroyed now.
   participant_->set_listener(nullptr, DDS_STATUS_MASK_NONE);
   DDSSubscriber* const builtin = participant_->get_builtin_subscriber();
   builtin->lookup_datareader(DDS_PARTICIPANT_TOPIC_NAME)->set_listener(nullptr, DDS_STATUS_MASK_NONE);

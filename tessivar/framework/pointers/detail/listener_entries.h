@@ -11,9 +11,9 @@
 
 namespace TessivarDDS::detail {
 
-/// Listeners of class L, each once, in the order in which they were attached. Not thread-safe. The two lists that
-/// applications reach differ in their locks only: ListenerList calls its listeners under its lock, so that one call
-/// runs at a time; ClientListeners calls a copy without a lock, because threads of the engine wait for these calls.
+/// Listeners of class L, each once, in the order in which they were attached. Not thread-safe: the owner of the list
+/// decides which lock guards it, and whether that lock is held during notify(). A listener must live until it is
+/// detached; the destructor deletes no listener.
 template <class L>
 class ListenerEntries {
  public:

@@ -15,18 +15,18 @@ using std::chrono::steady_clock;
 
 constexpr std::string_view beginning = "ddsi_udp_conn_write to udp/";
 constexpr std::chrono::minutes interval(1);
-constexpr std::size_t most_addresses = 64;
+constexpr std::size_t max_addresses = 64;
 
 /// Returns true if there was no line about the address within the last `interval`, and remembers the present time.
 bool is_due(const std::string& address) {
   static Immortal<Mutex> mutex;  // the engine's threads may log while the process ends
-  static Immortal<std::map<std::string, steady_clock::time_point>> last_told;
+  static Immortal<std::map<std::string, steady_clock::time_point>> last_reported;
   const MutexLock lock(*mutex);
   const steady_clock::time_point now = steady_clock::now();
-  const auto [entry, is_new] = last_told->try_emplace(address, now);
+  const auto [entry, is_new] = last_reported->try_emplace(address, now);
   if (!is_new && now - entry->second < interval) return false;
   entry->second = now;
-  if (last_told->size() > most_addresses) last_told->clear();
+  if (last_reported->size() > max_addresses) last_reported->clear();
   return true;
 }
 
