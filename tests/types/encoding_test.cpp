@@ -23,22 +23,22 @@ bool is_encodable(const AnySample& sample) {
   return has_size;
 }
 
-TEST(EncodingTest, RefusesValuesOverTheirBound) {
-  const Command sample(command_name);
-  const std::string longest(64, 'x');
-  DDS_String_replace(&sample->unitId, longest.c_str());
-  EXPECT_TRUE(is_encodable(sample));
-  DDS_String_replace(&sample->unitId, (longest + 'x').c_str());
-  EXPECT_FALSE(is_encodable(sample));
-  DDS_KeyHash_t hash;
-  EXPECT_FALSE(Tessivar::CommandPlugin_instance_to_keyhash(nullptr, &hash, sample.get()));
-
-  const Metadata metadata(metadata_name);
+TEST(EncodingTest, RefusesValuesOverTheirBoundAsCopyDoes) {
+  const Command sample(command_name), copy(command_name);
+  for (const std::size_t length : {std::size_t{64}, std::size_t{65}}) {
+    DDS_String_replace(&sample->unitId, std::string(length, 'x').c_str());
+    DDS_KeyHash_t hash;
+    EXPECT_EQ(is_encodable(sample), length == 64);
+    EXPECT_EQ(Tessivar::CommandPlugin_instance_to_keyhash(nullptr, &hash, sample.get()), length == 64);
+    EXPECT_EQ(Tessivar::Command_copy(copy.get(), sample.get()), length == 64);
+  }
+  const Metadata metadata(metadata_name), other(metadata_name);
   metadata->allowedValues.finalize();
   metadata->allowedValues.absolute_maximum(1000);
   for (const DDS_Long length : {128, 129}) {
     EXPECT_TRUE(metadata->allowedValues.ensure_length(length, 200));
     EXPECT_EQ(is_encodable(metadata), length == 128);
+    EXPECT_EQ(Tessivar::CommandMetadata_copy(other.get(), metadata.get()), length == 128);
   }
 }
 

@@ -39,25 +39,6 @@ TEST(SampleTest, InitializeAllocatesOptionalMembersOnRequest) {
   Tessivar::UnitPluginSupport_destroy_data(unit);
 }
 
-TEST(SampleTest, CopyRefusesValuesOverTheirBound) {
-  const Sample<Tessivar::Guid> guid("Tessivar::Guid");
-  Tessivar::Guid source = DDS_String_alloc(65);
-  std::fill_n(source, 65, 'x');
-  source[65] = '\0';
-  EXPECT_FALSE(Tessivar::Guid_copy(guid.get(), &source));
-  source[64] = '\0';
-  EXPECT_TRUE(Tessivar::Guid_copy(guid.get(), &source));
-  EXPECT_STREQ(*guid, source);
-  DDS_String_free(source);
-
-  const Metadata metadata(metadata_name);
-  const Metadata longer(metadata_name);
-  longer->allowedValues.finalize();
-  longer->allowedValues.absolute_maximum(200);
-  ASSERT_TRUE(longer->allowedValues.ensure_length(129, 129));
-  EXPECT_FALSE(Tessivar::CommandMetadata_copy(metadata.get(), longer.get()));
-}
-
 /// A sample made without the functions of its type: strings are null and sequences have no memory.
 TEST(SampleTest, PlainStructureIsCopiedEncodedAndStored) {
   const Metadata empty(metadata_name);
