@@ -2,6 +2,7 @@
 
 // Tests content filters, and changes of their parameters while data flows.
 #include "support/bus.h"
+#include "tests/support/storm.h"
 
 #include <atomic>
 
@@ -224,21 +225,15 @@ TEST_F(FilterTest, ChangesWhileOtherThreadsWriteAndRead) {
     void on_data_available(DDSDataReader* from) override { take(from); }
   } listener;
   CommandDataReader* some = reader(true, &listener);
-  std::atomic<bool> stop = false;
-  std::thread writing([&] {
-    for (DDS_UnsignedLong i = 0; !stop; ++i) {
-      write(writer, i % 20, static_cast<DDS_Long>(50 + i));
-      if (i % 50 == 0) dispose(writer, i % 20);
-      std::this_thread::sleep_for(100us);
-    }
-  });
-  std::thread reading([&] {
-    while (!stop) take(some);
-  });
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(set({"50"}), DDS_RETCODE_OK);
-  stop = true;
-  writing.join();
-  reading.join();
+  std::atomic<int> written = 0;
+  const auto write_next = [&] {
+    const int next = ++written;
+    write(writer, static_cast<DDS_UnsignedLong>(next % 20), 50 + next);
+    if (next % 50 == 0) dispose(writer, static_cast<DDS_UnsignedLong>(next % 20));
+    std::this_thread::sleep_for(100us);
+  };
+  tessivar::testing::storm(20, {[&] { EXPECT_EQ(set({"50"}), DDS_RETCODE_OK); }}, {write_next, [&] { take(some); }},
+                           {&written});
   some->set_listener(nullptr, DDS_STATUS_MASK_NONE);
   write(writer, 777, 1 << 30);
   EXPECT_TRUE(comes(some, 777, 1 << 30));
