@@ -2,7 +2,7 @@
 
 // Tests participants: admission by type, several in one process, shared and exclusive, repeated creation and deletion.
 #include "support/bus_peer.h"
-#include "tessivar/framework/domain/domain_manager.h"
+#include "tessivar/framework/domain/domain_handle.h"
 #include "tests/control/support/listeners.h"
 
 #include <cstdlib>
@@ -52,21 +52,18 @@ template <class Part>
 class Own {
  public:
   Own() {
-    part_.attachDomain(domain_);
+    part_.attachDomain(domain_.get());
     if constexpr (std::is_same_v<Part, TessivarNode>) part_.attachListener(&listener_, false);
-    EXPECT_TRUE(domain_ && part_.create());
+    EXPECT_TRUE(part_.create());
   }
-  ~Own() {
-    part_.cleanUp();
-    DomainManager::instance().releaseSharedDomain(domain_, nullptr);
-  }
+  ~Own() { part_.cleanUp(); }
   Part* operator->() { return &part_; }
   Part& operator*() { return part_; }
 
  private:
   Events unused_;
   DeviceListener listener_{unused_};
-  DDSDomain* const domain_ = DomainManager::instance().exclusiveDomain(own_domain(), "", "");
+  const DomainHandle domain_ = DomainHandle::exclusive(own_domain());
   Part part_;
 };
 typedef Own<TessivarNode> OwnDevice;

@@ -41,7 +41,6 @@ class Client : public Role, public TessivarClientListener {
     if (verb == "history") return client_.waitForHistoricalData(std::stoi(words.at(1)));
     if (verb == "set") return set(words);
     if (verb == "flood") return flood(words.at(1), number(words.at(2)), number(words.at(3)), number(words.at(4)));
-    if (verb == "counts") return counts();
     return false;
   }
 
@@ -74,19 +73,6 @@ class Client : public Role, public TessivarClientListener {
     const bool done = client_.setCommand(command, std::stoi(words.at(4)));
     const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     event("set", done ? "true" : "false", spent);
-    return true;
-  }
-
-  bool counts() {
-    Tessivar::UnitSeq units;
-    Tessivar::CommandSeq commands;
-    DDS_SampleInfoSeq unitInfos;
-    DDS_SampleInfoSeq commandInfos;
-    if (!client_.queryUnits(units, unitInfos, 5000) || !client_.queryCommands(commands, commandInfos, 5000))
-      return false;
-    event("counts", units.length(), commands.length());
-    client_.freeUnitData(units, unitInfos);
-    client_.freeCommandData(commands, commandInfos);
     return true;
   }
 

@@ -42,9 +42,9 @@ std::unique_ptr<Role> make_device(TessivarDDS::DDSDomain* domain);
 /// A controller of the control family. Uses QoS profiles if NDDS_QOS_PROFILES is set.
 /// Commands: create (separate, so that a test can register interest earlier) · interest ADDRESS [MIN MAX] · no-interest
 /// ADDRESS [MIN MAX] · match TIMEOUT_MS · history TIMEOUT_MS · set ADDRESS NUMBER INT TIMEOUT_MS · flood ADDRESS NUMBER
-/// COUNT WINDOW · counts.
+/// COUNT WINDOW.
 /// Events: unit-added ADDRESS NAME · unit-removed ADDRESS · metadata ADDRESS NUMBER NAME · value ADDRESS NUMBER INT ·
-/// set true|false MILLISECONDS · reason TEXT · begun · flood COMPLETED LOST FOREIGN REFUSED · counts UNITS COMMANDS.
+/// set true|false MILLISECONDS · reason TEXT · begun · flood COMPLETED LOST FOREIGN REFUSED.
 std::unique_ptr<Role> make_client(TessivarDDS::DDSDomain* domain);
 
 /// A device with routers.
