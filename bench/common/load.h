@@ -20,6 +20,10 @@ constexpr std::chrono::seconds patience{60};
 /// The number of commands of each unit.
 constexpr unsigned commands_of_a_unit = 100;
 
+/// The levels of a router, and the number of its routes for each port of a level.
+constexpr unsigned levels_of_a_router = 4;
+constexpr unsigned routes_of_a_port = 8;
+
 /// Calls `send` for `seconds`: as often as possible, or `rate` times a second in steps of a millisecond (options
 /// "seconds" and "rate"). `instances`: `send` gets the numbers of the instances in turn. `finish` is called at the end
 /// of the time, and counts as work. Answers "sent", "seconds", "cpu_us", "switches".

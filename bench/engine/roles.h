@@ -19,6 +19,12 @@ int run_reader(const Options& options);
 /// Is only a participant. Command: memory.
 int run_participant(const Options& options);
 
+/// Writes the ports and the routes of a router, with "ports" sources and destinations on each level. Command: prime.
+int run_router(const Options& options);
+
+/// Receives them with listeners. Commands: join, leave, begin, await (see load.h).
+int run_controller(const Options& options);
+
 /// Answers requests. Options: "wait" = 1: with a wait set and a thread instead of a listener. Command: memory.
 int run_server(const Options& options);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// bench_ours device|client NAME=VALUE…: one process of this library. See roles.h.
+// bench_ours device|client|router|controller NAME=VALUE…: one process of this library. See roles.h.
 #include "bench/ours/roles.h"
 #include "tessivar/framework/log/readable_logger.h"
 
@@ -13,10 +13,12 @@ int main(int argc, char** argv) {
   return report_errors([argc, argv] {
     TessivarDDS::ReadableLogger::install();
     const std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.empty()) throw std::runtime_error("a role is missing: device or client");
+    if (words.empty()) throw std::runtime_error("a role is missing");
     const Options options(std::vector<std::string>(words.begin() + 1, words.end()));
     if (words[0] == "device") return run_device(options);
     if (words[0] == "client") return run_client(options);
+    if (words[0] == "router") return run_router(options);
+    if (words[0] == "controller") return run_controller(options);
     throw std::runtime_error("no such role: " + words[0]);
   });
 }

@@ -17,6 +17,13 @@ int run_device(const Options& options);
 /// uses setCommand), join, leave, interest and forget (register and remove interest in the unit "unit"), memory.
 int run_client(const Options& options);
 
+/// A router with "ports" sources and destinations on each level. Options: "domain". Command: prime (publishes them and
+/// the routes).
+int run_router(const Options& options);
+
+/// A controller of that router. Options: "domain". Commands: join, leave, begin, await (see load.h).
+int run_controller(const Options& options);
+
 /// Returns the address of a unit of the device.
 inline TessivarDDS::AddressEx unit_address(unsigned unit) {
   return TessivarDDS::AddressEx(1, unit / 200 + 1, unit % 200 + 1);
