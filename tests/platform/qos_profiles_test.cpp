@@ -15,6 +15,7 @@ using testing::AllOf;
 using testing::FieldsAre;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StrEq;
 
 /// Runs in an empty working directory.
 class QosProfilesTest : public testing::Test {
@@ -82,9 +83,7 @@ TEST_F(QosProfilesTest, ReadsEveryPolicy) {
       ASSERT_EQ(qos.user_data.value.length(), 3);
       for (const DDS_Long i : {0, 1, 2}) EXPECT_EQ(qos.user_data.value[i], "ty\xff"[i] & 0xff);
       ASSERT_EQ(qos.property.value.length(), 2);
-      EXPECT_STREQ(qos.property.value[0].name, "n");
-      EXPECT_STREQ(qos.property.value[0].value, "v w");
-      EXPECT_TRUE(qos.property.value[0].propagate);
+      EXPECT_THAT(qos.property.value[0], FieldsAre(StrEq("n"), StrEq("v w"), DDS_BOOLEAN_TRUE));
       EXPECT_STREQ(qos.property.value[1].value, "");
     }
   };
@@ -103,11 +102,8 @@ TEST_F(QosProfilesTest, ReadsEveryPolicy) {
   ASSERT_EQ(qos.discovery.initial_peers.length(), 3) << "in place of the default ones";
   EXPECT_STREQ(qos.discovery.initial_peers[2], "c");
   EXPECT_EQ(qos.discovery.multicast_receive_addresses.length(), 0);
-  EXPECT_EQ(qos.discovery_config.max_participant_index, 9);
-  EXPECT_EQ(qos.discovery_config.participant_liveliness_lease_duration, (DDS_Duration_t{4, 0}));
-  EXPECT_EQ(qos.discovery_config.participant_liveliness_assert_period, (DDS_Duration_t{1, 0}));
-  EXPECT_STREQ(qos.participant_name.name, "n");
-  EXPECT_STREQ(qos.participant_name.role_name, "r");
+  EXPECT_THAT(qos.discovery_config, FieldsAre(DDS_Duration_t{4, 0}, DDS_Duration_t{1, 0}, 9));
+  EXPECT_THAT(qos.participant_name, FieldsAre(StrEq("n"), StrEq("r")));
 }
 
 TEST_F(QosProfilesTest, LaterSourcesOverrideEarlierOnes) {

@@ -19,8 +19,8 @@ class EngineDataTest : public EngineTest {
 };
 
 /// Accepts the values from `least` on.
-struct AtLeast final : EngineFilter {
-  explicit AtLeast(DDS_Long limit) : least(limit) {}
+struct ValuesFrom final : EngineFilter {
+  explicit ValuesFrom(DDS_Long limit) : least(limit) {}
   bool accepts(const EncodedSample& sample, EngineHandle, const DDS_FilterSampleInfo& info) override {
     if (++inside > 1) ++overlaps;
     ++calls;
@@ -37,7 +37,7 @@ struct AtLeast final : EngineFilter {
 };
 
 TEST_F(EngineDataTest, DeliversThroughFiltersWithinAParticipant) {  // F1 F2 R5 W1 W2
-  AtLeast some(5), none(100);
+  ValuesFrom some(5), none(100);
   const auto all = one_.reader(), own = one_.reader([](auto&config) { config.ignore_own_participant = true; });
   const auto filtered = one_.reader([&](auto& config) { config.filter = &some; });
   const auto empty = one_.reader([&](auto& config) { config.filter = &none; });
@@ -178,7 +178,7 @@ TEST_F(EngineDataTest, CallsNothingAfterTheEndOfAReader) {  // E5
       for (const auto* writer : {near.get(), far.get()}) writer->write(1, 1000 + i, WriteKind::data, 1'000'001'000 + i);
   });
   for (int round = 0; round < 20; ++round) {
-    AtLeast filter(0);
+    ValuesFrom filter(0);
     const auto reader = one_.reader([&](auto& config) { config.filter = &filter; });
     EXPECT_TRUE(eventually([&] { return reader->callbacks.matched == 2 && reader->callbacks.data > 20; }));
     reader->it.reset();

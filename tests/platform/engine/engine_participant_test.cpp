@@ -5,7 +5,6 @@
 #include "engine/engine_fixture.h"
 
 #include <future>
-#include <mutex>
 
 namespace platform_test {
 namespace {
@@ -73,39 +72,25 @@ class Watching final : public EngineParticipantEvents {
     if (++inside > 1) ++overlaps;
     if (alive && text(data.participant_name.name) == "unwanted") self.load()->ignore(handle);
     std::this_thread::sleep_for(20ms);  // enough time for a match, if the engine does not wait for this call
-    {
-      const std::lock_guard lock(mutex_);
-      if (!alive)
-        text_ = "gone";
-      else
-        describe(data);
-      seen_.push_back(text_);
-    }
+    seen.add(alive ? description(data) : "gone");
     --inside;
   }
-  std::vector<std::string> seen() {
-    const std::lock_guard lock(mutex_);
-    return seen_;
-  }
+  tessivar::testing::Events seen;
   std::atomic<EngineParticipant*> self = nullptr;
   std::atomic<int> inside = 0, overlaps = 0;
 
  private:
   static std::string text(const char* value) { return value ? value : "-"; }
-  void describe(const DDS_ParticipantBuiltinTopicData& data) {
-    text_ = text(data.participant_name.name) + ' ' + text(data.participant_name.role_name);
+  static std::string description(const DDS_ParticipantBuiltinTopicData& data) {
+    std::string result = text(data.participant_name.name) + ' ' + text(data.participant_name.role_name);
     const DDS_OctetSeq& user = data.user_data.value;
-    for (DDS_Long i = 0; i < user.length(); ++i) text_ += ' ' + std::to_string(user[i]);
-    const char* const property = "test.sent";
-    for (const char* name : {property, "test.kept"}) {
+    for (DDS_Long i = 0; i < user.length(); ++i) result += ' ' + std::to_string(user[i]);
+    for (const char* name : {"test.sent", "test.kept"}) {
       const DDS_Property_t* found = DDSPropertyQosPolicyHelper::lookup_property(data.property, name);
-      text_ += ' ' + text(found ? found->value : nullptr);
+      result += ' ' + text(found ? found->value : nullptr);
     }
-    if (data.default_unicast_locators.length() == 0) text_ += " no locator";
+    return data.default_unicast_locators.length() == 0 ? result + " no locator" : result;
   }
-  std::mutex mutex_;
-  std::string text_;
-  std::vector<std::string> seen_;
 };
 
 TEST_F(EngineTest, ReportsParticipantsBeforeTheirEndpointsMatch) {  // P2 P3 V1
@@ -115,7 +100,7 @@ TEST_F(EngineTest, ReportsParticipantsBeforeTheirEndpointsMatch) {  // P2 P3 V1
   TestReader reader;
   std::vector<std::string> seen_at_match;
   reader.callbacks.on_match = [&] {
-    if (seen_at_match.empty()) seen_at_match = watching.seen();
+    if (seen_at_match.empty()) seen_at_match = watching.seen.take(0);
   };
   std::string error;
   ASSERT_EQ(member.open(reader, error), DDS_RETCODE_OK);
@@ -131,9 +116,8 @@ TEST_F(EngineTest, ReportsParticipantsBeforeTheirEndpointsMatch) {  // P2 P3 V1
   }
   EXPECT_TRUE(all_matched(0, &reader));
   EXPECT_THAT(seen_at_match, AllOf(Not(IsEmpty()), testing::Each("camera device 1 2 yes -"))) << "it may come twice";
-  EXPECT_TRUE(eventually([&] { return watching.seen().back() == "gone"; }));
-  const std::vector<std::string> seen = watching.seen();
-  EXPECT_EQ(std::count(seen.begin(), seen.end(), "gone"), 1);
+  EXPECT_TRUE(watching.seen.happens("gone"));
+  EXPECT_THAT(watching.seen.take(0), Not(testing::Contains("gone"))) << "once";
   EXPECT_EQ(watching.overlaps, 0);
 }
 
