@@ -61,12 +61,8 @@ TEST_F(TessivarServicesTest, UseQosProfilesIfSetBeforeCreate) {
     services_.cleanUp();
     ASSERT_TRUE(services_.create(client, {}));
     TessivarRequestReplyService& commands = *services_.commandService();
-    EXPECT_TRUE(Override::reaches(*services_.unitNode()));
-    EXPECT_TRUE(Override::reaches(*services_.metadataNode()));
-    EXPECT_TRUE(Override::reaches(*services_.interestsNode()));
-    EXPECT_TRUE(Override::reaches(commands.valueNode()));
-    EXPECT_TRUE(Override::reaches(commands.requestNode()));
-    EXPECT_TRUE(Override::reaches(commands.replyNode()));
+    Override::expect_for(*services_.unitNode(), *services_.metadataNode(), *services_.interestsNode(),
+                         commands.valueNode(), commands.requestNode(), commands.replyNode());
   }
   EXPECT_THAT(log_.lines(), IsEmpty());
   services_.setUseQosProfiles(false);

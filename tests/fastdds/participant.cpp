@@ -2,9 +2,10 @@
 
 #include "participant.h"
 
+#include "tests/support/wait.h"
+
 #include <algorithm>
 #include <stdexcept>
-#include <thread>
 
 #include <fastdds/dds/domain/DomainParticipantFactory.hpp>
 #include <fastdds/dds/topic/TypeSupport.hpp>
@@ -115,13 +116,11 @@ std::optional<Arrival> Reader::await(const std::function<bool(const Arrival&)>& 
 }
 
 bool Writer::await_match() {
-  const auto deadline = std::chrono::steady_clock::now() + patience;
-  PublicationMatchedStatus status;
-  while (writer_->get_publication_matched_status(status), status.current_count == 0) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
+  return tessivar::testing::eventually([this] {
+    PublicationMatchedStatus status;
+    writer_->get_publication_matched_status(status);
+    return status.current_count > 0;
+  });
 }
 
 bool Writer::write(Bytes encoding) {

@@ -93,10 +93,7 @@ TEST_F(RoutingClientTest, FailsBeforeCreateAndWithoutRouters) {
   client_.cleanUp();
   EXPECT_FALSE(client_.create()) << "the domain is forgotten";
   EXPECT_FALSE(client_.beginSetRoute(route_) || client_.beginProtect(destination_));
-  const std::vector<std::string> lines = log_.lines();
-  EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                          [](const auto& line) { return line.ends_with("call subscribe() first."); }),
-            2);
+  EXPECT_THAT(log_.lines(), Contains(EndsWith("call subscribe() first.")).Times(2));
   attach();
   DDSNode<Router> occupant;
   occupant.attachDomain(&client_domain_);

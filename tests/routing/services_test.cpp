@@ -43,15 +43,11 @@ TEST_F(RoutingServicesTest, UseQosProfilesIfSetBeforeCreate) {
     services_.cleanUp();
     ASSERT_TRUE(client ? services_.createClientDiscoveryServices() && services_.createClientReaderServices({})
                        : services_.createServerServices());
-    EXPECT_TRUE(ProfileOverride::reaches(*services_.routerNode()));
-    EXPECT_TRUE(ProfileOverride::reaches(*services_.sourcesNode()));
-    EXPECT_TRUE(ProfileOverride::reaches(*services_.destinationsNode()));
-    EXPECT_TRUE(ProfileOverride::reaches(*services_.sourceAssociations()));
-    EXPECT_TRUE(ProfileOverride::reaches(*services_.destinationAssociations()));
-    EXPECT_TRUE(ProfileOverride::reaches(services_.routingService()->requestNode()));
-    EXPECT_TRUE(ProfileOverride::reaches(services_.routingService()->replyNode()));
-    EXPECT_TRUE(ProfileOverride::reaches(services_.routingService()->valueNode()));
-    EXPECT_TRUE(client || ProfileOverride::reaches(services_.protectService()->replyNode()));
+    RoutingRequestReplyService& routes = *services_.routingService();
+    ProfileOverride::expect_for(*services_.routerNode(), *services_.sourcesNode(), *services_.destinationsNode(),
+                                *services_.sourceAssociations(), *services_.destinationAssociations(),
+                                routes.requestNode(), routes.replyNode(), routes.valueNode());
+    if (!client) ProfileOverride::expect_for(services_.protectService()->replyNode());
   }
   EXPECT_THAT(log_.lines(), IsEmpty());
   services_.setUseQosProfiles(false);

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 namespace tessivar::testing {
 
 /// Gives every reader and writer of the named profiles ("LIBRARY::PROFILE") a latency budget of `budget` nanoseconds. A
@@ -41,16 +43,23 @@ class ProfileOverride {
   ProfileOverride(const ProfileOverride&) = delete;
   ProfileOverride& operator=(const ProfileOverride&) = delete;
 
-  /// Returns true if the node has a reader or a writer, and each of them has the budget.
+  /// Expects that each node has a reader or a writer, and that all of them have the budget.
+  template <class... Nodes>
+  static void expect_for(const Nodes&... nodes) {
+    (expect_budget(nodes), ...);
+  }
+
+ private:
   template <class Node>
-  static bool reaches(const Node& node) {
+  static void expect_budget(const Node& node) {
     DDS_DataReaderQos reader;
     DDS_DataWriterQos writer;
-    if (node.dataReader() && (node.dataReader()->get_qos(reader), reader.latency_budget.duration.nanosec != budget))
-      return false;
-    if (node.dataWriter() && (node.dataWriter()->get_qos(writer), writer.latency_budget.duration.nanosec != budget))
-      return false;
-    return node.dataReader() || node.dataWriter();
+    reader.latency_budget.duration.nanosec = writer.latency_budget.duration.nanosec = budget;
+    if (node.dataReader()) node.dataReader()->get_qos(reader);
+    if (node.dataWriter()) node.dataWriter()->get_qos(writer);
+    EXPECT_TRUE(node.dataReader() || node.dataWriter()) << node.topic()->get_name();
+    EXPECT_EQ(reader.latency_budget.duration.nanosec, budget) << node.topic()->get_name();
+    EXPECT_EQ(writer.latency_budget.duration.nanosec, budget) << node.topic()->get_name();
   }
 };
 
