@@ -44,6 +44,12 @@ def engine(session, instances, batched=False):
                 session.start("bench_engine", "reader", domain=domain))
 
 
+def fast_dds(session, instances):
+    domain = session.domain()
+    return Pair(session.start("bench_fastdds", "writer", domain=domain, instances=instances),
+                session.start("bench_fastdds", "reader", domain=domain))
+
+
 def rows(results, work, ours_name, other_name, opponent, figures):
     for name, figure, unit, goal in figures:
         yield compare(work, figure, unit, column(results[ours_name], lambda one: one[name]), opponent,
@@ -57,6 +63,7 @@ FULL_SPEED = (
     ("switches", "client context switches per received value", "", at_most(1.2)),
 )
 BATCHED = (("sent", "sent", "1/s", at_least(3)), ("received", "received", "1/s", at_least(3)))
+AHEAD = (("received", "received", "1/s", at_least(1)), ("cpu", "client CPU per received value", "µs", at_most(1)))
 PLAIN = (("sent", "sent", "1/s", None), ("received", "received", "1/s", None))
 PACED = (
     ("part", "received part", "", at_least(0.97)),
@@ -71,10 +78,12 @@ def run(session):
         work = f"{instances:,} instance" + ("s" if instances > 1 else "")
         with session.programs_end():
             pairs = {"ours": ours(session, instances), "engine": engine(session, instances),
+                     "fast": fast_dds(session, instances),
                      "ours_batched": ours(session, instances, True), "engine_batched": engine(session, instances, True)}
             results = session.in_turn(**{
                 name: lambda pair=pair: pair.run(seconds=session.seconds) for name, pair in pairs.items()})
             yield from rows(results, work, "ours", "engine", "bare engine", FULL_SPEED)
+            yield from rows(results, work, "ours", "fast", "Fast DDS", AHEAD)
             yield from rows(results, work + ", batched", "ours_batched", "ours", "ours, unbatched", BATCHED)
             yield from rows(results, work + ", batched", "ours_batched", "engine_batched", "bare engine, batched", PLAIN)
             for rate in RATES:

@@ -19,6 +19,12 @@ def engine(session, wait):
     return session.start("bench_engine", "asker", domain=domain, wait=wait)
 
 
+def fast_dds(session):
+    domain = session.domain()
+    session.start("bench_fastdds", "server", domain=domain)
+    return session.start("bench_fastdds", "asker", domain=domain)
+
+
 def sockets(session):
     session.start("bench_sockets", "server", port=7000)
     return session.start("bench_sockets", "asker", port=7000)
@@ -31,10 +37,11 @@ def measured(session, askers, outstanding):
 
 
 def run(session):
-    opponents = {"listeners": "bare engine, listeners", "wait_sets": "bare engine, wait sets", "udp": "UDP sockets"}
+    opponents = {"listeners": "bare engine, listeners", "wait_sets": "bare engine, wait sets",
+                 "fast": "Fast DDS", "udp": "UDP sockets"}
     with session.programs_end():
         askers = {"ours": ours(session), "listeners": engine(session, 0), "wait_sets": engine(session, 1),
-                  "udp": sockets(session)}
+                  "fast": fast_dds(session), "udp": sockets(session)}
         for asker in askers.values():
             asker.ask("match")
         for asker in askers.values():

@@ -29,7 +29,7 @@ void measure(const std::string& sample, Coder& coder) {
     std::uint64_t sum = 0;
     for (unsigned i = 0; i < length; ++i) sum += static_cast<unsigned char>(buffer[i]);
     const std::uint64_t first = allocations();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
       if (coder.encode(buffer.data(), static_cast<unsigned>(buffer.size())) == 0) state.SkipWithError("not encoded");
       benchmark::ClobberMemory();
     }
@@ -42,7 +42,7 @@ void measure(const std::string& sample, Coder& coder) {
     const unsigned length = coder.encode(buffer.data(), static_cast<unsigned>(buffer.size()));
     if (!coder.decode(buffer.data(), length)) state.SkipWithError("not decoded");
     const std::uint64_t first = allocations();
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
       if (!coder.decode(buffer.data(), length)) state.SkipWithError("not decoded");
       benchmark::ClobberMemory();
     }

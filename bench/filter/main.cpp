@@ -46,6 +46,7 @@ void filter(benchmark::State& state) {
   std::vector<std::string> texts;
   for (unsigned i = 0; i < wanted; ++i) texts.push_back(address(i));
   std::vector<char*> pointers;
+  pointers.reserve(texts.size());
   for (std::string& text : texts) pointers.push_back(text.data());
   DDS_StringSeq parameters;
   parameters.from_array(pointers.data(), static_cast<DDS_Long>(wanted));
@@ -59,7 +60,7 @@ void filter(benchmark::State& state) {
   }
   Samples samples(wanted);
   unsigned long passed = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     if (slower) tessivar::bench::slow_down();
     passed += filter.evaluate(compiled, &samples.next(), nullptr) != 0;
   }
@@ -73,18 +74,17 @@ void set(benchmark::State& state) {
   for (unsigned i = 0; i < wanted; ++i) addresses.insert(address(i));
   Samples samples(wanted);
   unsigned long passed = 0;
-  for (auto _ : state) passed += addresses.contains(samples.next().unitId);
+  for ([[maybe_unused]] auto _ : state) passed += addresses.contains(samples.next().unitId);
   state.counters["passed"] = benchmark::Counter(static_cast<double>(passed), benchmark::Counter::kAvgIterations);
 }
 
 }  // namespace
 
-BENCHMARK(filter)->RangeMultiplier(10)->Range(1, 10000);
-BENCHMARK(set)->RangeMultiplier(10)->Range(1, 10000);
-
 int main(int argc, char** argv) {
   TessivarDDS::ReadableLogger::install();  // the default logger writes to standard output, where the results are
   benchmark::Initialize(&argc, argv);
+  benchmark::RegisterBenchmark("filter", filter)->RangeMultiplier(10)->Range(1, 10000);
+  benchmark::RegisterBenchmark("set", set)->RangeMultiplier(10)->Range(1, 10000);
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }
