@@ -8,7 +8,6 @@
 #include "tessivar/types/command/command.h"
 #include "tessivar/types/routing/routing.h"
 
-#include <cstring>
 #include <memory>
 
 namespace TessivarDDS {
@@ -66,14 +65,6 @@ std::string AddressContentFilter::expression(const char* typeName) {
   return std::string(type_key) + typeName;
 }
 
-bool AddressContentFilter::AddressOrder::operator()(const AddressEx& a, const char* b) const {
-  return std::strcmp(a.guid(), b) < 0;
-}
-
-bool AddressContentFilter::AddressOrder::operator()(const char* a, const AddressEx& b) const {
-  return std::strcmp(a, b.guid()) < 0;
-}
-
 DDS_ReturnCode_t AddressContentFilter::compile(void** newCompileData, const char* expression,
                                                const DDS_StringSeq& parameters, const DDS_TypeCode*, const char*,
                                                void* oldCompileData) {
@@ -104,6 +95,8 @@ DDS_ReturnCode_t AddressContentFilter::compile(void** newCompileData, const char
   for (DDS_Long i = 0; i < parameters.length(); ++i) {
     if (parameters[i]) data->addresses.emplace(static_cast<const char*>(parameters[i]));
   }
+  data->texts.reserve(data->addresses.size());
+  for (const AddressEx& address : data->addresses) data->texts.emplace(address.guid());
   logInfo() << signature << "Compiled Address Filter for TypeName: " << typeName
             << " Address List Size: " << data->addresses.size();
   *newCompileData = data.release();
@@ -112,10 +105,10 @@ DDS_ReturnCode_t AddressContentFilter::compile(void** newCompileData, const char
 
 DDS_Boolean AddressContentFilter::evaluate(void* compileData, const void* sample, const struct DDS_FilterSampleInfo*) {
   const auto& data = *static_cast<const CompileData*>(compileData);
-  if (data.addresses.empty()) return DDS_BOOLEAN_TRUE;
+  if (data.texts.empty()) return DDS_BOOLEAN_TRUE;
   const char* const address = data.address(sample);
   // A sample without address belongs to no unit.
-  return address && data.addresses.contains(address) ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+  return address && data.texts.contains(address) ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 
 void AddressContentFilter::finalize(void* compileData) {

@@ -8,6 +8,8 @@
 
 #include <set>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 
 namespace TessivarDDS {
 
@@ -15,8 +17,7 @@ namespace TessivarDDS {
 ///
 /// The filter expression is "typeName=" and the registered name of a type. The parameters are the texts of the wanted
 /// addresses. Addresses are compared as texts. Without parameters, every sample passes. The filter has no state: one
-/// instance serves the process, on any thread. An evaluation allocates nothing and needs one search in the set of
-/// addresses.
+/// instance serves the process, on any thread. An evaluation allocates nothing and needs one search in a hash table.
 class TESSIVAR_API AddressContentFilter : public DDSContentFilter {
  public:
   /// The name under which the filter is registered with domains.
@@ -40,20 +41,12 @@ class TESSIVAR_API AddressContentFilter : public DDSContentFilter {
     CommandMetadata = 9,
   };
 
-  /// Compares addresses with addresses and with plain texts. Therefore an evaluation does not create an AddressEx for
-  /// each sample.
-  struct AddressOrder {
-    using is_transparent = void;
-    bool operator()(const AddressEx& a, const AddressEx& b) const { return a < b; }
-    bool operator()(const AddressEx& a, const char* b) const;
-    bool operator()(const char* a, const AddressEx& b) const;
-  };
-
   /// The compiled filter of one filtered topic. It does not change after the compilation.
   struct CompileData {
-    std::set<AddressEx, AddressOrder> addresses;
+    std::set<AddressEx> addresses;
     TypeEnum type;
     const char* (*address)(const void* sample);
+    std::unordered_set<std::string_view> texts;  // the texts of `addresses`, which own them
   };
 
   DDS_ReturnCode_t compile(void** newCompileData, const char* expression, const DDS_StringSeq& parameters,
