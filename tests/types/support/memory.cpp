@@ -56,7 +56,8 @@ bool FailingAllocations::next_fails() {
 
 using namespace types_test;
 
-// The default operators for arrays call these, except those of the address sanitizer.
+// The default operators for arrays call these. Those of the address sanitizer do not: its arrays are not counted and
+// do not fail.
 void* operator new(std::size_t size) {
   if (void* memory = allocate(size)) return memory;
   throw std::bad_alloc();
