@@ -48,9 +48,8 @@ typename Sample::Values arrives(FastDdsParticipant& participant, const std::stri
 TEST_F(FastDdsTest, LateJoinerReceivesSamplesOfAllTopics) {
   tessivar::testing::BusPeer router("router");
   tessivar::testing::ChildProcess publisher = tessivar::testing::example("log_publisher", "0001:04:00");
-  ASSERT_TRUE(device_.does("unit " + unit_id + " Mixer"));
-  ASSERT_TRUE(device_.does("value " + unit_id + " 7 -40"));
-  ASSERT_TRUE(device_.does("metadata " + unit_id + " 7 Gain"));
+  ASSERT_TRUE(
+      device_.does({"unit " + unit_id + " Mixer", "value " + unit_id + " 7 -40", "metadata " + unit_id + " 7 Gain"}));
   ASSERT_TRUE(router.does("port 0001:03:00 31 Camera"));
   ASSERT_TRUE(publisher.send("fan 2 stopped"));
   EXPECT_EQ(arrives<Unit>(participant_, "Orvel.Tessivar.Units"), Unit::Values(unit_id, "Mixer"));

@@ -25,8 +25,7 @@ TEST(DeviceDiscoveryTest, ReportsRemovedUnitsAndFindsThemAgain) {
   BusPeer device("device");
   ASSERT_TRUE(device.does("unit 0001:02:0A again"));
   EXPECT_TRUE(client.sees("unit-added 0001:02:0A again"));
-  ASSERT_TRUE(client.does("match 20000"));
-  ASSERT_TRUE(client.does("set 0001:02:0A 1 5 10000"));
+  ASSERT_TRUE(client.does({"match 20000", "set 0001:02:0A 1 5 10000"}));
   EXPECT_TRUE(client.sees("set true"));
 }
 

@@ -17,30 +17,20 @@ const std::string nobody = "0FFF:FF:FF";
 TEST(InterestTest, DeliversCurrentValuesOfItsUnitsOnly) {
   BusPeer device("device");
   for (const std::string& unit : {camera, lamp}) {
-    ASSERT_TRUE(device.does("value " + unit + " 1 10"));
-    ASSERT_TRUE(device.does("value " + unit + " 1 11"));
-    ASSERT_TRUE(device.does("value " + unit + " 2 12"));
-    ASSERT_TRUE(device.does("metadata " + unit + " 1 gain"));
+    ASSERT_TRUE(device.does({"value " + unit + " 1 10", "value " + unit + " 1 11", "value " + unit + " 2 12",
+                             "metadata " + unit + " 1 gain"}));
   }
   BusPeer client("client");
-  ASSERT_TRUE(client.does("interest " + nobody));
-  ASSERT_TRUE(client.does("create"));
-  ASSERT_TRUE(client.does("match 20000"));
-  ASSERT_TRUE(client.does("history 20000"));
+  ASSERT_TRUE(client.does({"interest " + nobody, "create", "match 20000", "history 20000"}));
 
   ASSERT_TRUE(client.does("interest " + camera));
-  EXPECT_TRUE(client.sees("value " + camera + " 1 11"));
-  EXPECT_TRUE(client.sees("value " + camera + " 2 12"));
-  EXPECT_TRUE(client.sees("metadata " + camera + " 1 gain"));
+  EXPECT_TRUE(
+      client.sees({"value " + camera + " 1 11", "value " + camera + " 2 12", "metadata " + camera + " 1 gain"}));
 
   // Samples of a writer arrive in order: after the camera's change, the lamp's change would also have arrived.
-  ASSERT_TRUE(device.does("value " + lamp + " 1 21"));
-  ASSERT_TRUE(device.does("metadata " + lamp + " 2 dim"));
-  ASSERT_TRUE(device.does("dispose " + lamp + " 2"));
-  ASSERT_TRUE(device.does("value " + camera + " 1 21"));
-  ASSERT_TRUE(device.does("metadata " + camera + " 2 zoom"));
-  EXPECT_TRUE(client.sees("value " + camera + " 1 21"));
-  EXPECT_TRUE(client.sees("metadata " + camera + " 2 zoom"));
+  ASSERT_TRUE(device.does({"value " + lamp + " 1 21", "metadata " + lamp + " 2 dim", "dispose " + lamp + " 2",
+                           "value " + camera + " 1 21", "metadata " + camera + " 2 zoom"}));
+  EXPECT_TRUE(client.sees({"value " + camera + " 1 21", "metadata " + camera + " 2 zoom"}));
   EXPECT_TRUE(client.saw_nothing_of("value")) << "of the lamp, and earlier values";
   EXPECT_TRUE(client.saw_nothing_of("metadata"));
 }
@@ -48,9 +38,7 @@ TEST(InterestTest, DeliversCurrentValuesOfItsUnitsOnly) {
 TEST(InterestTest, FiltersApplyWhileTheyChangeAndDataFlows) {
   BusPeer device("device");
   BusPeer client("client");
-  ASSERT_TRUE(client.does("interest " + nobody));
-  ASSERT_TRUE(client.does("create"));
-  ASSERT_TRUE(client.does("match 20000"));
+  ASSERT_TRUE(client.does({"interest " + nobody, "create", "match 20000"}));
   ASSERT_TRUE(device.does("stream 1 " + camera + ' ' + lamp + ' ' + mixer));
 
   ASSERT_TRUE(client.does("interest " + camera));
@@ -79,22 +67,17 @@ TEST(InterestTest, FiltersApplyWhileTheyChangeAndDataFlows) {
 
 TEST(InterestTest, RangesAreRemovedOneByOneAndFoundByLaterFilters) {
   BusPeer device("device");
-  ASSERT_TRUE(device.does("filter " + mixer));
-  ASSERT_TRUE(device.does("value " + lamp + " 1 11"));
+  ASSERT_TRUE(device.does({"filter " + mixer, "value " + lamp + " 1 11"}));
   BusPeer client("client");
   BusPeer other("client");
   for (BusPeer* each : {&client, &other}) {
-    ASSERT_TRUE(each->does("create"));
-    ASSERT_TRUE(each->does("interest " + camera));
+    ASSERT_TRUE(each->does({"create", "interest " + camera}));
   }
-  ASSERT_TRUE(client.does("interest " + lamp + " 1 5"));
-  ASSERT_TRUE(client.does("interest " + lamp + " 6 9"));
-  ASSERT_TRUE(client.does("match 20000"));
+  ASSERT_TRUE(client.does({"interest " + lamp + " 1 5", "interest " + lamp + " 6 9", "match 20000"}));
   EXPECT_TRUE(client.sees("value " + lamp + " 1 11"));
   EXPECT_TRUE(device.saw_nothing_of("interest"));
   ASSERT_TRUE(device.does("filter " + mixer + ' ' + lamp));
-  EXPECT_TRUE(device.sees("interest " + lamp + " 1 5"));
-  EXPECT_TRUE(device.sees("interest " + lamp + " 6 9"));
+  EXPECT_TRUE(device.sees({"interest " + lamp + " 1 5", "interest " + lamp + " 6 9"}));
   ASSERT_TRUE(device.does("filter " + mixer + ' ' + lamp + ' ' + camera));
   EXPECT_TRUE(device.sees("interest " + camera));
 
@@ -106,8 +89,7 @@ TEST(InterestTest, RangesAreRemovedOneByOneAndFoundByLaterFilters) {
   EXPECT_TRUE(device.sees("interest-removed " + lamp + " 6 9"));
   EXPECT_TRUE(device.saw_nothing_of("interest " + lamp)) << "the others were not told again";
   ASSERT_TRUE(client.does("no-interest " + camera));
-  ASSERT_TRUE(device.does("value " + lamp + " 1 13"));
-  ASSERT_TRUE(device.does("value " + camera + " 1 13"));
+  ASSERT_TRUE(device.does({"value " + lamp + " 1 13", "value " + camera + " 1 13"}));
   ASSERT_TRUE(other.sees("value " + camera + " 1 13"));
   for (const std::string& unit : {camera, lamp}) EXPECT_TRUE(client.saw_nothing_of("value " + unit + " 1 13"));
   BusPeer late("device");
@@ -124,8 +106,7 @@ TEST(InterestTest, EndsForTheDeviceWithTheLastClient) {
   {
     BusPeer leaving("client");
     for (BusPeer* client : {&staying, &leaving}) {
-      ASSERT_TRUE(client->does("create"));
-      ASSERT_TRUE(client->does("interest " + camera));
+      ASSERT_TRUE(client->does({"create", "interest " + camera}));
       ASSERT_TRUE(device.sees("interest " + camera + " 0 4294967295"));
     }
     ASSERT_TRUE(leaving.does("interest " + lamp + " 10 20"));

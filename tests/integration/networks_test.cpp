@@ -27,12 +27,12 @@ std::string alone(const std::string& interface, const std::string& peers) {
 TEST(TwoHostsTest, DiscoverEachOtherByPeersOrMulticast) {
   if (!Hosts::permitted()) {
     std::cerr << not_permitted;
-    BusPeer client({"/usr/bin/env", "TESSIVAR_PEERS=10.255.255.1"}, "client");
+    BusPeer client("client", {}, {"/usr/bin/env", "TESSIVAR_PEERS=10.255.255.1"});
     ASSERT_TRUE(client.does("create"));
     client.begin("match 100");
     EXPECT_TRUE(client.sees("did match failed"));
     EXPECT_THAT(client.transcript(), HasSubstr(alone("lo (127.0.0.1)", "10.255.255.1")));
-    BusPeer device({"/usr/bin/env", "TESSIVAR_MULTICAST=1"}, "device");
+    BusPeer device("device", {}, {"/usr/bin/env", "TESSIVAR_MULTICAST=1"});
     EXPECT_TRUE(client.does("match 20000"));
     return;
   }
@@ -40,9 +40,9 @@ TEST(TwoHostsTest, DiscoverEachOtherByPeersOrMulticast) {
   for (const std::string& setting : {"TESSIVAR_PEERS=" + hosts.addresses("a"), std::string("TESSIVAR_MULTICAST=1")}) {
     SCOPED_TRACE(setting);
     const bool multicast = setting == "TESSIVAR_MULTICAST=1";
-    BusPeer device(hosts.on("a", {multicast ? setting : "TESSIVAR_MULTICAST=0"}), "device");
+    BusPeer device("device", {}, hosts.on("a", {multicast ? setting : "TESSIVAR_MULTICAST=0"}));
     {
-      BusPeer lonely(hosts.on("b"), "client");
+      BusPeer lonely("client", {}, hosts.on("b"));
       ASSERT_TRUE(lonely.does("create"));
       for (const char* command : {"match 100", "set 0001:02:0A 1 5 100"}) {
         const std::size_t before = lonely.transcript().size();
@@ -51,9 +51,8 @@ TEST(TwoHostsTest, DiscoverEachOtherByPeersOrMulticast) {
         EXPECT_THAT(lonely.transcript().substr(before), HasSubstr(alone("red (10.90.0.2)", "none")));
       }
     }
-    BusPeer client(hosts.on("b", {setting}), "client");
-    ASSERT_TRUE(client.does("create"));
-    EXPECT_TRUE(client.does("match 20000"));
+    BusPeer client("client", {}, hosts.on("b", {setting}));
+    ASSERT_TRUE(client.does({"create", "match 20000"}));
   }
 }
 
@@ -69,11 +68,10 @@ class TwoNetworksTest : public ::testing::TestWithParam<const char*> {
       if (!hosts) return {"/usr/bin/env", setting};
       return hosts->on(host, {setting});
     };
-    device = std::make_unique<BusPeer>(launcher("a", "b"), "device");
-    client = std::make_unique<BusPeer>(launcher("b", "a"), "client");
+    device = std::make_unique<BusPeer>("device", std::vector<std::string>(), launcher("a", "b"));
+    client = std::make_unique<BusPeer>("client", std::vector<std::string>(), launcher("b", "a"));
     ASSERT_TRUE(device->does(std::string("unit ") + unit + " camera"));
-    ASSERT_TRUE(client->does("create"));
-    ASSERT_TRUE(client->does("match 20000"));
+    ASSERT_TRUE(client->does({"create", "match 20000"}));
   }
   std::string next() { return std::string("value ") + unit + " 1 " + std::to_string(++value); }
   /// Tests that every change and every request arrives.

@@ -24,19 +24,15 @@ TEST(BusParticipantTest, IsAdmittedByItsType) {
   BusPeer denied("device", {"type=4"});
   BusPeer allowed("device", {"type=5"});
   ASSERT_TRUE(allowed.does("filter 0005:00:00"));
-  ASSERT_TRUE(denied.does("unit 0004:00:00 denied"));
-  ASSERT_TRUE(denied.does("value 0004:00:00 1 4"));
-  ASSERT_TRUE(allowed.does("unit 0005:00:00 allowed"));
-  ASSERT_TRUE(allowed.does("value 0005:00:00 1 5"));
-  ASSERT_TRUE(client.sees("unit-added 0005:00:00"));
-  ASSERT_TRUE(client.sees("value 0005:00:00 1 5"));
+  ASSERT_TRUE(denied.does({"unit 0004:00:00 denied", "value 0004:00:00 1 4"}));
+  ASSERT_TRUE(allowed.does({"unit 0005:00:00 allowed", "value 0005:00:00 1 5"}));
+  ASSERT_TRUE(client.sees({"unit-added 0005:00:00", "value 0005:00:00 1 5"}));
 
   // A second client without a list receives both. A sample that the first client has not received by then was not
   // admitted.
   BusPeer open("client", {"type=1"});
   ASSERT_TRUE(open.does("create"));
-  ASSERT_TRUE(open.sees("value 0004:00:00 1 4"));
-  ASSERT_TRUE(open.sees("value 0005:00:00 1 5"));
+  ASSERT_TRUE(open.sees({"value 0004:00:00 1 4", "value 0005:00:00 1 5"}));
   ASSERT_TRUE(allowed.does("value 0005:00:00 1 6"));
   ASSERT_TRUE(client.sees("value 0005:00:00 1 6"));
   EXPECT_TRUE(client.saw_nothing_of("unit-added"));

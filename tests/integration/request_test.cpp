@@ -23,8 +23,7 @@ class CommandRequestTest : public ::testing::Test {
   }
 
   static void join(BusPeer& client) {
-    ASSERT_TRUE(client.does("create"));
-    ASSERT_TRUE(client.does("match 20000"));
+    ASSERT_TRUE(client.does({"create", "match 20000"}));
     ASSERT_TRUE(client.sees("unit-added 0001:02:0A"));
   }
 
@@ -50,8 +49,7 @@ TEST_F(CommandRequestTest, EndsWithTheReplyOfTheDevice) {
 
   ASSERT_TRUE(device().does("answer refuse tally"));
   ASSERT_TRUE(client().does("set 0001:02:0A 1 43 20000"));
-  EXPECT_TRUE(client().sees("set false"));
-  EXPECT_TRUE(client().sees("reason tally"));
+  EXPECT_TRUE(client().sees({"set false", "reason tally"}));
 
   // Each interim reply restarts the timeout.
   ASSERT_TRUE(device().does("answer progress 6 300"));

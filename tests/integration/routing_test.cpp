@@ -87,9 +87,8 @@ TEST(RoutingProcessTest, RouteRequestEndsWithTheReplyOfTheRouter) {
 TEST(RoutingProcessTest, KilledRouterIsReportedAndFoundAgain) {
   Controller controller;
   const auto appears = [&](BusPeer& device, const std::string& port) {
-    ASSERT_TRUE(device.does("announce " + router + " name"));
-    ASSERT_TRUE(device.does("port " + router + ' ' + port + " name"));
-    ASSERT_TRUE(device.does("route " + router + ' ' + port + " 3"));
+    ASSERT_TRUE(device.does({"announce " + router + " name", "port " + router + ' ' + port + " name",
+                             "route " + router + ' ' + port + " 3"}));
     for (const char* event : {"added 0001:03:01", "source ", "destination ", "source of ", "to ", "route "}) {
       const std::string text = event + (event[0] == 'a' ? "" : port);
       EXPECT_TRUE(controller.events.happens(event[0] == 'r' ? text + " from 3" : text)) << text;

@@ -9,8 +9,9 @@ using ::testing::AssertionFailure;
 using ::testing::AssertionResult;
 using ::testing::AssertionSuccess;
 
-std::vector<std::string> command_line(const std::string& role, const std::vector<std::string>& options) {
-  std::vector<std::string> words = {TESSIVAR_BUS_PEER, role, std::to_string(own_domain())};
+std::vector<std::string> command_line(const std::string& role, const std::vector<std::string>& options,
+                                      std::vector<std::string> words) {
+  words.insert(words.end(), {TESSIVAR_BUS_PEER, role, std::to_string(own_domain())});
   words.insert(words.end(), options.begin(), options.end());
   return words;
 }
@@ -23,17 +24,9 @@ ChildProcess example(const std::string& name, const std::vector<std::string>& ar
   return ChildProcess(words, "");
 }
 
-BusPeer::BusPeer(const std::string& role, const std::vector<std::string>& options)
-    : ChildProcess(command_line(role, options)) {
-  EXPECT_TRUE(sees("ready"));
-}
-
-BusPeer::BusPeer(const std::vector<std::string>& launcher, const std::string& role)
-    : ChildProcess([&] {
-        std::vector<std::string> words = launcher;
-        for (const std::string& word : command_line(role, {})) words.push_back(word);
-        return words;
-      }()) {
+BusPeer::BusPeer(const std::string& role, const std::vector<std::string>& options,
+                 const std::vector<std::string>& launcher)
+    : ChildProcess(command_line(role, options, launcher)) {
   EXPECT_TRUE(sees("ready"));
 }
 
@@ -49,6 +42,12 @@ AssertionResult BusPeer::does(const std::string& command) {
   return did(command.substr(0, command.find(' ')));
 }
 
+AssertionResult BusPeer::does(std::initializer_list<std::string> commands) {
+  AssertionResult result = AssertionSuccess();
+  for (auto command = commands.begin(); result && command != commands.end(); ++command) result = does(*command);
+  return result;
+}
+
 AssertionResult BusPeer::did(const std::string& verb) {
   const auto result = event("did " + verb + ' ');
   if (!result) return failure(verb + " did not end");
@@ -59,6 +58,12 @@ AssertionResult BusPeer::did(const std::string& verb) {
 AssertionResult BusPeer::sees(const std::string& prefix, std::chrono::milliseconds timeout) {
   if (event(prefix, timeout)) return AssertionSuccess();
   return failure("it did not see '" + prefix + "'");
+}
+
+AssertionResult BusPeer::sees(std::initializer_list<std::string> prefixes) {
+  AssertionResult result = AssertionSuccess();
+  for (auto prefix = prefixes.begin(); result && prefix != prefixes.end(); ++prefix) result = sees(*prefix);
+  return result;
 }
 
 AssertionResult BusPeer::saw_nothing_of(const std::string& prefix) {
