@@ -15,8 +15,6 @@
 namespace tessivar::testing {
 
 enum class Call {
-  create_guard_condition,
-  create_wait_set,
   create_reader,
   create_writer,
   create,  // any of the above

@@ -63,16 +63,6 @@ class TestEngine final : public platform::Engine {
     if (result == DDS_RETCODE_OK) participant = std::move(made);
     return result;
   }
-  std::unique_ptr<platform::EngineGuardCondition> create_guard_condition() override {
-    std::string error;
-    if (refuse(Call::create_guard_condition, "", error) != DDS_RETCODE_OK) return nullptr;
-    return platform::default_engine().create_guard_condition();
-  }
-  std::unique_ptr<platform::EngineWaitSet> create_wait_set() override {
-    std::string error;
-    if (refuse(Call::create_wait_set, "", error) != DDS_RETCODE_OK) return nullptr;
-    return platform::default_engine().create_wait_set();
-  }
 
  private:
   class Part {

@@ -58,6 +58,8 @@ class EngineLogSink {
   }
 };
 
+namespace {
+
 void redirect_engine_log() {
   static std::once_flag once;
   std::call_once(once, [] {
@@ -65,6 +67,8 @@ void redirect_engine_log() {
     dds_set_log_sink(NoThrow<EngineLogSink::write>::call, nullptr);
   });
 }
+
+}  // namespace
 
 EngineLogCapture::EngineLogCapture() : lines_(new Lines), outer_(innermost) {
   redirect_engine_log();

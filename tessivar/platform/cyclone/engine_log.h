@@ -7,11 +7,9 @@
 
 namespace tessivar::platform::cyclone {
 
-/// From the first call on, the engine's log lines go to the platform's log.
-void redirect_engine_log();
-
-/// While an object exists, it keeps the lines that the engine logs on this thread. Its destructor sends these lines to
-/// the platform's log, except errors and warnings that text() has returned. Objects can be nested.
+/// From the first object on, the engine's log lines go to the platform's log. While an object exists, it keeps the
+/// lines that the engine logs on this thread. Its destructor sends these lines to the platform's log, except errors and
+/// warnings that text() has returned. Objects can be nested.
 class EngineLogCapture {
  public:
   EngineLogCapture();

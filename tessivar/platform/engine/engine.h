@@ -19,11 +19,10 @@
 // E3 Callbacks. The engine calls callbacks on its own threads, or on a thread that is inside one of its operations,
 //    including the operation that creates the object, before it has returned. Callbacks of one reader do not overlap,
 //    likewise those of one writer and of one participant. Status reports arrive in the order of the changes.
-// E4 Calls in callbacks. A callback may call: every operation of another participant, of conditions and of wait sets,
-//    except wait(); take(), write(), flush(), guid(), matched_…, ignore(), add_peer() and remove_peer(). It must not
-//    destroy a reader, writer or participant, and must not wait for history or acknowledgments: the engine may wait for
-//    the end of the callback. A write that would be delivered to the reader whose callback runs returns
-//    ILLEGAL_OPERATION.
+// E4 Calls in callbacks. A callback may call: every operation of another participant; take(), write(), flush(), guid(),
+//    matched_…, ignore(), add_peer() and remove_peer(). It must not destroy a reader, writer or participant, and must
+//    not wait for history or acknowledgments: the engine may wait for the end of the callback. A write that would be
+//    delivered to the reader whose callback runs returns ILLEGAL_OPERATION.
 // E5 End. When a destructor has returned, no callback and no filter call of the object runs, and none will begin.
 // E6 Log. The engine logs through platform::log with the context "engine". If it may hold a lock at that point, it does
 //    so inside a CallbackScope for a filter, so that the logger cannot call the engine.
@@ -162,35 +161,6 @@ class EngineParticipantEvents {
 
  protected:
   ~EngineParticipantEvents() = default;
-};
-
-/// A condition that a wait set waits for.
-///
-/// C1 The destruction of a condition detaches it.
-class EngineCondition {
- public:
-  virtual ~EngineCondition() = default;
-  virtual bool triggered() const = 0;
-};
-
-class EngineGuardCondition : public EngineCondition {
- public:
-  virtual DDS_ReturnCode_t set_trigger(bool value) = 0;
-};
-
-/// C2 wait() measures with a steady clock. An empty wait set waits its time, too. A condition that is attached or
-///    triggered by another thread during a wait ends this wait.
-/// C3 A condition stays triggered until its trigger is set to false; each wait() returns it once.
-class EngineWaitSet {
- public:
-  virtual ~EngineWaitSet() = default;
-  /// wait() returns `cookie` if the condition is triggered. Returns PRECONDITION_NOT_MET if the condition is attached
-  /// already.
-  virtual DDS_ReturnCode_t attach(EngineCondition& condition, void* cookie) = 0;
-  virtual DDS_ReturnCode_t detach(EngineCondition& condition) = 0;
-  /// Waits at most `timeout` nanoseconds (`never`: no limit). `cookies` gets the cookies of the triggered conditions.
-  /// Returns TIMEOUT if no condition was triggered.
-  virtual DDS_ReturnCode_t wait(std::int64_t timeout, std::vector<void*>& cookies) = 0;
 };
 
 /// R1 Cache. The reader keeps samples until they are taken, as its HISTORY says. It ignores the resource limits of its
@@ -348,9 +318,6 @@ class Engine {
   /// for a configuration that cannot be used. A peer whose name cannot be resolved is left out with one log line.
   virtual DDS_ReturnCode_t create_participant(const EngineParticipantConfig&, EngineParticipantEvents*,
                                               std::unique_ptr<EngineParticipant>&, std::string& error) = 0;
-  /// Both return null if the engine has no resources.
-  virtual std::unique_ptr<EngineGuardCondition> create_guard_condition() = 0;
-  virtual std::unique_ptr<EngineWaitSet> create_wait_set() = 0;
 };
 
 /// Returns the engine in use: default_engine(), unless a test has replaced it.

@@ -7,22 +7,20 @@
 DDSCondition::DDSCondition(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 DDSCondition::~DDSCondition() {
-  if (impl_ && impl_->made_here.inherited()) static_cast<void>(impl_.release());  // the parent's engine uses it
+  if (impl_ && impl_->made_here.inherited()) static_cast<void>(impl_.release());  // the parent's wait sets refer to it
 }
 
-DDSGuardCondition::DDSGuardCondition() : DDSCondition(std::make_unique<Impl>()) {
-  impl_->engine = tessivar::platform::engine().create_guard_condition();
-}
+DDSGuardCondition::DDSGuardCondition() : DDSCondition(std::make_unique<Impl>()) {}
 
 DDSGuardCondition::~DDSGuardCondition() = default;
 
 DDS_Boolean DDSGuardCondition::get_trigger_value() {
-  return impl_->engine && impl_->engine->triggered();
+  return tessivar::platform::is_triggered(*impl_);
 }
 
 DDS_ReturnCode_t DDSGuardCondition::set_trigger_value(DDS_Boolean value) {
-  if (!impl_->engine) return DDS_RETCODE_OUT_OF_RESOURCES;
-  return impl_->engine->set_trigger(value != DDS_BOOLEAN_FALSE);
+  tessivar::platform::set_triggered(*this, value != DDS_BOOLEAN_FALSE);
+  return DDS_RETCODE_OK;
 }
 
 DDSReadCondition::DDSReadCondition(std::unique_ptr<Impl> impl) : DDSCondition(std::move(impl)) {}

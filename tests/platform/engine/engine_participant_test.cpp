@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Tests the participants, matches and conditions of an engine. Each test names the obligations of
+// Tests the participants and the matches of an engine. Each test names the obligations of
 // tessivar/platform/engine/engine.h.
 #include "engine/engine_fixture.h"
-
-#include <future>
 
 namespace platform_test {
 namespace {
@@ -218,42 +216,6 @@ TEST_F(EngineTest, KnowsWhichWritersAreAlive) {  // V3
   EXPECT_EQ(writer->it->assert_liveliness(), DDS_RETCODE_OK);
   writer.reset();
   EXPECT_TRUE(has(0, 0)) << "gone";
-}
-
-TEST_F(EngineTest, WakesWaitSetsForTheirConditions) {  // C1 C2 C3
-  const auto set = engine_.create_wait_set();
-  auto first = engine_.create_guard_condition(), second = engine_.create_guard_condition();
-  ASSERT_TRUE(set && first && second);
-  int one = 1, two = 2;
-  std::vector<void*> cookies;
-  const auto begin = std::chrono::steady_clock::now();
-  EXPECT_EQ(set->wait(-1, cookies), DDS_RETCODE_BAD_PARAMETER);
-  EXPECT_EQ(set->wait(20'000'000, cookies), DDS_RETCODE_TIMEOUT);
-  EXPECT_GE(std::chrono::steady_clock::now() - begin, 20ms) << "although it is empty";
-  EXPECT_EQ(set->attach(*first, &one), DDS_RETCODE_OK);
-  EXPECT_EQ(set->attach(*first, &two), DDS_RETCODE_PRECONDITION_NOT_MET);
-  for (const bool attach : {true, false}) {
-    auto waiting = std::async(std::launch::async, [&] { return set->wait(wait_limit, cookies); });
-    EXPECT_EQ(waiting.wait_for(10ms), std::future_status::timeout);
-    if (attach) second->set_trigger(true);
-    EXPECT_EQ(attach ? set->attach(*second, &two) : first->set_trigger(true), DDS_RETCODE_OK);
-    EXPECT_EQ(waiting.get(), DDS_RETCODE_OK);
-    EXPECT_THAT(cookies, ElementsAre(attach ? &two : &one));
-    if (attach) second->set_trigger(false);
-  }
-  second->set_trigger(true);
-  for (int twice = 0; twice < 2; ++twice) {
-    EXPECT_EQ(set->wait(0, cookies), DDS_RETCODE_OK);
-    EXPECT_THAT(cookies, UnorderedElementsAre(&one, &two)) << "each once, and they stay triggered";
-  }
-  EXPECT_TRUE(second->triggered());
-  second.reset();
-  EXPECT_EQ(set->wait(0, cookies), DDS_RETCODE_OK);
-  EXPECT_THAT(cookies, ElementsAre(&one));
-  EXPECT_EQ(set->detach(*first), DDS_RETCODE_OK);
-  EXPECT_NE(set->detach(*first), DDS_RETCODE_OK);
-  EXPECT_EQ(set->wait(0, cookies), DDS_RETCODE_TIMEOUT);
-  EXPECT_THAT(cookies, IsEmpty());
 }
 
 }  // namespace
