@@ -158,7 +158,7 @@ class TessivarNode::CommandInterestRunner : public WaitSetThreadRunner<Tessivar:
 class TessivarNode::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
  public:
   UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
-      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle}), owner_(owner) {}
+      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .everyChange = true}), owner_(owner) {}
 
   void processSample(const Tessivar::Unit& unit, const DDS_SampleInfo& info) override {
     if (info.instance_state != DDS_ALIVE_INSTANCE_STATE) return;

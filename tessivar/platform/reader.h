@@ -96,6 +96,15 @@ class TESSIVAR_API DDSDataReader : public DDSEntity {
 
   /// The reader owns the condition. delete_readcondition or delete_contained_entities deletes it.
   DDSReadCondition* create_readcondition(DDS_SampleStateMask, DDS_ViewStateMask, DDS_InstanceStateMask);
+  /// As create_readcondition, for a thread that handles every change. A read or take with this condition also returns
+  /// the unread samples that newer samples of their instance have replaced. The reader keeps these samples as long as
+  /// it has such a condition, at most 16384 of them; it drops the oldest of an instance first. A read or take without
+  /// this condition drops them, and does not return them. While samples arrive often, the condition wakes a wait set
+  /// about once in a millisecond.
+  DDSReadCondition* create_change_conditionI(DDS_SampleStateMask, DDS_ViewStateMask, DDS_InstanceStateMask);
+  /// Returns how many reads and takes with such a condition have begun. When two more have begun, the thread has
+  /// handled the samples that were unread before.
+  DDS_UnsignedLong change_readsI() const;
   /// Returns PRECONDITION_NOT_MET if the condition does not belong to this reader.
   DDS_ReturnCode_t delete_readcondition(DDSReadCondition* condition);
   /// Deletes all read conditions.

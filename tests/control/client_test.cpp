@@ -2,6 +2,8 @@
 
 #include "tests/control/support/device_and_controller.h"
 
+#include <chrono>
+#include <thread>
 #include <tuple>
 
 namespace TessivarDDS {
@@ -112,6 +114,17 @@ TEST_F(TessivarClientTest, FindsOnlyUnitsAndCommandsThatAreAlive) {
   EXPECT_TRUE(client_hears_.happens("no unit 0001:02:0B"));
   EXPECT_TRUE(eventually([&] { return finds(lamp) == std::tuple(false, false, false); }));
   EXPECT_THAT(units(), IsEmpty());
+}
+
+TEST_F(TessivarClientTest, QueriesDoNotWaitForASilentDevice) {
+  start();
+  std::jthread device([&](const std::stop_token& stop) {
+    while (!stop.stop_requested()) publish(camera, 7);
+  });
+  ASSERT_TRUE(client_hears_.happens("value 7"));
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(client_.queryCommand(camera, 1, *command_));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500)) << "each may wait for a second";
 }
 
 TEST_F(TessivarClientTest, SetCommandRemovesItsTicket) {

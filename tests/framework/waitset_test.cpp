@@ -164,6 +164,22 @@ TEST_F(WaitSetThreadTest, DetachWaitsForTheRunner) {
   EXPECT_THAT(events.take(2), ElementsAre("u/1=0", "deleted"));
 }
 
+TEST_F(WaitSetThreadTest, SkipsReplacedSamplesThatWaitedTooLong) {
+  std::promise<void> entered, go;
+  begin({.everyChange = true}, [&](const Tessivar::Command& sample) {
+    if (sample.value._u.intValue != 1) return;
+    entered.set_value();
+    go.get_future().wait();
+  });
+  write("u", 1, 1);
+  entered.get_future().wait();
+  for (const int value : {2, 3, 4}) write("u", 1, value);
+  write("v", 1, 5);
+  TessivarThread::sleep(100);
+  go.set_value();
+  EXPECT_THAT(events.take(3), ElementsAre("u/1=1", "u/1=4", "v/1=5"));
+}
+
 TEST_F(WaitSetThreadTest, ContinuesAfterAnExceptionOfARunner) {
   for (unsigned number = 1; number <= 3; ++number) write("u", number);
   begin({}, [&](const Tessivar::Command& sample) {

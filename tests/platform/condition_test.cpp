@@ -57,6 +57,40 @@ TEST_F(WaitSetTest, TimesOutAndWakesForConditionsAttachedMeanwhile) {
   EXPECT_THAT(all(woken), ElementsAre(&guard));
 }
 
+TEST_F(WaitSetTest, GathersSamplesThatArriveOften) {
+  Side side;
+  CommandDataWriter* const writer = side.writer();
+  CommandDataReader* const reader = side.reader();
+  DDSReadCondition* const changes =
+      reader->create_change_conditionI(DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+  DDSGuardCondition guard;
+  wait_set.attach_condition(&guard);
+  wait_set.attach_condition(changes);
+  std::vector<Received> received;
+  DDS_ReadSelectionI selection;
+  selection.condition = changes;
+  for (int round = 0; round < 3; ++round) {
+    write(writer, 1);  // arrives before the wait
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(wait(), ElementsAre(changes));
+    if (round > 0) {
+      EXPECT_GE(std::chrono::steady_clock::now() - begin, 1ms) << "the wait before had samples at once";
+    }
+    EXPECT_EQ(access(reader, selection, received), DDS_RETCODE_OK);
+  }
+  write(writer, 1);
+  EXPECT_THAT(wait(at_once), ElementsAre(changes)) << "no longer than the time limit";
+  guard.set_trigger_value(DDS_BOOLEAN_TRUE);
+  EXPECT_THAT(wait(), ElementsAre(&guard, changes));
+  guard.set_trigger_value(DDS_BOOLEAN_FALSE);
+  EXPECT_EQ(access(reader, selection, received), DDS_RETCODE_OK);
+  EXPECT_THAT(wait({0, 5000000}), SizeIs(0));
+  auto waiting = std::async(std::launch::async, [&] { return wait(); });
+  EXPECT_EQ(waiting.wait_for(5ms), std::future_status::timeout);
+  write(writer, 1);
+  EXPECT_THAT(waiting.get(), ElementsAre(changes)) << "woken by a sample after a quiet time";
+}
+
 TEST_F(WaitSetTest, ForgetsDeletedConditions) {
   DDSGuardCondition survivor;
   {

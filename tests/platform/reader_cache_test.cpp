@@ -104,6 +104,46 @@ TEST_F(ReaderCacheTest, CountsGenerationsAndRemovesEndedInstances) {
   CommandSupport::delete_data(key);
 }
 
+TEST_F(ReaderCacheTest, KeepsReplacedSamplesForEveryChange) {
+  const auto changes = [&](std::size_t max = 100) {
+    std::vector<EngineSlot> slots;
+    ReaderSelection selection = {false, DDS_NOT_READ_SAMPLE_STATE};
+    selection.every_change = true;
+    cache.access(selection, max, slots, nullptr);
+    std::vector<std::int64_t> times;
+    for (const EngineSlot& slot : slots) times.push_back(to_nanoseconds(slot.info.source_timestamp));
+    return times;
+  };
+  const auto insert_many = [&](std::int64_t begin, std::int64_t end) {
+    for (std::int64_t time = begin; time < end; ++time) insert(1, 7, time);
+  };
+  cache.keep_replaced(true);
+  insert_many(1, 6);
+  insert(1, 8, 9);
+  EXPECT_THAT(changes(3), ElementsAre(1, 2, 3));
+  EXPECT_THAT(changes(), ElementsAre(4, 5, 9));
+  EXPECT_EQ(access(false, DDS_ANY_SAMPLE_STATE).size(), 3u) << "what was read stays as long as HISTORY says";
+  insert_many(10, 15);
+  EXPECT_THAT(news(), ElementsAre(13, 14)) << "others get only what HISTORY keeps";
+  EXPECT_THAT(changes(), ElementsAre()) << "and nobody gets older samples after that";
+  insert_many(20, 25);
+  insert(1, 7, 25, disposed, false);
+  EXPECT_THAT(changes(3), ElementsAre(22, 23, 24)) << "together, as they report the end";
+  EXPECT_FALSE(cache.is_alive(hash(7)) || cache.knows(hash(7)));
+  constexpr auto many = static_cast<std::int64_t>(ReaderCache::max_replaced);
+  insert_many(30, 40 + many);
+  insert(1, 8, 50);
+  insert(1, 8, 51);
+  insert(1, 8, 52);
+  const std::vector<std::int64_t> all = changes(2 * ReaderCache::max_replaced);
+  EXPECT_EQ(all.size(), ReaderCache::max_replaced + 2 + 2) << "the oldest are dropped, of each instance";
+  EXPECT_THAT(std::vector(all.end() - 3, all.end()), ElementsAre(39 + many, 51, 52));
+  insert_many(100 + many, 105 + many);
+  cache.keep_replaced(false);
+  insert(1, 7, 110 + many);
+  EXPECT_THAT(changes(), ElementsAre(104 + many, 110 + many));
+}
+
 TEST_F(ReaderCacheTest, MergesTheSamplesOfTwoSources) {
   insert(1, 1, 10);
   insert(1, 2, 10);

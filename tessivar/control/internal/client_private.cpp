@@ -9,7 +9,8 @@ namespace TessivarDDS {
 class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
  public:
   UnitsRunner(Tessivar::UnitDataReader* reader, Private& owner)
-      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false}), owner_(owner) {}
+      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false, .everyChange = true}),
+        owner_(owner) {}
 
   void processSample(const Tessivar::Unit& unit, const DDS_SampleInfo& info) override {
     constexpr const char* signature =
@@ -43,7 +44,8 @@ class TessivarClient::UnitsRunner : public WaitSetThreadRunner<Tessivar::Unit> {
 class TessivarClient::MetadataRunner : public WaitSetThreadRunner<Tessivar::CommandMetadata> {
  public:
   MetadataRunner(Tessivar::CommandMetadataDataReader* reader, Private& owner)
-      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false}), owner_(owner) {}
+      : WaitSetThreadRunner(reader, {.maxSamples = samplesPerCycle, .take = false, .everyChange = true}),
+        owner_(owner) {}
 
   void processSample(const Tessivar::CommandMetadata& metadata) override {
     const DDS_InstanceHandle_t handle = typedReader()->lookup_instance(metadata);

@@ -67,8 +67,10 @@ bool WaitSetThread::attachRunner(WaitSetThreadRunnerBase* runner, bool owned) {
     logError() << attach_signature << "WaitSetThread::create() not called";
     return false;
   }
+  const auto create =
+      runner->settings().everyChange ? &DDSDataReader::create_change_conditionI : &DDSDataReader::create_readcondition;
   DDSReadCondition* const condition =
-      reader->create_readcondition(runner->sampleStateMask(), runner->viewStateMask(), runner->instanceStateMask());
+      (reader->*create)(runner->sampleStateMask(), runner->viewStateMask(), runner->instanceStateMask());
   if (!condition) {
     logError() << attach_signature << "Failed to create read condition";
     return false;

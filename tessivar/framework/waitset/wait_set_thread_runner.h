@@ -22,6 +22,10 @@ struct RunnerSettings {
   DDS_InstanceStateMask instanceStateMask = DDS_ANY_INSTANCE_STATE;
   /// True: samples are taken. False: samples are read and stay in the reader for queries.
   bool take = true;
+  /// True: samples that newer samples of their instance have replaced are processed, too, except in an overload: when
+  /// more than 16384 of them wait, or when one of them waits longer than 50 ms. While samples arrive often, they are
+  /// processed about once in a millisecond.
+  bool everyChange = false;
   /// Prints every sample, and logs when there are none.
   bool verbose = false;
 };
@@ -90,6 +94,8 @@ class TESSIVAR_API WaitSetThreadRunner : public WaitSetThreadRunnerBase {
 
  private:
   static std::string signature(const char* function);
+  DDS_ReturnCode_t read(TSeq& samples, DDS_SampleInfoSeq& infos);
+  bool isOutdated(const DDS_SampleInfo& info) const;
   void process(const T& sample, const DDS_SampleInfo& info);
 
   TDataReader* reader_;

@@ -19,7 +19,8 @@ DDS_Boolean DDSGuardCondition::get_trigger_value() {
 }
 
 DDS_ReturnCode_t DDSGuardCondition::set_trigger_value(DDS_Boolean value) {
-  tessivar::platform::set_triggered(*this, value != DDS_BOOLEAN_FALSE);
+  tessivar::platform::Wake wake;
+  tessivar::platform::set_triggered(*this, value != DDS_BOOLEAN_FALSE, wake);
   return DDS_RETCODE_OK;
 }
 

@@ -7,7 +7,6 @@
 #include "tessivar/platform/values/sequence_fill.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace platform = tessivar::platform;
@@ -34,11 +33,11 @@ DDSCondition::Impl::~Impl() {
   }
 }
 
-void platform::set_triggered(DDSCondition& condition, bool value) {
+void platform::set_triggered(DDSCondition& condition, bool value, Wake& wake) {
   const platform::MutexLock lock(attachments_mutex());
   const bool before = std::exchange(condition.impl().triggered, value);
   if (before || !value) return;
-  for (DDSWaitSet::Impl* wait_set : condition.impl().wait_sets) wait_set->changed.notify_one();
+  for (DDSWaitSet::Impl* wait_set : condition.impl().wait_sets) wait_set->wake_for(condition.impl(), wake);
 }
 
 bool platform::is_triggered(const DDSCondition::Impl& condition) {
@@ -46,8 +45,37 @@ bool platform::is_triggered(const DDSCondition::Impl& condition) {
   return condition.triggered;
 }
 
-bool DDSWaitSet::Impl::ready() const {
-  return std::any_of(conditions.begin(), conditions.end(), triggered);
+void DDSWaitSet::Impl::wake_for(const DDSCondition::Impl& condition, platform::Wake& wake) {
+  if (condition.every_change) news = Clock::now();
+  if (!condition.every_change || !gathering) wake.add(changed);
+}
+
+bool DDSWaitSet::Impl::ready(bool at_once) const {
+  return std::any_of(conditions.begin(), conditions.end(),
+                     [&](const DDSCondition* each) TESSIVAR_REQUIRES(attachments_mutex()) {
+                       return triggered(each) && !(at_once && each->impl().every_change);
+                     });
+}
+
+bool DDSWaitSet::Impl::has_news() const {
+  return std::any_of(conditions.begin(), conditions.end(),
+                     [](const DDSCondition* each) TESSIVAR_REQUIRES(attachments_mutex()) {
+                       return triggered(each) && each->impl().every_change;
+                     });
+}
+
+void DDSWaitSet::Impl::wait(platform::UniqueMutexLock& lock, Clock::time_point deadline) {
+  const Clock::time_point begin = Clock::now();
+  const bool gathers = gathers_next;
+  if (gathers) {
+    gathering = true;
+    changed->wait_until(lock, std::min(deadline, begin + gather_time),
+                        [this]() TESSIVAR_REQUIRES(attachments_mutex()) { return ready(true); });
+    gathering = false;
+    gathers_next = ready(false);
+  }
+  changed->wait_until(lock, deadline, [this]() TESSIVAR_REQUIRES(attachments_mutex()) { return ready(false); });
+  if (has_news()) gathers_next = news - begin < (gathers ? still_frequent : frequent);
 }
 
 DDSWaitSet::DDSWaitSet() : impl_(std::make_unique<Impl>()) {}
@@ -69,13 +97,14 @@ DDS_ReturnCode_t DDSWaitSet::attach_condition(DDSCondition* condition) {
 }
 
 DDS_ReturnCode_t DDSWaitSet::Impl::attach(DDSCondition& condition) {
+  platform::Wake wake;
   const platform::MutexLock lock(attachments_mutex());
   if (std::count(conditions.begin(), conditions.end(), &condition)) return DDS_RETCODE_OK;
   conditions.reserve(conditions.size() + 1);
   condition.impl().wait_sets.reserve(condition.impl().wait_sets.size() + 1);
   conditions.push_back(&condition);
   condition.impl().wait_sets.push_back(this);
-  if (triggered(&condition)) changed.notify_one();
+  if (triggered(&condition)) wake_for(condition.impl(), wake);
   return DDS_RETCODE_OK;
 }
 
@@ -91,14 +120,13 @@ DDS_ReturnCode_t DDSWaitSet::wait(DDSConditionSeq& active, const DDS_Duration_t&
   const std::int64_t span = platform::to_nanoseconds(timeout);
   if (timeout.sec < 0 || span < 0) return DDS_RETCODE_BAD_PARAMETER;
   if (platform::refused_in_callback("DDSWaitSet::wait")) return DDS_RETCODE_ILLEGAL_OPERATION;
-  typedef std::chrono::steady_clock Clock;
-  const auto deadline =
-      span == platform::never ? Clock::time_point::max() : Clock::now() + std::chrono::nanoseconds(span);
+  constexpr auto no_limit = Impl::Clock::time_point::max();
+  const auto deadline = span == platform::never ? no_limit : Impl::Clock::now() + std::chrono::nanoseconds(span);
 
   platform::UniqueMutexLock lock(attachments_mutex());
   if (impl_->waiting) return DDS_RETCODE_PRECONDITION_NOT_MET;
   impl_->waiting = true;
-  impl_->changed.wait_until(lock, deadline, [this]() TESSIVAR_REQUIRES(attachments_mutex()) { return impl_->ready(); });
+  impl_->wait(lock, deadline);
   impl_->waiting = false;
 
   make_length(active, 0);

@@ -7,29 +7,32 @@
 #include "tessivar/platform/reader.h"
 #include "tessivar/platform/topic.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
 namespace tessivar::platform {
 
-DDSReadCondition* ReadConditions::create(DDSDataReader& reader, DDS_SampleStateMask sample_states,
-                                         DDS_ViewStateMask view_states, DDS_InstanceStateMask instance_states) {
+DDSReadCondition* ReadConditions::create(DDSDataReader& reader, const ReadConditionKind& kind) {
   auto condition = std::make_unique<DDSCondition::Impl>();
   condition->reader = &reader;
-  condition->sample_states = sample_states;
-  condition->view_states = view_states;
-  condition->instance_states = instance_states;
-  condition->states = states_of(sample_states, view_states, instance_states);
+  condition->sample_states = kind.sample_states;
+  condition->view_states = kind.view_states;
+  condition->instance_states = kind.instance_states;
+  condition->states = states_of(kind.sample_states, kind.view_states, kind.instance_states);
+  condition->every_change = kind.every_change;
   if (condition->states == 0) {
     log_joined(LogLevel::error, "DDSDataReader::create_readcondition",
                {"topic \"", reader.get_topicdescription()->get_name(), "\": the states select nothing"});
     return nullptr;
   }
+  Wake wake;
   const MutexLock lock(mutex_);
   conditions_.reserve(conditions_.size() + 1);
   const bool triggered = (condition->states & states_) != 0;
   DDSReadCondition* const created = conditions_.emplace_back(new DDSReadCondition(std::move(condition)));
-  set_triggered(*created, triggered);
+  set_triggered(*created, triggered, wake);
+  update_history();
   return created;
 }
 
@@ -37,6 +40,7 @@ bool ReadConditions::remove(DDSReadCondition* condition) {
   const MutexLock lock(mutex_);
   if (std::erase(conditions_, condition) == 0) return false;
   delete condition;
+  update_history();
   return true;
 }
 
@@ -44,6 +48,12 @@ void ReadConditions::clear() {
   const MutexLock lock(mutex_);
   for (DDSReadCondition* condition : conditions_) delete condition;
   conditions_.clear();
+  update_history();
+}
+
+void ReadConditions::update_history() {
+  cache_.keep_replaced(std::any_of(conditions_.begin(), conditions_.end(),
+                                   [](const DDSReadCondition* condition) { return condition->impl().every_change; }));
 }
 
 bool ReadConditions::empty() const {
@@ -52,6 +62,7 @@ bool ReadConditions::empty() const {
 }
 
 void ReadConditions::update() {
+  Wake wake;
   const MutexLock lock(mutex_);
   std::size_t unread = 0;
   StateSet states = cache_.states(&unread) | left_over_;
@@ -61,7 +72,7 @@ void ReadConditions::update() {
   counters_.waits(unread);
   if (std::exchange(states_, states) == states) return;
   for (DDSReadCondition* condition : conditions_) {
-    set_triggered(*condition, (condition->impl().states & states) != 0);
+    set_triggered(*condition, (condition->impl().states & states) != 0, wake);
   }
 }
 

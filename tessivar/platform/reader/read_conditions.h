@@ -13,6 +13,13 @@
 
 namespace tessivar::platform {
 
+struct ReadConditionKind {
+  DDS_SampleStateMask sample_states;
+  DDS_ViewStateMask view_states;
+  DDS_InstanceStateMask instance_states;
+  bool every_change = false;  // see DDSDataReader::create_change_conditionI
+};
+
 /// Triggers exactly the conditions that select a sample that the reader has. Thread-safe. Its lock is taken before the
 /// lock of the cache, and before the lock of conditions and wait sets (condition_impl.h).
 class ReadConditions {
@@ -24,8 +31,7 @@ class ReadConditions {
 
   /// Creates a condition of `reader`, which this object owns. Returns null, with one log line, if the masks select
   /// nothing. Throws std::bad_alloc.
-  DDSReadCondition* create(DDSDataReader& reader, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states,
-                           DDS_InstanceStateMask instance_states) TESSIVAR_EXCLUDES(mutex_);
+  DDSReadCondition* create(DDSDataReader& reader, const ReadConditionKind& kind) TESSIVAR_EXCLUDES(mutex_);
   /// Deletes the condition. Returns false if it does not belong to the reader.
   bool remove(DDSReadCondition* condition) TESSIVAR_EXCLUDES(mutex_);
   /// Deletes all conditions.
@@ -44,6 +50,8 @@ class ReadConditions {
   bool waiting_for_transfer() const { return waiting_for_transfer_; }
 
  private:
+  void update_history() TESSIVAR_REQUIRES(mutex_);
+
   ReaderCache& cache_;
   EndpointCounters& counters_;
   std::atomic<StateSet> left_over_ = 0;

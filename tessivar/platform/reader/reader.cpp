@@ -37,6 +37,17 @@ bool DDSDataReader::Impl::in_use() const {
   return samples && (!samples->conditions.empty() || samples->access.any_loan());
 }
 
+DDSReadCondition* DDSDataReader::Impl::create_condition(const tessivar::platform::ReadConditionKind& kind) {
+  constexpr const char* operation = "DDSDataReader::create_readcondition";
+  if (!samples) {
+    log(LogLevel::error, operation, "a built-in reader has no conditions");
+    return nullptr;
+  }
+  if (refused_in_filter(operation)) return nullptr;
+  return guarded(operation, static_cast<DDSReadCondition*>(nullptr),
+                 [&] { return samples->conditions.create(*description.self, kind); });
+}
+
 // --- the public class ------------------------------------------------------------------------------------------------
 
 void DDSDataReader::ImplDelete::operator()(Impl* impl) const {
@@ -127,14 +138,17 @@ DDS_ReturnCode_t DDSDataReader::wait_for_historical_data(const DDS_Duration_t& m
 
 DDSReadCondition* DDSDataReader::create_readcondition(DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states,
                                                       DDS_InstanceStateMask instance_states) {
-  constexpr const char* operation = "DDSDataReader::create_readcondition";
-  if (!impl_->samples) {
-    log(LogLevel::error, operation, "a built-in reader has no conditions");
-    return nullptr;
-  }
-  if (refused_in_filter(operation)) return nullptr;
-  return guarded(operation, static_cast<DDSReadCondition*>(nullptr),
-                 [&] { return impl_->samples->conditions.create(*this, sample_states, view_states, instance_states); });
+  return impl_->create_condition({sample_states, view_states, instance_states});
+}
+
+DDSReadCondition* DDSDataReader::create_change_conditionI(DDS_SampleStateMask sample_states,
+                                                          DDS_ViewStateMask view_states,
+                                                          DDS_InstanceStateMask instance_states) {
+  return impl_->create_condition({sample_states, view_states, instance_states, true});
+}
+
+DDS_UnsignedLong DDSDataReader::change_readsI() const {
+  return impl_->samples ? impl_->samples->access.change_reads() : 0;
 }
 
 DDS_ReturnCode_t DDSDataReader::delete_readcondition(DDSReadCondition* condition) {

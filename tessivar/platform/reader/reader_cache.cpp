@@ -114,6 +114,7 @@ void ReaderCache::count_samples(const Instance& instance, int sign) {
   const std::size_t place = (instance.viewed ? 3u : 0u) + state;
   const std::size_t unread = instance.unread_count;
   const std::size_t read = instance.count - instance.unread_count;
+  replaced_ += sign > 0 ? replaced(instance) : 0 - replaced(instance);
   counts_[place] += sign > 0 ? read : 0 - read;
   counts_[place + 6] += sign > 0 ? unread : 0 - unread;
 }
@@ -145,6 +146,11 @@ void ReaderCache::drop_invalid(Instance& instance) {
 
 void ReaderCache::drop_samples(Instance& instance) {
   while (instance.first) drop_first(instance);
+}
+
+/// Drops samples beyond the depth, so that at most `limit` samples remain. The caller updates counts and lists.
+void ReaderCache::drop_replaced(Instance& instance, std::size_t limit) {
+  while (instance.count > std::max<std::size_t>(limit, depth_)) drop_first(instance);
 }
 
 void ReaderCache::drop_first(Instance& instance) {
@@ -202,6 +208,11 @@ void ReaderCache::drop_expired() {
     update_list(*instance);
     count_samples(*instance, 1);
   }
+}
+
+void ReaderCache::keep_replaced(bool keep) {
+  const MutexLock lock(mutex_);
+  keeps_replaced_ = keep;
 }
 
 // --- what the sources deliver ----------------------------------------------------------------------------------------
@@ -350,7 +361,8 @@ void ReaderCache::append(Instance& instance, Sample& sample, const EngineSlot& s
   ++instance.unread_count;
   // Old samples are dropped after the new one is in place. So the instance always has data, and its key need not be
   // stored separately.
-  while (instance.count > depth_) drop_first(instance);
+  const std::size_t room = keeps_replaced_ ? max_replaced - std::min(replaced_, max_replaced) : 0;
+  drop_replaced(instance, std::min<std::size_t>(instance.unread_count, depth_ + room));
   update_list(instance);
   count_samples(instance, 1);
 }

@@ -6,6 +6,9 @@
 // filter there are two, the current source and its replacement. They insert the samples that they receive. Reads and
 // takes get samples from the cache, with the states, counts and ranks of OMG DDS 1.4, 2.2.2.5.
 //
+// An instance keeps the last samples, as HISTORY says. For conditions that handle every change it also keeps unread
+// samples that newer samples have replaced, so that a burst does not outrun the thread that reads them.
+//
 // Instances with unread samples have a list of their own. An access that selects only unread samples, new instances or
 // instances that are no longer alive visits only this list. An instance that is no longer alive leaves the cache when
 // an access has handed out its last unread sample, which reports its end. Its key stays available until the loan is
@@ -37,6 +40,7 @@ struct ReaderSelection {
   DDS_ViewStateMask view_states = DDS_ANY_VIEW_STATE;
   DDS_InstanceStateMask instance_states = DDS_ANY_INSTANCE_STATE;
   std::optional<KeyHash> instance = {};  // nullopt: all instances
+  bool every_change = false;             // also samples that newer samples have replaced
 };
 
 /// Thread-safe. Never calls the engine or the application. Unless its comment says otherwise, an operation that
@@ -61,6 +65,12 @@ class ReaderCache {
   /// Inserts the slots, which are in the order of reception. Ignores the slots if `from` is not a current source. If
   /// memory is short, it stops: the remaining slots can be inserted later. Does not throw.
   Change insert(Source from, const std::vector<EngineSlot>& slots);
+
+  /// Sets whether the cache keeps unread samples that newer samples of their instance have replaced, at most
+  /// `max_replaced`. Only an access for every change returns them; another access that selects their instance drops
+  /// them.
+  void keep_replaced(bool keep);
+  static constexpr std::size_t max_replaced = 16384;
 
   // --- change of the filter
 
@@ -98,7 +108,8 @@ class ReaderCache {
   /// Returns the first instance with a selected sample that follows `after` in the order of handles. If `after` is
   /// nullopt, returns the first instance with a selected sample.
   std::optional<KeyHash> next(const ReaderSelection& selection, const std::optional<KeyHash>& after);
-  /// Begins an access. Returns the number of selected samples, at most `max` (negative: no limit).
+  /// Begins an access. Returns the number of selected samples, at most `max` (negative: no limit). The number may
+  /// include replaced samples that the access will drop.
   std::size_t count(const ReaderSelection& selection, DDS_Long max);
   /// Appends at most `max` selected samples to `slots`, grouped by instance, and marks them as read or removes them.
   /// `loan` identifies the loan of the samples; it is null if they are copied. Returns false if memory is short:
@@ -191,6 +202,8 @@ class ReaderCache {
   void drop_first(Instance& instance) TESSIVAR_REQUIRES(mutex_);
   void drop_invalid(Instance& instance) TESSIVAR_REQUIRES(mutex_);
   void drop_samples(Instance& instance) TESSIVAR_REQUIRES(mutex_);
+  std::size_t replaced(const Instance& instance) const { return instance.count > depth_ ? instance.count - depth_ : 0; }
+  void drop_replaced(Instance& instance, std::size_t limit) TESSIVAR_REQUIRES(mutex_);
   bool keep_key(Instance& instance, const Sample& sample) const TESSIVAR_REQUIRES(mutex_);
   std::int64_t expiry(const Sample& sample) const TESSIVAR_REQUIRES(mutex_);
 
@@ -227,6 +240,8 @@ class ReaderCache {
   /// Instances that ended and have no samples, but whose key the application may still ask for.
   Link ended_ TESSIVAR_GUARDED_BY(mutex_);
   std::size_t counts_[12] TESSIVAR_GUARDED_BY(mutex_) = {};
+  bool keeps_replaced_ TESSIVAR_GUARDED_BY(mutex_) = false;
+  std::size_t replaced_ TESSIVAR_GUARDED_BY(mutex_) = 0;      // samples of all instances beyond their depth
   std::vector<Expiry> expiries_ TESSIVAR_GUARDED_BY(mutex_);  // a heap; entries of removed samples have no effect
   std::unordered_map<KeyHash, std::vector<LastOfWriter>, KeyHashHasher> other_writers_ TESSIVAR_GUARDED_BY(mutex_);
   /// Instances that ended during a catch-up, with the time of their last sample: the replacement may still deliver that

@@ -164,10 +164,17 @@ void ReaderCache::emit_all(const ReaderSelection& selection, std::size_t max, st
 /// Returns the number of appended samples. Throws std::bad_alloc before it changes anything.
 std::size_t ReaderCache::emit(Instance& instance, const ReaderSelection& selection, std::size_t max,
                               std::vector<EngineSlot>& slots, const void* loan) {
+  if (matching(instance, selection) == 0) return 0;
+  const bool ended = instance.state != DDS_ALIVE_INSTANCE_STATE;
+  if (replaced(instance) > 0 && (!selection.every_change || ended)) {
+    // The last sample of an access reports the end, so the samples of an instance that has ended are returned together.
+    count_samples(instance, -1);
+    drop_replaced(instance, selection.every_change ? max : 0);
+    count_samples(instance, 1);
+  }
   const std::size_t count = std::min(matching(instance, selection), max);
-  if (count == 0) return 0;
   // The samples that are removed may be the only ones with the key.
-  const bool may_lose_key = selection.take || instance.state != DDS_ALIVE_INSTANCE_STATE;
+  const bool may_lose_key = selection.take || ended;
   if (may_lose_key && !instance.key && !keep_key(instance, *instance.first)) throw std::bad_alloc();
   count_samples(instance, -1);
   Sample* previous = nullptr;
@@ -209,7 +216,8 @@ std::size_t ReaderCache::emit(Instance& instance, const ReaderSelection& selecti
   }
 
   instance.viewed = true;
-  if (instance.state != DDS_ALIVE_INSTANCE_STATE && instance.unread_count == 0) {
+  drop_replaced(instance, instance.unread_count);
+  if (ended && instance.unread_count == 0) {
     drop_samples(instance);
     forget_other_writers(instance);
     move_to(instance, List::ended);

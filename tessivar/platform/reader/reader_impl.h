@@ -48,6 +48,7 @@ struct DDSDataReader::Impl : tessivar::platform::SubscriptionEvents {
   void close();
   /// Returns true if the reader has conditions or loans, and so cannot be deleted alone.
   bool in_use() const;
+  DDSReadCondition* create_condition(const tessivar::platform::ReadConditionKind& kind);
 
   // The events of a subscription (reader_events.cpp).
   void data_available(tessivar::platform::Subscription&) override;

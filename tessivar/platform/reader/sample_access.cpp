@@ -19,6 +19,7 @@ ReaderSelection selection_of(const DDS_ReadSelectionI& request) {
   ReaderSelection selection;
   selection.take = request.take != DDS_BOOLEAN_FALSE;
   const DDSReadCondition* condition = request.condition;
+  selection.every_change = condition && condition->impl().every_change;
   selection.sample_states = condition ? condition->get_sample_state_mask() : request.sample_states;
   selection.view_states = condition ? condition->get_view_state_mask() : request.view_states;
   selection.instance_states = condition ? condition->get_instance_state_mask() : request.instance_states;
@@ -81,6 +82,7 @@ DDS_ReturnCode_t SampleAccess::read_or_take(DDS_SampleBufferI& samples, DDS_Samp
   if (!current_) return DDS_RETCODE_NOT_ENABLED;
   if (conditions_.waiting_for_transfer()) transfer_remaining();
   ReaderSelection selection = selection_of(request);
+  if (selection.every_change) ++change_reads_;
   const DDS_ReturnCode_t found = find_instance(request, selection);
   if (found != DDS_RETCODE_OK) return found;
   const std::size_t again = slots_.empty() ? 0 : select_left_over(selection, max);

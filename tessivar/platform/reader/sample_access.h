@@ -9,6 +9,7 @@
 #include "tessivar/platform/reader/reader_cache.h"
 #include "tessivar/platform/reader/reader_description.h"
 
+#include <atomic>
 #include <vector>
 
 namespace tessivar::platform {
@@ -31,6 +32,8 @@ class SampleAccess {
 
   DDS_ReturnCode_t read_or_take(DDS_SampleBufferI& samples, DDS_SampleInfoSeq& infos, const DDS_ReadSelectionI& request)
       TESSIVAR_EXCLUDES(mutex_);
+  /// See DDSDataReader::change_readsI.
+  DDS_UnsignedLong change_reads() const { return change_reads_; }
   DDS_ReturnCode_t read_or_take_next(void* sample, DDS_SampleInfo& info, bool take) TESSIVAR_EXCLUDES(mutex_);
 
   DDS_ReturnCode_t copy_key(const DDS_InstanceHandle_t& handle, void* key_holder) const;
@@ -54,6 +57,7 @@ class SampleAccess {
   ReaderCache& cache_;
   ReadConditions& conditions_;
   Loans loans_;
+  std::atomic<DDS_UnsignedLong> change_reads_ = 0;
 
   Mutex mutex_;
   Subscription* current_ TESSIVAR_GUARDED_BY(mutex_) = nullptr;

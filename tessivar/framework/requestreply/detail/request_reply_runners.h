@@ -34,7 +34,8 @@ class TESSIVAR_API RequestReplyWaitsetThreadRunner : public WaitSetThreadRunner<
  public:
   RequestReplyWaitsetThreadRunner(DDSRequestReply<Value, Req, Rep>& node,
                                   typename WaitSetThreadRunner<Sample>::TDataReader* reader)
-      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .take = false}), node_(node) {}
+      : WaitSetThreadRunner<Sample>(reader, {.maxSamples = samplesPerCycle, .take = false, .everyChange = true}),
+        node_(node) {}
 
   using WaitSetThreadRunner<Sample>::processSample;
   void processSample(const Sample& sample, const DDS_SampleInfo& info) override { node_.dispatchValue(sample, info); }

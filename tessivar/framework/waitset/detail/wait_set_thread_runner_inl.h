@@ -7,6 +7,7 @@
 #include "tessivar/framework/log/logger.h"
 #include "tessivar/framework/waitset/wait_set_thread_runner.h"
 
+#include <chrono>
 #include <string>
 
 namespace TessivarDDS {
@@ -25,13 +26,9 @@ template <class T>
 void WaitSetThreadRunner<T>::processData() {
   TSeq samples;
   DDS_SampleInfoSeq infos;
-  const RunnerSettings& how = settings();
-  const DDS_ReturnCode_t code = how.take ? reader_->take(samples, infos, how.maxSamples, how.sampleStateMask,
-                                                         how.viewStateMask, how.instanceStateMask)
-                                         : reader_->read(samples, infos, how.maxSamples, how.sampleStateMask,
-                                                         how.viewStateMask, how.instanceStateMask);
+  const DDS_ReturnCode_t code = read(samples, infos);
   if (code == DDS_RETCODE_NO_DATA) {
-    if (how.verbose) logInfo() << signature("processData(void)") << "No data";
+    if (settings().verbose) logInfo() << signature("processData(void)") << "No data";
     return;
   }
   if (code != DDS_RETCODE_OK) {
@@ -45,8 +42,22 @@ void WaitSetThreadRunner<T>::processData() {
 }
 
 template <class T>
+DDS_ReturnCode_t WaitSetThreadRunner<T>::read(TSeq& samples, DDS_SampleInfoSeq& infos) {
+  const RunnerSettings& how = settings();
+  if (how.everyChange && readCondition()) {
+    return how.take ? reader_->take_w_condition(samples, infos, how.maxSamples, readCondition())
+                    : reader_->read_w_condition(samples, infos, how.maxSamples, readCondition());
+  }
+  return how.take ? reader_->take(samples, infos, how.maxSamples, how.sampleStateMask, how.viewStateMask,
+                                  how.instanceStateMask)
+                  : reader_->read(samples, infos, how.maxSamples, how.sampleStateMask, how.viewStateMask,
+                                  how.instanceStateMask);
+}
+
+template <class T>
 void WaitSetThreadRunner<T>::processSamples(TSeq& samples, DDS_SampleInfoSeq& infos) {
   for (DDS_Long i = 0; i < samples.length(); ++i) {
+    if (isOutdated(infos[i])) continue;
     tessivar::framework::guarded(
         [] {
           return signature(
@@ -55,6 +66,15 @@ void WaitSetThreadRunner<T>::processSamples(TSeq& samples, DDS_SampleInfoSeq& in
         },
         [&] { process(samples[i], infos[i]); });
   }
+}
+
+/// Returns true if the sample has waited too long and a newer sample of its instance follows.
+template <class T>
+bool WaitSetThreadRunner<T>::isOutdated(const DDS_SampleInfo& info) const {
+  if (!settings().everyChange || info.sample_rank == 0) return false;
+  const std::chrono::nanoseconds now = std::chrono::system_clock::now().time_since_epoch();
+  const std::chrono::nanoseconds arrival(tessivar::platform::to_nanoseconds(info.reception_timestamp));
+  return now - arrival > std::chrono::milliseconds(50);
 }
 
 template <class T>
