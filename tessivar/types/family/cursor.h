@@ -36,6 +36,28 @@ T swap_octets(T value) {
   }
 }
 
+/// Copies `size` octets, at least one. Most texts are short: they are copied without a call, as two blocks that may
+/// overlap.
+inline void copy_text(char* to, const char* from, std::size_t size) {
+  const auto copy_ends = [=]<std::size_t Block>(std::integral_constant<std::size_t, Block>) {
+    std::memcpy(to, from, Block);
+    std::memcpy(to + size - Block, from + size - Block, Block);
+  };
+  if (size >= 32) {
+    std::memcpy(to, from, size);
+  } else if (size >= 16) {
+    copy_ends(std::integral_constant<std::size_t, 16>());
+  } else if (size >= 8) {
+    copy_ends(std::integral_constant<std::size_t, 8>());
+  } else if (size >= 4) {
+    copy_ends(std::integral_constant<std::size_t, 4>());
+  } else {
+    to[0] = from[0];
+    to[size / 2] = from[size / 2];
+    to[size - 1] = from[size - 1];
+  }
+}
+
 /// Parameter headers (DDS-XTypes 1.3, 7.4.1.1.5.2): 14 bits of id and two flags, then a length of 16 bits. The long
 /// form adds an id and a length of 32 bits each.
 namespace parameter {
@@ -70,6 +92,10 @@ struct SizeCursor {
     if (count > 0) position = align_up(position, sizeof(T)) + sizeof(T) * count;
     return true;
   }
+  bool put_text(const char*, std::size_t size) {
+    position += size;
+    return true;
+  }
   std::size_t open_parameter(DDS_UnsignedLong) {
     align(parameter::alignment);
     return position += parameter::header_size;
@@ -96,6 +122,7 @@ struct NullCursor {
   bool put_array(const T*, std::size_t) {
     return true;
   }
+  bool put_text(const char*, std::size_t) { return true; }
 };
 
 /// Writes an encoding. Padding octets are 0.
@@ -135,6 +162,13 @@ struct WriteCursor {
       std::memcpy(origin + position, values, count * sizeof(T));
       position += count * sizeof(T);
     }
+    return true;
+  }
+  /// Writes the octets of a text, at least one.
+  bool put_text(const char* text, std::size_t size) {
+    if (size > limit - position) return false;
+    copy_text(reinterpret_cast<char*>(origin + position), text, size);
+    position += size;
     return true;
   }
   /// Returns the position of the parameter's body, or 0 if the buffer is too small.

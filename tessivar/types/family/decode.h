@@ -176,7 +176,7 @@ bool decode(String<Bound>, R& in, char*& text) {
   DDS_UnsignedLong size;
   const char* source = read_string<Bound>(in, size);
   if (!source || !reserve(String<Bound>(), text, size, in.lean)) return false;
-  std::memcpy(text, source, size);
+  copy_text(text, source, size);
   return true;
 }
 

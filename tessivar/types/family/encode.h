@@ -47,9 +47,9 @@ bool encode(String<Bound>, C& cursor, char* const& text) {
   const char* characters = text;
   if (!characters) [[unlikely]]
     characters = empty_string();
-  const std::size_t length = strnlen(characters, Bound + 1);
+  const std::size_t length = std::strlen(characters);  // faster than strnlen, and strings over their bound are rare
   if (length > Bound) return false;
-  return cursor.put(static_cast<DDS_UnsignedLong>(length + 1)) && cursor.put_array(characters, length + 1);
+  return cursor.put(static_cast<DDS_UnsignedLong>(length + 1)) && cursor.put_text(characters, length + 1);
 }
 
 template <class C, class Element, DDS_Long Bound, class S>

@@ -252,11 +252,10 @@ struct Plugin {
 
   static RTIBool to_cdr_buffer(char* buffer, unsigned int* length, const T* sample) {
     if (!length) return RTI_FALSE;
-    const std::size_t needed = encoded_size(sample);
-    if (needed == 0) return RTI_FALSE;
-    if (buffer && (*length < needed || !encode_sample(sample, reinterpret_cast<std::uint8_t*>(buffer), needed)))
-      return RTI_FALSE;
-    *length = static_cast<unsigned int>(needed);
+    const std::size_t octets =
+        buffer ? encode_within(sample, reinterpret_cast<std::uint8_t*>(buffer), *length) : encoded_size(sample);
+    if (octets == 0) return RTI_FALSE;
+    *length = static_cast<unsigned int>(octets);
     return RTI_TRUE;
   }
   static RTIBool from_cdr_buffer(T* sample, const char* buffer, unsigned int length) {
@@ -278,11 +277,15 @@ struct Plugin {
                            [&] { return find_fault(Kind(), fault, *static_cast<const T*>(sample)); }))
       fault.say("%s is too long", NameOf<Kind>::value);
   }
-  static bool encode_sample(const void* sample, std::uint8_t* buffer, std::size_t size) {
-    if (!sample || !buffer || size < encapsulation_size) return false;
+  /// Returns the length of the encoding, or 0 if the sample cannot be encoded in `room` octets.
+  static std::size_t encode_within(const void* sample, std::uint8_t* buffer, std::size_t room) {
+    if (!sample || !buffer || room < encapsulation_size) return 0;
     put_header(buffer, IsMutable<Kind>::value);
-    HostCursor out = {buffer + encapsulation_size, 0, size - encapsulation_size};
-    return encode(Kind(), out, *static_cast<const T*>(sample)) && out.position == out.limit;
+    HostCursor out = {buffer + encapsulation_size, 0, room - encapsulation_size};
+    return encode(Kind(), out, *static_cast<const T*>(sample)) ? encapsulation_size + out.position : 0;
+  }
+  static bool encode_sample(const void* sample, std::uint8_t* buffer, std::size_t size) {
+    return size != 0 && encode_within(sample, buffer, size) == size;
   }
   static bool decode_into(T& sample, const std::uint8_t* buffer, std::size_t size, LeanStorage* lean) {
     if (read_buffer(buffer, size, [&](auto& in) {
