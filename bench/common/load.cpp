@@ -61,6 +61,15 @@ Answer publish(const Options& options, unsigned instances, const std::function<v
   return answer;
 }
 
+Answer seconds_until(const std::function<bool()>& done) {
+  const Clock::time_point start = Clock::now();
+  while (!done()) {
+    if (Clock::now() > start + patience) throw std::runtime_error("a minute was not enough");
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return {{"seconds", seconds_since(start)}};
+}
+
 Answer Received::begin() {
   first_ = samples_.load();
   usage_ = Usage::now();

@@ -30,6 +30,9 @@ constexpr unsigned routes_of_a_port = 8;
 Answer publish(const Options& options, unsigned instances, const std::function<void(unsigned instance)>& send,
                const std::function<void()>& finish);
 
+/// Calls `done` again and again until it returns true. Answers the "seconds". Throws std::runtime_error after a minute.
+Answer seconds_until(const std::function<bool()>& done);
+
 /// Counts the samples that a listener sees.
 class Received {
  public:

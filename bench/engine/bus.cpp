@@ -13,21 +13,23 @@ namespace tessivar::bench {
 namespace {
 
 /// The settings of tessivar/platform/cyclone/configuration.cpp for the loopback interface without multicast.
-std::string configuration(bool batched) {
+std::string configuration(const Options& options) {
   return std::string(
              "<Domain><General><AllowMulticast>false</AllowMulticast>"
              "<Interfaces><NetworkInterface address=\"127.0.0.1\"/></Interfaces></General>"
-             "<Discovery><ParticipantIndex>auto</ParticipantIndex>"
+             "<Discovery><ExternalDomainId>" +
+             options.text("domain") +
+             "</ExternalDomainId><ParticipantIndex>auto</ParticipantIndex>"
              "<MaxAutoParticipantIndex>32</MaxAutoParticipantIndex>"
              "<Peers><Peer address=\"127.0.0.1\"/></Peers>"
-             "<LeaseDuration>2800 ms</LeaseDuration></Discovery>"
+             "<LeaseDuration>2800 ms</LeaseDuration><SPDPInterval>700 ms</SPDPInterval></Discovery>"
              "<Internal><GenerateKeyhash>true</GenerateKeyhash>"
              "<HeartbeatInterval minsched=\"10 ms\" max=\"1 s\">10 ms</HeartbeatInterval>"
              "<NackDelay>10 ms</NackDelay>"
              "<SynchronousDeliveryPriorityThreshold>-2147483648</SynchronousDeliveryPriorityThreshold>"
              "<Watermarks><WhcHigh>4 MB</WhcHigh><WhcHighInit>4 MB</WhcHighInit><WhcLow>1 MB</WhcLow>"
              "<WhcAdaptive>false</WhcAdaptive></Watermarks>") +
-         (batched ? "<WriteBatch>true</WriteBatch>" : "") +
+         (options.count("batched", 0) != 0 ? "<WriteBatch>true</WriteBatch>" : "") +
          "</Internal><Tracing><OutputFile>stderr</OutputFile></Tracing></Domain>";
 }
 
@@ -42,12 +44,9 @@ dds_entity_t checked(dds_entity_t result, const char* what) {
   return result;
 }
 
-Bus::Bus(const Options& options)
-    : domain_(
-          checked(dds_create_domain(options.count("domain"), configuration(options.count("batched", 0) != 0).c_str()),
-                  "dds_create_domain")),
-      participant_(
-          checked(dds_create_participant(options.count("domain"), nullptr, nullptr), "dds_create_participant")) {}
+Bus::Bus(const Options& options, unsigned number)
+    : domain_(checked(dds_create_domain(number, configuration(options).c_str()), "dds_create_domain")),
+      participant_(checked(dds_create_participant(number, nullptr, nullptr), "dds_create_participant")) {}
 
 Bus::~Bus() {
   for (const auto& [reader, function] : listening_) dds_set_listener(reader, nullptr);  // waits for running calls

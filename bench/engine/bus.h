@@ -25,7 +25,8 @@ typedef std::function<void(dds_entity_t reader)> DataFunction;
 class Bus {
  public:
   /// Options: "domain"; "batched" = 1: samples are sent together.
-  explicit Bus(const Options& options);
+  /// `number`: different objects of one process have different numbers.
+  explicit Bus(const Options& options, unsigned number = 0);
   ~Bus();
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
@@ -36,8 +37,8 @@ class Bus {
   dds_entity_t reader(dds_entity_t topic, const dds_qos_t* qos, DataFunction data);
 
  private:
-  dds_entity_t domain_;
-  dds_entity_t participant_;
+  const dds_entity_t domain_;
+  const dds_entity_t participant_;
   std::map<dds_entity_t, std::unique_ptr<DataFunction>> listening_;
 };
 

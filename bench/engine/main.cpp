@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// bench_engine participant|writer|reader|server|asker|router|controller NAME=VALUE…: one process of the bare engine.
-// See roles.h.
+// bench_engine participant|writer|reader|server|asker|router|controller|crowd NAME=VALUE…: one process of the bare
+// engine. See roles.h.
 #include "bench/engine/roles.h"
 
 #include <stdexcept>
@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
     if (words[0] == "asker") return run_asker(options);
     if (words[0] == "router") return run_router(options);
     if (words[0] == "controller") return run_controller(options);
+    if (words[0] == "crowd") return run_crowd(options);
     throw std::runtime_error("no such role: " + words[0]);
   });
 }

@@ -25,6 +25,10 @@ int run_router(const Options& options);
 /// Receives them with listeners. Commands: join, leave, begin, await (see load.h).
 int run_controller(const Options& options);
 
+/// "count" participants of one process, at most 32. Commands: join (answers the "seconds" until all have discovered
+/// all), leave, memory.
+int run_crowd(const Options& options);
+
 /// Answers requests. Options: "wait" = 1: with a wait set and a thread instead of a listener. Command: memory.
 int run_server(const Options& options);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// bench_ours device|client|router|controller NAME=VALUE…: one process of this library. See roles.h.
+// bench_ours device|client|router|controller|crowd NAME=VALUE…: one process of this library. See roles.h.
 #include "bench/ours/roles.h"
 #include "tessivar/framework/log/readable_logger.h"
 
@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
     if (words[0] == "client") return run_client(options);
     if (words[0] == "router") return run_router(options);
     if (words[0] == "controller") return run_controller(options);
+    if (words[0] == "crowd") return run_crowd(options);
     throw std::runtime_error("no such role: " + words[0]);
   });
 }

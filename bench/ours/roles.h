@@ -24,6 +24,10 @@ int run_router(const Options& options);
 /// A controller of that router. Options: "domain". Commands: join, leave, begin, await (see load.h).
 int run_controller(const Options& options);
 
+/// "count" participants of one process. Options: "domain". Commands: join (answers the "seconds" until all have
+/// discovered all), leave, memory.
+int run_crowd(const Options& options);
+
 /// Returns the address of a unit of the device.
 inline TessivarDDS::AddressEx unit_address(unsigned unit) {
   return TessivarDDS::AddressEx(1, unit / 200 + 1, unit % 200 + 1);

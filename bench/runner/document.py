@@ -1,10 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """docs/performance.md, from the results of all benchmarks."""
 import json
-import shutil
 import sys
 
-from runner import report
+from runner import plot, report
 
 HEAD = """# Performance
 
@@ -41,7 +40,7 @@ def section(result):
 
 
 def write(root, results, names):
-    """Writes the page and copies the plots. Says which benchmarks have no results."""
+    """Writes the page and its plots. Says which benchmarks have no results."""
     page = HEAD.splitlines()
     plots = root / "docs" / "performance"
     plots.mkdir(parents=True, exist_ok=True)
@@ -51,9 +50,9 @@ def write(root, results, names):
         if not file.exists():
             missing.append(name)
             continue
-        page += ["", *section(json.loads(file.read_text()))]
-        if (results / f"{name}.svg").exists():
-            shutil.copyfile(results / f"{name}.svg", plots / f"{name}.svg")
+        result = json.loads(file.read_text())
+        page += ["", *section(result)]
+        if plot.draw(plots / f"{name}.svg", result):
             page += ["", f"![The ratios of {name}](performance/{name}.svg)"]
     (root / "docs" / "performance.md").write_text("\n".join(page) + "\n")
     if missing:

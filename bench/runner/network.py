@@ -33,9 +33,17 @@ def name():
 
 def loopback_octets():
     """Returns the octets that the loopback interface has carried up to now."""
+    return loopback(0)
+
+
+def loopback_packets():
+    return loopback(1)
+
+
+def loopback(column):
     with open("/proc/net/dev") as lines:
         for line in lines:
             interface, _, numbers = line.partition(":")
             if interface.strip() == "lo":
-                return int(numbers.split()[0])
+                return int(numbers.split()[column])
     raise OSError("/proc/net/dev has no line for lo")
