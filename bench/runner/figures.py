@@ -31,7 +31,8 @@ class Row:
     goal: Goal = None
 
     def ratios(self):
-        return [ours / other if other else float("inf") for ours, other in zip(self.ours, self.other)]
+        return [1.0 if ours == other else ours / other if other else float("inf")
+                for ours, other in zip(self.ours, self.other)]
 
     def judged(self):
         """Returns the values to which the goal applies."""
