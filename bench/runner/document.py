@@ -30,7 +30,7 @@ def section(result):
     versions = ", ".join(f"{name} {version}" for name, version in machine["versions"].items())
     lines = [
         f"## {result['title']}", "",
-        f"`{result['command']}`: {result['rounds']} rounds of {result['seconds']:g} s, in {result['network']}, on commit "
+        f"`{result['command']}`: {result['rounds']} rounds of {result['seconds']:g} s, in {result['network']}, of the library of commit "
         f"{machine['commit']}, load {result['load']:.1f}. {machine['processors']} × {machine['processor']}, "
         f"{machine['memory']}, {machine['system']}. {versions}.", "",
         "| " + " | ".join(COLUMNS) + " |", "|" + "---|" * len(COLUMNS),

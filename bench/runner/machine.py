@@ -20,8 +20,9 @@ def first(pattern, path):
 
 
 def describe(root):
-    commit = output("git", "rev-parse", "--short", "HEAD", folder=root)
-    changed = output("git", "status", "--porcelain", "--untracked-files=no", folder=root)
+    library = ("--", "tessivar", "qos", "cmake")
+    commit = output("git", "log", "-1", "--format=%h", *library, folder=root)
+    changed = output("git", "status", "--porcelain", *library, folder=root)
     versions = {name: output("dpkg-query", "-W", "-f", "${Version}", package) for name, package in PACKAGES.items()}
     versions["GCC"] = output("g++", "-dumpfullversion")
     return {
