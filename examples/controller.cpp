@@ -4,6 +4,7 @@
 #include "tessivar/tessivar.h"
 
 #include <iostream>
+#include <syncstream>
 
 using namespace TessivarDDS;
 using Helper = TessivarMessageHelper;
@@ -21,21 +22,25 @@ std::string text(const Tessivar::CommandValue& value) {
 
 struct Monitor : TessivarClientListener {
   void unitAdded(const Tessivar::Unit* unit) override {
-    std::cout << "unit " << unit->unitId << " is there: " << unit->name << std::endl;
+    std::osyncstream(std::cout) << "unit " << unit->unitId << " is there: " << unit->name << std::endl;
   }
-  void unitRemoved(const AddressEx& unit) override { std::cout << "unit " << unit.guid() << " is gone" << std::endl; }
+  void unitRemoved(const AddressEx& unit) override {
+    std::osyncstream(std::cout) << "unit " << unit.guid() << " is gone" << std::endl;
+  }
   void commandMetadataUpdated(const Tessivar::CommandMetadata* metadata) override {
-    std::cout << "command " << metadata->commandNumber << " of " << metadata->unitId << " is called " << metadata->name;
-    if (!metadata->enabled) std::cout << ", which cannot be set";
-    if (const auto* range = metadata->validRange) std::cout << ", from " << range->min << " to " << range->max;
-    std::cout << std::endl;
+    std::osyncstream line(std::cout);
+    line << "command " << metadata->commandNumber << " of " << metadata->unitId << " is called " << metadata->name;
+    if (!metadata->enabled) line << ", which cannot be set";
+    if (const auto* range = metadata->validRange) line << ", from " << range->min << " to " << range->max;
+    line << std::endl;
   }
   void commandValueChanged(const Tessivar::Command* command) override {
-    std::cout << "command " << command->commandNumber << " of " << command->unitId << " is " << text(command->value)
-              << std::endl;
+    std::osyncstream(std::cout) << "command " << command->commandNumber << " of " << command->unitId << " is "
+                                << text(command->value) << std::endl;
   }
   void commandTicketChanged(DDSPtr<TessivarClient::Ticket>& ticket) override {
-    if (ticket && ticket->reply->ex) std::cout << "refused: " << ticket->reply->ex->message << std::endl;
+    if (ticket && ticket->reply->ex)
+      std::osyncstream(std::cout) << "refused: " << ticket->reply->ex->message << std::endl;
   }
 };
 
@@ -52,8 +57,8 @@ int main(int argc, char** argv) {
                         DDSPtr(Helper::createCommand(camera, 1, "x")), DDSPtr(Helper::createCommand(camera, 2, true)),
                         DDSPtr(Helper::createCommand(head, 1, 30))}) {
     const bool done = client.setCommand(wanted, 1000);  // the head needs longer, but it reports IN_PROGRESS
-    std::cout << "set " << wanted->commandNumber << " to " << text(wanted->value) << (done ? ": done" : ": not done")
-              << std::endl;
+    std::osyncstream(std::cout) << "set " << wanted->commandNumber << " to " << text(wanted->value)
+                                << (done ? ": done" : ": not done") << std::endl;
   }
   std::cin.get();  // prints changes until Enter is pressed
   client.cleanUp();

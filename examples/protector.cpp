@@ -4,6 +4,7 @@
 #include "tessivar/tessivar.h"
 
 #include <iostream>
+#include <syncstream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
@@ -13,8 +14,8 @@ struct Monitor : RoutingClientListener {
   void routerRemoved(const AddressEx&) override {}
   void sourceChanged(Source*) override {}
   void destinationChanged(Destination* destination) override {
-    std::cout << "destination " << destination->index << " is " << (destination->protect ? "protected" : "free")
-              << std::endl;
+    std::osyncstream(std::cout) << "destination " << destination->index << " is "
+                                << (destination->protect ? "protected" : "free") << std::endl;
   }
   void sourceAssociationChanged(Association*) override {}
   void destinationAssociationChanged(Association*) override {}
@@ -41,6 +42,6 @@ int main(int argc, char** argv) {
   if (ticket) ticket->wait(5000);
   const bool done = ticket && ticket->received && ticket->reply->result == COMPLETE;
   client.completeProtect(ticket);
-  std::cout << (done ? "done" : "refused, or no answer") << std::endl;
+  std::osyncstream(std::cout) << (done ? "done" : "refused, or no answer") << std::endl;
   return done ? 0 : 1;
 }

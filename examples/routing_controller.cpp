@@ -4,36 +4,40 @@
 #include "tessivar/tessivar.h"
 
 #include <iostream>
+#include <syncstream>
 
 using namespace TessivarDDS;
 using namespace Tessivar_Routing;
 
 struct Monitor : RoutingClientListener {
   void routerAdded(const Router* router) override {
-    std::cout << "router " << router->unitId << " is there, with " << router->matrices.length() << " matrices";
-    if (router->matrices.length() > 0)
-      std::cout << ", the first of " << router->matrices[0].levels.length() << " levels";
-    std::cout << std::endl;
+    std::osyncstream line(std::cout);
+    line << "router " << router->unitId << " is there, with " << router->matrices.length() << " matrices";
+    if (router->matrices.length() > 0) line << ", the first of " << router->matrices[0].levels.length() << " levels";
+    line << std::endl;
   }
-  void routerRemoved(const AddressEx& router) override { std::cout << "router " << router.guid() << " is gone\n"; }
+  void routerRemoved(const AddressEx& router) override {
+    std::osyncstream(std::cout) << "router " << router.guid() << " is gone\n";
+  }
   void sourceChanged(Source* source) override {
-    std::cout << "source " << source->index << " of " << source->unitId << ": " << source->name << std::endl;
+    std::osyncstream(std::cout) << "source " << source->index << " of " << source->unitId << ": " << source->name
+                                << std::endl;
   }
   void destinationChanged(Destination* destination) override {
-    std::cout << "destination " << destination->index << " of " << destination->unitId << ": " << destination->name
-              << (destination->protect ? ", protected" : "") << std::endl;
+    std::osyncstream(std::cout) << "destination " << destination->index << " of " << destination->unitId << ": "
+                                << destination->name << (destination->protect ? ", protected" : "") << std::endl;
   }
   void sourceAssociationChanged(Association*) override {}
   void destinationAssociationChanged(Association*) override {}
   void routeChanged(const AssociationRoute* route) override {
-    std::cout << "destination " << route->dest_index << " of " << route->unitId << " gets source "
-              << route->source_index << std::endl;
+    std::osyncstream(std::cout) << "destination " << route->dest_index << " of " << route->unitId << " gets source "
+                                << route->source_index << std::endl;
   }
   void ticketChanged(DDSPtr<RoutingClient::Ticket> ticket) override {
     if (!ticket) return;  // the ticket was completed meanwhile
     const DDSPtr<AssociationRouteChangeReply> reply = ticket->reply;
-    std::cout << "route request: result " << reply->result << (reply->ex ? ", " : "")
-              << (reply->ex ? reply->ex->message : "") << std::endl;
+    std::osyncstream(std::cout) << "route request: result " << reply->result << (reply->ex ? ", " : "")
+                                << (reply->ex ? reply->ex->message : "") << std::endl;
   }
 };
 
