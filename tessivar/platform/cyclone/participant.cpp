@@ -110,7 +110,10 @@ std::vector<std::string> Participant::interfaces() const {
   const std::uint32_t count = gv_ ? cyclone_interfaces(gv_, used) : 0;
   for (std::uint32_t i = 0; i < count; ++i) {
     std::string address;
-    for (const std::uint8_t octet : used[i].address) address += (address.empty() ? "" : ".") + std::to_string(octet);
+    for (const std::uint8_t octet : used[i].address) {
+      if (!address.empty()) address += '.';
+      address += std::to_string(octet);
+    }
     result.push_back(std::string(used[i].name) + " (" + address + ")");
   }
   return result;
