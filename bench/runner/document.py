@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""docs/performance.md, from the results of all benchmarks."""
+"""docs/performance.md, from the results and the notes of all benchmarks."""
+import importlib
 import json
 import sys
 
@@ -52,6 +53,9 @@ def write(root, results, names):
             continue
         result = json.loads(file.read_text())
         page += ["", *section(result)]
+        notes = getattr(importlib.import_module("cases." + name.replace("-", "_")), "NOTES", "")
+        if notes:
+            page += ["", notes.strip()]
         if plot.draw(plots / f"{name}.svg", result):
             page += ["", f"![The ratios of {name}](performance/{name}.svg)"]
     (root / "docs" / "performance.md").write_text("\n".join(page) + "\n")

@@ -29,6 +29,10 @@ class TESSIVAR_API TessivarClientListener {
   /// A unit was removed, or its device was lost.
   virtual void unitRemoved(const AddressEx& unit) = 0;
   virtual void commandMetadataUpdated(const Tessivar::CommandMetadata* metadata);
+  /// A value was published. Every value is reported, except in an overload: if a newer value of the same command has
+  /// arrived, a value is not reported after it has waited for more than 50 ms, or if more than 16384 values wait. While
+  /// values arrive more often than about 4,000 times a second, they are reported about once in a millisecond. The same
+  /// holds for units and metadata.
   virtual void commandValueChanged(const Tessivar::Command* command) = 0;
   /// A reply has arrived for a request of beginSetCommand or setCommand. `ticket` is null if the ticket was completed
   /// meanwhile.
