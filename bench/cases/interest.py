@@ -4,6 +4,9 @@ from runner import network
 from runner.figures import at_most, column, compare
 
 TITLE = "Interest in one more unit, with many values followed"
+NOTES = """The engine filters samples in the reader's process only. For a wider filter a second reader gets the whole history of
+the topic, and drops what the filter refuses. Values that the client already holds are not decoded or reported again.
+"""
 VALUES_OF_A_UNIT = 100
 FEW = 1  # units
 

@@ -4,6 +4,10 @@ from runner.figures import at_least, at_most, column, compare
 from runner.program import Failed
 
 TITLE = "Publish to a listener in another process"
+NOTES = """The library calls listeners on a thread of its own, the bare engine on its receive thread. A wake-up of that thread costs
+about 20 µs of CPU. At full rate one wake-up serves many values; at 5,000 values a second it serves few. A longer time to
+gather values would lower this cost, but delay the values.
+"""
 RATES = (5000, 20000)  # values a second
 
 

@@ -3,6 +3,11 @@
 from runner.figures import at_most, column, compare
 
 TITLE = "Request and reply between two processes"
+NOTES = """The engine's receive thread hands each sample to a thread of the library, which calls the application: two switches of
+threads more than with listeners of the bare engine. A listener may send and may be slow. On the receive thread it would
+hold up acknowledgments and leases of the whole participant. `perf` shows no single expensive function: about 17 % of the
+time is spent in switches of tasks, 7.5 % in wake-ups, the rest is spread.
+"""
 PERCENTILES = (("p50_us", "p50"), ("p99_us", "p99"), ("p999_us", "p99.9"))
 LISTENERS = {"p50_us": at_most(1.15), "p99_us": at_most(1.3)}
 

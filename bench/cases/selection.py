@@ -5,6 +5,9 @@ from runner import network
 from runner.figures import at_most, column, compare
 
 TITLE = "A client wants one unit of many"
+NOTES = """The engine filters samples in the reader's process only, so each value travels to each client. A client that wants
+little still receives and looks at all values.
+"""
 RATE = 20000  # values a second
 
 
