@@ -36,19 +36,30 @@ code=0
 said=$(PATH=$work/bin "$scripts/bootstrap" build 2>&1) || code=$?
 [[ $code == 1 && $said == *'apt-get install --yes --no-install-recommends g++ cmake '* ]] || fail "bootstrap: $code, $said"
 
-# tidy takes the newest compile command of a file, and skips files that no longer exist.
+# tidy takes the newest compile command of a file, without the precompiled header of GCC, and skips files that no longer
+# exist.
 mkdir -p "$work/tree"/{scripts,tessivar,tests,build/dev,build/asan}
 cp "$scripts/tidy" "$work/tree/scripts"
 touch "$work/tree"/{.clang-tidy,tests/.clang-tidy,tessivar/here.cpp}
-command_of() { # command_of FILE
-  printf '{"directory": "%s", "file": "tessivar/%s", "command": "c++ %s"}' "$work/tree" "$1" "$1"
+command_of() { # command_of FILE [OPTION]
+  printf '{"directory": "%s", "file": "tessivar/%s", "command": "c++ %s %s"}' "$work/tree" "$1" "${2:-}" "$1"
 }
+echo '#include <the_header>' >"$work/tree/build/dev/cmake_pch.hxx"
 echo "[$(command_of here.cpp), $(command_of gone.cpp)]" >"$work/tree/build/asan/compile_commands.json"
-echo "[$(command_of here.cpp)]" >"$work/tree/build/dev/compile_commands.json"
+echo "[$(command_of here.cpp "-include $work/tree/build/dev/cmake_pch.hxx")]" >"$work/tree/build/dev/compile_commands.json"
 touch -d yesterday "$work/tree/build/asan/compile_commands.json"
 mkdir "$work/checker"
-printf '#!/bin/sh\necho "$@" >>"%s"\n' "$work/checked" >"$work/checker/clang-tidy-14"
+cat >"$work/checker/clang-tidy-14" <<EOF
+#!/bin/sh
+echo "\$@" >>"$work/checked"
+for argument; do
+  case \$argument in -p=*) cat "\${argument#-p=}"/* >>"$work/checked" ;; esac
+done
+EOF
 chmod +x "$work/checker/clang-tidy-14"
 said=$(PATH=$work/checker:$PATH XDG_CACHE_HOME=$work/cache "$work/tree/scripts/tidy" 2>&1) || fail "tidy: $said"
 [[ $said == *'tessivar/gone.cpp is skipped'*'1 files checked'* ]] || fail "tidy said: $said"
-grep -q "p=$work/tree/build/dev .*tessivar/here.cpp" "$work/checked" || fail "tidy took: $(<"$work/checked")"
+for part in ' tessivar/here.cpp$' 'c++ -include /[^ ]*\.h here.cpp' '^#include <the_header>$'; do
+  grep -q -- "$part" "$work/checked" || fail "tidy took: $(<"$work/checked")"
+done
+! grep -q cmake_pch "$work/checked" || fail "tidy took the precompiled header: $(<"$work/checked")"
