@@ -87,9 +87,14 @@ int serve(const Commands& commands) {
   return 0;
 }
 
-int report_errors(const std::function<int()>& run) {
+int run_role(int argc, char** argv, const Roles& roles) {
   try {
-    return run();
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.empty()) throw std::runtime_error("a role is missing");
+    const auto role = roles.find(words[0]);
+    if (role == roles.end()) throw std::runtime_error("no such role: " + words[0]);
+    words.erase(words.begin());
+    return role->second(Options(words));
   } catch (const std::exception& exception) {
     print_error(exception.what());
     return 1;

@@ -41,8 +41,12 @@ typedef std::map<std::string, Command> Commands;
 /// {"error": "…"} and returns 1 if a command throws or is unknown; otherwise returns 0.
 int serve(const Commands& commands);
 
-/// Prints the reason as {"error": "…"} and returns 1 if `run` throws; otherwise returns its result.
-int report_errors(const std::function<int()>& run);
+/// What a program can be, by the first word of its arguments.
+typedef std::map<std::string, std::function<int(const Options&)>> Roles;
+
+/// Runs the role that the arguments name, with the other arguments as its options. Returns its result. Prints the
+/// reason as {"error": "…"} and returns 1 if the role throws or is unknown.
+int run_role(int argc, char** argv, const Roles& roles);
 
 /// What this process has used up to now.
 struct Usage {

@@ -241,14 +241,6 @@ int run_asker(const Options& options) {
 
 int main(int argc, char** argv) {
   using namespace tessivar::bench;
-  return report_errors([argc, argv] {
-    const std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.empty()) throw std::runtime_error("a role is missing");
-    const Options options(std::vector<std::string>(words.begin() + 1, words.end()));
-    if (words[0] == "writer") return run_writer(options);
-    if (words[0] == "reader") return run_reader(options);
-    if (words[0] == "server") return run_server(options);
-    if (words[0] == "asker") return run_asker(options);
-    throw std::runtime_error("no such role: " + words[0]);
-  });
+  return run_role(argc, argv,
+                  {{"writer", run_writer}, {"reader", run_reader}, {"server", run_server}, {"asker", run_asker}});
 }

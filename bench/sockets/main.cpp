@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <netinet/in.h>
-#include <stdexcept>
 #include <sys/socket.h>
 #include <system_error>
 #include <thread>
@@ -48,9 +47,9 @@ sockaddr_in loopback(unsigned port) {
   return address;
 }
 
-int run_server(unsigned port) {
+int run_server(const Options& options) {
   const Socket socket;
-  const sockaddr_in address = loopback(port);
+  const sockaddr_in address = loopback(options.count("port"));
   if (bind(socket.handle(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) fail("bind");
   const std::jthread thread([&socket](const std::stop_token& stop) {
     std::array<char, request_size> data = {};
@@ -82,8 +81,8 @@ class SocketAsker : public Asker {
   std::array<char, reply_size> reply_ = {};
 };
 
-int run_asker(unsigned port) {
-  SocketAsker asker(port);
+int run_asker(const Options& options) {
+  SocketAsker asker(options.count("port"));
   return serve({
       {"match", [](const Options&) { return Answer{}; }},
       {"request", [&](const Options& how) { return ask(how, asker); }},
@@ -95,10 +94,5 @@ int run_asker(unsigned port) {
 
 int main(int argc, char** argv) {
   using namespace tessivar::bench;
-  return report_errors([argc, argv] {
-    const std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.empty()) throw std::runtime_error("a role is missing: server or asker");
-    const unsigned port = Options(std::vector<std::string>(words.begin() + 1, words.end())).count("port");
-    return words[0] == "server" ? run_server(port) : run_asker(port);
-  });
+  return run_role(argc, argv, {{"server", run_server}, {"asker", run_asker}});
 }
